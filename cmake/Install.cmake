@@ -1,0 +1,34 @@
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# One folder of our own below include/: clients write the same #include lines as we do, and
+# "function" or "foundation" never clash with anybody else's.
+set(headers_dir ${CMAKE_INSTALL_INCLUDEDIR}/zeibreku)
+set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zeibreku)
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The file set brings its include folder along, but only clients with CMake 3.23 see it there.
+install(TARGETS krfoundation zeibreku EXPORT zeibrekuTargets
+    FILE_SET HEADERS DESTINATION ${headers_dir}
+    INCLUDES DESTINATION ${headers_dir})
+install(EXPORT zeibrekuTargets NAMESPACE zeibreku:: DESTINATION ${config_dir})
+
+configure_package_config_file(
+    cmake/zeibrekuConfig.cmake.in ${PROJECT_BINARY_DIR}/zeibrekuConfig.cmake
+    INSTALL_DESTINATION ${config_dir}
+    NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(
+    ${PROJECT_BINARY_DIR}/zeibrekuConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${PROJECT_BINARY_DIR}/zeibrekuConfig.cmake
+    ${PROJECT_BINARY_DIR}/zeibrekuConfigVersion.cmake
+    DESTINATION ${config_dir})
+
+# The .pc file says where things are relative to itself, so that an installed tree can be moved
+# and `cmake --install --prefix` is enough to choose a place.
+file(RELATIVE_PATH pkgconfig_to_prefix
+    ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")
+configure_file(cmake/zeibreku.pc.in ${PROJECT_BINARY_DIR}/zeibreku.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zeibreku.pc DESTINATION ${pkgconfig_dir})

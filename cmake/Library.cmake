@@ -1,0 +1,31 @@
+# zeibreku_add_library(<target>): a shared library of all sources and headers in the folders below
+# the current one. New files are picked up by the next build, without a list to edit. Headers are
+# public except those in a folder called internal.
+function(zeibreku_add_library target)
+    file(GLOB sources CONFIGURE_DEPENDS *.cpp */*.cpp */internal/*.cpp)
+    file(GLOB headers RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS *.h */*.h)
+    list(FILTER headers EXCLUDE REGEX "(^|/)internal/")
+
+    add_library(${target} SHARED ${sources})
+    add_library(zeibreku::${target} ALIAS ${target})
+
+    # Headers are included by their path from the root of the repository.
+    target_sources(${target} PUBLIC
+        FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})
+
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    # Our own exported functions may be inlined into each other; nobody is meant to replace one of
+    # them from outside.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    target_link_libraries(${target} PRIVATE zeibreku_build_options)
+
+    set_target_properties(${target} PROPERTIES
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        # The two libraries are installed side by side and find each other wherever that is.
+        INSTALL_RPATH "$ORIGIN"
+    )
+endfunction()

@@ -1,0 +1,17 @@
+#include "foundation/core/KrInt2String.h"
+
+#include <charconv>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+std::string KrINT2STRING(KrU32 value, KrU32 radix) {
+    if (radix < 2 || radix > 36) {
+        return {};
+    }
+    char digits[32];
+    auto const end =
+        std::to_chars(digits, digits + sizeof digits, value, static_cast<int>(radix)).ptr;
+    return std::string(digits, end);
+}

@@ -1,0 +1,110 @@
+#pragma once
+
+#include <concepts>
+#include <memory>
+#include <utility>
+
+/// Member wrappers that carry the meaning of copying and comparing in the
+/// member's type, so that a class which uses them can leave its copy
+/// operations and `operator==` to the compiler:
+///
+/// | member            | copied              | compared           |
+/// |-------------------|---------------------|--------------------|
+/// | `T`               | yes                 | yes                |
+/// | `KrUncompared<T>` | yes                 | no                 |
+/// | `KrScratch<T>`    | no: each has its own| no                 |
+/// | `KrOwned<T>`      | by `clone()`        | by `equality()`    |
+
+/// A value that is copied but takes no part in equality, such as derived data.
+template <class T>
+class KrUncompared {
+public:
+    KrUncompared() = default;
+    KrUncompared(T value) : value_(std::move(value)) {}
+
+    T& operator*() { return value_; }
+    T const& operator*() const { return value_; }
+    T* operator->() { return &value_; }
+    T const* operator->() const { return &value_; }
+
+    bool operator==(KrUncompared const&) const { return true; }
+
+private:
+    T value_{};
+};
+
+/// A value that belongs to its object alone: a copy starts with `T()`, an
+/// assignment leaves the target's value as it was, and it is not compared.
+/// For working state, caches, and back-pointers.
+template <class T>
+class KrScratch {
+public:
+    KrScratch() = default;
+    KrScratch(KrScratch const&) : value_{} {}
+    KrScratch& operator=(KrScratch const&) { return *this; }
+    ~KrScratch() = default;
+
+    T& operator*() { return value_; }
+    T const& operator*() const { return value_; }
+    T* operator->() { return &value_; }
+    T const* operator->() const { return &value_; }
+
+    bool operator==(KrScratch const&) const { return true; }
+
+private:
+    T value_{};
+};
+
+/// The sole owner of a polymorphic object, null when there is none. A copy
+/// holds the source object's `clone()` (null when the clone is not a `T`); two
+/// owners are equal when both are empty or their objects are equal by
+/// `equality()`. Copying assigns only after the clone was made, so a failed
+/// clone changes nothing.
+template <class T>
+class KrOwned {
+public:
+    KrOwned() = default;
+    explicit KrOwned(T* object) : object_(object) {}
+    KrOwned(KrOwned const& other) : object_(cloneOf(other.get())) {}
+    KrOwned(KrOwned&&) noexcept = default;
+    KrOwned& operator=(KrOwned const& other) {
+        if (this != &other) {
+            object_.reset(cloneOf(other.get()));
+        }
+        return *this;
+    }
+    KrOwned& operator=(KrOwned&&) noexcept = default;
+    ~KrOwned() = default;
+
+    T* get() const { return object_.get(); }
+    T* operator->() const { return object_.get(); }
+    T& operator*() const { return *object_; }
+    explicit operator bool() const { return object_ != nullptr; }
+
+    /// Deletes the present object and takes ownership of `object`.
+    void reset(T* object = nullptr) { object_.reset(object); }
+
+    bool operator==(KrOwned const& other) const {
+        if (!object_ || !other.object_) {
+            return !object_ && !other.object_;
+        }
+        return object_->equality(other.get());
+    }
+
+    /// A clone of `source` as a `T`: null for null, and for a clone that is no
+    /// `T`, which is discarded.
+    static T* cloneOf(T const* source) { return source ? castOrDelete(source->clone()) : nullptr; }
+
+    /// `candidate` as a `T`; an object of another class is deleted.
+    template <class Object>
+    static T* castOrDelete(Object* candidate) {
+        T* const element = dynamic_cast<T*>(candidate);
+        if (!element) {
+            delete candidate;
+        }
+        return element;
+    }
+
+private:
+    std::unique_ptr<T> object_;
+};

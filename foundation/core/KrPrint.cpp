@@ -1,0 +1,278 @@
+#include "foundation/core/KrPrint.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <limits>
+#include <locale>
+#include <memory>
+#include <mutex>
+#include <ostream>
+#include <span>
+#include <streambuf>
+#include <string_view>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+
+using Kr::Message;
+using Kr::Print;
+using Kr::PrintArgument;
+using Kr::PrintType;
+
+struct Output {
+    // Recursive, so that a sink may itself print or install another sink.
+    std::recursive_mutex mutex;
+    std::shared_ptr<Print::Sink const> sink = std::make_shared<Print::Sink const>(
+        [](Message const& message) { std::fputs(message.text.c_str(), stderr); });
+
+    void send(Message const& message) {
+        std::lock_guard const lock(mutex);
+        auto const current = sink;  // stays alive though the sink may replace itself
+        if (*current) {
+            (*current)(message);
+        }
+    }
+};
+
+// Never destroyed: objects that print may outlive every static of this library.
+Output& output() {
+    static Output& instance = *new Output;
+    return instance;
+}
+
+// Collects the characters of one message and sends them when it is flushed.
+class MessageBuffer : public std::streambuf {
+public:
+    ~MessageBuffer() override {
+        try {
+            send();
+        } catch (...) {  // a sink that throws must not end the program with the thread
+        }
+    }
+
+    void begin(PrintType type, char const* context) {
+        message_.type = type;
+        message_.context = context ? context : "";
+    }
+
+    void send() {
+        if (!message_.text.empty()) {
+            Message const complete{message_.type, message_.context, std::move(message_.text)};
+            message_.text.clear();
+            output().send(complete);
+        }
+    }
+
+protected:
+    int_type overflow(int_type character) override {
+        if (!traits_type::eq_int_type(character, traits_type::eof())) {
+            message_.text.push_back(traits_type::to_char_type(character));
+        }
+        return traits_type::not_eof(character);
+    }
+    std::streamsize xsputn(char const* text, std::streamsize count) override {
+        message_.text.append(text, static_cast<std::size_t>(count));
+        return count;
+    }
+    int sync() override {
+        send();
+        return 0;
+    }
+
+private:
+    Message message_{PrintType::Error, {}, {}};
+};
+
+struct MessageStream {
+    MessageBuffer buffer;
+    std::ostream stream{&buffer};
+};
+
+MessageStream& messageStream() {
+    thread_local MessageStream stream;
+    return stream;
+}
+
+// Out-of-range and unordered values are held at the ends of the integer type.
+template <class Integer>
+Integer toInteger(double value) {
+    if (!(value > static_cast<double>(std::numeric_limits<Integer>::min()))) {
+        return value != value ? Integer{0} : std::numeric_limits<Integer>::min();
+    }
+    if (value >= static_cast<double>(std::numeric_limits<Integer>::max())) {
+        return std::numeric_limits<Integer>::max();
+    }
+    return static_cast<Integer>(value);
+}
+
+template <class Value>
+void appendConverted(std::string& text, std::string const& specification, Value value) {
+    int const length = std::snprintf(nullptr, 0, specification.c_str(), value);
+    if (length > 0) {
+        std::size_t const start = text.size();
+        text.resize(start + static_cast<std::size_t>(length) + 1);
+        std::snprintf(text.data() + start, static_cast<std::size_t>(length) + 1,
+                      specification.c_str(), value);
+        text.pop_back();
+    }
+}
+
+// The printf conversions, driven by the types that the arguments really have.
+class Formatter {
+public:
+    explicit Formatter(std::span<PrintArgument const> arguments) : arguments_(arguments) {}
+
+    std::string format(std::string_view pattern) {
+        while (!pattern.empty()) {
+            std::size_t const percent = pattern.find('%');
+            text_ += pattern.substr(0, percent);
+            if (percent == std::string_view::npos) {
+                break;
+            }
+            pattern.remove_prefix(percent + 1);
+            pattern.remove_prefix(convert(pattern));
+        }
+        return std::move(text_);
+    }
+
+private:
+    // Handles what follows a '%' and returns how many characters that was.
+    std::size_t convert(std::string_view rest) {
+        std::string specification = "%";
+        std::size_t used = 0;
+        for (; used < rest.size(); ++used) {
+            char const character = rest[used];
+            if (character == '*') {
+                specification += std::to_string(arguments_.empty() ? 0 : toWidth(next()));
+            } else if (std::string_view("-+ #0123456789.").find(character) !=
+                       std::string_view::npos) {
+                specification += character;
+            } else if (std::string_view("hlqjzt").find(character) == std::string_view::npos) {
+                break;  // length modifiers are dropped: the argument knows its own width
+            }
+        }
+        if (used == rest.size()) {
+            return used;
+        }
+        char const conversion = rest[used];
+        if (conversion == '%') {
+            text_ += '%';
+        } else if (!arguments_.empty()) {
+            append(specification, conversion, next());
+        }
+        return used + 1;
+    }
+
+    PrintArgument const& next() {
+        PrintArgument const& argument = arguments_.front();
+        arguments_ = arguments_.subspan(1);
+        return argument;
+    }
+
+    static long long toWidth(PrintArgument const& argument) {
+        return std::min(4096LL, std::max(-4096LL, argument.asSigned()));
+    }
+
+    void append(std::string const& specification, char conversion, PrintArgument const& argument) {
+        switch (conversion) {
+            case 'd':
+            case 'i': appendConverted(text_, specification + "lld", argument.asSigned()); break;
+            case 'u':
+            case 'o':
+            case 'x':
+            case 'X':
+                appendConverted(text_, specification + "ll" + conversion, argument.asUnsigned());
+                break;
+            case 'c':
+                appendConverted(text_, specification + 'c', static_cast<int>(argument.asSigned()));
+                break;
+            case 'e':
+            case 'E':
+            case 'f':
+            case 'F':
+            case 'g':
+            case 'G':
+            case 'a':
+            case 'A': appendConverted(text_, specification + conversion, argument.asReal()); break;
+            case 's': appendConverted(text_, specification + 's', argument.asText().c_str()); break;
+            case 'p': appendConverted(text_, specification + 'p', argument.asPointer()); break;
+            default: break;
+        }
+    }
+
+    std::span<PrintArgument const> arguments_;
+    std::string text_;
+};
+
+}  // namespace
+
+namespace Kr {
+
+long long PrintArgument::asSigned() const {
+    switch (kind_) {
+        case Kind::Signed: return signed_;
+        case Kind::Unsigned: return static_cast<long long>(unsigned_);
+        case Kind::Real: return toInteger<long long>(real_);
+        default: return 0;
+    }
+}
+
+unsigned long long PrintArgument::asUnsigned() const {
+    // A negative number prints as its two's complement, as printf does.
+    return kind_ == Kind::Real && real_ >= 0.0 ? toInteger<unsigned long long>(real_)
+                                               : static_cast<unsigned long long>(asSigned());
+}
+
+double PrintArgument::asReal() const {
+    switch (kind_) {
+        case Kind::Real: return real_;
+        case Kind::Unsigned: return static_cast<double>(unsigned_);
+        default: return static_cast<double>(asSigned());
+    }
+}
+
+std::string PrintArgument::asText() const {
+    switch (kind_) {
+        case Kind::Text: return text_;
+        case Kind::Unsigned: return std::to_string(unsigned_);
+        case Kind::Real: {
+            char digits[32];
+            return std::string(digits, std::to_chars(digits, digits + sizeof digits, real_).ptr);
+        }
+        default: return std::to_string(asSigned());
+    }
+}
+
+Print::Print() = default;
+
+Print& Print::instance() {
+    static Print& instance = *new Print;
+    return instance;
+}
+
+void Print::writeArguments(PrintType type, char const* format,
+                           std::span<PrintArgument const> arguments) {
+    messageStream().buffer.send();
+    output().send({type, {}, Formatter(arguments).format(format)});
+}
+
+std::ostream& Print::ostream(PrintType type, char const* context) {
+    MessageStream& current = messageStream();
+    current.buffer.send();
+    current.buffer.begin(type, context);
+    current.stream.clear();
+    current.stream.copyfmt(std::ios(nullptr));  // no formatting is left from the last message
+    current.stream.imbue(std::locale::classic());
+    return current.stream;
+}
+
+Print::Sink Print::setSink(Sink sink) {
+    Output& out = output();
+    std::lock_guard const lock(out.mutex);
+    Sink previous = *out.sink;
+    out.sink = std::make_shared<Sink const>(std::move(sink));
+    return previous;
+}
+
+}  // namespace Kr

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+
+#include <compare>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+/// An XML qualified name held as one text: the namespace URI, which ends in
+/// '#', followed directly by the local name. A name without a namespace is the
+/// local name alone. Tokens compare and order by their text.
+///
+///     KrToken const ns("urn:example#");
+///     KrToken const alpha = ns + "alpha";   // "urn:example#alpha"
+class KR_EXPORT KrToken {
+public:
+    KrToken() = default;
+    explicit KrToken(char const* text) : text_(text) {}
+    explicit KrToken(std::string text) : text_(std::move(text)) {}
+    KrToken(KrToken const&) = default;
+    KrToken(KrToken&&) = default;
+    KrToken& operator=(KrToken const&) = default;
+    KrToken& operator=(KrToken&&) = default;
+    virtual ~KrToken();
+
+    /// The full text, namespace included. `operator<<` writes what this returns.
+    virtual std::string text() const;
+
+    KrToken& operator+=(std::string const& more);
+
+    bool operator==(KrToken const& other) const { return text_ == other.text_; }
+    bool operator==(std::string const& other) const { return text_ == other; }
+    std::strong_ordering operator<=>(KrToken const& other) const { return text_ <=> other.text_; }
+
+    operator std::string const&() const { return text_; }
+    std::string token() const { return text_; }
+    char const* c_str() const { return text_.c_str(); }
+
+    /// The part after the last '#': the whole text of a name without a namespace.
+    std::string_view localName() const;
+
+    /// The part up to and including the last '#'; empty without a namespace.
+    std::string_view namespaceUri() const;
+
+private:
+    std::string text_;
+};
+
+/// `prefix` followed by `local`; `prefix` itself is unchanged.
+KR_EXPORT KrToken operator+(KrToken const& prefix, char const* local);
+
+/// Writes the token's full text, whatever its characters.
+KR_EXPORT std::ostream& operator<<(std::ostream& stream, KrToken const& token);

@@ -1,0 +1,13 @@
+#include "foundation/math/KrMath.h"
+
+#include "foundation/math/KrRandom.h"
+
+#include <cmath>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+double KrMath::sqrt(double x) { return std::sqrt(x); }
+
+double KrMath::unifRand() { return KrRandom::uniformRealRandom(0.0, 1.0); }

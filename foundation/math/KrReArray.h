@@ -1,0 +1,49 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrTypes.h"
+
+#include <vector>
+
+/// Two-dimensional array of doubles: a list of rows, each a `KrRealVector`, so
+/// that a set of points can be handed on as a list of points without a copy.
+class KR_EXPORT KrReArray {
+public:
+    /// No rows.
+    KrReArray() = default;
+
+    /// `rows` rows of `columns` zeros.
+    KrReArray(KrU32 rows, KrU32 columns) { resizeArray(rows, columns); }
+
+    KrU32 numRows() const { return static_cast<KrU32>(rows_.size()); }
+    KrU32 numColumns() const { return columns_; }
+
+    /// Row `row`, which must exist. A row keeps its length.
+    KrRealVector& operator[](KrU32 row) { return rows_[row]; }
+    KrRealVector const& operator[](KrU32 row) const { return rows_[row]; }
+
+    std::vector<KrRealVector> const& rows() const { return rows_; }
+
+    /// Changes the size; entries inside the new size keep their values, new
+    /// ones are zero.
+    void resizeArray(KrU32 rows, KrU32 columns);
+
+    /// Changes the size and sets every entry to `value`.
+    void resizeArrayAndFill(KrU32 rows, KrU32 columns, double value);
+
+    /// The lower-triangular factor L with L Lᵀ = this array, which must be
+    /// symmetric and positive definite; only its lower triangle is read.
+    /// Row by row (Cholesky-Banachiewicz), sums in index order.
+    ///
+    /// Where a pivot is not positive (NaN included), that column of the factor
+    /// is zero, the factorisation goes on, and the result is false. An array
+    /// that is not square is factored as far as both sides reach, and the
+    /// result is false. `factor` may be this array. Cost: n³/6 multiplications.
+    KrBoolean choleskyDecomposition(KrReArray& factor) const;
+
+    bool operator==(KrReArray const&) const = default;
+
+private:
+    std::vector<KrRealVector> rows_;
+    KrU32 columns_ = 0;
+};

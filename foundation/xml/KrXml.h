@@ -1,0 +1,85 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrToken.h"
+#include "foundation/core/KrTypes.h"
+#include "foundation/xml/KrXmlObject.h"
+
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+class KrXmlFactory;
+
+/// The framework's own tokens, and whole documents. The functions never leave a
+/// failure unsaid: whenever a result is false (or an empty text), a message has
+/// been printed through `Kr::Print`.
+namespace KrXml {
+
+/// The namespace of all elements, "urn:zeibreku:function#".
+extern KR_EXPORT char const namespaceUri[];
+
+extern KR_EXPORT KrToken const KrCountToken;         ///< attribute "count", no namespace
+extern KR_EXPORT KrToken const KrAddLibrariesToken;  ///< element "addLibraries"
+extern KR_EXPORT KrToken const KrItemToken;          ///< element "item" of a vector
+extern KR_EXPORT KrToken const KrFirstToken;         ///< element "first" of a pair
+extern KR_EXPORT KrToken const KrSecondToken;        ///< element "second" of a pair
+
+/// Reads the document `path`, whose root element must be `fresh.token()`, into
+/// `fresh`, a new object that takes what `prototype` adds to its class.
+KR_EXPORT KrBoolean readFileInto(std::string const& path, KrXmlObject& fresh,
+                                 KrXmlObject const& prototype, KrXmlFactory const* factory);
+KR_EXPORT KrBoolean readTextInto(std::string const& text, KrXmlObject& fresh,
+                                 KrXmlObject const& prototype, KrXmlFactory const* factory);
+
+/// Reads by `read(fresh)` into a new object of the class of `object`, and moves
+/// it there when that was true.
+template <class T, class Read>
+KrBoolean replaceByNew(T& object, Read read) {
+    static_assert(!std::is_abstract_v<T>, "a document is read into an object of a concrete class");
+    std::unique_ptr<KrXmlObject> const fresh(object.newObject());
+    if (!read(*fresh)) {
+        return false;
+    }
+    object = std::move(dynamic_cast<T&>(*fresh));
+    return true;
+}
+
+/// Reads a whole document whose root is `object.token()`. What the document
+/// lacks takes its default: the object is replaced. When the result is false,
+/// `object` is as it was. `factory` creates elements that containers and vectors
+/// have no creator for; null: none.
+template <class T>
+KrBoolean readFile(std::string const& path, T& object, KrXmlFactory const* factory = nullptr) {
+    return replaceByNew(
+        object, [&](KrXmlObject& fresh) { return readFileInto(path, fresh, object, factory); });
+}
+
+/// The same from a text; in messages the document is called "<string>".
+template <class T>
+KrBoolean fromString(std::string const& text, T& object, KrXmlFactory const* factory = nullptr) {
+    return replaceByNew(
+        object, [&](KrXmlObject& fresh) { return readTextInto(text, fresh, object, factory); });
+}
+
+/// Writes the document of `object` beside `path` and then renames it over
+/// `path`, so that at every moment the old or the new file is whole; when the
+/// result is false, the old file is untouched. An existing file keeps its
+/// permissions; a symbolic link is followed.
+KR_EXPORT KrBoolean writeFile(std::string const& path, KrXmlObject const& object);
+
+/// The document of `object`; empty on failure.
+KR_EXPORT std::string toString(KrXmlObject const& object);
+
+/// An XML Schema for documents whose root is `object.token()`; empty on failure.
+KR_EXPORT std::string schemaToString(KrXmlObject const& object);
+
+/// Fills the file `path` in one step, as `writeFile` does, with what `write`
+/// puts into the stream it is given; nothing is replaced when that is false.
+KR_EXPORT KrBoolean replaceFile(std::string const& path,
+                                std::function<KrBoolean(std::ostream&)> const& write);
+
+}  // namespace KrXml

@@ -1,0 +1,101 @@
+#include "foundation/xml/KrXmlBaseVariableCompoundType.h"
+
+#include "foundation/core/KrPrint.h"
+#include "foundation/xml/KrXmlChildren.h"
+#include "foundation/xml/KrXmlObjectVisitor.h"
+#include "foundation/xml/KrXmlSchema.h"
+
+#include <memory>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+void KrXmlBaseVariableCompoundType::accept(KrXmlObjectVisitor* visitor) { visitor->visit(this); }
+
+KrBoolean KrXmlBaseVariableCompoundType::read(KrXmlReader& reader) {
+    KrXmlObject::read(reader);
+    bool const noAttributes = reader.refuseAttributes();
+    bool const childrenRead =
+        krXmlReadChildren(reader, [this](KrToken const& token, KrXmlReader& from) {
+            return readValueFromToken(token, from);
+        });
+    return childrenRead && noAttributes;
+}
+
+KrBoolean KrXmlBaseVariableCompoundType::write(KrXmlWriter& writer) const {
+    bool const good = KrXmlObject::write(writer);
+    return (addLibraries().size() == 0 ||
+            krXmlWriteElement(writer, KrXml::KrAddLibrariesToken, addLibraries())) &&
+           good;
+}
+
+void KrXmlBaseVariableCompoundType::writeSchema(KrXmlSchema& schema) const {
+    KrXmlObject::writeSchema(schema);
+    schema.startGroup(KrXmlSchema::Group::List);
+    schema.element(KrXml::KrAddLibrariesToken, addLibraries());
+    for (auto const& [token, creator] : creatorMap()) {
+        std::unique_ptr<KrXmlObject const> const object(newObjectFromToken(token));
+        if (object) {
+            schema.element(token, *object);
+        }
+    }
+    schema.endGroup();
+}
+
+void KrXmlBaseVariableCompoundType::registerComponentCreator(KrToken const& token,
+                                                             KrXmlCreator creator) {
+    (*creators_)[token] = creator;
+}
+
+KrXmlObject* KrXmlBaseVariableCompoundType::newObjectFromToken(KrToken const& token) const {
+    return krXmlCreate(creatorMap(), token);
+}
+
+KrXmlBaseVariableCompoundType::LibraryList const& KrXmlBaseVariableCompoundType::addLibraries()
+    const {
+    return addLibraries_;
+}
+
+void KrXmlBaseVariableCompoundType::setAddLibraries(LibraryList const& libraries) {
+    addLibraries_ = libraries;
+}
+
+KrXmlCreatorMap const& KrXmlBaseVariableCompoundType::creatorMap() const {
+    if (!*creatorsRegistered_) {
+        // The creators follow from the class and are no part of the value, which
+        // is why a const object may have them registered.
+        auto& self = const_cast<KrXmlBaseVariableCompoundType&>(*this);
+        *self.creatorsRegistered_ = true;
+        KrXmlCreatorMap const added = std::move(*self.creators_);
+        self.creators_->clear();
+        self.registerComponentCreators();
+        for (auto const& [token, creator] : added) {
+            self.registerComponentCreator(token, creator);  // a client's own come last
+        }
+    }
+    return *creators_;
+}
+
+KrBoolean KrXmlBaseVariableCompoundType::readValueFromToken(KrToken const& token,
+                                                            KrXmlReader& reader) {
+    if (token == KrXml::KrAddLibrariesToken) {
+        addLibraries_.read(reader);
+        processLibraries();
+        return true;
+    }
+    return false;
+}
+
+void KrXmlBaseVariableCompoundType::processLibraries() {
+    for (auto const& library : addLibraries()) {
+        Kr::Print::instance().write(Kr::PrintType::Error,
+                                    "library \"%s\" is not loaded: loading code is off\n",
+                                    library.value());
+    }
+}
+
+void KrXmlBaseVariableCompoundType::adoptCreators(KrXmlBaseVariableCompoundType const& other) {
+    creators_ = other.creatorMap();
+    creatorsRegistered_ = true;
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrMember.h"
+#include "foundation/xml/KrXmlFactory.h"
+#include "foundation/xml/KrXmlObject.h"
+#include "foundation/xml/KrXmlVectorType.h"
+
+#include <string>
+
+/// Base of containers and element vectors, whose children are elements of
+/// several classes, each created from its tag by the creator registered for it.
+/// The one child of its own is a list of library names, written when it is not
+/// empty:
+///
+///     <addLibraries count="1"><item>libmine.so</item></addLibraries>
+class KR_EXPORT KrXmlBaseVariableCompoundType : public KrXmlObject {
+public:
+    using LibraryList = KrXmlVectorType<KrXmlBasicType<std::string>>;
+
+    void accept(KrXmlObjectVisitor* visitor) override;
+
+    /// Gives each child element to `readValueFromToken`.
+    KrBoolean read(KrXmlReader& reader) override;
+    KrBoolean write(KrXmlWriter& writer) const override;
+    void writeSchema(KrXmlSchema& schema) const override;
+
+    /// Calls `registerComponentCreator` for every class that the object can
+    /// create. Called by the framework before the creators are first needed.
+    virtual void registerComponentCreators() = 0;
+
+    /// Adds a creator, in place of an earlier one for the same tag.
+    virtual void registerComponentCreator(KrToken const& token, KrXmlCreator creator);
+
+    /// A new object for `token`, owned by the caller; null for an unknown tag.
+    virtual KrXmlObject* newObjectFromToken(KrToken const& token) const;
+
+    virtual LibraryList const& addLibraries() const;
+    virtual void setAddLibraries(LibraryList const& libraries);
+
+    virtual KrXmlCreatorMap const& creatorMap() const;
+
+    /// Reads the child element `token`, on which the reader stands. The base
+    /// reads the library list and answers false for any other.
+    virtual KrBoolean readValueFromToken(KrToken const& token, KrXmlReader& reader);
+
+    /// Acts on the library list that was just read: reports each name, print
+    /// type 4, and loads nothing, since a data file must not make a program run
+    /// code.
+    virtual void processLibraries();
+
+    /// Takes over the creators of `other`, those that its client added included.
+    void adoptCreators(KrXmlBaseVariableCompoundType const& other);
+
+    /// Compares the library lists; creators belong to the class.
+    bool operator==(KrXmlBaseVariableCompoundType const&) const = default;
+
+private:
+    LibraryList addLibraries_;
+    KrUncompared<KrXmlCreatorMap> creators_;
+    KrUncompared<bool> creatorsRegistered_;
+};

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "foundation/xml/KrElement.h"
+#include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlReader.h"
+#include "foundation/xml/KrXmlSchema.h"
+#include "foundation/xml/KrXmlText.h"
+#include "foundation/xml/KrXmlWriter.h"
+
+#include <string>
+#include <utility>
+
+/// A value of type `double`, `KrU32`, `bool` or `std::string` as an object of a
+/// document; `KrXmlText<T>` says how its text is read and written. A text that
+/// is refused leaves the value as it was.
+///
+///     <alpha>0.5</alpha>
+template <class T>
+class KR_EXPORT KrXmlBasicType
+    : public KrElement<KrXmlBasicType<T>, KrXmlObject, KrXml::KrItemToken> {
+public:
+    KrXmlBasicType() = default;
+    explicit KrXmlBasicType(T value) : value_(std::move(value)) {}
+
+    KrXmlBasicType& operator=(T value) {
+        value_ = std::move(value);
+        return *this;
+    }
+
+    operator T const&() const { return value_; }
+    T const& value() const { return value_; }
+
+    bool operator==(KrXmlBasicType const&) const = default;
+
+    KrBoolean read(KrXmlReader& reader) override {
+        std::string_view text;
+        return reader.readText(text) && parse(text, reader);
+    }
+
+    KrBoolean readAttribute(KrXmlReader& reader) override {
+        return parse(reader.attributeValue(), reader);
+    }
+
+    KrBoolean write(KrXmlWriter& writer) const override {
+        KrXmlTextRoom room;
+        std::string_view const text = KrXmlText<T>::format(value_, room);
+        if constexpr (std::is_arithmetic_v<T>) {
+            writer.plainText(text);
+        } else {
+            writer.text(text);
+        }
+        return true;
+    }
+
+    void writeSchema(KrXmlSchema& schema) const override {
+        schema.simpleType(KrXmlText<T>::schemaType);
+    }
+
+    bool isBasicType() const override { return true; }
+
+private:
+    bool parse(std::string_view text, KrXmlReader& reader) {
+        KrXmlParse const result = KrXmlText<T>::parse(text, value_);
+        return result == KrXmlParse::Good ||
+               krXmlRefuseValue(reader, result, KrXmlText<T>::expected, text);
+    }
+
+    T value_{};
+};

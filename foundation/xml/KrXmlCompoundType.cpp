@@ -1,0 +1,231 @@
+#include "foundation/xml/KrXmlCompoundType.h"
+
+#include "foundation/xml/KrXmlChildren.h"
+#include "foundation/xml/KrXmlObjectVisitor.h"
+#include "foundation/xml/KrXmlReader.h"
+#include "foundation/xml/KrXmlSchema.h"
+#include "foundation/xml/KrXmlWriter.h"
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+void KrXmlComponentMap::add(KrToken const& token, KrXmlObject* object, bool readOnly) {
+    entries_.push_back({token, object, readOnly});
+}
+
+KrXmlComponentMap::Entry const* KrXmlComponentMap::find(KrToken const& token) const {
+    for (Entry const& entry : entries_) {
+        if (entry.token == token) {
+            return &entry;
+        }
+    }
+    return nullptr;
+}
+
+void KrXmlCompoundType::accept(KrXmlObjectVisitor* visitor) { visitor->visit(this); }
+
+void KrXmlCompoundType::xmlInit() {
+    for (auto const& component : componentMap()) {
+        component.object->xmlInit();
+    }
+    for (auto const& attribute : attributeComponentMap()) {
+        attribute.object->xmlInit();
+    }
+    KrXmlObject::xmlInit();
+}
+
+KrBoolean KrXmlCompoundType::read(KrXmlReader& reader) {
+    prepared();
+    KrXmlObject::read(reader);
+    bool const attributesRead = readAttributes(reader);
+    return readElements(reader) && attributesRead;
+}
+
+KrBoolean KrXmlCompoundType::write(KrXmlWriter& writer) const {
+    prepared();
+    return KrXmlObject::write(writer) && writeAttributes(writer) && writeElements(writer);
+}
+
+void KrXmlCompoundType::writeSchema(KrXmlSchema& schema) const {
+    prepared();
+    KrXmlObject::writeSchema(schema);
+    writeSchemaElements(schema);
+    writeSchemaAttributes(schema);
+}
+
+KrBoolean KrXmlCompoundType::readAttributes(KrXmlReader& reader) {
+    bool good = true;
+    while (reader.nextAttribute()) {
+        good = readAttributeFromToken(reader.attributeName(), reader) && good;
+    }
+    return good;
+}
+
+KrBoolean KrXmlCompoundType::readElements(KrXmlReader& reader) {
+    for (auto const& component : componentMap()) {
+        component.object->setSpecified(false);
+    }
+    return krXmlReadChildren(reader, [this](KrToken const& token, KrXmlReader& from) {
+        return readValueFromToken(token, from);
+    });
+}
+
+KrBoolean KrXmlCompoundType::writeAttributes(KrXmlWriter& writer) const {
+    for (auto const& attribute : prepared().attributeComponentMap()) {
+        writer.startAttribute(attribute.token);
+        attribute.object->write(writer);
+        writer.endAttribute();
+    }
+    return writer.good();
+}
+
+KrBoolean KrXmlCompoundType::writeElements(KrXmlWriter& writer) const {
+    for (auto const& component : prepared().componentMap()) {
+        krXmlWriteElement(writer, component.token, *component.object);
+    }
+    return writer.good();
+}
+
+void KrXmlCompoundType::writeSchemaAttributes(KrXmlSchema& schema) const {
+    for (auto const& attribute : prepared().attributeComponentMap()) {
+        schema.attribute(attribute.token, *attribute.object);
+    }
+}
+
+void KrXmlCompoundType::writeSchemaElements(KrXmlSchema& schema) const {
+    KrXmlCompoundType& self = prepared();
+    if (!hasChildren()) {
+        return;
+    }
+    schema.startGroup(KrXmlSchema::Group::All);
+    for (auto const* map : {&self.componentMap(), &self.specialDescriptorMap()}) {
+        for (auto const& child : *map) {
+            schema.element(child.token, *child.object);
+        }
+    }
+    schema.endGroup();
+}
+
+void KrXmlCompoundType::registerComponents() {}
+
+void KrXmlCompoundType::registerComponent(KrToken const& token, KrXmlObject* object) {
+    maps().components.add(token, object, false);
+}
+
+void KrXmlCompoundType::registerComponentReadOnly(KrToken const& token, KrXmlObject* object) {
+    maps().components.add(token, object, true);
+}
+
+KrXmlComponentMap& KrXmlCompoundType::componentMap() {
+    if (!maps().registered) {
+        createComponentMap();
+    }
+    return maps().components;
+}
+
+void KrXmlCompoundType::registerAttributeComponent(KrToken const& token, KrXmlObject* object) {
+    maps().attributes.add(token, object, false);
+}
+
+void KrXmlCompoundType::registerAttributeComponentReadOnly(KrToken const& token,
+                                                           KrXmlObject* object) {
+    maps().attributes.add(token, object, true);
+}
+
+KrXmlComponentMap& KrXmlCompoundType::attributeComponentMap() {
+    if (!maps().registered) {
+        createAttributeComponentMap();
+    }
+    return maps().attributes;
+}
+
+KrXmlComponentMap& KrXmlCompoundType::specialDescriptorMap() {
+    if (!maps().specialsRegistered) {
+        maps().specialsRegistered = true;
+        createSpecialDescriptorMap();
+    }
+    return maps().specials;
+}
+
+bool KrXmlCompoundType::hasChildren() const {
+    KrXmlCompoundType& self = prepared();
+    return !self.componentMap().empty() || !self.specialDescriptorMap().empty();
+}
+
+bool KrXmlCompoundType::hasAttributes() const {
+    return !prepared().attributeComponentMap().empty();
+}
+
+KrBoolean KrXmlCompoundType::readValueFromToken(KrToken const& token, KrXmlReader& reader) {
+    auto const* const component = componentMap().find(token);
+    if (!component) {
+        return readValueFromSpecialToken(token, reader);
+    }
+    if (component->readOnly) {
+        return true;
+    }
+    if (component->object->specified()) {
+        return reader.refuse("each component once", "a second " + krXmlQuoted(token.localName()));
+    }
+    component->object->setSpecified(true);
+    return component->object->read(reader);
+}
+
+KrBoolean KrXmlCompoundType::readValueFromSpecialToken(KrToken const& token, KrXmlReader& reader) {
+    auto const* const special = specialDescriptorMap().find(token);
+    return special && special->object->read(reader);
+}
+
+KrBoolean KrXmlCompoundType::readAttributeFromToken(KrToken const& token, KrXmlReader& reader) {
+    auto const* const attribute = attributeComponentMap().find(token);
+    if (!attribute) {
+        return reader.refuseAttribute();
+    }
+    return attribute->readOnly || attribute->object->readAttribute(reader);
+}
+
+void KrXmlCompoundType::newComponentMap() {
+    maps().components.clear();
+    maps().attributes.clear();
+}
+
+void KrXmlCompoundType::newSpecialDescriptorMap() { maps().specials.clear(); }
+
+void KrXmlCompoundType::createComponentMap() {
+    newComponentMap();
+    maps().registered = true;
+    registerComponents();
+}
+
+void KrXmlCompoundType::createAttributeComponentMap() { createComponentMap(); }
+
+void KrXmlCompoundType::createSpecialDescriptorMap() { newSpecialDescriptorMap(); }
+
+bool KrXmlCompoundType::isReadOnlyComponent(KrToken token) const {
+    auto const* const component = prepared().componentMap().find(token);
+    return component && component->readOnly;
+}
+
+bool KrXmlCompoundType::isReadOnlyAttribute(KrToken token) const {
+    auto const* const attribute = prepared().attributeComponentMap().find(token);
+    return attribute && attribute->readOnly;
+}
+
+KrXmlCompoundType::Maps& KrXmlCompoundType::maps() {
+    if (!*maps_) {
+        *maps_ = std::make_unique<Maps>();
+    }
+    return **maps_;
+}
+
+// Initialises the object before its first use in a document. The maps, and the
+// texts of enumerations, are no part of its value, which is why a const object
+// may have them made.
+KrXmlCompoundType& KrXmlCompoundType::prepared() const {
+    auto& self = const_cast<KrXmlCompoundType&>(*this);
+    if (!xmlInitialized()) {
+        self.xmlInit();
+    }
+    return self;
+}

@@ -1,0 +1,51 @@
+#include "foundation/xml/KrXmlObject.h"
+
+#include "foundation/xml/KrXmlObjectVisitor.h"
+#include "foundation/xml/KrXmlReader.h"
+#include "foundation/xml/KrXmlSchema.h"
+#include "foundation/xml/KrXmlWriter.h"
+
+#include <memory>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+KrXmlObject::~KrXmlObject() = default;
+
+void KrXmlObject::accept(KrXmlObjectVisitor* visitor) { visitor->visit(this); }
+
+void KrXmlObject::xmlInit() {
+    setXmlInitialized(true);
+    setSpecified(false);
+}
+
+KrBoolean KrXmlObject::read(KrXmlReader&) {
+    setSpecified(true);
+    return true;
+}
+
+KrBoolean KrXmlObject::readAttribute(KrXmlReader& reader) { return reader.refuseAttribute(); }
+
+KrBoolean KrXmlObject::write(KrXmlWriter& writer) const { return writer.good(); }
+
+void KrXmlObject::writeSchema(KrXmlSchema&) const {}
+
+KrBoolean KrXmlObject::createSchema(std::string const& path, KrToken const& root) const {
+    return KrXmlSchema().writeFile(path, *this, root);
+}
+
+bool KrXmlObject::xmlInitialized() const { return xmlInitialized_; }
+
+void KrXmlObject::setXmlInitialized(bool initialized) { xmlInitialized_ = initialized; }
+
+bool KrXmlObject::specified() const { return specified_; }
+
+void KrXmlObject::setSpecified(bool specified) { specified_ = specified; }
+
+bool KrXmlObject::isBasicType() const { return false; }
+
+bool KrXmlObject::equalsDefault() const {
+    std::unique_ptr<KrXmlObject const> const fresh(newObject());
+    return equality(fresh.get());
+}

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrToken.h"
+#include "foundation/core/KrTypes.h"
+
+#include <string>
+
+class KrXmlObjectVisitor;
+class KrXmlReader;
+class KrXmlSchema;
+class KrXmlWriter;
+
+/// The interface of everything that a document can hold: values, elements,
+/// containers and vectors. The order of its virtual operations, and of those in
+/// the classes below it, is part of the interface.
+///
+/// An object's XML text is its tag around its content. `read` and `write`
+/// handle the content alone; who calls them has read, or writes, the tag.
+class KR_EXPORT KrXmlObject {
+public:
+    KrXmlObject() = default;
+    KrXmlObject(KrXmlObject const&) = default;
+    KrXmlObject(KrXmlObject&&) noexcept = default;
+    KrXmlObject& operator=(KrXmlObject const&) = default;
+    KrXmlObject& operator=(KrXmlObject&&) noexcept = default;
+    virtual ~KrXmlObject();
+
+    /// Calls the visitor's `visit` for the kind of this object.
+    virtual void accept(KrXmlObjectVisitor* visitor);
+
+    /// A copy on the heap, owned by the caller.
+    virtual KrXmlObject* clone() const = 0;
+
+    /// Makes the object ready for reading and writing. The framework calls it
+    /// before it first reads, writes or describes the object; values are not
+    /// touched. Marks the object initialised and not specified.
+    virtual void xmlInit();
+
+    /// Reads the content of the element on which the reader stands, to its end
+    /// tag. False when anything in it was refused by this object.
+    virtual KrBoolean read(KrXmlReader& reader);
+
+    /// Reads the value of the reader's current attribute.
+    virtual KrBoolean readAttribute(KrXmlReader& reader);
+
+    /// Writes the content into the element that the writer has started.
+    virtual KrBoolean write(KrXmlWriter& writer) const;
+
+    /// Describes the content to a schema. The base has none.
+    virtual void writeSchema(KrXmlSchema& schema) const;
+
+    /// Writes an XML Schema for documents with root element `root` and this
+    /// object's content to the file `path`; false, with a message, on failure.
+    virtual KrBoolean createSchema(std::string const& path, KrToken const& root) const;
+
+    virtual bool xmlInitialized() const;
+    virtual void setXmlInitialized(bool initialized);
+
+    /// Whether the document that was read last gave this object.
+    virtual bool specified() const;
+    virtual void setSpecified(bool specified);
+
+    /// Whether the content is one text, so that it can stand in an attribute.
+    virtual bool isBasicType() const;
+
+    /// Whether the object equals a new one of its class.
+    virtual bool equalsDefault() const;
+
+    /// Whether `other` is an object of this class (or derived from it) and
+    /// equal, compared as this class; false for null.
+    virtual KrBoolean equality(KrXmlObject const* other) const = 0;
+
+    /// A default-constructed object of this class, owned by the caller.
+    virtual KrXmlObject* newObject() const = 0;
+
+    /// The element tag of the class.
+    virtual KrToken const& token() const = 0;
+
+    /// The flags and whatever else the framework keeps take no part.
+    bool operator==(KrXmlObject const&) const { return true; }
+
+private:
+    bool xmlInitialized_ = false;
+    bool specified_ = false;
+};

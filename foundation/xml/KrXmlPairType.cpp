@@ -1,0 +1,52 @@
+#include "foundation/xml/KrXmlPairType.h"
+
+#include "foundation/core/KrPrint.h"
+#include "foundation/xml/KrXmlSchema.h"
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+
+bool refusePart(KrXmlReader const& reader) {
+    Kr::Print::instance().write(
+        Kr::PrintType::Error,
+        "KrXmlPairType Error: file not valid.\n\tFormat not correct.\n\tFile: %s\n\tLine: %u"
+        "\tExpected %s or %s",
+        reader.fileName(), reader.line(), KrXml::KrFirstToken.c_str(),
+        KrXml::KrSecondToken.c_str());
+    return false;
+}
+
+}  // namespace
+
+namespace KrXmlPair {
+
+KrBoolean read(KrXmlReader& reader, KrXmlObject& first, KrXmlObject& second) {
+    bool const noAttributes = reader.refuseAttributes();
+    first.setSpecified(false);
+    second.setSpecified(false);
+    auto const readPart = [&](KrToken const& token, KrXmlReader& from) {
+        KrXmlObject* const part = token == KrXml::KrFirstToken    ? &first
+                                  : token == KrXml::KrSecondToken ? &second
+                                                                  : nullptr;
+        if (!part || part->specified()) {
+            return refusePart(from);
+        }
+        part->setSpecified(true);
+        return part->read(from);
+    };
+    return krXmlReadChildren(reader, readPart) && noAttributes;
+}
+
+KrBoolean write(KrXmlWriter& writer, KrXmlObject const& first, KrXmlObject const& second) {
+    bool const firstWritten = krXmlWriteElement(writer, KrXml::KrFirstToken, first);
+    return krXmlWriteElement(writer, KrXml::KrSecondToken, second) && firstWritten;
+}
+
+void writeSchema(KrXmlSchema& schema, KrXmlObject const& first, KrXmlObject const& second) {
+    schema.startGroup(KrXmlSchema::Group::All);
+    schema.element(KrXml::KrFirstToken, first);
+    schema.element(KrXml::KrSecondToken, second);
+    schema.endGroup();
+}
+
+}  // namespace KrXmlPair

@@ -1,0 +1,456 @@
+#include "foundation/xml/KrXmlReader.h"
+
+#include "foundation/core/KrPrint.h"
+
+#include <expat.h>
+
+#include <exception>
+#include <istream>
+#include <new>
+#include <unordered_map>
+#include <utility>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+
+bool isBlank(std::string_view text) {
+    for (char const c : text) {
+        if (!krXmlIsBlank(c)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Where a schema may be found: says nothing of the document's content.
+bool isSchemaLocation(std::string_view name) {
+    constexpr std::string_view instance = "http://www.w3.org/2001/XMLSchema-instance";
+    return name.starts_with(instance) &&
+           (name.substr(instance.size()) == "schemaLocation" ||
+            name.substr(instance.size()) == "noNamespaceSchemaLocation");
+}
+
+}  // namespace
+
+// Expat pushes, the reader pulls: the parser turns a chunk of the document into
+// a queue of events, and takes the next chunk when the queue is empty. The texts
+// of the queue's events stand in one string beside it.
+class KrXmlReader::Parser {
+public:
+    enum class Kind { Start, End, Text, Failure };
+    struct Event {
+        Kind kind;
+        Place place;
+        KrToken const* token = nullptr;
+        KrU32 begin = 0;  // of the attributes of a start tag, of the characters of a text
+        KrU32 end = 0;
+    };
+    struct Attribute {
+        KrToken const* name;
+        KrU32 textBegin;
+        KrU32 textEnd;
+    };
+
+    explicit Parser(std::istream& stream)
+        : stream_(stream), expat_(XML_ParserCreateNS(nullptr, '\0')) {
+        if (!expat_) {
+            throw std::bad_alloc();
+        }
+        XML_SetUserData(expat_.get(), this);
+        XML_SetElementHandler(expat_.get(), onStart, onEnd);
+        XML_SetCharacterDataHandler(expat_.get(), onText);
+        XML_SetStartDoctypeDeclHandler(expat_.get(), onDoctype);
+    }
+
+    // The next event, null at the document's end. It and its texts are valid
+    // until `next` is called with the queue empty.
+    Event const* next() {
+        while (nextEvent_ == events_.size()) {
+            if (finished_) {
+                return nullptr;
+            }
+            parseChunk();
+        }
+        return &events_[nextEvent_++];
+    }
+
+    // Takes the characters and the end tag that follow a start tag, when both are
+    // in the queue: almost every element that holds a text.
+    bool takeTextAndEnd(std::string_view& taken) {
+        if (events_.size() - nextEvent_ < 2 || events_[nextEvent_].kind != Kind::Text ||
+            events_[nextEvent_ + 1].kind != Kind::End) {
+            return false;
+        }
+        taken = text(events_[nextEvent_].begin, events_[nextEvent_].end);
+        nextEvent_ += 2;
+        return true;
+    }
+
+    std::string_view text(std::size_t begin, std::size_t end) const {
+        return std::string_view(texts_).substr(begin, end - begin);
+    }
+
+    Attribute const& attribute(std::size_t index) const { return attributes_[index]; }
+
+    void setDepthLimit(std::size_t limit) { depthLimit_ = limit; }
+
+    // Of the failure event.
+    std::string expected;
+    std::string found;
+
+    // The start tag whose attributes are current.
+    std::size_t nextAttribute = 0;
+    std::size_t attributesEnd = 0;
+
+private:
+    static constexpr int chunkSize = 1 << 14;
+
+    struct TextHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const {
+            return std::hash<std::string_view>()(text);
+        }
+    };
+    struct Free {
+        void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+    };
+
+    void parseChunk() {
+        events_.clear();
+        attributes_.clear();
+        texts_.clear();
+        nextEvent_ = 0;
+        nextAttribute = attributesEnd = 0;
+        void* const buffer = XML_GetBuffer(expat_.get(), chunkSize);
+        if (!buffer) {
+            throw std::bad_alloc();
+        }
+        stream_.read(static_cast<char*>(buffer), chunkSize);
+        int const count = static_cast<int>(stream_.gcount());
+        bool const unreadable = stream_.bad();
+        finished_ = count == 0;
+        XML_Status const status = XML_ParseBuffer(expat_.get(), count, finished_);
+        if (exception_) {
+            std::rethrow_exception(std::exchange(exception_, nullptr));
+        }
+        if (unreadable) {
+            fail("a readable document", "a read error");
+        } else if (status != XML_STATUS_OK && XML_GetErrorCode(expat_.get()) != XML_ERROR_ABORTED) {
+            fail("well-formed XML", XML_ErrorString(XML_GetErrorCode(expat_.get())));
+        }
+    }
+
+    Place place() const {
+        return {static_cast<KrU32>(XML_GetCurrentLineNumber(expat_.get())),
+                static_cast<KrU32>(XML_GetCurrentColumnNumber(expat_.get()) + 1)};
+    }
+
+    // The queue holds a chunk's texts, far less than 4 GB.
+    KrU32 textsSize() const { return static_cast<KrU32>(texts_.size()); }
+
+    void push(Event const& event) {
+        events_.push_back(event);
+        lastKind_ = event.kind;
+    }
+
+    void fail(char const* what, char const* instead) {
+        expected = what;
+        found = instead;
+        finished_ = true;
+        XML_StopParser(expat_.get(), XML_FALSE);
+        push({Kind::Failure, place()});
+    }
+
+    KrToken const* intern(std::string_view name) {
+        if (!lastName_ || lastName_->first != name) {  // the items of a vector share one
+            auto known = names_.find(name);
+            if (known == names_.end()) {
+                known = names_.emplace(name, KrToken(std::string(name))).first;
+            }
+            lastName_ = &*known;
+        }
+        return &lastName_->second;
+    }
+
+    void start(char const* name, char const** attributes) {
+        if (++depth_ > depthLimit_) {
+            fail(("nesting of at most " + std::to_string(depthLimit_) + " elements").c_str(),
+                 "a deeper element");
+            return;
+        }
+        KrU32 const first = static_cast<KrU32>(attributes_.size());
+        KrToken const* const token = intern(name);
+        for (; *attributes; attributes += 2) {
+            if (!isSchemaLocation(attributes[0])) {
+                KrU32 const begin = textsSize();
+                texts_ += attributes[1];
+                attributes_.push_back({intern(attributes[0]), begin, textsSize()});
+            }
+        }
+        push({Kind::Start, place(), token, first, static_cast<KrU32>(attributes_.size())});
+    }
+
+    void end() {
+        --depth_;
+        push({Kind::End, {}});
+    }
+
+    void characters(std::string_view text) {
+        // White space after an end tag stands between elements and says nothing;
+        // after a start tag it may be all that a text element holds.
+        if (lastKind_ == Kind::End && isBlank(text)) {
+            return;
+        }
+        KrU32 const begin = textsSize();
+        texts_ += text;
+        if (!events_.empty() && lastKind_ == Kind::Text) {
+            events_.back().end = textsSize();
+        } else {
+            push({Kind::Text, place(), nullptr, begin, textsSize()});
+        }
+    }
+
+    // Exceptions must not travel through expat's frames: they are kept, and
+    // thrown when expat has returned.
+    template <class Action>
+    static void guarded(void* self, Action action) {
+        Parser& parser = *static_cast<Parser*>(self);
+        try {
+            action(parser);
+        } catch (...) {
+            parser.exception_ = std::current_exception();
+            parser.finished_ = true;
+            XML_StopParser(parser.expat_.get(), XML_FALSE);
+        }
+    }
+    static void onStart(void* self, char const* name, char const** attributes) {
+        guarded(self, [&](Parser& parser) { parser.start(name, attributes); });
+    }
+    static void onEnd(void* self, char const*) {
+        guarded(self, [](Parser& parser) { parser.end(); });
+    }
+    static void onText(void* self, char const* text, int length) {
+        guarded(self, [&](Parser& parser) {
+            parser.characters({text, static_cast<std::size_t>(length)});
+        });
+    }
+    // Stopped before the declaration's content is parsed.
+    static void onDoctype(void* self, char const*, char const*, char const*, int) {
+        guarded(self,
+                [](Parser& parser) { parser.fail("no document type declaration", "<!DOCTYPE"); });
+    }
+
+    std::istream& stream_;
+    std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> expat_;
+    std::vector<Event> events_;
+    std::vector<Attribute> attributes_;
+    std::string texts_;
+    std::size_t nextEvent_ = 0;
+    using Names = std::unordered_map<std::string, KrToken, TextHash, std::equal_to<>>;
+    Names names_;  // the names met so far, each once; entries never move
+    Names::value_type const* lastName_ = nullptr;
+    std::size_t depth_ = 0;
+    std::size_t depthLimit_ = defaultDepthLimit;
+    Kind lastKind_ = Kind::Start;
+    bool finished_ = false;
+    std::exception_ptr exception_;
+};
+
+KrXmlReader::KrXmlReader(std::istream& stream, std::string const& fileName)
+    : parser_(std::make_unique<Parser>(stream)), fileName_(fileName) {}
+
+KrXmlReader::~KrXmlReader() = default;
+
+// Brings the next event in: the current element is left when it had ended, and
+// the reader stands on what a start tag opens.
+KrXmlReader::Step KrXmlReader::step(std::string_view& text) {
+    if (stopped_) {
+        return Step::None;
+    }
+    if (ended_) {
+        open_.pop_back();
+        ended_ = false;
+    }
+    Parser::Event const* const event = parser_->next();
+    if (!event) {
+        return Step::None;
+    }
+    switch (event->kind) {
+        case Parser::Kind::Start:
+            open_.push_back({event->token, event->place});
+            parser_->nextAttribute = event->begin;
+            parser_->attributesEnd = event->end;
+            return Step::Start;
+        case Parser::Kind::End: ended_ = true; return Step::End;
+        case Parser::Kind::Text:
+            textPlace_ = event->place;
+            text = parser_->text(event->begin, event->end);
+            return Step::Text;
+        default:
+            stopped_ = true;
+            refuseAt(event->place, parser_->expected, parser_->found);
+            return Step::None;
+    }
+}
+
+bool KrXmlReader::begin() {
+    if (!begun_) {
+        begun_ = true;
+        std::string_view prolog;
+        step(prolog);
+    }
+    return !stopped_ && !open_.empty();
+}
+
+KrBoolean KrXmlReader::nextChild() {
+    std::string_view text;
+    while (begin()) {
+        switch (step(text)) {
+            case Step::Start: return true;
+            case Step::Text: refuseStrayText(text); break;
+            default: return false;
+        }
+    }
+    return false;
+}
+
+KrBoolean KrXmlReader::nextAttribute() {
+    if (!begin() || parser_->nextAttribute == parser_->attributesEnd) {
+        return false;
+    }
+    ++parser_->nextAttribute;
+    return true;
+}
+
+KrToken const& KrXmlReader::attributeName() const {
+    return *parser_->attribute(parser_->nextAttribute - 1).name;
+}
+
+std::string_view KrXmlReader::attributeValue() const {
+    auto const& attribute = parser_->attribute(parser_->nextAttribute - 1);
+    return parser_->text(attribute.textBegin, attribute.textEnd);
+}
+
+KrBoolean KrXmlReader::readText(std::string_view& text) {
+    text = {};
+    if (!onElement()) {
+        return false;
+    }
+    bool good = refuseAttributes();
+    if (parser_->takeTextAndEnd(text)) {
+        ended_ = true;
+        return good;
+    }
+    text_.clear();
+    std::size_t const own = open_.size();
+    std::string_view part;
+    while (!ended_ || open_.size() > own) {
+        switch (step(part)) {
+            case Step::Start:
+                good = refuse("text alone", "element " + krXmlQuoted(token().localName()));
+                close(depth());
+                break;
+            case Step::Text: text_ += part; break;
+            case Step::End: break;
+            case Step::None: return false;
+        }
+    }
+    text = text_;
+    return good;
+}
+
+void KrXmlReader::close(std::size_t depth) {
+    std::string_view text;
+    while (open_.size() > depth || (open_.size() == depth && !ended_)) {
+        if (step(text) == Step::None) {
+            return;
+        }
+    }
+}
+
+KrBoolean KrXmlReader::finish() {
+    std::string_view text;
+    begin();
+    while (step(text) != Step::None) {
+    }
+    return !stopped_;
+}
+
+KrBoolean KrXmlReader::refuse(std::string const& expected, std::string const& found) {
+    return refuseAt({line(), column()}, expected, found);
+}
+
+KrBoolean KrXmlReader::refuseAttribute() {
+    return refuse("no such attribute", "attribute " + krXmlQuoted(attributeName().localName()));
+}
+
+KrBoolean KrXmlReader::refuseAttributes() {
+    bool none = true;
+    while (nextAttribute()) {
+        none = refuseAttribute();
+    }
+    return none;
+}
+
+bool KrXmlReader::refuseAt(Place place, std::string const& expected, std::string const& found) {
+    ++errorCount_;
+    Kr::Print::instance().write(Kr::PrintType::Error, "%s:%u:%u: %s: expected %s, found %s\n",
+                                fileName_, place.line, place.column, path(), expected, found);
+    return false;
+}
+
+void KrXmlReader::refuseStrayText(std::string_view text) {
+    std::string_view const visible = krXmlTrimmed(text);
+    if (visible.empty()) {
+        return;
+    }
+    for (char const* c = text.data(); c != visible.data(); ++c) {
+        bool const newLine = *c == '\n';
+        textPlace_.line += newLine;
+        textPlace_.column = newLine ? 1 : textPlace_.column + 1;
+    }
+    refuseAt(textPlace_, "elements alone", "text " + krXmlQuoted(visible));
+}
+
+KrBoolean KrXmlReader::onElement() { return begin() && !ended_; }
+
+KrToken const& KrXmlReader::token() {
+    static KrToken const none;
+    return begin() ? *open_.back().token : none;
+}
+
+std::size_t KrXmlReader::depth() {
+    begin();
+    return open_.size();
+}
+
+std::string KrXmlReader::path() const {
+    std::string path;
+    for (OpenElement const& element : open_) {
+        if (!path.empty()) {
+            path += '/';
+        }
+        path += element.token->localName();
+    }
+    return path;
+}
+
+void KrXmlReader::setDepthLimit(std::size_t limit) { parser_->setDepthLimit(limit); }
+
+std::string krXmlQuoted(std::string_view text) {
+    constexpr std::size_t longest = 60;
+    if (text.size() <= longest) {
+        return '"' + std::string(text) + '"';
+    }
+    std::size_t end = longest;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
+        --end;  // not inside a character of several bytes
+    }
+    return '"' + std::string(text.substr(0, end)) + "...\"";
+}
+
+KrBoolean krXmlRefuseValue(KrXmlReader& reader, KrXmlParse result, std::string const& expected,
+                           std::string_view text) {
+    bool const outOfRange = result == KrXmlParse::OutOfRange;
+    return reader.refuse(expected + (outOfRange ? " in range" : ""), krXmlQuoted(text));
+}

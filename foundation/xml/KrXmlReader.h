@@ -1,0 +1,142 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrToken.h"
+#include "foundation/core/KrTypes.h"
+#include "foundation/xml/KrXmlText.h"
+
+#include <cstddef>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class KrXmlFactory;
+
+/// A pull reader of one XML document, streaming: the document is parsed in
+/// chunks as it is asked for, and no tree of it is built.
+///
+/// The reader stands on an element. An object's `read` is called with the
+/// reader on the object's start tag and takes what is inside:
+///
+///     while (reader.nextAttribute()) ...            // the start tag's attributes
+///     while (reader.nextChild()) {                  // until the end tag
+///         std::size_t const depth = reader.depth();
+///         ... child.read(reader), chosen by reader.token() ...
+///         reader.close(depth);                      // whatever it left unread
+///     }
+///
+/// or, for an element without children, `readText`. A reader that has not moved
+/// yet stands on the root element as soon as anything is asked of it.
+///
+/// Whatever is refused, malformed text included, is printed as one message
+/// "FILE:LINE:COLUMN: PATH: expected ..., found ..." with lines and columns
+/// counted from 1, and counted. The count never goes back. A document type
+/// declaration is refused, so that no entity is expanded and nothing external
+/// is fetched, and so is nesting deeper than the limit. After malformed text the
+/// reader finds no further children.
+///
+/// Memory: a chunk of 64 KB with its events, and the text of one element.
+class KR_EXPORT KrXmlReader {
+public:
+    static constexpr std::size_t defaultDepthLimit = 256;
+
+    /// Reads from `stream`, which must outlive the reader. `fileName` is what
+    /// messages call the document.
+    explicit KrXmlReader(std::istream& stream, std::string const& fileName = "");
+    ~KrXmlReader();
+    KrXmlReader(KrXmlReader const&) = delete;
+    KrXmlReader& operator=(KrXmlReader const&) = delete;
+
+    /// Moves to the next child of the current element; false when its end tag
+    /// was met instead, which ends the current element.
+    KrBoolean nextChild();
+
+    /// Moves to the next attribute of the current element's start tag.
+    KrBoolean nextAttribute();
+
+    /// Takes the rest of an element that holds text alone: `text` is its
+    /// characters, valid until the reader moves on. Child elements, and
+    /// attributes not yet taken, are refused; the result is false when any were.
+    KrBoolean readText(std::string_view& text);
+
+    /// Reads on to the end of the element at `depth`, as `depth()` gave it,
+    /// passing over what is left of it.
+    void close(std::size_t depth);
+
+    /// Reads on to the end of the document. True when all of it was well formed.
+    KrBoolean finish();
+
+    /// Prints and counts a refusal at the current element. Returns false.
+    KrBoolean refuse(std::string const& expected, std::string const& found);
+
+    /// Refuses the current attribute as unknown. Returns false.
+    KrBoolean refuseAttribute();
+
+    /// Refuses every attribute of the start tag that was not taken yet; true when
+    /// there was none.
+    KrBoolean refuseAttributes();
+
+    /// False once the document has ended or turned out to be malformed, and for
+    /// a document without a root element.
+    KrBoolean onElement();
+
+    KrToken const& token();
+    std::size_t depth();
+    KrToken const& attributeName() const;
+    std::string_view attributeValue() const;
+
+    std::string const& fileName() const { return fileName_; }
+    /// Where the current element's start tag begins.
+    KrU32 line() const { return open_.empty() ? 1 : open_.back().place.line; }
+    KrU32 column() const { return open_.empty() ? 1 : open_.back().place.column; }
+    /// The local names from the root to the current element, joined by '/'.
+    std::string path() const;
+    std::size_t errorCount() const { return errorCount_; }
+
+    /// Deepest nesting that is read; to be set before the reader moves.
+    void setDepthLimit(std::size_t limit);
+
+    /// A factory that containers and vectors ask for elements which they have no
+    /// creator for; not owned. Null, as at first: none.
+    void setFactory(KrXmlFactory const* factory) { factory_ = factory; }
+    KrXmlFactory const* factory() const { return factory_; }
+
+private:
+    class Parser;  // the XML parser, and what it has read ahead
+
+    struct Place {
+        KrU32 line = 1;
+        KrU32 column = 1;
+    };
+    struct OpenElement {
+        KrToken const* token;
+        Place place;
+    };
+
+    enum class Step { Start, End, Text, None };
+
+    bool begin();
+    Step step(std::string_view& text);
+    bool refuseAt(Place place, std::string const& expected, std::string const& found);
+    void refuseStrayText(std::string_view text);
+
+    std::unique_ptr<Parser> parser_;
+    std::string fileName_;
+    KrXmlFactory const* factory_ = nullptr;
+    std::vector<OpenElement> open_;  // from the root to the current element
+    std::string text_;
+    Place textPlace_;  // of the text that was met last
+    std::size_t errorCount_ = 0;
+    bool begun_ = false;
+    bool ended_ = false;    // the current element's end tag was read
+    bool stopped_ = false;  // malformed: there is no more to be had
+};
+
+/// `text` in double quotes for a message, cut where it is long.
+KR_EXPORT std::string krXmlQuoted(std::string_view text);
+
+/// Refuses `text`, which `KrXmlText` could not make a value of. Returns false.
+KR_EXPORT KrBoolean krXmlRefuseValue(KrXmlReader& reader, KrXmlParse result,
+                                     std::string const& expected, std::string_view text);

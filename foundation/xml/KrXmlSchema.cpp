@@ -1,0 +1,164 @@
+#include "foundation/xml/KrXmlSchema.h"
+
+#include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlBaseVariableCompoundType.h"
+#include "foundation/xml/KrXmlCompoundType.h"
+#include "foundation/xml/KrXmlWriter.h"
+
+#include <list>
+#include <ostream>
+#include <sstream>
+#include <typeinfo>
+#include <utility>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+
+// Classes, which may hold one another, get a named type; values do not.
+bool isClass(KrXmlObject const& object) {
+    return dynamic_cast<KrXmlCompoundType const*>(&object) ||
+           dynamic_cast<KrXmlBaseVariableCompoundType const*>(&object);
+}
+
+}  // namespace
+
+// An element of the schema document. A list keeps the nodes where they are, so
+// that `open_` stays good while types are added.
+struct KrXmlSchema::Node {
+    explicit Node(std::string nodeName, Node* nodeParent = nullptr)
+        : name(std::move(nodeName)), parent(nodeParent) {}
+
+    Node& add(std::string const& childName) { return children.emplace_back(childName, this); }
+
+    Node& with(std::string const& attribute, std::string const& value) {
+        attributes.emplace_back(attribute, value);
+        return *this;
+    }
+
+    void write(KrXmlWriter& writer) const {
+        writer.startElement(KrToken(name));
+        for (auto const& [attribute, value] : attributes) {
+            writer.startAttribute(KrToken(attribute));
+            writer.text(value);
+            writer.endAttribute();
+        }
+        // A type's attributes stand behind its children, whatever was said first.
+        for (bool const isAttribute : {false, true}) {
+            for (Node const& child : children) {
+                if ((child.name == "xs:attribute") == isAttribute) {
+                    child.write(writer);
+                }
+            }
+        }
+        writer.endElement();
+    }
+
+    std::string name;
+    Node* parent;
+    std::vector<std::pair<std::string, std::string>> attributes;
+    std::list<Node> children;
+};
+
+KrXmlSchema::KrXmlSchema() : root_(std::make_unique<Node>("xs:schema")), open_(root_.get()) {
+    root_->with("xmlns:xs", "http://www.w3.org/2001/XMLSchema")
+        .with("xmlns", KrXml::namespaceUri)
+        .with("targetNamespace", KrXml::namespaceUri)
+        .with("elementFormDefault", "qualified");
+}
+
+KrXmlSchema::~KrXmlSchema() = default;
+
+void KrXmlSchema::startGroup(Group group) {
+    bool const isChoice = group == Group::Choice || group == Group::List;
+    open_ = &open_->add(group == Group::All ? "xs:all" : isChoice ? "xs:choice" : "xs:sequence");
+    if (isChoice) {
+        open_->with("minOccurs", "0");
+    }
+    if (group == Group::List) {
+        open_->with("maxOccurs", "unbounded");
+    }
+}
+
+void KrXmlSchema::endGroup() { open_ = open_->parent; }
+
+void KrXmlSchema::element(KrToken const& tag, KrXmlObject const& object) {
+    Node& node = open_->add("xs:element").with("name", std::string(tag.localName()));
+    if (open_ != root_.get() && open_->name != "xs:choice") {
+        node.with("minOccurs", "0");
+    }
+    describe(node, object);
+}
+
+void KrXmlSchema::attribute(KrToken const& tag, KrXmlObject const& object) {
+    describe(open_->add("xs:attribute").with("name", std::string(tag.localName())), object);
+}
+
+void KrXmlSchema::simpleType(std::string const& base, std::vector<std::string> const& texts) {
+    if (texts.empty()) {
+        open_->with("type", base);
+        return;
+    }
+    Node& restriction = open_->add("xs:simpleType").add("xs:restriction").with("base", base);
+    for (std::string const& text : texts) {
+        restriction.add("xs:enumeration").with("value", text);
+    }
+}
+
+KrBoolean KrXmlSchema::described(KrXmlObject const& object) const {
+    return typeNames_.contains(typeid(object).name());
+}
+
+std::string KrXmlSchema::document(KrXmlObject const& object, KrToken const& root) {
+    element(root, object);
+    std::ostringstream stream;
+    KrXmlWriter writer("", stream);
+    root_->write(writer);
+    return writer.good() ? std::move(stream).str() : std::string();
+}
+
+KrBoolean KrXmlSchema::writeFile(std::string const& path, KrXmlObject const& object,
+                                 KrToken const& root) {
+    std::string const text = document(object, root);
+    return !text.empty() && KrXml::replaceFile(path, [&](std::ostream& stream) {
+        stream << text;
+        return stream.good();
+    });
+}
+
+// A new name for the type of the class: its tag, with a number where two classes
+// share one.
+std::string KrXmlSchema::typeNameOf(KrXmlObject const& object) {
+    std::string const tag(object.token().localName());
+    std::string name = tag;
+    for (int number = 2;; ++number) {
+        bool taken = false;
+        for (auto const& entry : typeNames_) {
+            taken = taken || entry.second == name;
+        }
+        if (!taken) {
+            return name;
+        }
+        name = tag + std::to_string(number);
+    }
+}
+
+// Describes the content of `object` as the type of `node`.
+void KrXmlSchema::describe(Node& node, KrXmlObject const& object) {
+    Node* const before = std::exchange(open_, &node);
+    if (isClass(object)) {
+        bool const isNew = !described(object);
+        std::string& name = typeNames_[typeid(object).name()];
+        if (isNew) {
+            name = typeNameOf(object);
+            open_ = &root_->add("xs:complexType").with("name", name);
+            object.writeSchema(*this);
+        }
+        node.with("type", name);
+    } else {
+        if (!object.isBasicType()) {
+            open_ = &node.add("xs:complexType");
+        }
+        object.writeSchema(*this);
+    }
+    open_ = before;
+}

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrToken.h"
+#include "foundation/core/KrTypes.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class KrXmlObject;
+
+/// Collects the XML Schema of a document from what its objects say of
+/// themselves in `writeSchema`. Each class of elements and containers is
+/// described once, as a named type, so that classes may hold one another; values
+/// are described where they stand.
+///
+/// Inside a `writeSchema`, a class describes its children, then its attributes:
+///
+///     schema.startGroup(KrXmlSchema::Group::All);
+///     schema.element(token, member);
+///     schema.endGroup();
+///     schema.attribute(token, member);
+///
+/// or calls `simpleType` alone.
+class KR_EXPORT KrXmlSchema {
+public:
+    enum class Group {
+        All,       ///< each child at most once, in any order
+        Sequence,  ///< each child at most once, in the order given
+        Choice,    ///< one of the children, or none
+        List,      ///< the children any number of times, in any order
+    };
+
+    KrXmlSchema();
+    ~KrXmlSchema();
+    KrXmlSchema(KrXmlSchema const&) = delete;
+    KrXmlSchema& operator=(KrXmlSchema const&) = delete;
+
+    /// Opens a group of children; a choice or a list may stand in a sequence.
+    void startGroup(Group group);
+    void endGroup();
+
+    /// A child element `tag` with the content of `object`, in the open group.
+    void element(KrToken const& tag, KrXmlObject const& object);
+
+    /// An optional attribute `tag` with the value of `object`.
+    void attribute(KrToken const& tag, KrXmlObject const& object);
+
+    /// The content is a text of the XML Schema type `base`, and one of `texts`
+    /// where there are any.
+    void simpleType(std::string const& base, std::vector<std::string> const& texts = {});
+
+    /// Whether the run-time class of `object` has been described already.
+    KrBoolean described(KrXmlObject const& object) const;
+
+    /// The schema of documents with root element `root` and the content of
+    /// `object`; empty, with a message, on failure.
+    std::string document(KrXmlObject const& object, KrToken const& root);
+    KrBoolean writeFile(std::string const& path, KrXmlObject const& object, KrToken const& root);
+
+private:
+    struct Node;
+
+    std::string typeNameOf(KrXmlObject const& object);
+    void describe(Node& node, KrXmlObject const& object);
+
+    std::map<std::string, std::string> typeNames_;  // by class
+    std::unique_ptr<Node> root_;
+    Node* open_;  // what the calls of a writeSchema add to
+};

@@ -1,0 +1,112 @@
+#pragma once
+
+#include "foundation/xml/KrElement.h"
+#include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlBasicType.h"
+#include "foundation/xml/KrXmlChildren.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+/// What the vectors of all item types share.
+namespace KrXmlVector {
+
+/// Reads the attributes of a vector's start tag: the item count where there is
+/// one. False when anything else was there.
+KR_EXPORT KrBoolean readCount(KrXmlReader& reader, std::optional<KrU32>& count);
+
+KR_EXPORT void writeCount(KrXmlWriter& writer, KrU32 count);
+
+/// Describes a vector whose items are like `item`.
+KR_EXPORT void writeSchema(KrXmlSchema& schema, KrXmlObject const& item);
+
+KR_EXPORT void reportWrongMode();
+KR_EXPORT void reportCount(KrU32 stated, std::size_t actual);
+
+/// How much room to have when `size` items are there and the next one comes. A
+/// stated count is believed once an eighth of it is there: a wrong one then costs
+/// memory in proportion to the document, a right one no more than it says.
+inline std::size_t room(std::size_t size, std::size_t stated) {
+    std::size_t const doubled = std::max<std::size_t>(2 * size, 16);
+    if (stated <= size) {
+        return doubled;
+    }
+    return size >= stated / 8 ? stated : std::min(doubled, stated);
+}
+
+}  // namespace KrXmlVector
+
+/// A list of values, or of elements of one class, as an object of a document.
+/// Items that are elements stand under their own tag, others under `item`. The
+/// count attribute is a hint for room on reading; when it differs from the items
+/// that were read, that is reported, and the items count.
+///
+///     <simplexEdgeLengths count="2"><item>0.5</item><item>0.25</item></simplexEdgeLengths>
+template <class E>
+class KR_EXPORT KrXmlVectorType
+    : public KrElement<KrXmlVectorType<E>, KrXmlObject, KrXml::KrItemToken> {
+public:
+    KrXmlVectorType() = default;
+
+    E& operator[](KrU32 index) { return items_[index]; }
+    E const& operator[](KrU32 index) const { return items_[index]; }
+    KrU32 size() const { return static_cast<KrU32>(items_.size()); }
+
+    void pushBack(E const& item) { items_.push_back(item); }
+    void reserve(KrU32 count) { items_.reserve(count); }
+    void resize(KrU32 count) { items_.resize(count); }
+    void clear() { items_.clear(); }
+
+    auto begin() const { return items_.begin(); }
+    auto end() const { return items_.end(); }
+
+    bool operator==(KrXmlVectorType const&) const = default;
+
+    KrBoolean read(KrXmlReader& reader) override {
+        if (!reader.onElement()) {
+            KrXmlVector::reportWrongMode();
+            return false;
+        }
+        KrToken const tag = E().token();
+        std::optional<KrU32> count;
+        std::vector<E> items;  // ours stay as they were until all are read
+        bool const attributesRead = KrXmlVector::readCount(reader, count);
+        bool const itemsRead =
+            krXmlReadChildren(reader, [&](KrToken const& token, KrXmlReader& from) {
+                if (!(token == tag)) {
+                    return false;
+                }
+                if (items.size() == items.capacity()) {
+                    items.reserve(KrXmlVector::room(items.size(), count.value_or(0)));
+                }
+                return items.emplace_back().read(from);
+            });
+        if (!attributesRead || !itemsRead) {
+            return false;
+        }
+        if (count && *count != items.size()) {
+            KrXmlVector::reportCount(*count, items.size());
+        }
+        items_ = std::move(items);
+        return true;
+    }
+
+    KrBoolean write(KrXmlWriter& writer) const override {
+        KrXmlVector::writeCount(writer, size());
+        KrToken const tag = E().token();
+        for (E const& item : items_) {
+            krXmlWriteElement(writer, tag, item);
+        }
+        return writer.good();
+    }
+
+    void writeSchema(KrXmlSchema& schema) const override { KrXmlVector::writeSchema(schema, E()); }
+
+private:
+    std::vector<E> items_;
+};
+
+/// The vector of doubles that elements hold as parameters.
+using KrXmlRealVector = KrXmlVectorType<KrXmlBasicType<double>>;

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrToken.h"
+#include "foundation/core/KrTypes.h"
+
+#include <cstddef>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Writes one XML document, indented by two blanks a level, an element that
+/// holds text alone on one line. What it wrote reads back: characters that XML
+/// would change or misread are escaped, and a text that XML cannot carry (a
+/// control character, malformed UTF-8) is refused with a message.
+///
+/// The namespace of an element is declared as the default namespace where it
+/// differs from the enclosing element's. Attributes have no namespace: of their
+/// tokens the local name is written.
+///
+/// Output is buffered and handed to the stream when the root element ends, when
+/// the buffer is full, and on destruction.
+class KR_EXPORT KrXmlWriter {
+public:
+    /// Writes to `stream`, which must outlive the writer. A `writerText` that is
+    /// not empty becomes a comment ahead of the root element.
+    KrXmlWriter(std::string const& writerText, std::ostream& stream);
+    ~KrXmlWriter();
+    KrXmlWriter(KrXmlWriter const&) = delete;
+    KrXmlWriter& operator=(KrXmlWriter const&) = delete;
+
+    void startElement(KrToken const& token);
+    void endElement();
+
+    /// What is written as text between these two is the attribute's value. They
+    /// stand between `startElement` and the element's content.
+    void startAttribute(KrToken const& token);
+    void endAttribute();
+
+    /// Character content of the current element or attribute, escaped.
+    void text(std::string_view text);
+
+    /// The same for text that needs no escaping, such as a number.
+    void plainText(std::string_view text);
+
+    /// Refuses to write something: prints the reason, and the document fails.
+    void refuse(std::string const& reason);
+
+    /// False once anything was refused or the stream has failed.
+    KrBoolean good() const;
+
+    /// Hands what is buffered to the stream; true when the document is good.
+    KrBoolean flush();
+
+private:
+    struct OpenElement {
+        std::size_t nameBegin;
+        std::size_t namespaceBegin;
+        std::size_t namespaceEnd;
+    };
+    enum class Content { None, Text, Elements };
+
+    void closeStartTag();
+    void newLine();
+    void put(char c) { buffer_ += c; }
+    void put(std::string_view text) { buffer_ += text; }
+    void putEscaped(std::string_view text);
+
+    std::ostream& stream_;
+    std::string comment_;
+    std::string buffer_;
+    std::string names_;       // local names of the open elements, end to end
+    std::string namespaces_;  // their default namespaces, where one is declared
+    std::vector<OpenElement> open_;
+    Content content_ = Content::None;  // of the current element so far
+    bool inStartTag_ = false;
+    bool inAttribute_ = false;
+    bool refused_ = false;
+};

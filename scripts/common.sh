@@ -1,0 +1,24 @@
+# shellcheck shell=bash
+# Sourced by the other scripts: they work from any directory, on the whole repository.
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
+
+jobs=$(nproc 2>/dev/null || echo 2)
+export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$jobs}
+export CTEST_PARALLEL_LEVEL=${CTEST_PARALLEL_LEVEL:-$jobs}
+
+# The presets name no generator, so that they work without Ninja as well.
+if [[ -z ${CMAKE_GENERATOR:-} ]] && command -v ninja >/dev/null; then
+    export CMAKE_GENERATOR=Ninja
+fi
+
+# first_of NAME...: the first of the programs that is installed.
+first_of() {
+    local name
+    for name in "$@"; do
+        if command -v "$name"; then
+            return 0
+        fi
+    done
+    echo "None of these programs is installed: $*" >&2
+    return 1
+}

@@ -1,0 +1,130 @@
+#!/usr/bin/env bash
+# Installs what building needs, as Debian packages, and only what is missing.
+#
+#   scripts/setup.sh demo         compiler, CMake, Ninja, pkg-config, expat
+#   scripts/setup.sh test         the same and GoogleTest
+#   scripts/setup.sh checks       test, and the second compiler and the analysers
+#   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
+#
+# Several may be given. What counts is whether a thing is there, not where it came from: a newer
+# CMake on the PATH is as good as the package.
+set -euo pipefail
+
+missing=()
+optional=()
+
+# need PACKAGE COMMAND...: the package is missing when the command fails.
+need() {
+    local package=$1
+    shift
+    "$@" >/dev/null 2>&1 || missing+=("$package")
+}
+
+# want PACKAGE COMMAND...: the same for a package that not every release has.
+want() {
+    local package=$1
+    shift
+    "$@" >/dev/null 2>&1 || optional+=("$package")
+}
+
+program() { command -v "$1"; }
+library() { pkg-config --exists "$1"; }
+
+new_enough_cmake() {
+    local version
+    version=$(cmake --version | sed -n '1s/.* //p')
+    printf '3.25\n%s\n' "$version" | sort -CV
+}
+
+# The compiler has to know the language, whatever its name.
+cpp20_compiler() { echo '#include <concepts>' | "${CXX:-c++}" -std=c++20 -x c++ -fsyntax-only -; }
+
+# Clang's sanitizers are a package of their own, in the version of the compiler.
+clang_runtime() {
+    local clang
+    clang=$(command -v clang++-14 || command -v clang++)
+    compgen -G "$("$clang" -print-resource-dir)/lib/*/libclang_rt.asan*"
+}
+
+need_demo() {
+    need g++ cpp20_compiler
+    need cmake new_enough_cmake
+    need ninja-build program ninja
+    need pkg-config program pkg-config
+    need libexpat1-dev library expat
+}
+
+need_test() {
+    need_demo
+    need libgtest-dev library gtest
+}
+
+need_checks() {
+    need_test
+    need clang eval 'program clang++-14 || program clang++'
+    need clang-format eval 'program clang-format-14 || program clang-format'
+    need clang-tidy eval 'program clang-tidy-14 || program clang-tidy'
+    need cppcheck program cppcheck
+    need libxml2-utils program xmllint
+    want libclang-rt-14-dev clang_runtime
+}
+
+need_benchmarks() {
+    need_demo
+    need libbenchmark-dev library benchmark
+    need libgsl-dev library gsl
+    need libnlopt-dev library nlopt
+    need libeigen3-dev library eigen3
+    want libnlopt-cxx-dev test -e /usr/include/nlopt.hpp
+}
+
+if (($# == 0)); then
+    set -- demo
+fi
+for group in "$@"; do
+    case $group in
+        demo | test | checks | benchmarks) "need_$group" ;;
+        *)
+            echo "usage: scripts/setup.sh [demo|test|checks|benchmarks]..." >&2
+            exit 2
+            ;;
+    esac
+done
+
+if ((${#missing[@]} + ${#optional[@]} == 0)); then
+    exit 0
+fi
+
+if ! command -v apt-get >/dev/null; then
+    if ((${#missing[@]} == 0)); then
+        exit 0
+    fi
+    echo "Please install what these Debian packages hold: ${missing[*]}" >&2
+    exit 1
+fi
+
+as_root=(env)
+if ((EUID != 0)); then
+    if ! command -v sudo >/dev/null; then
+        echo "Please install as root: apt-get install ${missing[*]} ${optional[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo env)
+fi
+apt=("${as_root[@]}" DEBIAN_FRONTEND=noninteractive apt-get -qq)
+
+# For an optional package alone the lists are not fetched: where the release does not have it, that
+# would happen on every run.
+if ((${#missing[@]} > 0)); then
+    "${apt[@]}" update </dev/null
+fi
+for package in "${optional[@]}"; do
+    if [[ -n $(apt-cache --quiet=2 madison "$package" 2>/dev/null) ]]; then
+        missing+=("$package")
+    fi
+done
+if ((${#missing[@]} > 0)); then
+    mapfile -t missing < <(printf '%s\n' "${missing[@]}" | sort -u)
+    echo "Installing ${missing[*]}"
+    "${apt[@]}" -o Dpkg::Use-Pty=0 install -y --no-install-recommends "${missing[@]}" </dev/null
+fi

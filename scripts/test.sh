@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Builds for development and runs every test. Arguments go to ctest: scripts/test.sh -R NelderMead
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+scripts/setup.sh test
+
+cmake --preset development
+cmake --build --preset development
+ctest --preset development --output-on-failure "$@"

@@ -1,0 +1,171 @@
+#include "foundation/core/KrInt2String.h"
+#include "foundation/core/KrMember.h"
+#include "foundation/core/KrPrint.h"
+#include "foundation/core/KrToken.h"
+#include "function/object/KrFunction.h"
+#include "tests/support/CapturedMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+TEST(Token, HoldsNamespaceAndLocalNameAsOneText) {
+    KrToken const prefix("urn:x#");
+    KrToken const alpha = prefix + "alpha";
+    EXPECT_TRUE(alpha == std::string("urn:x#alpha"));
+    EXPECT_TRUE(prefix == KrToken("urn:x#"));  // the prefix itself is unchanged
+    EXPECT_EQ(alpha.localName(), "alpha");
+    EXPECT_EQ(alpha.namespaceUri(), "urn:x#");
+    EXPECT_EQ(KrToken("bare").localName(), "bare");
+    EXPECT_EQ(KrToken("bare").namespaceUri(), "");
+    EXPECT_LT(KrToken("a"), KrToken("b"));
+    std::string const odd("a\0b", 3);
+    std::ostringstream stream;
+    stream << std::hex << KrToken(odd) << alpha;
+    EXPECT_EQ(stream.str(), odd + "urn:x#alpha");
+}
+
+TEST(Token, NamesInDocuments) {
+    EXPECT_EQ(KrFunction::ns.token(), "urn:zeibreku:function#");
+    EXPECT_EQ(KrFunction::KrAlphaToken.token(), "urn:zeibreku:function#alpha");
+    EXPECT_EQ(KrFunction::KrIndVectorToken.token(), "urn:zeibreku:function#independentVector");
+    EXPECT_EQ(KrFunction::KrUnitaryMapContainerToken.token(),
+              "urn:zeibreku:function#unitaryMapContainer");
+    EXPECT_EQ(KrFunction::KrIndLowerBoundaryToken.token(), "lowerBoundaryOption");
+    EXPECT_EQ(KrFunction::KrSearchEqualToken.token(), "equal_spaced");
+    EXPECT_EQ(KrFunction::KrSearchLinearToken.token(), "linear");
+}
+
+TEST(Int2String, WritesInEveryRadix) {
+    EXPECT_EQ(KrINT2STRING(4294967295U, 10), "4294967295");
+    EXPECT_EQ(KrINT2STRING(0, 10), "0");
+    EXPECT_EQ(KrINT2STRING(255, 16), "ff");
+    EXPECT_EQ(KrINT2STRING(1, 37), "");
+}
+
+template <class... Arguments>
+std::string printed(char const* format, Arguments... arguments) {
+    CapturedMessages const captured;
+    Kr::Print::instance().write(Kr::PrintType::Error, format, arguments...);
+    return captured.text();
+}
+
+TEST(Print, ConvertsEachArgumentWhateverItsType) {
+    EXPECT_EQ(printed("%s at %d of %u, %5.2f%%|%-4d|%04x\n", "here", -3, 7U, 2.5, 9, 255),
+              "here at -3 of 7,  2.50%|9   |00ff\n");
+    // A conversion that does not fit prints some number, and one without an
+    // argument nothing.
+    EXPECT_EQ(printed("centre (%d)", 1.5), "centre (1)");
+    EXPECT_EQ(printed("%d %d", std::nan(""), 1e300), "0 9223372036854775807");
+    EXPECT_EQ(printed("%u|%g|%s|%d", -1.0, 3U, 0.25, "text"), "18446744073709551615|3|0.25|0");
+    EXPECT_EQ(printed("%d and %d.", 1), "1 and .");
+    EXPECT_EQ(printed("%*d|%lu|%", 4, 7, 5UL), "   7|5|");
+    EXPECT_EQ(printed("%s", static_cast<char const*>(nullptr)), "(null)");
+}
+
+TEST(Print, StreamBecomesOneMessageWhenFlushedOrFollowed) {
+    CapturedMessages captured;
+    Kr::Print::ostream(Kr::PrintType::Error, "f()") << std::hex << 255 << " bad\n" << std::flush;
+    ASSERT_EQ(captured.messages.size(), 1U);
+    EXPECT_EQ(captured.messages[0].text, "ff bad\n");
+    EXPECT_EQ(captured.messages[0].context, "f()");
+    EXPECT_EQ(static_cast<int>(captured.messages[0].type), 4);
+    Kr::Print::ostream(Kr::PrintType::Warning, "g()") << 255;
+    ASSERT_EQ(captured.messages.size(), 1U);
+    Kr::Print::instance().write(Kr::PrintType::Mismatch, "next");
+    ASSERT_EQ(captured.messages.size(), 3U);
+    EXPECT_EQ(captured.messages[1].text, "255");  // no formatting is left over
+    EXPECT_EQ(static_cast<int>(captured.messages[1].type), 3);
+    EXPECT_EQ(static_cast<int>(captured.messages[2].type), 5);
+    EXPECT_EQ(captured.messages[2].context, "");
+}
+
+TEST(Print, SinkMayPrintReplaceItselfAndThrow) {
+    Kr::Print& print = Kr::Print::instance();
+    CapturedMessages captured;
+    Kr::Print::Sink const collecting = print.setSink([&](Kr::Message const& message) {
+        print.setSink([](Kr::Message const&) { throw std::runtime_error("sink"); });
+        captured.messages.push_back(message);
+    });
+    print.write(Kr::PrintType::Error, "first");
+    EXPECT_THROW(print.write(Kr::PrintType::Error, "second"), std::runtime_error);
+    print.setSink(collecting);
+    print.write(Kr::PrintType::Error, "third");
+    EXPECT_EQ(captured.text(), "firstthird");
+}
+
+TEST(Print, MessagesOfThreadsNeverInterleave) {
+    CapturedMessages captured;
+    auto const speak = [](char letter) {
+        for (int i = 0; i < 500; ++i) {
+            auto& stream = Kr::Print::ostream(Kr::PrintType::Error, "thread");
+            for (int k = 0; k < 20; ++k) {
+                stream << letter;
+            }
+            stream << std::flush;
+        }
+    };
+    std::thread first(speak, 'a');
+    std::thread second(speak, 'b');
+    first.join();
+    second.join();
+    ASSERT_EQ(captured.messages.size(), 1000U);
+    for (Kr::Message const& message : captured.messages) {
+        EXPECT_EQ(message.text, std::string(20, message.text[0]));
+    }
+}
+
+// What KrOwned needs of its object.
+struct Shape {
+    virtual ~Shape() { --alive; }
+    explicit Shape(int theSize) : size(theSize) { ++alive; }
+    Shape(Shape const& other) : size(other.size) { ++alive; }
+    virtual Shape* clone() const { return new Shape(*this); }
+    bool equality(Shape const* other) const { return size == other->size; }
+    int size;
+    static inline int alive = 0;
+};
+
+TEST(Member, WrappersCarryTheMeaningOfCopyAndEquality) {
+    struct Holder {
+        int plain = 0;
+        KrUncompared<int> derived;
+        KrScratch<int> scratch;
+        KrOwned<Shape> owned;
+        bool operator==(Holder const&) const = default;
+    };
+    {
+        Holder a;
+        a.plain = 1;
+        *a.derived = 2;
+        *a.scratch = 3;
+        a.owned.reset(new Shape(4));
+        Holder b(a);
+        EXPECT_EQ(*b.derived, 2);
+        EXPECT_EQ(*b.scratch, 0);
+        EXPECT_NE(b.owned.get(), a.owned.get());
+        EXPECT_TRUE(a == b);
+        *b.derived = *b.scratch = 9;
+        EXPECT_TRUE(a == b);
+        a = b;
+        EXPECT_EQ(*a.derived, 9);
+        EXPECT_EQ(*a.scratch, 3);
+        b.owned->size = 5;
+        EXPECT_FALSE(a == b);
+        b.owned.reset();
+        EXPECT_FALSE(a == b);
+        EXPECT_FALSE(b == a);
+        a = b;
+        EXPECT_TRUE(a == b);
+        a = std::move(b);
+        EXPECT_EQ(Shape::alive, 0);
+    }
+}
+
+}  // namespace

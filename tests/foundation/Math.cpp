@@ -1,0 +1,105 @@
+#include "foundation/math/KrMath.h"
+#include "foundation/math/KrRandom.h"
+#include "foundation/math/KrReArray.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+TEST(Math, NonZeroPosIsADivisor) {
+    EXPECT_EQ(KrMath::nonZeroPos(2.0), 2.0);
+    for (double const x : {0.0, -1.0, 1e-300, std::nan("")}) {
+        EXPECT_EQ(KrMath::nonZeroPos(x), 1e-300);
+    }
+    EXPECT_EQ(KrMath::sqrt(2.0), 1.4142135623730951);
+}
+
+TEST(Random, ASeedGivesTheSameBitsEverywhere) {
+    KrRandom::seed(42);
+    double const first = KrMath::unifRand();
+    EXPECT_EQ(first, 0x1.82a3befaddcbcp-1);
+    EXPECT_EQ(KrRandom::uniformRealRandom(-2.0, 2.0), 0x1.1cbc7dcdc928p-1);
+    KrRealVector const normals = KrRandom::normalRandoms(10.0, 2.0, 3);
+    EXPECT_EQ(normals,
+              (KrRealVector{0x1.f3f591ceb1c06p+2, 0x1.2371826114b6cp+3, 0x1.c531112a48e37p+2}));
+    KrRandom::seed(42);
+    EXPECT_EQ(KrMath::unifRand(), first);
+    EXPECT_EQ(KrRandom::normalRandoms(0.0, 1.0, 0).size(), 0U);
+}
+
+// Moments and tails of a sample: each bound is about five standard errors.
+TEST(Random, NormalsAreNormalAndUniformsUniform) {
+    KrRandom::seed(7);
+    constexpr KrU32 count = 200'000;
+    KrRealVector const z = KrRandom::normalRandoms(0.0, 1.0, count);
+    double moments[5] = {};
+    double beyondTwo = 0.0;
+    for (double const value : z) {
+        for (int power = 1; power < 5; ++power) {
+            moments[power] += std::pow(value, power) / count;
+        }
+        beyondTwo += (std::fabs(value) > 2.0) / static_cast<double>(count);
+    }
+    EXPECT_NEAR(moments[1], 0.0, 0.012);
+    EXPECT_NEAR(moments[2], 1.0, 0.016);
+    EXPECT_NEAR(moments[3], 0.0, 0.045);
+    EXPECT_NEAR(moments[4], 3.0, 0.11);
+    EXPECT_NEAR(beyondTwo, 0.0455, 0.0024);
+    double sum = 0.0;
+    for (KrU32 i = 0; i < count; ++i) {
+        double const u = KrMath::unifRand();
+        ASSERT_TRUE(u >= 0.0 && u < 1.0);
+        sum += u / count;
+    }
+    EXPECT_NEAR(sum, 0.5, 0.0035);
+}
+
+TEST(ReArray, ResizesKeepingOrFilling) {
+    KrReArray array(2, 2);
+    array[0][1] = 5.0;
+    array.resizeArray(3, 3);
+    EXPECT_EQ(array.rows(), (std::vector<KrRealVector>{{0, 5, 0}, {0, 0, 0}, {0, 0, 0}}));
+    array.resizeArrayAndFill(1, 2, 7.0);
+    EXPECT_EQ(array.rows(), (std::vector<KrRealVector>{{7, 7}}));
+    EXPECT_EQ(array.numRows(), 1U);
+    EXPECT_EQ(array.numColumns(), 2U);
+    EXPECT_EQ(KrReArray().numRows(), 0U);
+}
+
+KrReArray arrayOf(std::vector<KrRealVector> const& rows) {
+    KrReArray array(static_cast<KrU32>(rows.size()),
+                    rows.empty() ? 0 : static_cast<KrU32>(rows[0].size()));
+    for (KrU32 i = 0; i < array.numRows(); ++i) {
+        array[i] = rows[i];
+    }
+    return array;
+}
+
+TEST(ReArray, CholeskyFactors) {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    struct {
+        std::vector<KrRealVector> matrix;
+        std::vector<KrRealVector> factor;
+        bool positiveDefinite;
+    } const cases[] = {
+        {{{4, 2, 6}, {2, 10, 9}, {6, 9, 14.25}},
+         {{2, 0, 0}, {1, 3, 0}, {3, 2, 1.1180339887498949}},
+         true},
+        // The second pivot is zero: its column is left out, the rest goes on.
+        {{{1, 1, 1}, {1, 1, 1}, {1, 1, 5}}, {{1, 0, 0}, {1, 0, 0}, {1, 0, 2}}, false},
+        {{{0, 0}, {0, 0}}, {{0, 0}, {0, 0}}, false},
+        {{{nan, 0}, {1, 4}}, {{0, 0}, {0, 2}}, false},
+        {{{4, 1, 1}, {2, 5, 1}}, {{2, 0}, {1, 2}}, false},  // not square
+        {{}, {}, true},
+    };
+    for (auto const& test : cases) {
+        KrReArray array = arrayOf(test.matrix);
+        EXPECT_EQ(array.choleskyDecomposition(array), test.positiveDefinite);  // in place
+        EXPECT_EQ(array.rows(), test.factor);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,245 @@
+#include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlBasicType.h"
+#include "foundation/xml/KrXmlEnumType.h"
+#include "foundation/xml/KrXmlPairType.h"
+#include "foundation/xml/KrXmlVectorType.h"
+#include "tests/support/CapturedMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <sstream>
+
+namespace {
+
+using Real = KrXmlBasicType<double>;
+using U32 = KrXmlBasicType<KrU32>;
+using Text = KrXmlBasicType<std::string>;
+using U32Pair = KrXmlPairType<U32, U32>;
+
+std::string item(std::string const& content, std::string const& attributes = "") {
+    return "<item xmlns=\"urn:zeibreku:function#\"" + attributes + ">" + content + "</item>";
+}
+
+// Reads `content` into a value; the message, "" when it was read.
+template <class Value>
+std::string refusal(std::string const& content, Value& value, std::string const& attributes = "") {
+    CapturedMessages const captured;
+    bool const read = KrXml::fromString(item(content, attributes), value);
+    EXPECT_EQ(read, captured.messages.empty()) << content;
+    return captured.text();
+}
+
+TEST(XmlValues, NumbersAreReadWholeOrRefused) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    struct {
+        char const* text;
+        double value;
+    } const good[] = {{"0.5", 0.5},         {" \n\t+1e3\r\n", 1000.0},
+                      {"-.5", -0.5},        {"5.", 5.0},
+                      {"INF", infinity},    {"-INF", -infinity},
+                      {"4.9e-324", 5e-324}, {"1<!-- not part of it -->2", 12.0}};
+    for (auto const& test : good) {
+        Real real;
+        EXPECT_EQ(refusal(test.text, real), "");
+        EXPECT_EQ(real.value(), test.value) << test.text;
+    }
+    Real nan;
+    EXPECT_EQ(refusal(" NaN ", nan), "");
+    EXPECT_TRUE(std::isnan(nan));
+    for (char const* const text : {"", " ", "1,5", "0x10", "1 2", "inf", "nan", "infinity", "Inf",
+                                   "+-1", "--1", "1e", "1.5.2", "NaN(1)", "-NaN"}) {
+        Real real(7.0);
+        EXPECT_EQ(refusal(text, real),
+                  "<string>:1:1: item: expected a number, found \"" + std::string(text) + "\"\n");
+        EXPECT_EQ(real.value(), 7.0);
+    }
+    Real real;
+    for (char const* const text : {"1e400", "-1e400", "1e-400"}) {
+        EXPECT_EQ(refusal(text, real), "<string>:1:1: item: expected a number in range, found \"" +
+                                           std::string(text) + "\"\n");
+    }
+}
+
+TEST(XmlValues, IntegersAndBooleansAreReadWholeOrRefused) {
+    U32 number(7);
+    EXPECT_EQ(refusal(" +4294967295 ", number), "");
+    EXPECT_TRUE(number == 4294967295U);
+    for (char const* const text : {"4294967296", "-1", "99999999999999999999"}) {
+        EXPECT_EQ(
+            refusal(text, number),
+            "<string>:1:1: item: expected an integer from 0 to 4294967295 in range, found \"" +
+                std::string(text) + "\"\n");
+    }
+    for (char const* const text : {"", "1.0", "-", "1e3", "0x1", "+-1", "- 1"}) {
+        EXPECT_NE(refusal(text, number), "");
+    }
+    EXPECT_TRUE(number == 4294967295U);
+    KrXmlBasicType<bool> flag;
+    for (auto const& [text, value] :
+         {std::pair{"1", true}, {"0", false}, {" true ", true}, {"false", false}}) {
+        EXPECT_EQ(refusal(text, flag), "");
+        EXPECT_EQ(flag.value(), value);
+    }
+    EXPECT_EQ(refusal("TRUE", flag),
+              "<string>:1:1: item: expected true or false, found \"TRUE\"\n");
+}
+
+TEST(XmlValues, AValueHoldsTextAlone) {
+    Real real(7.0);
+    EXPECT_EQ(refusal("1<b>2</b>", real),
+              "<string>:1:39: item/b: expected text alone, found element \"b\"\n");
+    EXPECT_EQ(refusal("1", real, " unit=\"m\""),
+              "<string>:1:1: item: expected no such attribute, found attribute \"unit\"\n");
+    EXPECT_EQ(real.value(), 7.0);
+    // Where a schema is found says nothing of the content.
+    EXPECT_EQ(refusal("1", real,
+                      " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
+                      " xsi:schemaLocation=\"urn:zeibreku:function# a.xsd\""),
+              "");
+}
+
+TEST(XmlValues, EveryDoubleReadsBackToTheSameBitsInAnyLocale) {
+    char const* const before = std::setlocale(LC_ALL, nullptr);
+    std::string const restored = before;
+    std::setlocale(LC_ALL, "de_DE.UTF-8");  // a decimal comma, where it is installed
+    std::mt19937_64 engine(3);
+    KrXmlRealVector reals;
+    for (double const value : {0.0, -0.0, 0.1, 1e-5, 1e22, 5e-324, 1.7976931348623157e308,
+                               std::numeric_limits<double>::infinity()}) {
+        reals.pushBack(Real(value));
+    }
+    while (reals.size() < 2000) {
+        std::uint64_t const bits = engine();
+        double value = 0.0;
+        std::memcpy(&value, &bits, sizeof value);
+        if (!std::isnan(value)) {
+            reals.pushBack(Real(value));
+        }
+    }
+    KrXmlRealVector back;
+    EXPECT_TRUE(KrXml::fromString(KrXml::toString(reals), back));
+    std::setlocale(LC_ALL, restored.c_str());
+    ASSERT_EQ(back.size(), reals.size());
+    for (KrU32 i = 0; i < reals.size(); ++i) {
+        double const pair[] = {reals[i], back[i]};
+        EXPECT_EQ(std::memcmp(&pair[0], &pair[1], sizeof(double)), 0) << pair[0];
+    }
+    EXPECT_NE(KrXml::toString(reals).find("<item>1e-05</item>"), std::string::npos);
+}
+
+TEST(XmlValues, StringsReadBackAsTheyAre) {
+    std::string const euro = "\xE2\x82\xAC";
+    for (std::string const& text : {std::string(), std::string("  blanks \t and\nline ends\r\n\r "),
+                                    std::string("]]> & <a b='c'>\""), euro + "\xF0\x9F\x98\x80",
+                                    std::string(200'000, 'x') + "\n" + euro}) {
+        Text back("before");
+        std::string const document = KrXml::toString(Text(text));
+        ASSERT_TRUE(KrXml::fromString(document, back));
+        EXPECT_EQ(back.value(), text);
+    }
+    // What XML cannot carry is refused rather than written wrong.
+    for (std::string const& text :
+         {std::string("a\0b", 3), std::string("\x01"), std::string("\xC3"), std::string("\xC0\x80"),
+          std::string("\xED\xA0\x80"), std::string("\xF5\x80\x80\x80"),
+          std::string("\xEF\xBF\xBF")}) {
+        CapturedMessages const captured;
+        EXPECT_EQ(KrXml::toString(Text(text)), "");
+        EXPECT_EQ(captured.text(),
+                  "cannot be written: a text that XML cannot carry, in element item\n");
+    }
+}
+
+TEST(XmlValues, VectorsTakeTheCountForAHint) {
+    KrXmlRealVector reals;
+    EXPECT_EQ(refusal("<item>1</item> <item>2</item>", reals, " count=\"2\""), "");
+    EXPECT_EQ(refusal("<item>1</item>", reals), "");
+    EXPECT_EQ(reals.size(), 1U);
+    // A wrong count is reported, and costs no memory.
+    CapturedMessages captured;
+    EXPECT_TRUE(
+        KrXml::fromString(item("<item>1</item><item>2</item>", " count=\"4294967295\""), reals));
+    ASSERT_EQ(captured.messages.size(), 1U);
+    EXPECT_EQ(captured.messages[0].text,
+              "KrXmlVectorType Error: array size not equal to attribute value -- 4294967295, "
+              "actual -- 2");
+    EXPECT_EQ(static_cast<int>(captured.messages[0].type), 3);
+    EXPECT_EQ(reals.size(), 2U);
+    EXPECT_EQ(refusal("", reals, " count=\"two\""),
+              "<string>:1:1: item: expected an integer from 0 to 4294967295, found \"two\"\n");
+    EXPECT_EQ(refusal("<item>1</item><itm>2</itm>", reals),
+              "<string>:1:52: item/itm: expected no such element, found element \"itm\"\n");
+    EXPECT_EQ(refusal("<item>1</item><item>x</item>", reals),
+              "<string>:1:52: item/item: expected a number, found \"x\"\n");
+    EXPECT_EQ(reals.size(), 2U);  // as it was
+}
+
+TEST(XmlValues, VectorsNeedAReaderOnAnElement) {
+    std::istringstream stream(item("<item>1</item>"));
+    KrXmlReader reader(stream);
+    KrXmlRealVector reals;
+    EXPECT_TRUE(reals.read(reader));  // a fresh reader stands on the root
+    CapturedMessages const captured;
+    EXPECT_FALSE(reals.read(reader));
+    EXPECT_EQ(captured.text(), "KrXmlVectorType Error: XML parser should be in data mode\n");
+    EXPECT_EQ(reals.size(), 1U);
+}
+
+TEST(XmlValues, VectorsNestAndEdit) {
+    KrXmlVectorType<KrXmlRealVector> rows;
+    EXPECT_EQ(refusal("<item count=\"1\"><item>1</item></item><item/>", rows, " count=\"2\""), "");
+    ASSERT_EQ(rows.size(), 2U);
+    rows[1].pushBack(Real(2.0));
+    KrXmlVectorType<KrXmlRealVector> back;
+    ASSERT_TRUE(KrXml::fromString(KrXml::toString(rows), back));
+    EXPECT_TRUE(back == rows);
+    back[1].resize(3);
+    EXPECT_FALSE(back == rows);
+    back.clear();
+    back.reserve(5);
+    EXPECT_EQ(back.size(), 0U);
+}
+
+TEST(XmlValues, PairsHaveTwoPartsInAnyOrder) {
+    U32Pair pair;
+    EXPECT_EQ(refusal("<second>2</second><first>1</first>", pair), "");
+    EXPECT_TRUE(pair.first() == 1U && pair.second() == 2U);
+    U32Pair copy;
+    copy.setFirst(U32(1));
+    EXPECT_FALSE(copy == pair);
+    copy.setSecond(U32(2));
+    EXPECT_TRUE(copy == pair);
+    EXPECT_EQ(KrXml::toString(pair), KrXml::toString(copy));
+    std::string const message =
+        "KrXmlPairType Error: file not valid.\n\tFormat not correct.\n\tFile: <string>\n\tLine: 1"
+        "\tExpected urn:zeibreku:function#first or urn:zeibreku:function#second";
+    for (auto const& [content, place] :
+         {std::pair{"<third>3</third>",
+                    ":38: item/third: expected no such element, found element \"third\""},
+          {"<first>1</first><first>3</first>",
+           ":54: item/first: expected no such element, found element \"first\""}}) {
+        EXPECT_EQ(refusal(content, pair), message + "<string>:1" + place + "\n");
+    }
+}
+
+TEST(XmlValues, EnumerationsWriteTheirTexts) {
+    KrXmlEnumType<KrU32> mode(1);
+    mode.setEnumString(0, "none");
+    mode.setEnumString(1, "every");
+    mode.setEnumString(1, "all");
+    EXPECT_NE(KrXml::toString(mode).find(">all<"), std::string::npos);
+    KrXmlEnumType<KrU32> const other(0);
+    mode = other;  // takes the value; the texts are the object's own
+    EXPECT_TRUE(mode == other);
+    EXPECT_NE(KrXml::toString(mode).find(">none<"), std::string::npos);
+    mode = 2U;
+    CapturedMessages const captured;
+    EXPECT_EQ(KrXml::toString(mode), "");
+    EXPECT_EQ(captured.text(), "cannot be written: 2 is none of none, all\n");
+}
+
+}  // namespace
