@@ -1,0 +1,23 @@
+#include "function/object/KrScalarMultivariableOptimizerContainer.h"
+
+#include "function/object/KrCreators.h"
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+double KrScalarMultivariableOptimizerContainer::findMinimum(KrScalarMultivariableFunction const& f,
+                                                            KrRealVector const& start,
+                                                            KrRealVector& result) const {
+    return topElement() ? topElement()->findMinimum(f, start, result) : 0.0;
+}
+
+double KrScalarMultivariableOptimizerContainer::findMaximum(KrScalarMultivariableFunction const& f,
+                                                            KrRealVector const& start,
+                                                            KrRealVector& result) const {
+    return topElement() ? topElement()->findMaximum(f, start, result) : 0.0;
+}
+
+void KrScalarMultivariableOptimizerContainer::registerComponentCreators() {
+    KrCreators::registerOptimizers(*this);
+}

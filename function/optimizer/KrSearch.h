@@ -1,0 +1,58 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrTypes.h"
+#include "foundation/math/KrReArray.h"
+#include "foundation/xml/KrXmlVectorType.h"
+#include "function/multivariable/KrScalarMultivariableFunction.h"
+
+#include <vector>
+
+/// What the optimizers share, in the one order of operations that all of them
+/// keep. Values are signed: the function's value times +1.0 in a search for a
+/// minimum and -1.0 in a search for a maximum, so that every search minimises.
+namespace KrSearch {
+
+/// Edge length along coordinate `i`: the listed one, else `otherwise`.
+inline double edgeLength(KrXmlRealVector const& listed, double otherwise, KrU32 i) {
+    return i < listed.size() ? listed[i].value() : otherwise;
+}
+
+/// Copies as much of `start` as `point` has room for; what is missing is 0.
+KR_EXPORT void copyStart(KrRealVector const& start, KrRealVector& point);
+
+/// Makes `simplex` n+1 rows of n: `start` in row 0, and in row i+1 the same point
+/// moved along coordinate i by `scale` times its edge length.
+KR_EXPORT void seedSimplex(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
+                           double defaultEdgeLength, double scale, KrReArray& simplex);
+
+/// The signed values at `points`, by one call of `evaluateMultiple`.
+KR_EXPORT void evaluateBatch(double sign, KrScalarMultivariableFunction const& f,
+                             std::vector<KrRealVector> const& points, KrRealVector& values);
+
+/// result = a x + b y, for points of one length; `result` is neither of them.
+inline void combine(double a, KrRealVector const& x, double b, KrRealVector const& y,
+                    KrRealVector& result) {
+    double const* const xs = x.data();
+    double const* const ys = y.data();
+    double* const __restrict results = result.data();
+    std::size_t const n = result.size();
+    for (std::size_t j = 0; j < n; ++j) {
+        results[j] = a * xs[j] + b * ys[j];
+    }
+}
+
+/// How many of the values lie above `bound`.
+inline std::size_t countAbove(double bound, KrRealVector const& values) {
+    std::size_t count = 0;
+    for (double const value : values) {
+        count += value > bound;
+    }
+    return count;
+}
+
+/// The indices of the smallest and of the largest value; the lowest index of
+/// equal ones, and 0 for fewer than two values.
+KR_EXPORT void findExtremes(KrRealVector const& values, KrU32& minIndex, KrU32& maxIndex);
+
+}  // namespace KrSearch

@@ -1,0 +1,112 @@
+// The order of the virtual operations is part of the interface. In the ABI of
+// both compilers a pointer to a virtual member function holds its offset in the
+// table, so that the order can be read off.
+
+#include "foundation/xml/KrBaseExpressionTreeElement.h"
+#include "foundation/xml/KrXmlBaseVariableCompoundType.h"
+#include "function/multivariable/KrPowellsQuarticFunction.h"
+#include "function/object/KrScalarMultivariableOptimizerContainer.h"
+#include "function/optimizer/KrNelderMeadOptimizer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+template <class Member>
+std::size_t slot(Member member) {
+    std::size_t word = 0;
+    std::memcpy(&word, &member, sizeof word);
+    return (word - 1) / sizeof(void*);
+}
+
+// Checks that the members stand in consecutive slots from `first` on; returns the
+// slot behind them.
+template <class... Members>
+std::size_t expectSlots(std::size_t first, Members... members) {
+    for (std::size_t const actual : {slot(members)...}) {
+        EXPECT_EQ(actual, first++);
+    }
+    return first;
+}
+
+template <class C>
+std::size_t expectObjectSlots() {
+    using T = C;
+    return expectSlots(2, &T::accept, &T::clone, &T::xmlInit, &T::read, &T::readAttribute,
+                       &T::write, &T::writeSchema, &T::createSchema, &T::xmlInitialized,
+                       &T::setXmlInitialized, &T::specified, &T::setSpecified, &T::isBasicType,
+                       &T::equalsDefault, &T::equality, &T::newObject, &T::token);
+}
+
+template <class C>
+std::size_t expectCompoundSlots() {
+    using T = C;
+    return expectSlots(
+        expectObjectSlots<T>(), &T::readAttributes, &T::readElements, &T::writeAttributes,
+        &T::writeElements, &T::writeSchemaAttributes, &T::writeSchemaElements,
+        &T::registerComponents, &T::registerComponent, &T::registerComponentReadOnly,
+        &T::componentMap, &T::registerAttributeComponent, &T::registerAttributeComponentReadOnly,
+        &T::attributeComponentMap, &T::specialDescriptorMap, &T::hasChildren, &T::hasAttributes,
+        &T::readValueFromToken, &T::readValueFromSpecialToken, &T::readAttributeFromToken,
+        &T::newComponentMap, &T::newSpecialDescriptorMap, &T::createComponentMap,
+        &T::createAttributeComponentMap, &T::createSpecialDescriptorMap, &T::isReadOnlyComponent,
+        &T::isReadOnlyAttribute);
+}
+
+template <class C>
+std::size_t expectElementSlots() {
+    using T = C;
+    return expectSlots(expectCompoundSlots<T>(), &T::container, &T::setContainer);
+}
+
+template <class C>
+std::size_t expectOptimizerSlots() {
+    return expectSlots(expectElementSlots<C>(), &C::findMinimum, &C::findMaximum);
+}
+
+// The slots of containers and vectors, up to where the two part.
+template <class C>
+std::size_t expectVariableCompoundSlots() {
+    using T = C;
+    return expectSlots(expectObjectSlots<T>(), &T::registerComponentCreators,
+                       &T::registerComponentCreator, &T::newObjectFromToken, &T::addLibraries,
+                       &T::setAddLibraries, &T::creatorMap, &T::readValueFromToken,
+                       &T::processLibraries);
+}
+
+template <class C, class T>
+std::size_t expectContainerSlots() {
+    return expectSlots(expectVariableCompoundSlots<C>(),
+                       static_cast<T const* (C::*)() const>(&C::topElement),
+                       static_cast<T* (C::*)()>(&C::topElement), &C::setTopElement,
+                       &C::setAndDeleteTopElementPointer, &C::setTopElementContainerToThis);
+}
+
+TEST(SlotOrder, Functions) {
+    using F = KrPowellsQuarticFunction;
+    expectSlots(2, &F::evaluate, &F::evaluateMultiple, &F::domainDim, &F::multiplier,
+                &F::setMultiplier);
+}
+
+TEST(SlotOrder, NelderMead) {
+    using T = KrNelderMeadOptimizer;
+    expectSlots(expectOptimizerSlots<T>(), &T::alpha, &T::setAlpha, &T::beta, &T::setBeta,
+                &T::gamma, &T::setGamma, &T::sigma, &T::setSigma, &T::stoppingThreshold,
+                &T::setStoppingThreshold, &T::maxTotalSteps, &T::setMaxTotalSteps,
+                &T::maxFunctionEvaluations, &T::setMaxFunctionEvaluations, &T::restartCheckPeriod,
+                &T::setRestartCheckPeriod, &T::eta, &T::setEta, &T::maxExpansionSteps,
+                &T::setMaxExpansionSteps, &T::simplexEdgeLengths, &T::setSimplexEdgeLengths,
+                &T::defaultSimplexEdgeLength, &T::setDefaultSimplexEdgeLength, &T::initialize,
+                &T::singleStep, &T::exchangeHighVertex, &T::exchangeHighVertexAndContract,
+                &T::findMaxAndMin, &T::calculateVertexMeanExcludingMaxPoint, &T::restartIfNeeded);
+}
+
+TEST(SlotOrder, OptimizerContainer) {
+    using T = KrScalarMultivariableOptimizerContainer;
+    expectSlots(expectContainerSlots<T, KrScalarMultivariableOptimizer>(), &T::findMinimum,
+                &T::findMaximum);
+}
+
+}  // namespace

@@ -1,0 +1,133 @@
+#include "foundation/xml/KrXml.h"
+#include "function/multivariable/KrPowellsQuarticFunction.h"
+#include "function/object/KrScalarMultivariableOptimizerContainer.h"
+#include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "tests/support/CapturedMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using Container = KrScalarMultivariableOptimizerContainer;
+
+KrNelderMeadOptimizer optimizerWith(double alpha) {
+    KrNelderMeadOptimizer optimizer;
+    optimizer.setAlpha(alpha);
+    return optimizer;
+}
+
+Container containerWith(double alpha) {
+    Container container;
+    container.setTopElement(optimizerWith(alpha));
+    return container;
+}
+
+double alphaOf(Container const& container) {
+    return dynamic_cast<KrNelderMeadOptimizer const&>(*container.topElement()).alpha();
+}
+
+std::string document(std::string const& content) {
+    return "<optimizerContainer xmlns='urn:zeibreku:function#'>" + content +
+           "</optimizerContainer>";
+}
+
+TEST(OptimizerContainer, StandsInForItsOptimizer) {
+    KrPowellsQuarticFunction const f;
+    KrRealVector const start{3, -1, 0, 1};
+    KrRealVector result{7};
+    Container container;
+    EXPECT_EQ(container.findMinimum(f, start, result), 0.0);
+    EXPECT_EQ(container.findMaximum(f, start, result), 0.0);
+    EXPECT_EQ(result, KrRealVector{7});
+    KrNelderMeadOptimizer const optimizer;
+    container.setTopElement(optimizer);
+    KrRealVector expected;
+    EXPECT_EQ(container.findMinimum(f, start, result), optimizer.findMinimum(f, start, expected));
+    EXPECT_EQ(result, expected);
+    EXPECT_EQ(container.findMaximum(f, start, result), optimizer.findMaximum(f, start, expected));
+    EXPECT_EQ(result, expected);
+}
+
+TEST(OptimizerContainer, OwnsACloneAndComparesByIt) {
+    KrNelderMeadOptimizer optimizer = optimizerWith(2.0);
+    Container container;
+    container.setTopElement(optimizer);
+    optimizer.setAlpha(3.0);
+    EXPECT_EQ(alphaOf(container), 2.0);
+    EXPECT_EQ(container.topElement()->container(), nullptr);
+    // The present element itself may be given again, in both ways.
+    container.setTopElement(*container.topElement());
+    container.setAndDeleteTopElementPointer(container.topElement());
+    EXPECT_EQ(alphaOf(container), 2.0);
+
+    Container const copy(container);
+    EXPECT_TRUE(copy == container);
+    EXPECT_NE(copy.topElement(), container.topElement());
+    EXPECT_FALSE(copy == containerWith(3.0));
+    EXPECT_FALSE(copy == Container());
+    EXPECT_FALSE(Container() == copy);
+    EXPECT_TRUE(Container() == Container());
+    container = containerWith(3.0);
+    EXPECT_EQ(alphaOf(container), 3.0);
+    container = Container();
+    EXPECT_EQ(container.topElement(), nullptr);
+    std::unique_ptr<KrXmlObject> const clone(copy.clone());
+    EXPECT_TRUE(copy.equality(clone.get()));
+    EXPECT_FALSE(copy.equality(nullptr));
+    EXPECT_FALSE(copy.equality(&optimizer));
+    EXPECT_TRUE(Container::nullObject().equalsDefault());
+    container.setAndDeleteTopElementPointer(new KrNelderMeadOptimizer);
+    container.setAndDeleteTopElementPointer(nullptr);
+    EXPECT_EQ(container.topElement(), nullptr);
+}
+
+TEST(OptimizerContainer, ReadsTheLastOptimizer) {
+    Container container;
+    ASSERT_TRUE(KrXml::fromString(document("<nelderMead><alpha>2</alpha></nelderMead>"
+                                           "<nelderMead><alpha>3</alpha></nelderMead>"),
+                                  container));
+    EXPECT_EQ(alphaOf(container), 3.0);
+    EXPECT_EQ(container.topElement()->container(), nullptr);
+    Container back;
+    ASSERT_TRUE(KrXml::fromString(KrXml::toString(container), back));
+    EXPECT_TRUE(back == container);
+
+    // An unknown tag empties the container and is refused.
+    std::istringstream stream(document("<nelderMead/><other/>"));
+    KrXmlReader reader(stream);
+    CapturedMessages const captured;
+    EXPECT_FALSE(container.read(reader));
+    EXPECT_EQ(container.topElement(), nullptr);
+    EXPECT_EQ(captured.messages.size(), 1U);
+    // An element that refuses its content leaves the container's own answer true,
+    // but the document fails.
+    std::istringstream second(document("<nelderMead><alpha>x</alpha></nelderMead>"));
+    KrXmlReader secondReader(second);
+    EXPECT_TRUE(container.read(secondReader));
+    EXPECT_EQ(secondReader.errorCount(), 1U);
+    EXPECT_FALSE(
+        KrXml::fromString(document("<nelderMead><alpha>x</alpha></nelderMead>"), container));
+}
+
+TEST(OptimizerContainer, KeepsLibraryNamesAndLoadsNothing) {
+    Container container;
+    CapturedMessages const captured;
+    ASSERT_TRUE(KrXml::fromString(
+        document("<addLibraries count='2'><item>a.so</item><item>b.so</item></addLibraries>"),
+        container));
+    EXPECT_EQ(captured.text(),
+              "library \"a.so\" is not loaded: loading code is off\n"
+              "library \"b.so\" is not loaded: loading code is off\n");
+    ASSERT_EQ(container.addLibraries().size(), 2U);
+    EXPECT_EQ(container.addLibraries()[1].value(), "b.so");
+    EXPECT_FALSE(container == Container());
+    Container back;
+    ASSERT_TRUE(KrXml::fromString(KrXml::toString(container), back));
+    EXPECT_TRUE(back == container);
+    back.setAddLibraries({});
+    EXPECT_EQ(KrXml::toString(back).find("addLibraries"), std::string::npos);
+}
+
+}  // namespace
