@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# From a fresh checkout to a minimum: builds the library and the examples and runs the first one.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+scripts/setup.sh demo
+
+# Shows what a command says only when it fails.
+quietly() {
+    local log
+    log=$(mktemp)
+    if ! "$@" >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}
+
+# A folder of its own: the release build also wants the tests' and benchmarks' packages. Somebody
+# else's compiler may warn of something new, which is no reason to show nothing.
+echo "Building in build/demo ..."
+quietly cmake --preset release -B build/demo \
+    -D ZEIBREKU_BUILD_TESTS=OFF -D ZEIBREKU_BUILD_BENCHMARKS=OFF \
+    -D ZEIBREKU_WARNINGS_AS_ERRORS=OFF
+quietly cmake --build build/demo
+
+example=(build/demo/examples/01_minimise examples/01_minimise/nelder-mead.xml powell 3 -1 0 1)
+echo "\$ ${example[*]}"
+"${example[@]}"

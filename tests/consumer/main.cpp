@@ -1,0 +1,23 @@
+// A client as small as can be: it makes an optimizer, takes it through XML and runs it.
+#include "foundation/xml/KrXml.h"
+#include "function/multivariable/KrPowellsQuarticFunction.h"
+#include "function/object/KrScalarMultivariableOptimizerContainer.h"
+#include "function/optimizer/KrNelderMeadOptimizer.h"
+
+#include <iostream>
+
+int main() {
+    KrScalarMultivariableOptimizerContainer written;
+    written.setTopElement(KrNelderMeadOptimizer());
+
+    KrScalarMultivariableOptimizerContainer copy;
+    bool const same = KrXml::fromString(KrXml::toString(written), copy) && copy == written;
+
+    KrPowellsQuarticFunction quartic;
+    KrRealVector best;
+    double const lowest = copy.findMinimum(quartic, KrRealVector{3, -1, 0, 1}, best);
+
+    std::cout << "read back " << (same ? "equal" : "different") << ", minimum " << lowest << '\n';
+    // 215 is the value at the start.
+    return same && best.size() == 4 && lowest < 215 ? 0 : 1;
+}

@@ -1,0 +1,37 @@
+# Installs this build and uses it as a stranger would: by find_package and by pkg-config.
+set(consumer_dir ${PROJECT_BINARY_DIR}/consumer)
+set(consumer_prefix ${consumer_dir}/prefix)
+
+# Old files go first: a header that is no longer installed must be missed.
+add_test(NAME consumer.clean COMMAND ${CMAKE_COMMAND} -E rm -rf ${consumer_dir})
+# The prefix is not the configured one, which shows that the installed files can be moved.
+add_test(NAME consumer.install
+    COMMAND ${CMAKE_COMMAND} --install ${PROJECT_BINARY_DIR} --config $<CONFIG>
+        --prefix ${consumer_prefix})
+set_tests_properties(consumer.clean PROPERTIES FIXTURES_SETUP consumer_clean)
+set_tests_properties(consumer.install PROPERTIES
+    FIXTURES_REQUIRED consumer_clean FIXTURES_SETUP consumer_prefix)
+
+add_test(NAME consumer.find_package
+    COMMAND ${CMAKE_CTEST_COMMAND}
+        --build-and-test ${CMAKE_CURRENT_LIST_DIR} ${consumer_dir}/find_package
+        --build-generator ${CMAKE_GENERATOR}
+        --build-makeprogram ${CMAKE_MAKE_PROGRAM}
+        --build-options
+            -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER}
+            -DCMAKE_PREFIX_PATH=${consumer_prefix}
+        --test-command consumer)
+set_tests_properties(consumer.find_package PROPERTIES FIXTURES_REQUIRED consumer_prefix)
+
+find_package(PkgConfig QUIET)
+if(PKG_CONFIG_EXECUTABLE)
+    add_test(NAME consumer.pkg_config
+        COMMAND ${CMAKE_COMMAND}
+            -D compiler=${CMAKE_CXX_COMPILER}
+            -D pkg_config=${PKG_CONFIG_EXECUTABLE}
+            -D libdir=${consumer_prefix}/${CMAKE_INSTALL_LIBDIR}
+            -D source=${CMAKE_CURRENT_LIST_DIR}/main.cpp
+            -D program=${consumer_dir}/consumer_by_pkg_config
+            -P ${CMAKE_CURRENT_LIST_DIR}/pkg_config.cmake)
+    set_tests_properties(consumer.pkg_config PROPERTIES FIXTURES_REQUIRED consumer_prefix)
+endif()
