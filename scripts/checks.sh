@@ -1,0 +1,129 @@
+#!/usr/bin/env bash
+# The slower checks. Without arguments all of them, otherwise those that are named:
+#
+#   scripts/checks.sh asan tidy
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+all=(format headers cppcheck clang tidy asan tsan benchmarks demo)
+
+# build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
+build_and_test() {
+    local preset=$1
+    shift
+    cmake --preset "$preset"
+    cmake --build --preset "$preset"
+    "$@" ctest --preset "$preset"
+}
+
+check_format() { scripts/format.sh --check; }
+
+# Each public header compiles alone, in the source tree, and all of them together as installed:
+# one that includes something which is not installed fails only there.
+check_headers() {
+    cmake --preset development
+    cmake --build --preset development
+    cmake --build --preset development --target all_verify_interface_header_sets
+
+    local prefix=$PWD/build/headers/prefix
+    rm -rf "$prefix"
+    cmake --install build/development --prefix "$prefix" >/dev/null
+    (cd "$prefix/include/zeibreku" && find . -name '*.h' | sort |
+        sed 's|^\./\(.*\)|#include "\1"|') >build/headers/all.cpp
+    echo "Compiling $(wc -l <build/headers/all.cpp) installed headers"
+    local flags
+    read -ra flags < <(PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name zeibreku.pc)") \
+        pkg-config --cflags zeibreku)
+    "${CXX:-c++}" -std=c++20 -Wall -Wextra -Werror -fsyntax-only "${flags[@]}" \
+        build/headers/all.cpp
+}
+
+check_cppcheck() {
+    # What cppcheck cannot see, such as the standard headers, is left to the compilers. Members that
+    # an assignment leaves alone are this library's way to keep working state and containers apart.
+    cppcheck --quiet --error-exitcode=1 --std=c++20 --language=c++ -j "$jobs" -I . \
+        --enable=warning,performance,portability --inline-suppr \
+        --suppress=missingInclude --suppress=missingIncludeSystem \
+        --suppress=unknownMacro --suppress=internalAstError \
+        --suppress=operatorEqVarError \
+        -D__attribute__\(x\)= \
+        foundation function examples
+}
+
+check_clang() { build_and_test clang; }
+
+check_tidy() {
+    cmake --preset clang
+    # One file at a time keeps all cores busy; the count of suppressed warnings is noise.
+    find foundation function -name '*.cpp' -print0 | sort -z |
+        xargs -0 -r -n 1 -P "$jobs" "$(first_of clang-tidy-14 clang-tidy)" \
+            -p build/clang --quiet 2>&1 |
+        sed '/warnings\{0,1\} generated\.$/d'
+}
+
+check_asan() { build_and_test asan; }
+
+check_tsan() {
+    # The thread sanitizer of this compiler generation wants its shadow memory at fixed places and
+    # gives up where the kernel scatters mappings widely.
+    local fixed_addresses=()
+    if setarch -R true 2>/dev/null; then
+        fixed_addresses=(setarch -R)
+    fi
+    build_and_test tsan "${fixed_addresses[@]}"
+}
+
+# Whether they run, not how fast: a figure taken beside other builds means nothing.
+check_benchmarks() {
+    cmake --preset release
+    cmake --build --preset release --target benchmarks
+    local source name
+    for source in benchmarks/*.cpp; do
+        if [[ -e $source ]]; then
+            name=$(basename "$source" .cpp)
+            "build/release/benchmarks/$name" --benchmark_min_time=0.01
+        fi
+    done
+}
+
+check_demo() { scripts/demo.sh; }
+
+for name in "$@"; do
+    if ! declare -F "check_$name" >/dev/null; then
+        echo "There is no check '$name'; there are: ${all[*]}" >&2
+        exit 2
+    fi
+done
+
+if (($# == 1)); then
+    if [[ -z ${ZEIBREKU_CHECKS_SET_UP:-} ]]; then
+        scripts/setup.sh checks benchmarks
+    fi
+    "check_$1"
+    exit
+fi
+
+# Each check runs in a shell of its own, so that its first failure ends it and not the others.
+scripts/setup.sh checks benchmarks
+export ZEIBREKU_CHECKS_SET_UP=1
+if (($# == 0)); then
+    set -- "${all[@]}"
+fi
+results=()
+passed=0
+failed=0
+for name in "$@"; do
+    printf '\n==== %s\n' "$name"
+    SECONDS=0
+    if scripts/checks.sh "$name" </dev/null; then
+        results+=("$(printf '%-12s passed %5d s' "$name" "$SECONDS")")
+        passed=$((passed + 1))
+    else
+        results+=("$(printf '%-12s FAILED %5d s' "$name" "$SECONDS")")
+        failed=$((failed + 1))
+    fi
+done
+printf '\n'
+printf '%s\n' "${results[@]}"
+echo "checks: $passed passed, $failed failed"
+((failed == 0))
