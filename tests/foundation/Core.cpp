@@ -84,6 +84,10 @@ TEST(Print, StreamBecomesOneMessageWhenFlushedOrFollowed) {
     EXPECT_EQ(static_cast<int>(captured.messages[1].type), 3);
     EXPECT_EQ(static_cast<int>(captured.messages[2].type), 5);
     EXPECT_EQ(captured.messages[2].context, "");
+    Kr::Print::ostream(Kr::PrintType::Error, "h()") << "one";
+    Kr::Print::ostream(Kr::PrintType::Error, "i()") << "two" << std::flush << std::flush;
+    ASSERT_EQ(captured.messages.size(), 5U);
+    EXPECT_EQ(captured.messages[3].text + captured.messages[4].text, "onetwo");
 }
 
 TEST(Print, SinkMayPrintReplaceItselfAndThrow) {
