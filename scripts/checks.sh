@@ -97,14 +97,14 @@ done
 
 if (($# == 1)); then
     if [[ -z ${ZEIBREKU_CHECKS_SET_UP:-} ]]; then
-        scripts/setup.sh checks benchmarks
+        set_up checks benchmarks
     fi
     "check_$1"
     exit
 fi
 
 # Each check runs in a shell of its own, so that its first failure ends it and not the others.
-scripts/setup.sh checks benchmarks
+set_up checks benchmarks
 export ZEIBREKU_CHECKS_SET_UP=1
 if (($# == 0)); then
     set -- "${all[@]}"

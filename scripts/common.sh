@@ -6,10 +6,14 @@ jobs=$(nproc 2>/dev/null || echo 2)
 export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$jobs}
 export CTEST_PARALLEL_LEVEL=${CTEST_PARALLEL_LEVEL:-$jobs}
 
-# The presets name no generator, so that they work without Ninja as well.
-if [[ -z ${CMAKE_GENERATOR:-} ]] && command -v ninja >/dev/null; then
-    export CMAKE_GENERATOR=Ninja
-fi
+# set_up GROUP...: installs what is missing, then chooses the generator, since Ninja may have come
+# with it. The presets name none, so that they work without Ninja as well.
+set_up() {
+    scripts/setup.sh "$@"
+    if [[ -z ${CMAKE_GENERATOR:-} ]] && command -v ninja >/dev/null; then
+        export CMAKE_GENERATOR=Ninja
+    fi
+}
 
 # first_of NAME...: the first of the programs that is installed.
 first_of() {

@@ -3,7 +3,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/setup.sh demo
+set_up demo
 
 # Shows what a command says only when it fails.
 quietly() {

@@ -3,7 +3,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/setup.sh test
+set_up test
 
 cmake --preset development
 cmake --build --preset development
