@@ -1,7 +1,7 @@
 #pragma once
 
-#include <concepts>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 /// Member wrappers that carry the meaning of copying and comparing in the
@@ -40,8 +40,9 @@ template <class T>
 class KrScratch {
 public:
     KrScratch() = default;
-    KrScratch(KrScratch const&) : value_{} {}
-    KrScratch& operator=(KrScratch const&) { return *this; }
+    // Also where a move is asked for, and then no reason for a vector to copy.
+    KrScratch(KrScratch const&) noexcept(std::is_nothrow_default_constructible_v<T>) : value_{} {}
+    KrScratch& operator=(KrScratch const&) noexcept { return *this; }
     ~KrScratch() = default;
 
     T& operator*() { return value_; }

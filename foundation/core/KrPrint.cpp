@@ -11,6 +11,7 @@
 #include <span>
 #include <streambuf>
 #include <string_view>
+#include <utility>
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
@@ -90,8 +91,16 @@ struct MessageStream {
 };
 
 MessageStream& messageStream() {
-    thread_local MessageStream stream;
-    return stream;
+    // A pointer outlives the thread's other objects: one that prints while they are
+    // destroyed gets a stream that is never deleted.
+    thread_local MessageStream* stream = nullptr;
+    thread_local struct Owner {
+        ~Owner() { delete std::exchange(stream, nullptr); }
+    } const owner;
+    if (!stream) {
+        stream = new MessageStream;
+    }
+    return *stream;
 }
 
 // Out-of-range and unordered values are held at the ends of the integer type.
@@ -219,9 +228,12 @@ long long PrintArgument::asSigned() const {
 }
 
 unsigned long long PrintArgument::asUnsigned() const {
-    // A negative number prints as its two's complement, as printf does.
-    return kind_ == Kind::Real && real_ >= 0.0 ? toInteger<unsigned long long>(real_)
-                                               : static_cast<unsigned long long>(asSigned());
+    if (kind_ == Kind::Real && real_ >= 0.0) {
+        return toInteger<unsigned long long>(real_);
+    }
+    // A negative number prints as the two's complement of its own width.
+    long long const value = asSigned();
+    return isWide_ ? static_cast<unsigned long long>(value) : static_cast<unsigned>(value);
 }
 
 double PrintArgument::asReal() const {

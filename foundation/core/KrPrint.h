@@ -32,7 +32,7 @@ public:
     enum class Kind { Signed, Unsigned, Real, Text, Pointer };
 
     template <PrintNumber T>
-    PrintArgument(T value) {
+    PrintArgument(T value) : isWide_(sizeof(T) > sizeof(int)) {
         if constexpr (std::is_floating_point_v<T>) {
             kind_ = Kind::Real;
             real_ = static_cast<double>(value);
@@ -56,6 +56,7 @@ public:
 
 private:
     Kind kind_;
+    bool isWide_ = true;
     union {
         long long signed_;
         unsigned long long unsigned_;

@@ -1,7 +1,6 @@
 #include "foundation/xml/KrXml.h"
 
 #include "foundation/core/KrPrint.h"
-#include "foundation/xml/KrXmlBaseVariableCompoundType.h"
 #include "foundation/xml/KrXmlChildren.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlSchema.h"
@@ -38,6 +37,8 @@ KrToken const KrSecondToken = ns + "second";
 
 namespace {
 
+namespace fs = std::filesystem;
+
 KrBoolean refuseFile(std::string const& path, std::string const& reason) {
     Kr::Print::instance().write(Kr::PrintType::Error, "%s: %s\n", path, reason);
     return false;
@@ -45,30 +46,34 @@ KrBoolean refuseFile(std::string const& path, std::string const& reason) {
 
 std::string lastSystemError() { return std::generic_category().message(errno); }
 
-KrBoolean readDocument(std::istream& stream, std::string const& name, KrXmlObject& fresh,
-                       KrXmlObject const& prototype, KrXmlFactory const* factory) {
+KrBoolean readDocument(std::istream& stream, std::string const& name, KrXmlObject& object,
+                       KrXmlFactory const* factory) {
     KrXmlReader reader(stream, name);
     reader.setFactory(factory);
     if (reader.onElement()) {
-        if (reader.token() == fresh.token()) {
-            auto* const holder = dynamic_cast<KrXmlBaseVariableCompoundType*>(&fresh);
-            if (holder) {
-                // Creators that the client registered with its own object.
-                holder->adoptCreators(
-                    dynamic_cast<KrXmlBaseVariableCompoundType const&>(prototype));
-            }
-            // A false result without a message would leave the user without a reason.
-            if (!fresh.read(reader) && reader.errorCount() == 0) {
-                reader.refuse("a readable " + std::string(fresh.token().localName()),
-                              "an unreadable one");
-            }
-        } else {
-            reader.refuse("element " + krXmlQuoted(fresh.token().text()),
+        if (!(reader.token() == object.token())) {
+            reader.refuse("element " + krXmlQuoted(object.token().text()),
                           "element " + krXmlQuoted(reader.token().text()));
+        } else {
+            object.setSpecified(true);
+            if (!object.read(reader) && reader.errorCount() == 0) {
+                // A client's element may have refused without a word.
+                reader.refuse("a " + std::string(object.token().localName()) + " that can be read",
+                              "another");
+            }
         }
     }
     reader.finish();
     return reader.errorCount() == 0;
+}
+
+KrBoolean writeDocument(std::ostream& stream, KrXmlObject const& object) {
+    KrXmlWriter writer("", stream);
+    if (!krXmlWriteElement(writer, object.token(), object) && writer.good()) {
+        // A client's element may have failed without a word.
+        writer.refuse("element " + std::string(object.token().localName()));
+    }
+    return writer.flush();
 }
 
 // A stream over characters that stay where they are.
@@ -79,12 +84,22 @@ struct TextBuffer : std::streambuf {
     }
 };
 
-// Makes a new file beside `path`, with the permissions of a file that a program
-// creates; empty, with errno set, on failure.
-std::string createBeside(std::string const& path) {
+// Follows symbolic links to the file that is meant, which need not exist yet.
+fs::path followed(fs::path path) {
+    std::error_code error;
+    for (int links = 0; links < 40 && fs::is_symlink(fs::symlink_status(path, error)); ++links) {
+        fs::path const target = fs::read_symlink(path, error);
+        path = target.is_absolute() ? target : path.parent_path() / target;
+    }
+    return path;
+}
+
+// Makes a new file in the folder of `path`, with the permissions of a file that a
+// program creates; empty, with errno set, on failure.
+fs::path createBeside(fs::path const& path) {
     for (unsigned attempt = 0; attempt < 1000; ++attempt) {
-        std::string name =
-            path + ".new-" + std::to_string(::getpid()) + '-' + std::to_string(attempt);
+        fs::path name = path.parent_path() /
+                        (".new-" + std::to_string(::getpid()) + '-' + std::to_string(attempt));
         int const file = ::open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
         if (file >= 0) {
             ::close(file);
@@ -99,7 +114,7 @@ std::string createBeside(std::string const& path) {
 
 // Has what was written reach the disk, so that the name is never moved to a file
 // whose content a crash could still lose.
-bool synchronise(std::string const& path) {
+bool synchronise(fs::path const& path) {
     int const file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0) {
         return false;
@@ -113,73 +128,61 @@ bool synchronise(std::string const& path) {
 
 }  // namespace
 
-KrBoolean readFileInto(std::string const& path, KrXmlObject& fresh, KrXmlObject const& prototype,
-                       KrXmlFactory const* factory) {
+namespace internal {
+
+KrBoolean readFileInto(std::string const& path, KrXmlObject& object, KrXmlFactory const* factory) {
     errno = 0;
     std::ifstream stream(path, std::ios::binary);
     if (!stream) {
         return refuseFile(path, "cannot be read: " + lastSystemError());
     }
-    return readDocument(stream, path, fresh, prototype, factory);
+    return readDocument(stream, path, object, factory);
 }
 
-KrBoolean readTextInto(std::string const& text, KrXmlObject& fresh, KrXmlObject const& prototype,
-                       KrXmlFactory const* factory) {
+KrBoolean readTextInto(std::string const& text, KrXmlObject& object, KrXmlFactory const* factory) {
     TextBuffer buffer(text);
     std::istream stream(&buffer);
-    return readDocument(stream, "<string>", fresh, prototype, factory);
+    return readDocument(stream, "<string>", object, factory);
 }
 
 KrBoolean replaceFile(std::string const& path,
                       std::function<KrBoolean(std::ostream&)> const& write) {
-    namespace fs = std::filesystem;
+    auto const failed = [&] { return refuseFile(path, "cannot be written: " + lastSystemError()); };
     std::error_code error;
-    fs::path const resolved = fs::weakly_canonical(path, error);  // through symbolic links
-    std::string const target = error ? path : resolved.string();
+    fs::path const target = followed(path);
     fs::file_status const old = fs::status(target, error);
     if (fs::exists(old) && !fs::is_regular_file(old)) {
         return refuseFile(path, "cannot be written: not a regular file");
     }
-    std::string const fresh = createBeside(target);
+    fs::path const fresh = createBeside(target);
     if (fresh.empty()) {
-        return refuseFile(path, "cannot be written: " + lastSystemError());
+        return failed();
     }
     struct Cleanup {
-        std::string const& name;
+        fs::path const& name;
         ~Cleanup() { ::unlink(name.c_str()); }  // nothing is left of it once it was renamed
     } const cleanup{fresh};
-    {
-        std::ofstream stream(fresh, std::ios::binary | std::ios::trunc);
-        errno = 0;
-        if (!write(stream)) {
-            return refuseFile(path, "not written");
-        }
-        stream.close();
-        if (!stream || !synchronise(fresh)) {
-            return refuseFile(path, "cannot be written: " + lastSystemError());
-        }
+    std::ofstream stream(fresh, std::ios::binary | std::ios::trunc);
+    errno = 0;
+    bool const written = write(stream);
+    if (!written && stream.good()) {
+        return refuseFile(path, "not written");  // for the reason that was given already
+    }
+    stream.close();
+    if (!written || !stream || !synchronise(fresh)) {
+        return failed();
     }
     if (fs::exists(old)) {
         fs::permissions(fresh, old.permissions(), error);
     }
-    if (std::rename(fresh.c_str(), target.c_str()) != 0) {
-        return refuseFile(path, "cannot be written: " + lastSystemError());
-    }
-    return true;
+    return std::rename(fresh.c_str(), target.c_str()) == 0 || failed();
 }
 
-namespace {
-
-KrBoolean writeDocument(std::ostream& stream, KrXmlObject const& object) {
-    KrXmlWriter writer("", stream);
-    bool const written = krXmlWriteElement(writer, object.token(), object);
-    return writer.flush() && written;
-}
-
-}  // namespace
+}  // namespace internal
 
 KrBoolean writeFile(std::string const& path, KrXmlObject const& object) {
-    return replaceFile(path, [&](std::ostream& stream) { return writeDocument(stream, object); });
+    return internal::replaceFile(
+        path, [&](std::ostream& stream) { return writeDocument(stream, object); });
 }
 
 std::string toString(KrXmlObject const& object) {

@@ -7,7 +7,6 @@
 
 #include <functional>
 #include <iosfwd>
-#include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -28,25 +27,34 @@ extern KR_EXPORT KrToken const KrItemToken;          ///< element "item" of a ve
 extern KR_EXPORT KrToken const KrFirstToken;         ///< element "first" of a pair
 extern KR_EXPORT KrToken const KrSecondToken;        ///< element "second" of a pair
 
-/// Reads the document `path`, whose root element must be `fresh.token()`, into
-/// `fresh`, a new object that takes what `prototype` adds to its class.
-KR_EXPORT KrBoolean readFileInto(std::string const& path, KrXmlObject& fresh,
-                                 KrXmlObject const& prototype, KrXmlFactory const* factory);
-KR_EXPORT KrBoolean readTextInto(std::string const& text, KrXmlObject& fresh,
-                                 KrXmlObject const& prototype, KrXmlFactory const* factory);
+namespace internal {
 
-/// Reads by `read(fresh)` into a new object of the class of `object`, and moves
-/// it there when that was true.
+/// Reads a document, whose root element must be `object.token()`, into `object`.
+KR_EXPORT KrBoolean readFileInto(std::string const& path, KrXmlObject& object,
+                                 KrXmlFactory const* factory);
+KR_EXPORT KrBoolean readTextInto(std::string const& text, KrXmlObject& object,
+                                 KrXmlFactory const* factory);
+
+/// Fills the file `path` in one step, as `writeFile` does, with what `write` puts
+/// into the stream it is given; nothing is replaced when that is false.
+KR_EXPORT KrBoolean replaceFile(std::string const& path,
+                                std::function<KrBoolean(std::ostream&)> const& write);
+
+/// Reads by `read(fresh)` into an object with default values, and moves it to
+/// `object` when that was true.
 template <class T, class Read>
 KrBoolean replaceByNew(T& object, Read read) {
     static_assert(!std::is_abstract_v<T>, "a document is read into an object of a concrete class");
-    std::unique_ptr<KrXmlObject> const fresh(object.newObject());
-    if (!read(*fresh)) {
+    T fresh(object);  // has what clients have registered with it, at any depth,
+    fresh = T();      // and nothing of its value
+    if (!read(fresh)) {
         return false;
     }
-    object = std::move(dynamic_cast<T&>(*fresh));
+    object = std::move(fresh);
     return true;
 }
+
+}  // namespace internal
 
 /// Reads a whole document whose root is `object.token()`. What the document
 /// lacks takes its default: the object is replaced. When the result is false,
@@ -54,15 +62,15 @@ KrBoolean replaceByNew(T& object, Read read) {
 /// have no creator for; null: none.
 template <class T>
 KrBoolean readFile(std::string const& path, T& object, KrXmlFactory const* factory = nullptr) {
-    return replaceByNew(
-        object, [&](KrXmlObject& fresh) { return readFileInto(path, fresh, object, factory); });
+    return internal::replaceByNew(
+        object, [&](KrXmlObject& fresh) { return internal::readFileInto(path, fresh, factory); });
 }
 
 /// The same from a text; in messages the document is called "<string>".
 template <class T>
 KrBoolean fromString(std::string const& text, T& object, KrXmlFactory const* factory = nullptr) {
-    return replaceByNew(
-        object, [&](KrXmlObject& fresh) { return readTextInto(text, fresh, object, factory); });
+    return internal::replaceByNew(
+        object, [&](KrXmlObject& fresh) { return internal::readTextInto(text, fresh, factory); });
 }
 
 /// Writes the document of `object` beside `path` and then renames it over
@@ -76,10 +84,5 @@ KR_EXPORT std::string toString(KrXmlObject const& object);
 
 /// An XML Schema for documents whose root is `object.token()`; empty on failure.
 KR_EXPORT std::string schemaToString(KrXmlObject const& object);
-
-/// Fills the file `path` in one step, as `writeFile` does, with what `write`
-/// puts into the stream it is given; nothing is replaced when that is false.
-KR_EXPORT KrBoolean replaceFile(std::string const& path,
-                                std::function<KrBoolean(std::ostream&)> const& write);
 
 }  // namespace KrXml

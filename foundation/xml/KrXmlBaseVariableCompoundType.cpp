@@ -14,6 +14,7 @@ namespace {
 void KrXmlBaseVariableCompoundType::accept(KrXmlObjectVisitor* visitor) { visitor->visit(this); }
 
 KrBoolean KrXmlBaseVariableCompoundType::read(KrXmlReader& reader) {
+    prepare();
     KrXmlObject::read(reader);
     bool const noAttributes = reader.refuseAttributes();
     bool const childrenRead =
@@ -24,6 +25,7 @@ KrBoolean KrXmlBaseVariableCompoundType::read(KrXmlReader& reader) {
 }
 
 KrBoolean KrXmlBaseVariableCompoundType::write(KrXmlWriter& writer) const {
+    prepare();
     bool const good = KrXmlObject::write(writer);
     return (addLibraries().size() == 0 ||
             krXmlWriteElement(writer, KrXml::KrAddLibrariesToken, addLibraries())) &&
@@ -45,7 +47,7 @@ void KrXmlBaseVariableCompoundType::writeSchema(KrXmlSchema& schema) const {
 
 void KrXmlBaseVariableCompoundType::registerComponentCreator(KrToken const& token,
                                                              KrXmlCreator creator) {
-    (*creators_)[token] = creator;
+    creators_->map[token] = creator;
 }
 
 KrXmlObject* KrXmlBaseVariableCompoundType::newObjectFromToken(KrToken const& token) const {
@@ -62,19 +64,19 @@ void KrXmlBaseVariableCompoundType::setAddLibraries(LibraryList const& libraries
 }
 
 KrXmlCreatorMap const& KrXmlBaseVariableCompoundType::creatorMap() const {
-    if (!*creatorsRegistered_) {
-        // The creators follow from the class and are no part of the value, which
-        // is why a const object may have them registered.
+    if (!creators_->registered) {
+        // What can be created is no part of the value, which is why a const object
+        // may have it registered.
         auto& self = const_cast<KrXmlBaseVariableCompoundType&>(*this);
-        *self.creatorsRegistered_ = true;
-        KrXmlCreatorMap const added = std::move(*self.creators_);
-        self.creators_->clear();
+        self.creators_->registered = true;
+        KrXmlCreatorMap const added = std::move(self.creators_->map);
+        self.creators_->map.clear();
         self.registerComponentCreators();
         for (auto const& [token, creator] : added) {
             self.registerComponentCreator(token, creator);  // a client's own come last
         }
     }
-    return *creators_;
+    return creators_->map;
 }
 
 KrBoolean KrXmlBaseVariableCompoundType::readValueFromToken(KrToken const& token,
@@ -95,7 +97,8 @@ void KrXmlBaseVariableCompoundType::processLibraries() {
     }
 }
 
-void KrXmlBaseVariableCompoundType::adoptCreators(KrXmlBaseVariableCompoundType const& other) {
-    creators_ = other.creatorMap();
-    creatorsRegistered_ = true;
+void KrXmlBaseVariableCompoundType::prepare() const {
+    if (!xmlInitialized()) {
+        const_cast<KrXmlBaseVariableCompoundType&>(*this).xmlInit();
+    }
 }

@@ -49,14 +49,27 @@ public:
     /// code.
     virtual void processLibraries();
 
-    /// Takes over the creators of `other`, those that its client added included.
-    void adoptCreators(KrXmlBaseVariableCompoundType const& other);
-
-    /// Compares the library lists; creators belong to the class.
+    /// Compares the library lists: what can be created is no part of the value.
     bool operator==(KrXmlBaseVariableCompoundType const&) const = default;
 
 private:
+    // A copy can create what its source can. An assignment takes away nothing: what
+    // a client registered with an object stays when the object gets another value.
+    struct Creators {
+        Creators() = default;
+        Creators(Creators const&) = default;
+        Creators& operator=(Creators const& source) {
+            map.insert(source.map.begin(), source.map.end());
+            registered = registered || source.registered;
+            return *this;
+        }
+
+        KrXmlCreatorMap map;
+        bool registered = false;  // those of the class
+    };
+
+    void prepare() const;
+
     LibraryList addLibraries_;
-    KrUncompared<KrXmlCreatorMap> creators_;
-    KrUncompared<bool> creatorsRegistered_;
+    KrUncompared<Creators> creators_;
 };

@@ -34,11 +34,11 @@ public:
 
     KrBoolean read(KrXmlReader& reader) override {
         std::string_view text;
-        return reader.readText(text) && parse(text, reader);
+        return reader.readText(text) && krXmlParse(reader, text, value_);
     }
 
     KrBoolean readAttribute(KrXmlReader& reader) override {
-        return parse(reader.attributeValue(), reader);
+        return krXmlParse(reader, reader.attributeValue(), value_);
     }
 
     KrBoolean write(KrXmlWriter& writer) const override {
@@ -59,11 +59,5 @@ public:
     bool isBasicType() const override { return true; }
 
 private:
-    bool parse(std::string_view text, KrXmlReader& reader) {
-        KrXmlParse const result = KrXmlText<T>::parse(text, value_);
-        return result == KrXmlParse::Good ||
-               krXmlRefuseValue(reader, result, KrXmlText<T>::expected, text);
-    }
-
     T value_{};
 };

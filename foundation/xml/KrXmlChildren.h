@@ -17,14 +17,14 @@ KrBoolean krXmlReadChildren(KrXmlReader& reader, ReadChild readChild) {
         bool const more = reader.nextChild();
         good = good && reader.errorCount() == errors;  // text between the children
         if (!more) {
-            return good;
+            return good && !reader.malformed();
         }
         std::size_t const depth = reader.depth();
         KrToken const& token = reader.token();
         if (!readChild(token, reader)) {
             good = false;
             if (reader.errorCount() == errors) {
-                reader.refuse("no such element", "element " + krXmlQuoted(token.localName()));
+                reader.refuse("a known element", "element " + krXmlQuoted(token.localName()));
             }
         }
         reader.close(depth);

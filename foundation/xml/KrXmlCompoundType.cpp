@@ -56,6 +56,9 @@ void KrXmlCompoundType::writeSchema(KrXmlSchema& schema) const {
 
 KrBoolean KrXmlCompoundType::readAttributes(KrXmlReader& reader) {
     bool good = true;
+    for (auto const& attribute : attributeComponentMap()) {
+        attribute.object->setSpecified(false);
+    }
     while (reader.nextAttribute()) {
         good = readAttributeFromToken(reader.attributeName(), reader) && good;
     }
@@ -72,19 +75,21 @@ KrBoolean KrXmlCompoundType::readElements(KrXmlReader& reader) {
 }
 
 KrBoolean KrXmlCompoundType::writeAttributes(KrXmlWriter& writer) const {
+    bool good = true;
     for (auto const& attribute : prepared().attributeComponentMap()) {
         writer.startAttribute(attribute.token);
-        attribute.object->write(writer);
+        good = attribute.object->write(writer) && good;
         writer.endAttribute();
     }
-    return writer.good();
+    return good && writer.good();
 }
 
 KrBoolean KrXmlCompoundType::writeElements(KrXmlWriter& writer) const {
+    bool good = true;
     for (auto const& component : prepared().componentMap()) {
-        krXmlWriteElement(writer, component.token, *component.object);
+        good = krXmlWriteElement(writer, component.token, *component.object) && good;
     }
-    return writer.good();
+    return good && writer.good();
 }
 
 void KrXmlCompoundType::writeSchemaAttributes(KrXmlSchema& schema) const {
@@ -182,7 +187,11 @@ KrBoolean KrXmlCompoundType::readAttributeFromToken(KrToken const& token, KrXmlR
     if (!attribute) {
         return reader.refuseAttribute();
     }
-    return attribute->readOnly || attribute->object->readAttribute(reader);
+    if (attribute->readOnly) {
+        return true;
+    }
+    attribute->object->setSpecified(true);
+    return attribute->object->readAttribute(reader);
 }
 
 void KrXmlCompoundType::newComponentMap() {

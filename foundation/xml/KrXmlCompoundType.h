@@ -39,7 +39,9 @@ private:
 /// what is absent keeps its value.
 ///
 /// The maps are built when they are first needed and belong to the object alone:
-/// a copy builds its own, since the entries point to members.
+/// a copy builds its own, since the entries point to members. Building them is the
+/// one change that reading, writing or describing makes to a const object, so that
+/// even a const object is for one thread at a time.
 class KR_EXPORT KrXmlCompoundType : public KrXmlObject {
 public:
     void accept(KrXmlObjectVisitor* visitor) override;

@@ -95,7 +95,7 @@ private:
                 return true;
             }
         }
-        return krXmlRefuseValue(reader, KrXmlParse::Malformed, "one of " + listed(), text);
+        return reader.refuse("one of " + listed(), krXmlQuoted(text));
     }
 
     std::string listed() const {

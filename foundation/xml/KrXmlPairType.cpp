@@ -22,8 +22,6 @@ namespace KrXmlPair {
 
 KrBoolean read(KrXmlReader& reader, KrXmlObject& first, KrXmlObject& second) {
     bool const noAttributes = reader.refuseAttributes();
-    first.setSpecified(false);
-    second.setSpecified(false);
     auto const readPart = [&](KrToken const& token, KrXmlReader& from) {
         KrXmlObject* const part = token == KrXml::KrFirstToken    ? &first
                                   : token == KrXml::KrSecondToken ? &second

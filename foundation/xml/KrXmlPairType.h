@@ -4,6 +4,8 @@
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlChildren.h"
 
+#include <utility>
+
 /// What the pairs of all types share.
 namespace KrXmlPair {
 
@@ -31,8 +33,16 @@ public:
 
     bool operator==(KrXmlPairType const&) const = default;
 
+    /// What a document lacks takes its default; a refused one changes nothing.
     KrBoolean read(KrXmlReader& reader) override {
-        return KrXmlPair::read(reader, first_, second_);
+        F first;
+        S second;
+        if (!KrXmlPair::read(reader, first, second)) {
+            return false;
+        }
+        first_ = std::move(first);
+        second_ = std::move(second);
+        return true;
     }
     KrBoolean write(KrXmlWriter& writer) const override {
         return KrXmlPair::write(writer, first_, second_);

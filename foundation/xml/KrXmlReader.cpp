@@ -304,10 +304,11 @@ bool KrXmlReader::begin() {
 
 KrBoolean KrXmlReader::nextChild() {
     std::string_view text;
+    bool strayText = false;  // a long one comes in several pieces, and is refused once
     while (begin()) {
         switch (step(text)) {
             case Step::Start: return true;
-            case Step::Text: refuseStrayText(text); break;
+            case Step::Text: strayText = strayText || isStray(text); break;
             default: return false;
         }
     }
@@ -381,7 +382,7 @@ KrBoolean KrXmlReader::refuse(std::string const& expected, std::string const& fo
 }
 
 KrBoolean KrXmlReader::refuseAttribute() {
-    return refuse("no such attribute", "attribute " + krXmlQuoted(attributeName().localName()));
+    return refuse("a known attribute", "attribute " + krXmlQuoted(attributeName().localName()));
 }
 
 KrBoolean KrXmlReader::refuseAttributes() {
@@ -399,10 +400,11 @@ bool KrXmlReader::refuseAt(Place place, std::string const& expected, std::string
     return false;
 }
 
-void KrXmlReader::refuseStrayText(std::string_view text) {
+// Refuses text between elements, unless it is white space.
+bool KrXmlReader::isStray(std::string_view text) {
     std::string_view const visible = krXmlTrimmed(text);
     if (visible.empty()) {
-        return;
+        return false;
     }
     for (char const* c = text.data(); c != visible.data(); ++c) {
         bool const newLine = *c == '\n';
@@ -410,6 +412,7 @@ void KrXmlReader::refuseStrayText(std::string_view text) {
         textPlace_.column = newLine ? 1 : textPlace_.column + 1;
     }
     refuseAt(textPlace_, "elements alone", "text " + krXmlQuoted(visible));
+    return true;
 }
 
 KrBoolean KrXmlReader::onElement() { return begin() && !ended_; }
@@ -447,10 +450,4 @@ std::string krXmlQuoted(std::string_view text) {
         --end;  // not inside a character of several bytes
     }
     return '"' + std::string(text.substr(0, end)) + "...\"";
-}
-
-KrBoolean krXmlRefuseValue(KrXmlReader& reader, KrXmlParse result, std::string const& expected,
-                           std::string_view text) {
-    bool const outOfRange = result == KrXmlParse::OutOfRange;
-    return reader.refuse(expected + (outOfRange ? " in range" : ""), krXmlQuoted(text));
 }

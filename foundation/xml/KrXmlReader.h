@@ -37,7 +37,10 @@ class KrXmlFactory;
 /// is fetched, and so is nesting deeper than the limit. After malformed text the
 /// reader finds no further children.
 ///
-/// Memory: a chunk of 64 KB with its events, and the text of one element.
+/// Attributes come first: they are gone once the reader has moved inside.
+///
+/// Memory: a chunk of 16 KB with its events, the text of one element, and the
+/// distinct names of the document.
 class KR_EXPORT KrXmlReader {
 public:
     static constexpr std::size_t defaultDepthLimit = 256;
@@ -82,6 +85,9 @@ public:
     /// a document without a root element.
     KrBoolean onElement();
 
+    /// Whether the document has turned out to be malformed, as far as it was read.
+    KrBoolean malformed() const { return stopped_; }
+
     KrToken const& token();
     std::size_t depth();
     KrToken const& attributeName() const;
@@ -120,7 +126,7 @@ private:
     bool begin();
     Step step(std::string_view& text);
     bool refuseAt(Place place, std::string const& expected, std::string const& found);
-    void refuseStrayText(std::string_view text);
+    bool isStray(std::string_view text);
 
     std::unique_ptr<Parser> parser_;
     std::string fileName_;
@@ -137,6 +143,12 @@ private:
 /// `text` in double quotes for a message, cut where it is long.
 KR_EXPORT std::string krXmlQuoted(std::string_view text);
 
-/// Refuses `text`, which `KrXmlText` could not make a value of. Returns false.
-KR_EXPORT KrBoolean krXmlRefuseValue(KrXmlReader& reader, KrXmlParse result,
-                                     std::string const& expected, std::string_view text);
+/// Sets `value` from `text`, or refuses the text at the reader's current element.
+template <class T>
+KrBoolean krXmlParse(KrXmlReader& reader, std::string_view text, T& value) {
+    KrXmlParse const result = KrXmlText<T>::parse(text, value);
+    return result == KrXmlParse::Good ||
+           reader.refuse(
+               result == KrXmlParse::OutOfRange ? KrXmlText<T>::range : KrXmlText<T>::expected,
+               krXmlQuoted(text));
+}

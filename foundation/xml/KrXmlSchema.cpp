@@ -119,7 +119,7 @@ std::string KrXmlSchema::document(KrXmlObject const& object, KrToken const& root
 KrBoolean KrXmlSchema::writeFile(std::string const& path, KrXmlObject const& object,
                                  KrToken const& root) {
     std::string const text = document(object, root);
-    return !text.empty() && KrXml::replaceFile(path, [&](std::ostream& stream) {
+    return !text.empty() && KrXml::internal::replaceFile(path, [&](std::ostream& stream) {
         stream << text;
         return stream.good();
     });

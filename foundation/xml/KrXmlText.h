@@ -12,7 +12,8 @@ enum class KrXmlParse { Good, Malformed, OutOfRange };
 /// The conversion between a value and its text in a document, the only place
 /// where it stands. It does not depend on the locale. For each `T`:
 ///
-/// - `expected`, `schemaType`: what a message calls it, its XML Schema type;
+/// - `expected`, `range`: what a message calls it, and one that is not too large;
+/// - `schemaType`: its XML Schema type;
 /// - `parse(text, value)`: sets `value` when the whole of `text`, but for white
 ///   space around it, is a value; otherwise leaves it as it was;
 /// - `format(value, room)`: the text, in `room` where it needs any.
@@ -28,6 +29,7 @@ using KrXmlTextRoom = std::array<char, 32>;
 template <>
 struct KR_EXPORT KrXmlText<double> {
     static constexpr char const* expected = "a number";
+    static constexpr char const* range = "a number in the range of double";
     static constexpr char const* schemaType = "xs:double";
     static KrXmlParse parse(std::string_view text, double& value);
     static std::string_view format(double value, KrXmlTextRoom& room);
@@ -36,7 +38,8 @@ struct KR_EXPORT KrXmlText<double> {
 /// Decimal digits, 0 to 4294967295.
 template <>
 struct KR_EXPORT KrXmlText<KrU32> {
-    static constexpr char const* expected = "an integer from 0 to 4294967295";
+    static constexpr char const* expected = "an integer";
+    static constexpr char const* range = "an integer from 0 to 4294967295";
     static constexpr char const* schemaType = "xs:unsignedInt";
     static KrXmlParse parse(std::string_view text, KrU32& value);
     static std::string_view format(KrU32 value, KrXmlTextRoom& room);
@@ -46,6 +49,7 @@ struct KR_EXPORT KrXmlText<KrU32> {
 template <>
 struct KR_EXPORT KrXmlText<bool> {
     static constexpr char const* expected = "true or false";
+    static constexpr char const* range = expected;
     static constexpr char const* schemaType = "xs:boolean";
     static KrXmlParse parse(std::string_view text, bool& value);
     static std::string_view format(bool value, KrXmlTextRoom&) { return value ? "true" : "false"; }
@@ -55,6 +59,7 @@ struct KR_EXPORT KrXmlText<bool> {
 template <>
 struct KR_EXPORT KrXmlText<std::string> {
     static constexpr char const* expected = "a text";
+    static constexpr char const* range = expected;
     static constexpr char const* schemaType = "xs:string";
     static KrXmlParse parse(std::string_view text, std::string& value);
     static std::string_view format(std::string const& value, KrXmlTextRoom&) { return value; }

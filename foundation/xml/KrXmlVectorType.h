@@ -96,10 +96,11 @@ public:
     KrBoolean write(KrXmlWriter& writer) const override {
         KrXmlVector::writeCount(writer, size());
         KrToken const tag = E().token();
+        bool good = true;
         for (E const& item : items_) {
-            krXmlWriteElement(writer, tag, item);
+            good = krXmlWriteElement(writer, tag, item) && good;
         }
-        return writer.good();
+        return good;
     }
 
     void writeSchema(KrXmlSchema& schema) const override { KrXmlVector::writeSchema(schema, E()); }

@@ -34,6 +34,19 @@ std::size_t characterLength(std::string_view text) {
     return valid ? length : 0;
 }
 
+bool isName(std::string_view text) {
+    auto const isLetter = [](unsigned char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c >= 0x80;
+    };
+    for (char const c : text) {
+        if (!isLetter(static_cast<unsigned char>(c)) && !(c >= '0' && c <= '9') && c != '-' &&
+            c != '.' && c != ':') {
+            return false;
+        }
+    }
+    return !text.empty() && isLetter(static_cast<unsigned char>(text.front()));
+}
+
 // A comment may not contain "--" nor end with '-'.
 std::string commentText(std::string const& text) {
     std::string comment;
@@ -84,6 +97,9 @@ void KrXmlWriter::startElement(KrToken const& token) {
         scope = std::string_view(namespaces_)
                     .substr(element.namespaceBegin, element.namespaceEnd - element.namespaceBegin);
     }
+    if (!isName(name)) {
+        refuse("element name \"" + token.text() + '"');
+    }
     newLine();
     put('<');
     put(name);
@@ -132,6 +148,9 @@ void KrXmlWriter::endElement() {
 }
 
 void KrXmlWriter::startAttribute(KrToken const& token) {
+    if (!isName(token.localName())) {
+        refuse("attribute name \"" + token.text() + '"');
+    }
     put(' ');
     put(token.localName());
     put("=\"");

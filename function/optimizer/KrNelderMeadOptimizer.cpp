@@ -42,6 +42,9 @@ void KrNelderMeadOptimizer::initialize(double sign, KrScalarMultivariableFunctio
                                        KrRealVector const& start, double scale) const {
     State& s = *state_;
     KrU32 const n = f.domainDim();
+    // Should the function throw, no value and no index may outlast its vertex.
+    s.values.clear();
+    s.minIndex = s.maxIndex = 0;
     KrSearch::seedSimplex(n, start, simplexEdgeLengths_, defaultSimplexEdgeLength_, scale,
                           s.simplex);
     s.distances.origin = Distances::nowhere;
@@ -218,8 +221,11 @@ bool KrNelderMeadOptimizer::hasStalled() const {
 
     // A sum of squares only grows as it is summed, so a part of a distance bounds
     // the ratio from above; where the bound is already within the decrease, the
-    // vertex cannot decide and the rest of its distance is not needed.
-    bool const canBound = e >= 0.0 && std::isfinite(e) && decrease >= 0.0;
+    // vertex cannot decide and the rest of its distance is not needed. That holds
+    // where no difference is NaN: the mean is finite only if all vertices but the
+    // worst are.
+    bool const canBound = e >= 0.0 && std::isfinite(e) && decrease >= 0.0 &&
+                          KrSearch::isFinite(s.mean) && KrSearch::isFinite(s.simplex[s.maxIndex]);
     auto const cannotDecide = [&](KrU32 i, double squaredRise) {
         constexpr KrU32 stride = 16;
         double const& sum = s.distances.sum[i];

@@ -21,19 +21,24 @@
 /// `stoppingThreshold`, or when a budget is spent.
 ///
 ///     <nelderMead>
-///       <alpha>1</alpha>                              reflection
-///       <beta>0.5</beta>                              contraction
-///       <gamma>2</gamma>                              expansion
-///       <sigma>0.5</sigma>                            shrink
-///       <stoppingThreshold>1e-05</stoppingThreshold>  in units of the function
+///       <alpha>1</alpha>
+///       <beta>0.5</beta>
+///       <gamma>2</gamma>
+///       <sigma>0.5</sigma>
+///       <stoppingThreshold>1e-05</stoppingThreshold>
 ///       <maxTotalSteps>200</maxTotalSteps>
 ///       <maxFunctionEvaluations>300</maxFunctionEvaluations>
 ///       <maxExpansionSteps>100</maxExpansionSteps>
 ///       <restartCheckPeriod>25</restartCheckPeriod>
-///       <eta>1e-04</eta>                             sufficient decrease
-///       <simplexEdgeLengths count="0"/>               in units of the coordinates
+///       <eta>1e-04</eta>
+///       <simplexEdgeLengths count="2"><item>0.5</item><item>0.25</item></simplexEdgeLengths>
 ///       <defaultSimplexEdgeLength>0.01</defaultSimplexEdgeLength>
 ///     </nelderMead>
+///
+/// Edge lengths are in units of the coordinates, the threshold in units of the
+/// function. A restart is made when, of the vertices v(i) with values F(i),
+///
+///     eta max (F(i) - F(best))² / |v(i) - v(best)|²  >  fall of F(worst) in the last step
 ///
 /// The n+1 evaluations of the first simplex are not charged to
 /// `maxFunctionEvaluations`; those of a restart are. Of a start point that is

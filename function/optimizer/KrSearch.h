@@ -6,6 +6,8 @@
 #include "foundation/xml/KrXmlVectorType.h"
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 
+#include <cmath>
+#include <limits>
 #include <vector>
 
 /// What the optimizers share, in the one order of operations that all of them
@@ -40,6 +42,15 @@ inline void combine(double a, KrRealVector const& x, double b, KrRealVector cons
     for (std::size_t j = 0; j < n; ++j) {
         results[j] = a * xs[j] + b * ys[j];
     }
+}
+
+/// Whether every component is a finite number.
+inline bool isFinite(KrRealVector const& point) {
+    bool finite = true;
+    for (double const component : point) {
+        finite &= std::fabs(component) <= std::numeric_limits<double>::max();
+    }
+    return finite;
 }
 
 /// How many of the values lie above `bound`.

@@ -135,9 +135,9 @@ TYPED_TEST(ElementContract, RefusedDocumentsSayWhereAndChangeNothing) {
         std::string message;
     } const cases[] = {
         {root + "><nothing/></" + tag + ">",
-         place + "/nothing: expected no such element, found element \"nothing\"\n"},
+         place + "/nothing: expected a known element, found element \"nothing\"\n"},
         {root + " colour='red'/>",
-         "<string>:1:1: " + tag + ": expected no such attribute, found attribute \"colour\"\n"},
+         "<string>:1:1: " + tag + ": expected a known attribute, found attribute \"colour\"\n"},
         {root + ">stray</" + tag + ">",
          place + ": expected elements alone, found text \"stray\"\n"},
         {root + ">", place + ": expected well-formed XML, found no element found\n"},

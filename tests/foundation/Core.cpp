@@ -63,7 +63,8 @@ TEST(Print, ConvertsEachArgumentWhateverItsType) {
     // argument nothing.
     EXPECT_EQ(printed("centre (%d)", 1.5), "centre (1)");
     EXPECT_EQ(printed("%d %d", std::nan(""), 1e300), "0 9223372036854775807");
-    EXPECT_EQ(printed("%u|%g|%s|%d", -1.0, 3U, 0.25, "text"), "18446744073709551615|3|0.25|0");
+    EXPECT_EQ(printed("%u|%x|%lu|%g|%s|%d", -1, -1.0F, -1L, 3U, 0.25, "text"),
+              "4294967295|ffffffff|18446744073709551615|3|0.25|0");
     EXPECT_EQ(printed("%d and %d.", 1), "1 and .");
     EXPECT_EQ(printed("%*d|%lu|%", 4, 7, 5UL), "   7|5|");
     EXPECT_EQ(printed("%s", static_cast<char const*>(nullptr)), "(null)");

@@ -1,6 +1,7 @@
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlFactory.h"
 #include "foundation/xml/KrXmlObjectVisitor.h"
+#include "foundation/xml/KrXmlPairType.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
@@ -42,7 +43,7 @@ TEST(XmlDocuments, RefusalsSayWhatAndWhere) {
          ":1:1: optimizerContainer: expected element "
          "\"urn:zeibreku:function#optimizerContainer\", found element \"optimizerContainer\""},
         {root + "\n  <nelderMeat><alpha>x</alpha></nelderMeat>\n" + end,
-         ":2:3: optimizerContainer/nelderMeat: expected no such element, found element "
+         ":2:3: optimizerContainer/nelderMeat: expected a known element, found element "
          "\"nelderMeat\""},
         {root + "<nelderMead>\n \n  stray <alpha/></nelderMead>" + end,
          ":3:3: optimizerContainer/nelderMead: expected elements alone, found text \"stray\"\n"
@@ -55,10 +56,10 @@ TEST(XmlDocuments, RefusalsSayWhatAndWhere) {
              std::string(60, '7') + "...\""},
         // Every fault is told, not the first alone.
         {root + "<nelderMead a='1'><b/>\n<gamma c='1'>2</gamma></nelderMead>" + end,
-         ":1:52: optimizerContainer/nelderMead: expected no such attribute, found attribute \"a\"\n"
-         "<string>:1:70: optimizerContainer/nelderMead/b: expected no such element, found element "
+         ":1:52: optimizerContainer/nelderMead: expected a known attribute, found attribute \"a\"\n"
+         "<string>:1:70: optimizerContainer/nelderMead/b: expected a known element, found element "
          "\"b\"\n"
-         "<string>:2:1: optimizerContainer/nelderMead/gamma: expected no such attribute, found "
+         "<string>:2:1: optimizerContainer/nelderMead/gamma: expected a known attribute, found "
          "attribute \"c\""},
     };
     Container container;
@@ -89,6 +90,22 @@ TEST(XmlDocuments, ChunksMayEndAnywhere) {
         text.replace(at, 5, "&");
     }
     EXPECT_EQ(value.value(), text);
+}
+
+TEST(XmlDocuments, ACutDocumentIsNeverRead) {
+    Container container;
+    container.setTopElement(KrNelderMeadOptimizer());
+    std::string const whole = KrXml::toString(container);
+    CapturedMessages const captured;
+    for (std::size_t length = 0; length + 1 < whole.size(); ++length) {
+        std::istringstream stream(whole.substr(0, length));
+        KrXmlReader reader(stream);
+        EXPECT_FALSE(container.read(reader)) << length;
+        EXPECT_EQ(reader.errorCount(), 1U);
+        std::istringstream second(whole.substr(0, length));
+        KrXmlReader secondReader(second);
+        EXPECT_FALSE(KrNelderMeadOptimizer().read(secondReader)) << length;
+    }
 }
 
 TEST(XmlDocuments, AStreamThatFailsIsNoDocument) {
@@ -194,12 +211,18 @@ TEST_F(XmlFiles, AreReplacedWholeOrNotAtAll) {
     KrNelderMeadOptimizer back;
     ASSERT_TRUE(KrXml::readFile(path.string(), back));
     EXPECT_TRUE(back == optimizer);
+    // The file of a link need not exist yet, and a name may be as long as it can.
+    fs::create_symlink("later.xml", folder / "dangling.xml");
+    std::string const longest(255, 'x');
+    ASSERT_TRUE(KrXml::writeFile((folder / "dangling.xml").string(), optimizer));
+    EXPECT_TRUE(fs::is_regular_file(folder / "later.xml"));
+    EXPECT_TRUE(KrXml::writeFile((folder / longest).string(), optimizer));
     // An object that cannot be written leaves the file as it was, and no other.
     CapturedMessages const captured;
     std::string const second = content(path);
     EXPECT_FALSE(KrXml::writeFile(path.string(), KrXmlBasicType<std::string>("\x01")));
     EXPECT_EQ(content(path), second);
-    EXPECT_EQ(filesInFolder(), 2);
+    EXPECT_EQ(filesInFolder(), 5);
     EXPECT_EQ(captured.messages.back().text, path.string() + ": not written\n");
 }
 
@@ -295,12 +318,14 @@ struct ClientElement : KrScalarMultivariableOptimizer {
         return 1.0;
     }
     static KrXmlObject* create() { return new ClientElement; }
-    static inline KrToken const tag{"urn:client#search"};
+    static KrToken const tag;
 
     KrXmlBasicType<std::string> name{"x"};
     KrXmlBasicType<double> level{2.0};
     KrXmlBasicType<KrU32> made{5};
 };
+
+KrToken const ClientElement::tag{"urn:client#search"};
 
 TEST(XmlClients, MayAddElementsOfTheirOwn) {
     ClientElement element;
@@ -311,6 +336,7 @@ TEST(XmlClients, MayAddElementsOfTheirOwn) {
     std::string const text = KrXml::toString(element);
     ASSERT_TRUE(KrXml::fromString(text, back));
     EXPECT_TRUE(back.equality(&element));
+    EXPECT_TRUE(back.name.specified() && back.level.specified());
     EXPECT_TRUE(back.made == 5U);  // what a document says of it is passed over
     EXPECT_TRUE(back.isReadOnlyComponent(KrToken("urn:client#made")));
     EXPECT_FALSE(back.isReadOnlyComponent(KrToken("urn:client#level")));
@@ -332,6 +358,57 @@ TEST(XmlClients, MayAddElementsOfTheirOwn) {
     CapturedMessages const captured;
     Container without;
     EXPECT_FALSE(KrXml::fromString(document, without));
+}
+
+// Reads and writes nothing, and says nothing.
+struct SilentElement : ClientElement {
+    KrXmlObject* newObject() const override { return new SilentElement; }
+    KrBoolean read(KrXmlReader&) override { return false; }
+    KrBoolean write(KrXmlWriter&) const override { return false; }
+};
+
+TEST(XmlClients, NoFailureIsLeftUnsaid) {
+    SilentElement element;
+    CapturedMessages captured;
+    EXPECT_FALSE(KrXml::fromString("<search xmlns='urn:client#'/>", element));
+    EXPECT_EQ(KrXml::toString(element), "");
+    KrXmlPairType<SilentElement, KrXmlBasicType<bool>> const pair;
+    EXPECT_EQ(KrXml::toString(pair), "");
+    EXPECT_EQ(captured.text(),
+              "<string>:1:1: search: expected a search that can be read, found another\n"
+              "cannot be written: element search\n"
+              "cannot be written: element item\n");
+    std::ostringstream stream;
+    KrXmlWriter writer("", stream);
+    writer.startElement(KrToken("urn:a#b c"));
+    EXPECT_FALSE(writer.good());
+    EXPECT_EQ(captured.messages.back().text, "cannot be written: element name \"urn:a#b c\"\n");
+}
+
+// An element that holds a container keeps what its client registered there.
+struct Holder : KrElement<Holder, KrXmlCompoundType, ClientElement::tag> {
+    void registerComponents() override {
+        registerComponent(KrFunction::KrOptimizerContainerToken, &inner);
+    }
+    bool operator==(Holder const&) const = default;
+    Container inner;
+};
+
+TEST(XmlClients, CreatorsStayWithTheObjectAtAnyDepth) {
+    Holder holder;
+    holder.inner.registerComponentCreator(ClientElement::tag, ClientElement::create);
+    holder.inner.setTopElement(KrNelderMeadOptimizer());
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(
+            KrXml::fromString("<search xmlns='urn:client#'><optimizerContainer xmlns='urn:"
+                              "zeibreku:function#'><search xmlns='urn:client#'/>"
+                              "</optimizerContainer></search>",
+                              holder));
+        EXPECT_TRUE(ClientElement().equality(holder.inner.topElement()));
+    }
+    EXPECT_TRUE(holder.inner.specified());
+    Container const moved(std::move(holder.inner));
+    EXPECT_EQ(moved.creatorMap().size(), holder.inner.creatorMap().size());
 }
 
 TEST(XmlClients, ElementsKnowTheirContainerByPlaceAlone) {

@@ -117,14 +117,22 @@ TEST(NelderMead, SearchesDoNotInfluenceOneAnother) {
 // it is done in full beside the search, whose steps are taken one by one.
 TEST(NelderMead, RestartTestDecidesAsTheWholeSumsDo) {
     constexpr KrU32 n = 40;
-    TestFunction const f(n, rosenbrock);
-    for (double const eta : {0.0, 1e-6, 1e-3, 0.3, -1.0, std::numeric_limits<double>::infinity()}) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    TestFunction const f(n, [](KrRealVector const& x, KrU32) { return rosenbrock(x, 20); });
+    struct {
+        double eta;
+        double ignored;  // a component of the start that the function does not see
+    } const cases[] = {{0.0, 0.5},  {1e-6, 0.5},     {1e-3, 0.5},     {0.3, 0.5},
+                       {-1.0, 0.5}, {infinity, 0.5}, {1e-6, infinity}};
+    for (auto const& [eta, ignored] : cases) {
         KrNelderMeadOptimizer optimizer;
         optimizer.setRestartCheckPeriod(0);
         optimizer.setEta(eta);
         optimizer.setDefaultSimplexEdgeLength(0.3);
         RecordingFunction const recording(f);
-        optimizer.initialize(1.0, recording, KrRealVector(n, 0.5), 1.0);
+        KrRealVector start(n, 0.5);
+        start[30] = ignored;  // where it is infinite, distances are NaN
+        optimizer.initialize(1.0, recording, start, 1.0);
         std::vector<KrRealVector> simplex;
         KrRealVector values;
         auto const rebuild = [&] {
@@ -184,7 +192,7 @@ TEST(NelderMead, RestartTestDecidesAsTheWholeSumsDo) {
             }
             previousWorst = *std::max_element(values.begin(), values.end());
         }
-        if (eta > 1e-3) {
+        if (eta > 1e-3 || ignored == infinity) {
             EXPECT_GT(restarts, 5) << eta;
         }
     }
@@ -203,6 +211,15 @@ TEST(NelderMead, StepsBeforeASearchAreHarmless) {
     optimizer.calculateVertexMeanExcludingMaxPoint();
     optimizer.initialize(1.0, f, powellStart, 1.0);
     optimizer.exchangeHighVertex(9, {1.0}, 1.0);  // no more than both have
+    // As are those after an exception in a smaller simplex.
+    struct Throwing : KrPowellsQuarticFunction {
+        double evaluate(KrRealVector const&) const override { throw std::runtime_error("client"); }
+        KrU32 domainDim() const override { return 2; }
+    };
+    EXPECT_THROW(optimizer.initialize(1.0, Throwing(), {}, 1.0), std::runtime_error);
+    optimizer.exchangeHighVertex(4, powellStart, 1.0);
+    optimizer.findMaxAndMin();
+    optimizer.singleStep(1.0, f, done);
 }
 
 TEST(NelderMead, ABatchThatAFunctionForgotCountsAsNaN) {
