@@ -1,0 +1,257 @@
+// The list of an element vector: its editing, its messages, its documents.
+
+#include "foundation/xml/KrBaseExpressionTreeElement.h"
+#include "foundation/xml/KrXml.h"
+#include "function/object/KrFunction.h"
+#include "function/object/KrXmlVariableVectorType.h"
+#include "tests/support/CapturedMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+namespace {
+
+KrToken const namedToken = KrFunction::ns + "named";
+KrToken const otherToken = KrFunction::ns + "other";
+KrToken const foreignToken = KrFunction::ns + "foreign";
+KrToken const vectorToken = KrFunction::ns + "namedVector";
+
+int alive = 0;
+
+class Named : public KrElement<Named, KrBaseExpressionTreeElement, namedToken> {
+public:
+    explicit Named(char name = '?') : name_(std::string(1, name)) { ++alive; }
+    Named(Named const& other) : KrElement(other), name_(other.name_) { ++alive; }
+    Named& operator=(Named const&) = default;
+    ~Named() override { --alive; }
+    void registerComponents() override { registerComponent(KrFunction::KrAlphaToken, &name_); }
+    bool operator==(Named const&) const = default;
+
+    KrXmlBasicType<std::string> name_;
+};
+
+class Other : public Named {
+public:
+    static KrXmlObject* creator() { return new Other; }
+    KrToken const& token() const override { return otherToken; }
+};
+
+// An element whose clone is none.
+class Lost : public Named {
+public:
+    KrXmlObject* clone() const override { return new KrXmlRealVector; }
+};
+
+class NamedVector : public KrElement<NamedVector, KrXmlVariableVectorType<Named>, vectorToken> {
+public:
+    using KrElement::KrElement;
+    void registerComponentCreators() override {
+        registerComponentCreator(namedToken, Named::creator);
+        registerComponentCreator(foreignToken, KrXmlRealVector::creator);
+    }
+    bool operator==(NamedVector const&) const = default;
+
+    // The names in order, '-' for an empty entry.
+    std::string names() const {
+        std::string names;
+        for (Named const* const entry : vectorContainer()) {
+            names += entry ? entry->name_.value() : "-";
+        }
+        return names;
+    }
+};
+
+NamedVector vectorOf(std::string const& names) {
+    NamedVector vector;
+    for (char const name : names) {
+        vector.pushBack(Named(name));
+    }
+    return vector;
+}
+
+TEST(ElementVector, IsEditedAsItSays) {
+    struct {
+        char const* start;
+        void (*edit)(NamedVector&);
+        char const* names;
+    } const cases[] = {
+        {"ABC", [](NamedVector& v) { v.resize(10); }, "ABC"},
+        {"ABC", [](NamedVector& v) { v.resize(3); }, "ABC"},
+        {"ABC", [](NamedVector& v) { v.resize(1); }, "A"},
+        {"ABC", [](NamedVector& v) { v.clear(); }, ""},
+        {"ABC", [](NamedVector& v) { v.reserve(100); }, "ABC"},
+        {"ABC", [](NamedVector& v) { EXPECT_TRUE(v.erase(1)); }, "AC"},
+        {"ABCDE", [](NamedVector& v) { EXPECT_TRUE(v.erase(1, 3)); }, "A-E"},
+        {"ABC", [](NamedVector& v) { EXPECT_TRUE(v.erase(0, 2)); }, "-"},
+        {"ABCDE", [](NamedVector& v) { v.erase(1, 3), v.erase(1); }, "AE"},
+        {"ABCDE", [](NamedVector& v) { v.erase(1, 3), v.exchange(1, Named('X')); }, "AXE"},
+        {"ABC", [](NamedVector& v) { EXPECT_TRUE(v.exchange(2, v[0])); }, "ABA"},
+        {"ABC", [](NamedVector& v) { EXPECT_TRUE(v.exchange(1, v[1])); }, "ABC"},
+        {"ABC", [](NamedVector& v) { v.assign(2, v[1]); }, "BB"},
+        {"ABC", [](NamedVector& v) { v.assign(0, v[1]); }, ""},
+        {"ABC", [](NamedVector& v) { v.pushBack(v[0]); }, "ABCA"},
+        {"ABC", [](NamedVector& v) { v.pushBack(Lost()), v.exchange(0, Lost()); }, "-BC-"},
+        {"", [](NamedVector& v) { v = NamedVector(3); }, "---"},
+        {"ABC", [](NamedVector& v) { v = static_cast<NamedVector const&>(v); }, "ABC"},
+    };
+    for (auto const& row : cases) {
+        CapturedMessages const captured;
+        NamedVector vector = vectorOf(row.start);
+        row.edit(vector);
+        EXPECT_EQ(vector.names(), row.names) << row.start;
+        EXPECT_EQ(vector.size(), std::string(row.names).size());
+        EXPECT_EQ(captured.text(), "");
+        NamedVector const copy(vector);
+        NamedVector assigned = vectorOf("Z");
+        assigned = vector;
+        EXPECT_EQ(copy.names(), row.names);
+        EXPECT_EQ(assigned.names(), row.names);
+        EXPECT_EQ(copy == vector, copy.names().find('-') == std::string::npos);
+    }
+    EXPECT_EQ(alive, 0);  // each element was deleted, and only once
+    EXPECT_FALSE(vectorOf("AB") == vectorOf("BA"));
+    EXPECT_FALSE(vectorOf("AB") == vectorOf("A"));
+    NamedVector withLibraries = vectorOf("A");
+    KrXmlBaseVariableCompoundType::LibraryList libraries;
+    libraries.pushBack(KrXmlBasicType<std::string>("libmine.so"));
+    withLibraries.setAddLibraries(libraries);
+    EXPECT_FALSE(withLibraries == vectorOf("A"));
+}
+
+TEST(ElementVector, KeepsClonesAndItsElementsThroughSelfAssignment) {
+    Named element('A');
+    NamedVector vector = vectorOf("");
+    vector.pushBack(element);
+    element.name_ = std::string("B");
+    EXPECT_EQ(vector.names(), "A");
+    Named const* const first = &vector[0];
+    NamedVector& self = vector;
+    vector = self;
+    EXPECT_EQ(&vector[0], first);
+}
+
+TEST(ElementVector, ReportsABadIndexAndChangesNothing) {
+    std::string const prefix = "KrXmlVariableVectorType<ElementType>::";
+    std::string const attempt = "Will attempt to return the first vector element.\n";
+    auto const first = [](Named const& element) { return element.name_.value() == "A"; };
+    struct {
+        bool (*call)(NamedVector&, bool (*)(Named const&));
+        std::string text;
+        std::size_t messages;
+        char const* operation;
+    } const cases[] = {
+        {[](NamedVector& v, auto is) { return is(v[7]); }, "bad index\n" + attempt, 2,
+         "operator[]"},
+        {[](NamedVector& v, auto is) { return is(std::as_const(v)[7]); },
+         prefix + "operator[]: bad index\n" + attempt, 2, "operator[]"},
+        {[](NamedVector& v, auto) { return !v.exchange(5, Named('X')); },
+         prefix + "exchange: bad index, 5\n", 1, "exchange("},
+        {[](NamedVector& v, auto) { return !v.erase(5); }, prefix + "erase: bad index, 5\n", 1,
+         "erase("},
+        {[](NamedVector& v, auto) { return !v.erase(2, 2); },
+         prefix + "erase: bad first/last indices: 2/2\n", 1, "erase("},
+        {[](NamedVector& v, auto) { return !v.erase(3, 1); },
+         prefix + "erase: bad first/last indices: 3/1\n", 1, "erase("},
+        {[](NamedVector& v, auto) { return !v.erase(0, 5); },
+         prefix + "erase: bad first/last indices: 0/5\n", 1, "erase("},
+    };
+    for (auto const& row : cases) {
+        NamedVector vector = vectorOf("ABCDE");
+        CapturedMessages const captured;
+        EXPECT_TRUE(row.call(vector, first)) << row.text;
+        EXPECT_EQ(captured.text(), row.text);
+        EXPECT_EQ(captured.messages.size(), row.messages);
+        for (auto const& message : captured.messages) {
+            EXPECT_EQ(static_cast<int>(message.type), 4);
+            EXPECT_NE(message.context.find(row.operation), std::string::npos) << message.context;
+            EXPECT_NE(message.context.find("KrXmlVariableVectorType"), std::string::npos);
+        }
+        EXPECT_EQ(vector.names(), "ABCDE");
+    }
+    // An empty entry is a bad index, and what stands in for it is never null.
+    NamedVector vector = vectorOf("ABCD");
+    vector.erase(0, 2);
+    CapturedMessages const captured;
+    EXPECT_EQ(vector[0].name_.value(), "D");
+    EXPECT_EQ(NamedVector(1)[0].name_.value(), "?");
+    EXPECT_EQ(captured.text(), "bad index\n" + attempt + "bad index\n" + attempt);
+}
+
+TEST(ElementVector, ReadsAndWritesInDocumentOrder) {
+    NamedVector vector = vectorOf("ABC");
+    vector.erase(0, 1);
+    vector.exchange(1, Named('<'));
+    std::string const text = KrXml::toString(vector);
+    EXPECT_EQ(text,
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+              "<namedVector xmlns=\"urn:zeibreku:function#\" count=\"2\">\n"
+              "  <named>\n    <alpha>&lt;</alpha>\n  </named>\n</namedVector>\n");
+
+    std::string const root = "<namedVector xmlns='urn:zeibreku:function#' count='4294967295'>";
+    auto const named = [](char const* tag, char name) {
+        return std::string("<") + tag + "><alpha>" + name + "</alpha></" + tag + ">";
+    };
+    KrXmlFactory factory;
+    factory.registerCreator(otherToken, Other::creator);
+    factory.registerCreator(foreignToken, Other::creator);
+    std::string const children =
+        named("named", 'P') + named("other", 'Q') + named("foreign", 'R') + "</namedVector>";
+    ASSERT_TRUE(KrXml::fromString(root + children, vector, &factory));
+    EXPECT_EQ(vector.names(), "PQR");
+    EXPECT_TRUE(vector[1].token() == otherToken);
+    EXPECT_LT(vector.vectorContainer().capacity(), 10000U);  // the count is no more than a hint
+
+    // Without the factory the two are unknown: they add nothing and are reported.
+    std::istringstream stream(root + children);
+    KrXmlReader reader(stream);
+    CapturedMessages const captured;
+    EXPECT_FALSE(vector.read(reader));
+    EXPECT_EQ(vector.names(), "P");
+    ASSERT_EQ(captured.messages.size(), 4U);
+    EXPECT_EQ(captured.messages[0].text,
+              "KrXmlVariableVectorType::readValueFromToken() error:\n\t"
+              "\"urn:zeibreku:function#other\" tag not registered.\n");
+    EXPECT_NE(captured.messages[0].context.find("::readValueFromToken("), std::string::npos);
+    EXPECT_EQ(static_cast<int>(captured.messages[0].type), 4);
+    EXPECT_EQ(captured.messages[2].text,
+              "KrXmlVariableVectorType::readValueFromToken() error:\n\t"
+              "\"urn:zeibreku:function#foreign\" tag not registered.\n");
+
+    EXPECT_FALSE(
+        KrXml::fromString("<namedVector xmlns='urn:zeibreku:function#' count='x'/>", vector));
+    EXPECT_EQ(
+        captured.messages.back().text,
+        "<string>:1:1: namedVector: expected an integer, found \"x\"\n");
+    EXPECT_NE(KrXml::schemaToString(vector).find("name=\"count\""), std::string::npos);
+}
+
+TEST(ElementVector, IsWrittenPieceByPiece) {
+    NamedVector const vector = vectorOf("AB");
+    std::ostringstream stream;
+    KrXmlWriter* writer = nullptr;
+    EXPECT_FALSE(vector.writeBodyToStream(writer));
+    EXPECT_FALSE(vector.appendElementToStream(writer, vector[0]));
+    EXPECT_FALSE(vector.writeFooterToStream(writer));
+    stream.setstate(std::ios::failbit);
+    EXPECT_FALSE(vector.writeHeaderToStream(stream, writer, "", vectorToken));
+    EXPECT_EQ(writer, nullptr);
+    stream.clear();
+
+    ASSERT_TRUE(vector.writeHeaderToStream(stream, writer, "by pieces", vectorToken));
+    EXPECT_TRUE(vector.writeBodyToStream(writer));
+    EXPECT_TRUE(vector.appendElementToStream(writer, Named('C')));
+    EXPECT_TRUE(vector.writeFooterToStream(writer));
+    EXPECT_EQ(writer, nullptr);
+    EXPECT_NE(stream.str().find("<!-- by pieces -->"), std::string::npos);
+    EXPECT_NE(stream.str().find(" count=\"2\""), std::string::npos);
+    NamedVector back;
+    ASSERT_TRUE(KrXml::fromString(stream.str(), back));
+    EXPECT_EQ(back.names(), "ABC");
+
+    NamedVector const plain = vectorOf("ABC");
+    EXPECT_TRUE(back == plain);
+}
+
+}  // namespace
