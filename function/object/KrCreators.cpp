@@ -1,14 +1,38 @@
 #include "function/object/KrCreators.h"
 
 #include "foundation/xml/KrXmlBaseVariableCompoundType.h"
+#include "function/multivariable/KrLinearMultivariableConstraint.h"
+#include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 #include "function/object/KrFunction.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "function/scalar/KrLinearScalarFunction.h"
+#include "function/scalar/KrPowerUnitaryMap.h"
+#include "function/scalar/KrSCurveUnitaryMap.h"
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 }
 
 namespace KrCreators {
+
+void registerScalarFunctions(KrXmlBaseVariableCompoundType& holder) {
+    holder.registerComponentCreator(KrFunction::KrLinearScalarFunctionToken,
+                                    KrLinearScalarFunction::xmlObjectCreator);
+}
+
+void registerUnitaryMaps(KrXmlBaseVariableCompoundType& holder) {
+    holder.registerComponentCreator(KrFunction::KrSCurveUnitaryMapToken,
+                                    KrSCurveUnitaryMap::xmlObjectCreator);
+    holder.registerComponentCreator(KrFunction::KrPowerUnitaryMapToken,
+                                    KrPowerUnitaryMap::xmlObjectCreator);
+}
+
+void registerConstraints(KrXmlBaseVariableCompoundType& holder) {
+    holder.registerComponentCreator(KrFunction::KrLinearMultivariableConstraintToken,
+                                    KrLinearMultivariableConstraint::creator);
+    holder.registerComponentCreator(KrFunction::KrQuadraticMultivariableConstraintToken,
+                                    KrQuadraticMultivariableConstraint::creator);
+}
 
 void registerOptimizers(KrXmlBaseVariableCompoundType& holder) {
     holder.registerComponentCreator(KrFunction::KrNelderMeadToken, KrNelderMeadOptimizer::creator);

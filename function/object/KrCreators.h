@@ -9,8 +9,13 @@ class KrXmlBaseVariableCompoundType;
 /// container needs to include its elements, which may themselves hold containers.
 namespace KrCreators {
 
-/// Registers the optimizers with `holder`, in the order of their tags in
-/// documents' schemas.
+// Each registers the classes of one family with `holder`.
+
+/// The linear function alone: a multipoint function in a container is created by
+/// the reader's own factory.
+KR_EXPORT void registerScalarFunctions(KrXmlBaseVariableCompoundType& holder);
+KR_EXPORT void registerUnitaryMaps(KrXmlBaseVariableCompoundType& holder);
+KR_EXPORT void registerConstraints(KrXmlBaseVariableCompoundType& holder);
 KR_EXPORT void registerOptimizers(KrXmlBaseVariableCompoundType& holder);
 
 }  // namespace KrCreators

@@ -27,6 +27,8 @@ std::string withoutLayout(std::string const& document) {
     return text;
 }
 
+using Pair = KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<KrU32>>;
+
 // Gives a component another value than it has. False for a kind that is checked
 // elsewhere.
 bool change(KrXmlObject& component) {
@@ -38,6 +40,11 @@ bool change(KrXmlObject& component) {
         *flag = !*flag;
     } else if (auto* const reals = dynamic_cast<KrXmlRealVector*>(&component)) {
         reals->pushBack(KrXmlBasicType<double>(0.1));
+    } else if (auto* const indices =
+                   dynamic_cast<KrXmlVectorType<KrXmlBasicType<KrU32>>*>(&component)) {
+        indices->pushBack(KrXmlBasicType<KrU32>(7));
+    } else if (auto* const pairs = dynamic_cast<KrXmlVectorType<Pair>*>(&component)) {
+        pairs->pushBack(Pair());
     } else if (auto* const option = dynamic_cast<KrXmlEnumType<KrU32>*>(&component)) {
         *option = *option + 1;
     } else if (auto* const shortOption = dynamic_cast<KrXmlEnumType<unsigned short>*>(&component)) {

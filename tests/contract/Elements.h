@@ -1,6 +1,12 @@
 #pragma once
 
+#include "function/multivariable/KrLinearMultivariableConstraint.h"
+#include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "function/scalar/KrLinearScalarFunction.h"
+#include "function/scalar/KrMultipointScalarFunction.h"
+#include "function/scalar/KrPowerUnitaryMap.h"
+#include "function/scalar/KrSCurveUnitaryMap.h"
 
 #include <gtest/gtest.h>
 
@@ -18,4 +24,52 @@ struct NelderMead {
         "<defaultSimplexEdgeLength>0.01</defaultSimplexEdgeLength></nelderMead>";
 };
 
-using Elements = testing::Types<NelderMead>;
+struct LinearScalarFunction {
+    using Element = KrLinearScalarFunction;
+    static constexpr char const* document =
+        "<linearScalarFunction xmlns=\"urn:zeibreku:function#\"><startValue>0</startValue>"
+        "<endValue>1</endValue></linearScalarFunction>";
+};
+
+struct MultipointScalarFunction {
+    using Element = KrMultipointScalarFunction;
+    static constexpr char const* document =
+        "<multipointScalarFunction xmlns=\"urn:zeibreku:function#\"><rangeValues count=\"0\"/>"
+        "<domainValues count=\"0\"/></multipointScalarFunction>";
+};
+
+struct PowerUnitaryMap {
+    using Element = KrPowerUnitaryMap;
+    static constexpr char const* document =
+        "<powerUnitaryMap xmlns=\"urn:zeibreku:function#\"><exponent>1</exponent>"
+        "</powerUnitaryMap>";
+};
+
+struct SCurveUnitaryMap {
+    using Element = KrSCurveUnitaryMap;
+    static constexpr char const* document =
+        "<sCurveUnitaryMap xmlns=\"urn:zeibreku:function#\"><center>0.5</center>"
+        "<initialSlope>0</initialSlope><finalSlope>0</finalSlope><centerSlope>4</centerSlope>"
+        "</sCurveUnitaryMap>";
+};
+
+struct LinearConstraint {
+    using Element = KrLinearMultivariableConstraint;
+    static constexpr char const* document =
+        "<linearMultivariableConstraint xmlns=\"urn:zeibreku:function#\"><offset>0</offset>"
+        "<firstOrderIndices count=\"0\"/><firstOrderCoefficients count=\"0\"/>"
+        "</linearMultivariableConstraint>";
+};
+
+struct QuadraticConstraint {
+    using Element = KrQuadraticMultivariableConstraint;
+    static constexpr char const* document =
+        "<quadraticMultivariableConstraint xmlns=\"urn:zeibreku:function#\"><offset>0</offset>"
+        "<firstOrderIndices count=\"0\"/><firstOrderCoefficients count=\"0\"/>"
+        "<secondOrderIndexPairs count=\"0\"/><secondOrderCoefficients count=\"0\"/>"
+        "</quadraticMultivariableConstraint>";
+};
+
+using Elements =
+    testing::Types<NelderMead, LinearScalarFunction, MultipointScalarFunction, PowerUnitaryMap,
+                   SCurveUnitaryMap, LinearConstraint, QuadraticConstraint>;

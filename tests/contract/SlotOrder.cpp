@@ -4,9 +4,19 @@
 
 #include "foundation/xml/KrBaseExpressionTreeElement.h"
 #include "foundation/xml/KrXmlBaseVariableCompoundType.h"
+#include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
+#include "function/multivariable/KrQuadraticMultivariableConstraint.h"
+#include "function/object/KrMultivariableConstraintContainer.h"
+#include "function/object/KrMultivariableConstraintVector.h"
+#include "function/object/KrScalarFunctionContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
+#include "function/object/KrUnitaryMapContainer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "function/scalar/KrLinearScalarFunction.h"
+#include "function/scalar/KrMultipointScalarFunction.h"
+#include "function/scalar/KrPowerUnitaryMap.h"
+#include "function/scalar/KrSCurveUnitaryMap.h"
 
 #include <gtest/gtest.h>
 
@@ -107,6 +117,66 @@ TEST(SlotOrder, OptimizerContainer) {
     using T = KrScalarMultivariableOptimizerContainer;
     expectSlots(expectContainerSlots<T, KrScalarMultivariableOptimizer>(), &T::findMinimum,
                 &T::findMaximum);
+}
+
+TEST(SlotOrder, ScalarFunctionsAndUnitaryMaps) {
+    using L = KrLinearScalarFunction;
+    expectSlots(expectElementSlots<L>(), &L::evaluate, &L::startValue, &L::setStartValue,
+                &L::endValue, &L::setEndValue);
+    using M = KrMultipointScalarFunction;
+    expectSlots(expectElementSlots<M>(), &M::evaluate, &M::domainValues, &M::setDomainValues,
+                &M::rangeValues, &M::setRangeValues);
+    using P = KrPowerUnitaryMap;
+    expectSlots(expectElementSlots<P>(), &P::evaluate, &P::exponent, &P::setExponent);
+    using S = KrSCurveUnitaryMap;
+    expectSlots(expectElementSlots<S>(), &S::evaluate, &S::center, &S::setCenter, &S::initialSlope,
+                &S::setInitialSlope, &S::finalSlope, &S::setFinalSlope, &S::centerSlope,
+                &S::setCenterSlope, &S::calculateCoefficients);
+    using F = KrScalarFunctionContainer;
+    expectSlots(expectContainerSlots<F, KrBaseScalarFunction>(), &F::evaluate);
+    using U = KrUnitaryMapContainer;
+    expectSlots(expectContainerSlots<U, KrBaseUnitaryMap>(), &U::evaluate);
+}
+
+// The two operations on a point that constraints and their container have twice.
+template <class C, class Point>
+auto evaluateOf = static_cast<double (C::*)(Point const&) const>(&C::evaluate);
+template <class C, class Point>
+auto gradientOf = static_cast<KrRealVector const& (C::*)(Point const&) const>(&C::gradient);
+
+template <class C>
+std::size_t expectConstraintSlots() {
+    using B = KrBaseMultivariableConstraint;
+    return expectSlots(expectElementSlots<C>(), evaluateOf<C, KrRealVector>,
+                       gradientOf<C, KrRealVector>, evaluateOf<B, KrXmlRealVector>,
+                       gradientOf<B, KrXmlRealVector>, &B::normalizeGradient,
+                       &B::copyXmlRealVector);
+}
+
+TEST(SlotOrder, Constraints) {
+    using L = KrLinearMultivariableConstraint;
+    expectSlots(expectConstraintSlots<L>(), &L::offset, &L::setOffset, &L::coefficient,
+                &L::setCoefficient);
+    using Q = KrQuadraticMultivariableConstraint;
+    expectSlots(expectConstraintSlots<Q>(), &Q::offset, &Q::setOffset, &Q::firstOrderCoefficient,
+                &Q::setFirstOrderCoefficient,
+                static_cast<double (Q::*)(KrU32, KrU32) const>(&Q::secondOrderCoefficient),
+                static_cast<void (Q::*)(KrU32, KrU32, double)>(&Q::setSecondOrderCoefficient),
+                static_cast<double (Q::*)(KrU32) const>(&Q::secondOrderCoefficient),
+                static_cast<void (Q::*)(KrU32, double)>(&Q::setSecondOrderCoefficient));
+    using C = KrMultivariableConstraintContainer;
+    expectSlots(expectContainerSlots<C, KrBaseMultivariableConstraint>(),
+                evaluateOf<C, KrRealVector>, evaluateOf<C, KrXmlRealVector>,
+                gradientOf<C, KrRealVector>, gradientOf<C, KrXmlRealVector>);
+    using V = KrMultivariableConstraintVector;
+    using T = KrBaseMultivariableConstraint;
+    expectSlots(
+        expectVariableCompoundSlots<V>(), static_cast<T const& (V::*)(KrU32) const>(&V::operator[]),
+        static_cast<T& (V::*)(KrU32)>(&V::operator[]), &V::exchange,
+        static_cast<KrBoolean (V::*)(KrU32)>(&V::erase),
+        static_cast<KrBoolean (V::*)(KrU32, KrU32)>(&V::erase), &V::pushBack, &V::vectorContainer,
+        &V::reserve, &V::resize, &V::clear, &V::assign, &V::size, &V::writeHeaderToStream,
+        &V::writeBodyToStream, &V::appendElementToStream, &V::writeFooterToStream);
 }
 
 }  // namespace

@@ -221,9 +221,8 @@ TEST(ElementVector, ReadsAndWritesInDocumentOrder) {
 
     EXPECT_FALSE(
         KrXml::fromString("<namedVector xmlns='urn:zeibreku:function#' count='x'/>", vector));
-    EXPECT_EQ(
-        captured.messages.back().text,
-        "<string>:1:1: namedVector: expected an integer, found \"x\"\n");
+    EXPECT_EQ(captured.messages.back().text,
+              "<string>:1:1: namedVector: expected an integer, found \"x\"\n");
     EXPECT_NE(KrXml::schemaToString(vector).find("name=\"count\""), std::string::npos);
 }
 

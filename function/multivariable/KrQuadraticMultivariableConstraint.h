@@ -1,0 +1,81 @@
+#pragma once
+
+#include "foundation/xml/KrXmlBasicType.h"
+#include "foundation/xml/KrXmlPairType.h"
+#include "function/multivariable/KrBaseMultivariableConstraint.h"
+#include "function/multivariable/KrSparseCoefficients.h"
+#include "function/object/KrFunction.h"
+
+/// The quadratic constraint
+///
+///     c(x) = offset + sum of a(i) x(i) + sum of q(i, j) x(i) x(j) over i <= j
+///
+/// over the components of the point, with the coefficients a(i) and q(i, j) given
+/// for the indices and the index pairs that have one:
+///
+///     <quadraticMultivariableConstraint>
+///       <offset>0</offset>
+///       <firstOrderIndices count="1"><item>0</item></firstOrderIndices>
+///       <firstOrderCoefficients count="1"><item>1</item></firstOrderCoefficients>
+///       <secondOrderIndexPairs count="2">
+///         <item><first>0</first><second>0</second></item>
+///         <item><first>0</first><second>1</second></item>
+///       </secondOrderIndexPairs>
+///       <secondOrderCoefficients count="2"><item>1</item><item>2</item></secondOrderCoefficients>
+///     </quadraticMultivariableConstraint>
+///
+/// Each pair stands once, its smaller index first; a pair in a document whose
+/// larger index is first is never found. The lists may be in any order. What is
+/// listed beyond the point is passed over, of several listings the first counts,
+/// an index without a coefficient has 0.0, and a coefficient without an index is
+/// passed over.
+///
+/// The sums are formed in the order of the components. Cost, for a point of n
+/// components and m listed pairs: O(n + m). It is O(n^2) look-ups for a class
+/// derived from this one, whose own look-up is heeded, and where passing over what
+/// is not listed would show: for a point that is not finite, and an offset of
+/// -0.0.
+class KR_EXPORT KrQuadraticMultivariableConstraint
+    : public KrTaggedElement<KrQuadraticMultivariableConstraint, KrBaseMultivariableConstraint,
+                             KrFunction::KrQuadraticMultivariableConstraintToken> {
+public:
+    using KrBaseMultivariableConstraint::evaluate;
+    using KrBaseMultivariableConstraint::gradient;
+    double evaluate(KrRealVector const& x) const override;
+    KrRealVector const& gradient(KrRealVector const& x) const override;
+
+    virtual double offset() const { return offset_; }
+    virtual void setOffset(double offset) { offset_ = offset; }
+
+    /// The coefficient a(i), 0.0 when it is not listed.
+    virtual double firstOrderCoefficient(KrU32 i) const;
+    /// Overwrites the coefficient, or lists it.
+    virtual void setFirstOrderCoefficient(KrU32 i, double value);
+    /// The coefficient of x(i) x(j), in either order of the two; 0.0 when it is not
+    /// listed.
+    virtual double secondOrderCoefficient(KrU32 i, KrU32 j) const;
+    /// Overwrites the coefficient, or lists it, the smaller index first.
+    virtual void setSecondOrderCoefficient(KrU32 i, KrU32 j, double value);
+    // Those of x(i)^2.
+    virtual double secondOrderCoefficient(KrU32 i) const { return secondOrderCoefficient(i, i); }
+    virtual void setSecondOrderCoefficient(KrU32 i, double value) {
+        setSecondOrderCoefficient(i, i, value);
+    }
+
+    void registerComponents() override;
+    /// Who has the components may change the lists.
+    KrXmlComponentMap& componentMap() override;
+
+    bool operator==(KrQuadraticMultivariableConstraint const&) const = default;
+
+private:
+    using IndexPair = KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<KrU32>>;
+
+    bool goesByRows(double start, KrRealVector const& x) const;
+    double evaluateByRows(KrRealVector const& x) const;
+    void gradientByRows(KrRealVector const& x) const;
+
+    KrXmlBasicType<double> offset_{0.0};
+    KrSparseCoefficients<KrXmlBasicType<KrU32>> first_;
+    KrSparseCoefficients<IndexPair> second_;
+};

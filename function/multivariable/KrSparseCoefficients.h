@@ -1,0 +1,149 @@
+#pragma once
+
+#include "foundation/xml/KrXmlBasicType.h"
+#include "foundation/xml/KrXmlPairType.h"
+#include "foundation/xml/KrXmlVectorType.h"
+#include "function/multivariable/KrCoefficientIndex.h"
+
+#include <utility>
+#include <vector>
+
+/// The coefficients of a constraint as a document has them: a list of indices, or
+/// of index pairs, and a list of coefficients, position for position. An index
+/// that is not listed has the coefficient 0.0, and so has one whose coefficient is
+/// missing; of several listings of one index the first counts.
+///
+/// Beyond a few entries an index of the lists is kept, built when it is first
+/// needed. A look-up then takes constant time in a row without gaps, and
+/// logarithmic time otherwise; so does a setting, taken over many of them.
+template <class Item>
+class KrSparseCoefficients {
+public:
+    /// As the coefficient index has it: (i, j) is row i and column j, and a single
+    /// index i is column i of row 0.
+    using Key = KrCoefficientIndex::Key;
+    static Key keyOf(KrU32 row, KrU32 column) { return Key{row} << 32 | column; }
+
+    // The components of the element. Whoever lets somebody else change them drops
+    // the index.
+    KrXmlVectorType<Item>* indices() { return &indices_; }
+    KrXmlRealVector* coefficients() { return &coefficients_; }
+    void dropIndex() { index_.clear(); }
+
+    double coefficient(Key key) const {
+        if (areFew()) {
+            return valueAt(walk(key));
+        }
+        prepare(false);
+        std::size_t const place = index_.find(key);
+        if (place != KrCoefficientIndex::nowhere) {
+            return index_.coefficient(place);
+        }
+        return index_.hasAppended() ? valueAt(index_.findAppended(key)) : 0.0;
+    }
+
+    /// Overwrites the coefficient at the first listing of `key`, or appends both.
+    /// The shorter list is padded before: with 0.0, or with repetitions of `key`,
+    /// so that nothing else gets another coefficient.
+    void setCoefficient(Key key, double value) {
+        pad(key);
+        bool const indexed = !areFew();
+        KrU32 position;
+        if (indexed) {
+            prepare(index_.isWorn());
+            std::size_t const place = index_.find(key);
+            if (place != KrCoefficientIndex::nowhere) {
+                index_.coefficient(place) = value;
+                position = index_.position(place);
+            } else {
+                position = index_.findAppended(key);
+            }
+        } else {
+            dropIndex();
+            position = walk(key);
+        }
+        if (position != KrCoefficientIndex::none) {
+            coefficients_[position] = value;
+            return;
+        }
+        indices_.pushBack(itemOf(key));
+        coefficients_.pushBack(KrXmlBasicType<double>(value));
+        if (indexed) {
+            index_.append(key);
+        }
+    }
+
+    /// Whether there are so few that walking the list is quicker than an index.
+    bool areFew() const { return indices_.size() <= 16; }
+
+    /// All that is listed, by rows.
+    KrCoefficientIndex const& rows() const {
+        prepare(index_.hasAppended());
+        return index_;
+    }
+
+    bool operator==(KrSparseCoefficients const&) const = default;
+
+private:
+    static constexpr bool single = std::is_same_v<Item, KrXmlBasicType<KrU32>>;
+
+    static Key keyOf(Item const& item) {
+        if constexpr (single) {
+            return item.value();
+        } else {
+            return keyOf(item.first(), item.second());
+        }
+    }
+    static Item itemOf(Key key) {
+        KrXmlBasicType<KrU32> const column(static_cast<KrU32>(key));
+        if constexpr (single) {
+            return column;
+        } else {
+            Item item;
+            item.setFirst(KrXmlBasicType<KrU32>(static_cast<KrU32>(key >> 32)));
+            item.setSecond(column);
+            return item;
+        }
+    }
+
+    KrU32 walk(Key key) const {
+        for (KrU32 i = 0; i < indices_.size(); ++i) {
+            if (keyOf(indices_[i]) == key) {
+                return i;
+            }
+        }
+        return KrCoefficientIndex::none;
+    }
+
+    double valueAt(KrU32 position) const {
+        return position < coefficients_.size() ? coefficients_[position].value() : 0.0;
+    }
+
+    void pad(Key key) {
+        if (indices_.size() == coefficients_.size()) {
+            return;
+        }
+        dropIndex();
+        while (indices_.size() < coefficients_.size()) {
+            indices_.pushBack(itemOf(key));
+        }
+        while (coefficients_.size() < indices_.size()) {
+            coefficients_.pushBack(KrXmlBasicType<double>(0.0));
+        }
+    }
+
+    void prepare(bool anew) const {
+        if (anew || !index_.covers(indices_.size(), coefficients_.size())) {
+            std::vector<Key> keys;
+            keys.reserve(indices_.size());
+            for (Item const& item : indices_) {
+                keys.push_back(keyOf(item));
+            }
+            index_.build(keys, {coefficients_.begin(), coefficients_.end()});
+        }
+    }
+
+    KrXmlVectorType<Item> indices_;
+    KrXmlRealVector coefficients_;
+    mutable KrCoefficientIndex index_;
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "foundation/xml/KrElement.h"
+#include "function/multivariable/KrBaseMultivariableConstraint.h"
+#include "function/object/KrFunction.h"
+#include "function/object/KrXmlVariableVectorType.h"
+
+/// A list of constraints.
+///
+///     <multivariableConstraintVector count="1">
+///       <linearMultivariableConstraint> ... </linearMultivariableConstraint>
+///     </multivariableConstraintVector>
+class KR_EXPORT KrMultivariableConstraintVector
+    : public KrElement<KrMultivariableConstraintVector,
+                       KrXmlVariableVectorType<KrBaseMultivariableConstraint>,
+                       KrFunction::KrMultivariableConstraintVectorToken> {
+public:
+    using KrElement::KrElement;
+
+    void registerComponentCreators() override;
+
+    bool operator==(KrMultivariableConstraintVector const&) const = default;
+};

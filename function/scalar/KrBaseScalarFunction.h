@@ -1,0 +1,17 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/xml/KrBaseExpressionTreeElement.h"
+
+/// Base of the functions of one real variable. It has no components.
+class KR_EXPORT KrBaseScalarFunction : public KrBaseExpressionTreeElement {
+public:
+    using KrBaseExpressionTreeElement::KrBaseExpressionTreeElement;
+    ~KrBaseScalarFunction() override;
+    KrBaseScalarFunction(KrBaseScalarFunction const&) = default;
+    KrBaseScalarFunction& operator=(KrBaseScalarFunction const&) = default;
+
+    virtual double evaluate(double const& x) const = 0;
+
+    bool operator==(KrBaseScalarFunction const&) const = default;
+};

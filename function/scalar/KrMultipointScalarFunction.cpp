@@ -1,0 +1,35 @@
+#include "function/scalar/KrMultipointScalarFunction.h"
+
+#include <algorithm>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+double KrMultipointScalarFunction::evaluate(double const& x) const {
+    KrXmlRealVector const& range = rangeValues();
+    KrXmlRealVector const& domain = domainValues();
+    KrU32 const count = std::min(range.size(), domain.size());
+    if (count < 2) {
+        return range.size() == 0 ? 0.0 : range[0].value();
+    }
+    KrU32 i = 0;
+    while (i < count && x > domain[i]) {  // a NaN stops at once
+        ++i;
+    }
+    bool const below = i == 0;
+    bool const above = i == count;
+    KrU32 const b = below ? 1 : above ? count - 1 : i;
+    KrU32 const a = b - 1;
+    double const xa = domain[a];
+    double const xb = domain[b];
+    if (xa == xb) {
+        return below || above ? range[b] : range[a];
+    }
+    return ((xa - x) * range[b] + (x - xb) * range[a]) / (xa - xb);
+}
+
+void KrMultipointScalarFunction::registerComponents() {
+    registerComponent(KrFunction::KrRangeValuesToken, &rangeValues_);
+    registerComponent(KrFunction::KrDomainValuesToken, &domainValues_);
+}

@@ -1,0 +1,232 @@
+// Scalar functions and unitary maps, and their containers.
+
+#include "foundation/xml/KrXml.h"
+#include "function/object/KrScalarFunctionContainer.h"
+#include "function/object/KrUnitaryMapContainer.h"
+#include "function/scalar/KrLinearScalarFunction.h"
+#include "function/scalar/KrMultipointScalarFunction.h"
+#include "function/scalar/KrPowerUnitaryMap.h"
+#include "function/scalar/KrSCurveUnitaryMap.h"
+#include "tests/support/CapturedMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+KrXmlRealVector vectorOf(std::initializer_list<double> values) {
+    KrXmlRealVector vector;
+    for (double const value : values) {
+        vector.pushBack(KrXmlBasicType<double>(value));
+    }
+    return vector;
+}
+
+TEST(ScalarFunctions, LinearFunctionEqualsItsContainer) {
+    KrLinearScalarFunction function;
+    KrScalarFunctionContainer container;
+    EXPECT_EQ(container.evaluate(2.5), 2.5);
+    EXPECT_EQ(function.evaluate(0.25), 0.25);
+    EXPECT_EQ(function.evaluate(-2.0), -2.0);
+    function.setStartValue(3.0);
+    function.setEndValue(-0.7);
+    container.setTopElement(function);
+    EXPECT_EQ(container.topElement()->container(), nullptr);
+    for (double x = -3.0; x < 4.0; x += 0.01) {
+        EXPECT_EQ(container.evaluate(x), function.evaluate(x));
+        EXPECT_NEAR(function.evaluate(x), 3.0 - 3.7 * x, 1e-14);
+    }
+    EXPECT_EQ(function.evaluate(0.0), 3.0);
+    EXPECT_EQ(function.evaluate(1.0), -0.7);
+}
+
+TEST(ScalarFunctions, MultipointFunctionTakesTheSegmentThatEndsAtX) {
+    struct {
+        std::initializer_list<double> domain;
+        std::initializer_list<double> range;
+        double x;
+        double value;
+    } const cases[] = {
+        {{0, 1, 2}, {0, 10, 0}, 0.5, 5},
+        {{0, 1, 2}, {0, 10, 0}, 1, 10},
+        {{0, 1, 2}, {0, 10, 0}, 2, 0},
+        {{0, 1, 2}, {0, 10, 0}, -1, -10},
+        {{0, 1, 2}, {0, 10, 0}, 3, -10},
+        {{0, 1, 2}, {0, 10, 0}, nan, nan},
+        {{}, {7, 8}, 3, 7},
+        {{}, {}, 3, 0},
+        {{1, 2}, {}, 3, 0},
+        {{5}, {7, 8}, 9, 7},
+        {{0, 0}, {1, 2}, -1, 2},
+        {{0, 0}, {1, 2}, 1, 2},
+        {{0, 0, 1}, {1, 2, 4}, 0.5, 3},      // a jump
+        {{0, 1, 1}, {1, 2, 4}, 2, 4},        // above a jump at the end
+        {{0, 1, 2, 3}, {5, 6}, 4, 9},        // two points count
+        {{0, 1}, {5, 6, 100}, 4, 9},         // likewise
+        {{0, 3, 1, 4}, {0, 3, 5, 8}, 2, 2},  // unsorted: the first not below
+        {{2, 1, 0}, {0, 1, 2}, 5, -3},       // descending: beyond all, the last two
+        {{0, nan, 2}, {0, 1, 2}, 1, nan},    // not below 1
+        {{-INFINITY, INFINITY}, {1, 2}, INFINITY, nan},
+    };
+    for (auto const& row : cases) {
+        KrMultipointScalarFunction function;
+        function.setDomainValues(vectorOf(row.domain));
+        function.setRangeValues(vectorOf(row.range));
+        double const value = function.evaluate(row.x);
+        EXPECT_TRUE(value == row.value || (std::isnan(value) && std::isnan(row.value)))
+            << &row - cases << ": " << value;
+    }
+}
+
+TEST(ScalarFunctions, ContainersCreateWhatTheyRegister) {
+    std::string const ns = " xmlns='urn:zeibreku:function#'>";
+    std::string const multipoint = "<scalarFunctionContainer" + ns +
+                                   "<multipointScalarFunction><rangeValues><item>7</item>"
+                                   "</rangeValues></multipointScalarFunction>"
+                                   "</scalarFunctionContainer>";
+    CapturedMessages const captured;
+    KrScalarFunctionContainer functions;
+    EXPECT_FALSE(KrXml::fromString(multipoint, functions));
+    EXPECT_EQ(captured.messages.size(), 1U);
+    KrXmlFactory factory;
+    factory.registerCreator(KrMultipointScalarFunction::classToken(),
+                            KrMultipointScalarFunction::xmlObjectCreator);
+    ASSERT_TRUE(KrXml::fromString(multipoint, functions, &factory));
+    EXPECT_EQ(functions.evaluate(3.0), 7.0);
+    EXPECT_TRUE(KrScalarFunctionContainer::classToken() == functions.token());
+    KrScalarFunctionContainer empty;
+    EXPECT_FALSE(empty == functions);
+    empty = functions;
+    EXPECT_TRUE(empty == functions);
+
+    KrUnitaryMapContainer maps;
+    EXPECT_EQ(maps.evaluate(2.5), 2.5);
+    std::string const power = "<powerUnitaryMap><exponent>2</exponent></powerUnitaryMap>";
+    std::string const curve = "<sCurveUnitaryMap/>";
+    ASSERT_TRUE(KrXml::fromString(
+        "<unitaryMapContainer" + ns + curve + power + "</unitaryMapContainer>", maps));
+    EXPECT_EQ(maps.evaluate(0.5), 0.25);
+    ASSERT_TRUE(
+        KrXml::fromString("<unitaryMapContainer" + ns + curve + "</unitaryMapContainer>", maps));
+    EXPECT_EQ(maps.evaluate(0.25), 0.0625);
+    EXPECT_EQ(maps.topElement()->container(), nullptr);
+    EXPECT_EQ(functions.creatorMap().size(), 1U);
+    EXPECT_EQ(maps.creatorMap().size(), 2U);
+}
+
+TEST(UnitaryMaps, PowerIsThatOfTheLibrary) {
+    KrPowerUnitaryMap map;
+    EXPECT_EQ(map.evaluate(-0.3), -0.3);
+    map.setExponent(0.7);
+    EXPECT_EQ(map.evaluate(0.3), std::pow(0.3, 0.7));
+    EXPECT_TRUE(std::isnan(map.evaluate(-0.3)));
+}
+
+TEST(UnitaryMaps, SCurvePassesItsPointsWithItsLimitedSlopes) {
+    KrSCurveUnitaryMap known;
+    known.setCenter(0.5);
+    EXPECT_EQ(known.evaluate(0.25), 0.0625);
+    EXPECT_EQ(known.evaluate(0.5), 0.5);
+    EXPECT_EQ(known.evaluate(0.75), 0.9375);
+    EXPECT_EQ(known.evaluate(-1.0), 0.5 / 1.75);  // not clamped
+
+    auto const mapOf = [](double center, double initial, double final, double slope) {
+        KrSCurveUnitaryMap map;
+        map.setCenter(center);
+        map.setInitialSlope(initial);
+        map.setFinalSlope(final);
+        map.setCenterSlope(slope);
+        return map;
+    };
+    for (double const c : {0.1, 0.5, 0.62, 0.9}) {
+        double const steepest0 = 0.5 / c - 1e-7;
+        double const steepest1 = 0.5 / (1 - c) - 1e-7;
+        for (double const s0 : {0.0, 0.3, 40.0}) {
+            for (double const s1 : {0.0, 0.4, 40.0}) {
+                double const used0 = std::min(s0, steepest0);
+                double const used1 = std::min(s1, steepest1);
+                double const flattest = std::max(1 / c - used0, 1 / (1 - c) - used1) + 1e-7;
+                for (double const sc : {0.0, 1.5 * flattest}) {
+                    KrSCurveUnitaryMap const map = mapOf(c, s0, s1, sc);
+                    // The parameters keep what they were given; the curve is that of
+                    // the limited slopes.
+                    EXPECT_EQ(map.initialSlope(), s0);
+                    EXPECT_EQ(map.finalSlope(), s1);
+                    EXPECT_EQ(map.centerSlope(), sc);
+                    KrSCurveUnitaryMap const limited =
+                        mapOf(c, used0, used1, std::max(sc, flattest));
+                    EXPECT_EQ(map.evaluate(0.0), 0.0);
+                    EXPECT_EQ(map.evaluate(1.0), 1.0);
+                    EXPECT_NEAR(map.evaluate(c), 0.5, 1e-7);
+                    EXPECT_NEAR(map.evaluate(std::nextafter(c, 0.0)), 0.5, 1e-7);
+                    for (double x = 0.0; x < 1.0; x += 0.01) {
+                        EXPECT_LE(map.evaluate(x), map.evaluate(x + 0.01));
+                        EXPECT_EQ(map.evaluate(x), limited.evaluate(x));
+                    }
+                    if (s0 < steepest0 && s1 < steepest1 && sc > flattest) {
+                        auto const slope = [&](double from, double to) {
+                            return (map.evaluate(to) - map.evaluate(from)) / (to - from);
+                        };
+                        double const h = 1e-7;
+                        EXPECT_NEAR(slope(0, h), s0, 1e-4);
+                        EXPECT_NEAR(slope(1 - h, 1), s1, 1e-4);
+                        EXPECT_NEAR(slope(c, c + h), sc, 1e-4 * sc);
+                        EXPECT_NEAR(slope(c - 2 * h, c - h), sc, 1e-4 * sc);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(UnitaryMaps, SCurveReportsACentreOutOfRangeAndIsTheIdentity) {
+    for (double const center : {0.0, 1.0, -0.5, 1.5, nan}) {
+        CapturedMessages const captured;
+        KrSCurveUnitaryMap map;
+        map.setCenter(center);
+        map.setCenterSlope(3.0);
+        ASSERT_EQ(captured.messages.size(), 2U);  // each computation reports
+        std::string const printed = center >= 1.0 ? "1" : "0";
+        EXPECT_EQ(captured.messages[1].text,
+                  "KrSCurveUnitaryMap::calculateCoefficients(): center (" + printed +
+                      ") out of range.\n");
+        EXPECT_EQ(static_cast<int>(captured.messages[1].type), 4);
+        for (double x = 0.0; x <= 1.0; x += 0.125) {
+            EXPECT_NEAR(map.evaluate(x), x, 1e-15);
+        }
+    }
+    // Reading computes whatever came of it.
+    CapturedMessages const captured;
+    std::istringstream stream(
+        "<sCurveUnitaryMap xmlns='urn:zeibreku:function#'>"
+        "<center>2</center><center>3</center></sCurveUnitaryMap>");
+    KrXmlReader reader(stream);
+    KrSCurveUnitaryMap map;
+    EXPECT_FALSE(map.read(reader));
+    ASSERT_EQ(captured.messages.size(), 2U);
+    EXPECT_EQ(captured.messages[1].text,
+              "KrSCurveUnitaryMap::calculateCoefficients(): center (2) out of range.\n");
+}
+
+TEST(UnitaryMaps, SCurveHasNoCoefficientsBeforeItIsSetOrRead) {
+    KrSCurveUnitaryMap map;
+    map.xmlInit();
+    EXPECT_EQ(map.evaluate(0.3), 0.0);
+    EXPECT_EQ(map.evaluate(0.5), 1.0);
+    EXPECT_TRUE(std::isnan(map.evaluate(0.0)));
+    EXPECT_TRUE(std::isnan(map.evaluate(1.0)));
+    KrSCurveUnitaryMap set;
+    set.setCenter(0.5);
+    EXPECT_TRUE(set == map);  // the parameters are compared alone
+    KrSCurveUnitaryMap const copy(set);
+    map = set;
+    EXPECT_EQ(copy.evaluate(0.25), 0.0625);  // and the coefficients copied too
+    EXPECT_EQ(map.evaluate(0.25), 0.0625);
+}
+
+}  // namespace
