@@ -1,0 +1,408 @@
+// Constraints: every bit of evaluate and gradient against the plain double loop
+// over a model of the lists, whatever the lists are and however they came about.
+
+#include "foundation/xml/KrXml.h"
+#include "function/multivariable/KrLinearMultivariableConstraint.h"
+#include "function/multivariable/KrQuadraticMultivariableConstraint.h"
+#include "function/object/KrMultivariableConstraintContainer.h"
+#include "function/object/KrMultivariableConstraintVector.h"
+#include "tests/support/CapturedMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <map>
+#include <random>
+
+namespace {
+
+using Linear = KrLinearMultivariableConstraint;
+using Quadratic = KrQuadraticMultivariableConstraint;
+using Pair = std::pair<KrU32, KrU32>;
+
+constexpr double inf = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+// What the lists mean.
+struct Model {
+    double offset = 0.0;
+    std::map<KrU32, double> first;
+    std::map<Pair, double> second;
+
+    double a(KrU32 i) const { return first.contains(i) ? first.at(i) : 0.0; }
+    double q(KrU32 i, KrU32 j) const {
+        auto const entry = second.find(std::minmax(i, j));
+        return entry != second.end() ? entry->second : 0.0;
+    }
+
+    double evaluate(KrRealVector const& x) const {
+        double v = offset;
+        for (KrU32 i = 0; i < x.size(); ++i) {
+            for (KrU32 j = i; j < x.size(); ++j) {
+                v = (q(i, j) * x[i]) * x[j] + v;
+            }
+            v = a(i) * x[i] + v;
+        }
+        return v;
+    }
+    KrRealVector gradient(KrRealVector const& x) const {
+        KrRealVector g;
+        double sum = 0.0;
+        for (KrU32 i = 0; i < x.size(); ++i) {
+            double gi = 0.0;
+            for (KrU32 j = 0; j < x.size(); ++j) {
+                gi = (i == j ? q(i, i) + q(i, i) : q(i, j)) * x[j] + gi;
+            }
+            g.push_back(a(i) + gi);
+            sum += g.back() * g.back();
+        }
+        for (double& component : g) {
+            component = sum > 0.0 ? component / std::sqrt(sum) : component;
+        }
+        return g;
+    }
+};
+
+// The bits, of which those of a NaN are the processor's choice.
+std::uint64_t bits(double value) {
+    return std::bit_cast<std::uint64_t>(std::isnan(value) ? nan : value);
+}
+
+template <class Constraint>
+void expectBits(Constraint const& constraint, Model const& model, KrRealVector const& x) {
+    EXPECT_EQ(bits(constraint.evaluate(x)), bits(model.evaluate(x)));
+    KrRealVector const expected = model.gradient(x);
+    KrRealVector const& gradient = constraint.gradient(x);
+    ASSERT_EQ(gradient.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(bits(gradient[i]), bits(expected[i])) << i;
+    }
+}
+
+// Goes through the look-ups one by one.
+class Derived : public Quadratic {};
+
+class Random {
+public:
+    explicit Random(unsigned seed) : engine_(seed) {}
+    KrU32 below(KrU32 n) { return static_cast<KrU32>(engine_() % n); }
+    // Now and then one of the values that show a skipped or reordered operation.
+    double value(KrU32 oneSpecialIn) {
+        static constexpr double specials[] = {0.0, -0.0, -0.0, 5e-324, 1e300, inf, -inf, nan};
+        return below(oneSpecialIn) == 0 ? specials[below(8)] : below(2000001) / 1e6 - 1.0;
+    }
+    KrRealVector point(KrU32 n, KrU32 oneSpecialIn) {
+        KrRealVector x(n);
+        for (double& component : x) {
+            component = value(oneSpecialIn);
+        }
+        return x;
+    }
+
+private:
+    std::mt19937 engine_;
+};
+
+std::string text(double value) {
+    KrXmlTextRoom room;
+    return std::string(KrXmlText<double>::format(value, room));
+}
+
+std::string item(std::string const& content) { return "<item>" + content + "</item>"; }
+
+std::string component(std::string const& tag, std::string const& content) {
+    return "<" + tag + ">" + content + "</" + tag + ">";
+}
+
+// A document with lists of any order, repetitions, descending pairs, indices far
+// out and lists of different lengths, and what it means.
+std::string randomDocument(Random& random, KrU32 n, KrU32 shape, Model& model) {
+    std::string lists[4];
+    KrU32 const range = n + 2;
+    auto const index = [&](KrU32 i) { return random.below(50) == 0 ? 4294967295U - i : i; };
+    KrU32 const coefficients = random.below(range);
+    for (KrU32 k = 0; k < range; ++k) {
+        KrU32 const i = index(shape == 0 ? k : random.below(range));
+        double const value = k < coefficients ? random.value(9) : 0.0;
+        lists[0] += item(std::to_string(i));
+        lists[1] += k < coefficients ? item(text(value)) : "";
+        model.first.emplace(i, value);
+    }
+    auto const addPair = [&](KrU32 i, KrU32 j) {
+        double const value = random.value(shape == 0 ? 1000 : 9);
+        lists[2] +=
+            item(component("first", std::to_string(i)) + component("second", std::to_string(j)));
+        lists[3] += item(text(value));
+        if (i <= j) {
+            model.second.emplace(Pair(i, j), value);
+        }
+    };
+    for (KrU32 i = 0; i < range; ++i) {
+        for (KrU32 j = i; j < range; ++j) {
+            switch (shape) {
+                case 0: addPair(i, j); break;  // all, in order
+                case 1:                        // bands with holes
+                    if (j - i < 4 && random.below(20) != 0) {
+                        addPair(i, j);
+                    }
+                    break;
+                default:  // a few, anywhere
+                    if (random.below(range) < 2) {
+                        addPair(index(random.below(range)), index(random.below(range)));
+                    }
+            }
+        }
+    }
+    lists[3] += random.below(2) == 0 ? item("7") : "";  // belongs to no pair
+    model.offset = random.value(3);
+    return "<quadraticMultivariableConstraint xmlns='urn:zeibreku:function#'>" +
+           component("offset", text(model.offset)) + component("firstOrderIndices", lists[0]) +
+           component("firstOrderCoefficients", lists[1]) +
+           component("secondOrderIndexPairs", lists[2]) +
+           component("secondOrderCoefficients", lists[3]) + "</quadraticMultivariableConstraint>";
+}
+
+TEST(Constraints, DocumentsOfAnyListsGiveTheBitsOfThePlainLoop) {
+    Random random(1);
+    Quadratic constraint;
+    Derived derived;
+    for (int round = 0; round < 400; ++round) {
+        SCOPED_TRACE(round);
+        KrU32 const n = random.below(24);
+        Model model;
+        std::string const document =
+            randomDocument(random, n, static_cast<KrU32>(round % 3), model);
+        CapturedMessages const captured;
+        ASSERT_TRUE(KrXml::fromString(document, constraint)) << document << captured.text();
+        static_cast<Quadratic&>(derived) = constraint;
+        for (KrU32 const oneSpecialIn : {1000000U, 5U}) {
+            KrRealVector const x = random.point(n, oneSpecialIn);
+            expectBits(constraint, model, x);
+            expectBits(derived, model, x);
+        }
+        for (KrU32 const far : {0U, 1U, n, 4294967294U, 4294967295U}) {
+            EXPECT_EQ(bits(constraint.firstOrderCoefficient(far)), bits(model.a(far)));
+            EXPECT_EQ(bits(constraint.secondOrderCoefficient(1, far)), bits(model.q(1, far)));
+            EXPECT_EQ(bits(constraint.secondOrderCoefficient(far)), bits(model.q(far, far)));
+        }
+    }
+}
+
+TEST(Constraints, SettersKeepTheIndexTrueToTheLists) {
+    Random random(2);
+    for (KrU32 const range : {3U, 30U, 200U}) {
+        Quadratic quadratic;
+        Linear linear;
+        Model model;
+        Model linearModel;
+        for (int step = 0; step < 3000; ++step) {
+            // Rows in order for the first range, anywhere for the others.
+            KrU32 const i = random.below(range);
+            KrU32 const j = random.below(range);
+            double const value = random.value(1000000);
+            switch (random.below(8)) {
+                case 0:
+                    quadratic.setFirstOrderCoefficient(i, value);
+                    linear.setCoefficient(i, value);
+                    model.first[i] = linearModel.first[i] = value;
+                    break;
+                case 1:
+                    quadratic.setSecondOrderCoefficient(i, value);
+                    model.second[{i, i}] = value;
+                    break;
+                default:
+                    quadratic.setSecondOrderCoefficient(i, j, value);
+                    model.second[std::minmax(i, j)] = value;
+            }
+            ASSERT_EQ(quadratic.secondOrderCoefficient(j, i), model.q(i, j));
+            ASSERT_EQ(quadratic.firstOrderCoefficient(j), model.a(j));
+            ASSERT_EQ(linear.coefficient(j), model.a(j));
+            if (step % 500 == 17) {
+                KrRealVector const x = random.point(range / 2, 1000000);
+                expectBits(quadratic, model, x);
+                expectBits(linear, linearModel, x);
+                Quadratic copy(quadratic);
+                copy.setSecondOrderCoefficient(i, j, value + 1.0);
+                EXPECT_EQ(copy.secondOrderCoefficient(i, j), value + 1.0);
+                EXPECT_EQ(quadratic.secondOrderCoefficient(i, j), model.q(i, j));
+                copy = quadratic;
+                expectBits(copy, model, x);
+            }
+        }
+        // Each index was listed once.
+        std::string const document = KrXml::toString(quadratic);
+        EXPECT_NE(document.find("<secondOrderIndexPairs count=\"" +
+                                std::to_string(model.second.size()) + "\""),
+                  std::string::npos);
+    }
+}
+
+std::string listsOf(std::string const& indices, std::string const& coefficients) {
+    return "<linearMultivariableConstraint xmlns='urn:zeibreku:function#'><offset>1</offset>" +
+           component("firstOrderIndices", indices) +
+           component("firstOrderCoefficients", coefficients) + "</linearMultivariableConstraint>";
+}
+
+TEST(Constraints, SettersPadTheShorterListWithoutEffect) {
+    struct {
+        std::string indices;
+        std::string coefficients;
+        KrU32 index;
+    } const cases[] = {
+        {item("0") + item("2"), item("3"), 2},
+        {item("0") + item("2"), item("3"), 0},
+        {item("0") + item("2"), item("3"), 7},
+        {item("0"), item("3") + item("4") + item("5"), 0},
+        {item("0"), item("3") + item("4") + item("5"), 7},
+        {"", item("4"), 7},
+    };
+    for (auto const& row : cases) {
+        Linear constraint;
+        ASSERT_TRUE(KrXml::fromString(listsOf(row.indices, row.coefficients), constraint));
+        KrRealVector expected;
+        for (KrU32 i = 0; i < 9; ++i) {
+            expected.push_back(i == row.index ? 6.0 : constraint.coefficient(i));
+        }
+        constraint.setCoefficient(row.index, 6.0);
+        for (KrU32 i = 0; i < 9; ++i) {
+            EXPECT_EQ(constraint.coefficient(i), expected[i]) << row.indices << i;
+        }
+    }
+}
+
+TEST(Constraints, FollowListsThatAreChangedAsComponents) {
+    for (KrU32 const count : {3U, 40U}) {
+        Linear constraint;
+        for (KrU32 i = 0; i < count; ++i) {
+            constraint.setCoefficient(i, i + 1.0);
+        }
+        KrRealVector const x(50, 1.0);
+        double const before = constraint.evaluate(x);
+        auto const* const entry =
+            constraint.componentMap().find(KrFunction::KrFirstOrderCoefficientsToken);
+        dynamic_cast<KrXmlRealVector&>(*entry->object)[1] = 5.0;
+        EXPECT_EQ(constraint.coefficient(1), 5.0);
+        EXPECT_EQ(constraint.evaluate(x), before + 3.0);
+    }
+}
+
+TEST(Constraints, LinearConstraintIsTheSumOfWhatThePointReaches) {
+    Linear constraint;
+    EXPECT_EQ(constraint.evaluate(KrRealVector{1, 2, 3}), 0.0);
+    EXPECT_EQ(constraint.gradient(KrRealVector{1, 2, 3}), KrRealVector({0, 0, 0}));
+    ASSERT_TRUE(
+        KrXml::fromString(listsOf(item("0") + item("2"), item("3") + item("4")), constraint));
+    Linear const fresh(constraint);
+    EXPECT_EQ(constraint.evaluate(KrRealVector{1, 1, 1}), 8.0);
+    EXPECT_EQ(constraint.evaluate(KrRealVector{1, 1}), 4.0);
+    EXPECT_EQ(constraint.evaluate(KrRealVector{}), 1.0);
+    EXPECT_EQ(constraint.gradient(KrRealVector{nan, 7, 8}), KrRealVector({3 / 5.0, 0, 4 / 5.0}));
+    // The last gradient is part of the value.
+    EXPECT_FALSE(constraint == fresh);
+    EXPECT_TRUE(Linear(constraint) == constraint);
+    EXPECT_EQ(fresh.gradient(KrRealVector{1, 1}), KrRealVector({1, 0}));
+    EXPECT_FALSE(constraint == fresh);
+    fresh.gradient(KrRealVector{1, 1, 1});
+    EXPECT_TRUE(constraint == fresh);
+    EXPECT_TRUE(constraint.gradient(KrRealVector{}).empty());
+    constraint.setCoefficient(2, nan);
+    constraint.gradient(KrRealVector{1, 1, 1});
+    EXPECT_FALSE(constraint == Linear(constraint));
+}
+
+TEST(Constraints, QuadraticConstraintHasEachPairOnceAndAUnitGradient) {
+    Quadratic constraint;
+    constraint.setFirstOrderCoefficient(0, 1.0);
+    constraint.setSecondOrderCoefficient(0, 1.0);
+    constraint.setSecondOrderCoefficient(1, 0, 2.0);
+    EXPECT_EQ(constraint.evaluate(KrRealVector{1, 2}), 6.0);
+    KrRealVector const expected{7 / std::sqrt(53.0), 2 / std::sqrt(53.0)};
+    EXPECT_EQ(constraint.gradient(KrRealVector{1, 2}), expected);
+    KrRealVector const again = Quadratic(constraint).gradient(expected);
+    EXPECT_EQ(constraint.gradient(constraint.gradient(KrRealVector{1, 2})), again);
+
+    Random random(3);
+    for (KrU32 i = 0; i < 12; ++i) {
+        for (KrU32 j = 0; j < 12; ++j) {
+            constraint.setSecondOrderCoefficient(i, j, random.value(1000000));
+        }
+    }
+    KrRealVector x = random.point(12, 1000000);
+    KrRealVector const gradient = constraint.gradient(x);
+    KrRealVector difference;
+    double gradientLength = 0.0;
+    double differenceLength = 0.0;
+    for (KrU32 i = 0; i < 12; ++i) {
+        double const at = x[i];
+        x[i] = at + 1e-3;
+        double const ahead = constraint.evaluate(x);
+        x[i] = at - 1e-3;
+        difference.push_back((ahead - constraint.evaluate(x)) / 2e-3);
+        x[i] = at;
+        gradientLength += gradient[i] * gradient[i];
+        differenceLength += difference[i] * difference[i];
+    }
+    EXPECT_NEAR(gradientLength, 1.0, 1e-14);
+    for (KrU32 i = 0; i < 12; ++i) {
+        EXPECT_NEAR(gradient[i], difference[i] / std::sqrt(differenceLength), 1e-10);
+    }
+}
+
+// A client's class with coefficients of its own.
+class Halved : public Quadratic {
+public:
+    using Quadratic::secondOrderCoefficient;
+    double secondOrderCoefficient(KrU32 i, KrU32 j) const override { return i == j ? 0.5 : 0.0; }
+    void normalizeGradient() const override { gradient_.push_back(7.0); }
+};
+
+TEST(Constraints, HeedTheOperationsOfADerivedClass) {
+    Halved halved;
+    KrRealVector const x(20, 2.0);
+    EXPECT_EQ(halved.evaluate(x), 40.0);
+    KrRealVector expected(20, 2.0);
+    expected.push_back(7.0);
+    EXPECT_EQ(halved.gradient(x), expected);
+}
+
+TEST(Constraints, ContainerAndVectorCreateBothKinds) {
+    KrMultivariableConstraintContainer container;
+    KrXmlRealVector x;
+    EXPECT_EQ(container.evaluate(x), 0.0);
+    EXPECT_TRUE(container.gradient(KrRealVector{1, 2}).empty());
+    EXPECT_TRUE(container.gradient(x).empty());
+    std::string const children =
+        "<quadraticMultivariableConstraint><secondOrderIndexPairs><item><first>3</first><second>1"
+        "</second></item></secondOrderIndexPairs><secondOrderCoefficients><item>2</item>"
+        "</secondOrderCoefficients></quadraticMultivariableConstraint>"
+        "<linearMultivariableConstraint><firstOrderIndices><item>1</item></firstOrderIndices>"
+        "<firstOrderCoefficients><item>-4</item></firstOrderCoefficients>"
+        "</linearMultivariableConstraint>";
+    std::string const ns = " xmlns='urn:zeibreku:function#'>";
+    ASSERT_TRUE(KrXml::fromString(
+        "<multivariableConstraintContainer" + ns + children + "</multivariableConstraintContainer>",
+        container));
+    x.pushBack(KrXmlBasicType<double>(1.0));
+    x.pushBack(KrXmlBasicType<double>(2.0));
+    EXPECT_EQ(container.evaluate(x), -8.0);
+    EXPECT_EQ(container.evaluate(KrRealVector{1, 3}), -12.0);
+    EXPECT_EQ(container.gradient(x), KrRealVector({0, -1}));
+    EXPECT_EQ(container.gradient(KrRealVector{1}), KrRealVector({0}));
+    EXPECT_EQ(container.topElement()->container(), nullptr);
+
+    KrMultivariableConstraintVector vector(2);
+    EXPECT_EQ(vector.size(), 2U);
+    ASSERT_TRUE(KrXml::fromString(
+        "<multivariableConstraintVector" + ns + children + "</multivariableConstraintVector>",
+        vector));
+    ASSERT_EQ(vector.size(), 2U);
+    auto const& quadratic = dynamic_cast<Quadratic const&>(vector[0]);
+    EXPECT_EQ(quadratic.secondOrderCoefficient(1, 3), 0.0);  // listed the wrong way round
+    EXPECT_EQ(vector[1].evaluate(x), -8.0);
+    KrMultivariableConstraintVector back;
+    ASSERT_TRUE(KrXml::fromString(KrXml::toString(vector), back));
+    EXPECT_TRUE(back.vectorContainer()[0]->equality(vector.vectorContainer()[0]));
+}
+
+}  // namespace
