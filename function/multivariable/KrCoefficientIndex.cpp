@@ -8,13 +8,9 @@ namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 }
 
-KrCoefficientIndex::Row KrCoefficientIndex::Row::below(KrU32 n) const {
-    if (columns.back() < n) {
-        return *this;
-    }
-    auto const count = static_cast<std::size_t>(
-        std::lower_bound(columns.begin(), columns.end(), n) - columns.begin());
-    return {number, columns.first(count), values.first(count)};
+std::size_t KrCoefficientIndex::Row::countBelow(KrU32 n) const {
+    return static_cast<std::size_t>(std::lower_bound(columns, columns + values.size(), n) -
+                                    columns);
 }
 
 bool KrCoefficientIndex::maySkipZeros(double start, std::vector<double> const& x) {
@@ -26,11 +22,11 @@ bool KrCoefficientIndex::maySkipZeros(double start, std::vector<double> const& x
 
 void KrCoefficientIndex::build(std::vector<Key> const& keys, std::vector<double> const& values) {
     rows_.clear();
-    starts_.clear();
     columns_.clear();
     coefficients_.clear();
     positions_.clear();
     appended_.clear();
+    leadingRows_ = 0;
     std::vector<KrU32> order(keys.size());
     std::iota(order.begin(), order.end(), 0);
     if (!std::is_sorted(keys.begin(), keys.end())) {
@@ -44,19 +40,32 @@ void KrCoefficientIndex::build(std::vector<Key> const& keys, std::vector<double>
     for (KrU32 const position : order) {
         KrU32 const row = static_cast<KrU32>(keys[position] >> 32);
         KrU32 const column = static_cast<KrU32>(keys[position]);
-        bool const newRow = rows_.empty() || rows_.back() != row;
-        if (column < row || (!newRow && columns_.back() == column)) {
+        bool const isNewRow = rows_.empty() || rows_.back().number != row;
+        if (column < row || (!isNewRow && columns_.back() == column)) {
             continue;
         }
-        if (newRow) {
-            rows_.push_back(row);
-            starts_.push_back(static_cast<KrU32>(columns_.size()));
+        if (isNewRow) {
+            leadingRows_ += row == rows_.size() ? 1 : 0;
+            rows_.push_back({row, static_cast<KrU32>(columns_.size()), column, 0});
         }
+        rows_.back().run += column == rows_.back().firstColumn + rows_.back().run ? 1 : 0;
         columns_.push_back(column);
         coefficients_.push_back(position < values.size() ? values[position] : 0.0);
         positions_.push_back(position);
     }
-    starts_.push_back(static_cast<KrU32>(columns_.size()));
-    keys_ = static_cast<KrU32>(keys.size());
-    values_ = static_cast<KrU32>(values.size());
+    rows_.push_back({none, static_cast<KrU32>(columns_.size()), none, 0});
+    built_ = true;
+}
+
+std::size_t KrCoefficientIndex::find(KrU32 row, KrU32 column) const {
+    auto const end = rows_.end() - 1;
+    auto const start = std::lower_bound(
+        rows_.begin(), end, row, [](RowStart const& a, KrU32 number) { return a.number < number; });
+    if (start == end || start->number != row) {
+        return nowhere;
+    }
+    auto const last = columns_.begin() + start[1].begin;
+    auto const place = std::lower_bound(columns_.begin() + start->begin, last, column);
+    return place != last && *place == column ? static_cast<std::size_t>(place - columns_.begin())
+                                             : nowhere;
 }

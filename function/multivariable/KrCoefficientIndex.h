@@ -27,13 +27,23 @@ public:
     /// The columns of a row that are listed, ascending, and their coefficients.
     struct Row {
         KrU32 number;
-        std::span<KrU32 const> columns;
+        KrU32 firstColumn;
         std::span<double const> values;
+        KrU32 const* columns;
+        bool gapless;  // the columns follow one another from the first on
 
-        bool empty() const { return columns.empty(); }
-        bool gapless() const { return columns.back() - columns.front() == columns.size() - 1; }
         /// The row without its columns from `n` on.
-        Row below(KrU32 n) const;
+        Row below(KrU32 n) const {
+            Row row = *this;
+            if (gapless) {
+                row.values = values.first(
+                    std::min<std::size_t>(values.size(), n - std::min(n, firstColumn)));
+            } else if (columns[values.size() - 1] >= n) {
+                row.values = values.first(countBelow(n));
+            }
+            return row;
+        }
+        std::size_t countBelow(KrU32 n) const;
     };
 
     /// Whether a sum that starts as `start` and adds coefficient times component
@@ -45,17 +55,24 @@ public:
 
     KrCoefficientIndex() = default;
     KrCoefficientIndex(KrCoefficientIndex const&) {}
+    KrCoefficientIndex(KrCoefficientIndex&& source) noexcept { source.clear(); }
     KrCoefficientIndex& operator=(KrCoefficientIndex const&) {
         clear();
+        return *this;
+    }
+    KrCoefficientIndex& operator=(KrCoefficientIndex&& source) noexcept {
+        clear();
+        source.clear();
         return *this;
     }
     ~KrCoefficientIndex() = default;
     bool operator==(KrCoefficientIndex const&) const { return true; }
 
-    void clear() { keys_ = values_ = none; }
-
-    /// Whether the index was built for, or followed, lists of these sizes.
-    bool covers(KrU32 keys, KrU32 values) const { return keys_ == keys && values_ == values; }
+    void clear() {
+        built_ = false;
+        leadingRows_ = 0;
+    }
+    bool isBuilt() const { return built_; }
     bool hasAppended() const { return !appended_.empty(); }
     /// Whether so much was appended that building anew pays.
     bool isWorn() const { return appended_.size() > columns_.size() + 64; }
@@ -64,68 +81,65 @@ public:
     /// 0.0; one whose column is less than its row is passed over.
     void build(std::vector<Key> const& keys, std::vector<double> const& values);
 
-    /// Follows the lists when a key that is not listed was appended to both.
-    void append(Key key) {
-        appended_.emplace(key, keys_++);
-        ++values_;
-    }
+    /// Follows the list when a key that is not listed was appended to it.
+    void append(Key key, KrU32 position) { appended_.emplace(key, position); }
 
     static constexpr std::size_t nowhere = ~std::size_t{0};
 
-    /// The place of `key` in the rows.
-    std::size_t find(Key key) const {
-        KrU32 const number = static_cast<KrU32>(key >> 32);
-        KrU32 const column = static_cast<KrU32>(key);
-        std::size_t const row = find(rows_, 0, rows_.size(), number, number);
-        if (row == nowhere) {
-            return nowhere;
+    /// The place of a key in the rows, as far as it needs no search; without an
+    /// index it finds none.
+    std::size_t findDirect(KrU32 row, KrU32 column) const {
+        if (row < leadingRows_) {
+            RowStart const& start = rows_[row];
+            KrU32 const offset = column - start.firstColumn;
+            if (offset < start.run) {
+                return start.begin + offset;
+            }
         }
-        std::size_t const begin = starts_[row];
-        return find(columns_, begin, starts_[row + 1], column, begin + (column - columns_[begin]));
+        return nowhere;
     }
+    /// The place of a key in the rows.
+    std::size_t find(KrU32 row, KrU32 column) const;
+
     double const& coefficient(std::size_t place) const { return coefficients_[place]; }
     double& coefficient(std::size_t place) { return coefficients_[place]; }
     /// Where the key at that place stands in the list.
     KrU32 position(std::size_t place) const { return positions_[place]; }
+
+    static constexpr KrU32 none = 0xffffffff;
 
     /// Where an appended key stands in the list; `none` when it was not appended.
     KrU32 findAppended(Key key) const {
         auto const entry = appended_.find(key);
         return entry != appended_.end() ? entry->second : none;
     }
-    static constexpr KrU32 none = 0xffffffff;
 
     // The rows, ascending, without what was appended.
-    std::size_t rowCount() const { return rows_.size(); }
-    KrU32 rowNumber(std::size_t r) const { return rows_[r]; }
+    std::size_t rowCount() const { return rows_.empty() ? 0 : rows_.size() - 1; }
+    KrU32 rowNumber(std::size_t r) const { return rows_[r].number; }
     Row row(std::size_t r) const {
-        std::size_t const begin = starts_[r];
-        std::size_t const count = starts_[r + 1] - begin;
-        return {rows_[r], std::span(columns_).subspan(begin, count),
-                std::span(coefficients_).subspan(begin, count)};
+        RowStart const& start = rows_[r];
+        KrU32 const count = rows_[r + 1].begin - start.begin;
+        return {start.number,
+                start.firstColumn,
+                {coefficients_.data() + start.begin, count},
+                columns_.data() + start.begin,
+                start.run == count};
     }
 
 private:
-    // Where `number` stands among the ascending numbers from `begin` to `end`: at
-    // `guess` when there are no gaps.
-    static std::size_t find(std::vector<KrU32> const& numbers, std::size_t begin, std::size_t end,
-                            KrU32 number, std::size_t guess) {
-        if (guess < end && numbers[guess] == number) {
-            return guess;
-        }
-        auto const last = numbers.begin() + static_cast<std::ptrdiff_t>(end);
-        auto const place =
-            std::lower_bound(numbers.begin() + static_cast<std::ptrdiff_t>(begin), last, number);
-        return place != last && *place == number ? static_cast<std::size_t>(place - numbers.begin())
-                                                 : nowhere;
-    }
+    struct RowStart {
+        KrU32 number;
+        KrU32 begin;
+        KrU32 firstColumn;
+        KrU32 run;  // so many columns follow one another without a gap
+    };
 
-    std::vector<KrU32> rows_;    // numbers of the rows that have columns
-    std::vector<KrU32> starts_;  // where each begins in the three below, and their end
+    std::vector<RowStart> rows_;  // those that have columns, and one behind the last
+    KrU32 leadingRows_ = 0;       // so many rows are those of their numbers
     std::vector<KrU32> columns_;
     std::vector<double> coefficients_;
     std::vector<KrU32> positions_;
     std::unordered_map<Key, KrU32> appended_;
-    KrU32 keys_ = none;  // how long the lists are
-    KrU32 values_ = none;
+    bool built_ = false;
 };

@@ -1,7 +1,5 @@
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 
-#include <typeinfo>
-
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 }

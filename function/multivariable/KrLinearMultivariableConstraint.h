@@ -37,9 +37,11 @@ public:
     virtual void setOffset(double offset) { offset_ = offset; }
 
     /// The coefficient a(index), 0.0 when it is not listed.
-    virtual double coefficient(KrU32 index) const { return first_.coefficient(index); }
+    virtual double coefficient(KrU32 index) const { return first_.coefficient(0, index); }
     /// Overwrites the coefficient, or lists it.
-    virtual void setCoefficient(KrU32 index, double value) { first_.setCoefficient(index, value); }
+    virtual void setCoefficient(KrU32 index, double value) {
+        first_.setCoefficient(0, index, value);
+    }
 
     void registerComponents() override;
     /// Who has the components may change the lists.

@@ -1,6 +1,7 @@
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 
 #include <algorithm>
+#include <cstring>
 #include <typeinfo>
 
 namespace {
@@ -12,12 +13,9 @@ using Row = KrCoefficientIndex::Row;
 // gaps needs no look at its columns.
 template <class Term>
 void forEachColumn(Row const& row, Term term) {
-    std::size_t const count = row.columns.size();
-    if (row.empty()) {
-        return;
-    }
-    if (row.gapless()) {
-        std::size_t const first = row.columns.front();
+    std::size_t const count = row.values.size();
+    if (row.gapless) {
+        std::size_t const first = row.firstColumn;
         for (std::size_t k = 0; k < count; ++k) {
             term(k, first + k);
         }
@@ -44,6 +42,87 @@ void addRow(Row const& row, double const* x, double* sums) {
         }
     });
     sums[i] = sum;
+}
+
+using Two = double __attribute__((vector_size(16)));
+
+Two load(double const* from) {
+    Two two;
+    std::memcpy(&two, from, sizeof two);
+    return two;
+}
+
+// Whether the rows from `r` on are four neighbours that begin on the diagonal and
+// have all columns up to n.
+bool isBlock(KrCoefficientIndex const& rows, std::size_t r, KrU32 n) {
+    KrU32 const i = rows.rowNumber(r);
+    if (i + 4 > n || r + 4 > rows.rowCount() || rows.rowNumber(r + 3) != i + 3) {
+        return false;
+    }
+    for (KrU32 k = 0; k < 4; ++k) {
+        Row const row = rows.row(r + k);
+        if (row.firstColumn != i + k || !row.gapless || row.values.size() < n - i - k) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The same as `addRow` for the four rows of a block, whose sums do not wait for
+// one another: two columns at a time, and for the rows' own sums two rows.
+void addBlock(KrCoefficientIndex const& rows, std::size_t r, std::size_t n, double const* x,
+              double* sums) {
+    std::size_t const i = rows.rowNumber(r);
+    double const* q[4];
+    Two own[4];
+    for (std::size_t k = 0; k < 4; ++k) {
+        double const* const right = rows.row(r + k).values.data();  // from the diagonal on
+        double const xk = x[i + k];
+        double sum = (right[0] + right[0]) * xk + sums[i + k];
+        for (std::size_t m = k + 1; m < 4; ++m) {
+            sum = right[m - k] * x[i + m] + sum;
+            sums[i + m] = right[m - k] * xk + sums[i + m];
+        }
+        sums[i + k] = sum;
+        q[k] = right + (4 - k);
+        own[k] = Two{xk, xk};
+    }
+    std::size_t const begin = i + 4;
+    Two sums01 = load(sums + i);
+    Two sums23 = load(sums + i + 2);
+    x += begin;
+    double* const right = sums + begin;
+    std::size_t const count = n - begin;
+    std::size_t j = 0;
+    for (; j + 1 < count; j += 2) {
+        Two const xs = load(x + j);
+        Two const q0 = load(q[0] + j);
+        Two const q1 = load(q[1] + j);
+        Two const q2 = load(q[2] + j);
+        Two const q3 = load(q[3] + j);
+        Two sum = load(right + j);
+        sum = q0 * own[0] + sum;
+        sum = q1 * own[1] + sum;
+        sum = q2 * own[2] + sum;
+        sum = q3 * own[3] + sum;
+        std::memcpy(right + j, &sum, sizeof sum);
+        Two const p0 = q0 * xs;
+        Two const p1 = q1 * xs;
+        Two const p2 = q2 * xs;
+        Two const p3 = q3 * xs;
+        sums01 = Two{p0[0], p1[0]} + sums01;
+        sums23 = Two{p2[0], p3[0]} + sums23;
+        sums01 = Two{p0[1], p1[1]} + sums01;
+        sums23 = Two{p2[1], p3[1]} + sums23;
+    }
+    std::memcpy(sums + i, &sums01, sizeof sums01);
+    std::memcpy(sums + i + 2, &sums23, sizeof sums23);
+    if (j < count) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            sums[i + k] = q[k][j] * x[j] + sums[i + k];
+            right[j] = q[k][j] * own[k][0] + right[j];
+        }
+    }
 }
 
 }  // namespace
@@ -73,17 +152,35 @@ KrRealVector const& KrQuadraticMultivariableConstraint::gradient(KrRealVector co
     if (goesByRows(0.0, x)) {
         gradientByRows(x);
     } else {
-        for (KrU32 i = 0; i < n; ++i) {
-            double sum = 0.0;
-            for (KrU32 j = 0; j < n; ++j) {
-                double const q = i == j ? secondOrderCoefficient(i) : secondOrderCoefficient(i, j);
-                sum = (i == j ? q + q : q) * x[j] + sum;
-            }
-            gradient_[i] = firstOrderCoefficient(i) + sum;
-        }
+        gradientByLookUps(x);
     }
     normalizeGradient();
     return gradient_;
+}
+
+// A few sums at a time: what neighbouring rows have in one column lies side by
+// side, since it is stored in the row of the smaller index.
+void KrQuadraticMultivariableConstraint::gradientByLookUps(KrRealVector const& x) const {
+    constexpr KrU32 most = 16;
+    KrU32 const n = static_cast<KrU32>(x.size());
+    for (KrU32 i = 0, count; i < n; i += count) {
+        count = std::min(most, n - i);
+        double sums[most] = {};
+        for (KrU32 j = 0; j < n; ++j) {
+            double const xj = x[j];
+            for (KrU32 k = 0; k < count; ++k) {
+                if (j == i + k) {
+                    double const q = secondOrderCoefficient(j);
+                    sums[k] = (q + q) * xj + sums[k];
+                } else {
+                    sums[k] = secondOrderCoefficient(i + k, j) * xj + sums[k];
+                }
+            }
+        }
+        for (KrU32 k = 0; k < count; ++k) {
+            gradient_[i + k] = firstOrderCoefficient(i + k) + sums[k];
+        }
+    }
 }
 
 // Whether a sum that starts as `start` may pass over what is not listed, and has
@@ -104,20 +201,21 @@ double KrQuadraticMultivariableConstraint::evaluateByRows(KrRealVector const& x)
     KrCoefficientIndex const& second = second_.rows();
     Row const linear = first.rowCount() == 0 ? Row{} : first.row(0).below(n);
     double v = offset();
-    std::size_t nextLinear = 0;
-    std::size_t nextRow = 0;
-    for (KrU32 i = 0; i < n; ++i) {
-        double const xi = x[i];
-        if (nextRow < second.rowCount() && second.rowNumber(nextRow) == i) {
-            Row const row = second.row(nextRow++).below(n);
-            forEachColumn(row, [&, q = row.values.data()](std::size_t k, std::size_t j) {
-                v = (q[k] * xi) * x[j] + v;
-            });
+    std::size_t next = 0;
+    auto const addLinearBefore = [&](KrU32 end) {
+        for (; next < linear.values.size() && linear.columns[next] < end; ++next) {
+            v = linear.values[next] * x[linear.columns[next]] + v;
         }
-        if (nextLinear < linear.columns.size() && linear.columns[nextLinear] == i) {
-            v = linear.values[nextLinear++] * xi + v;
-        }
+    };
+    for (std::size_t r = 0; r < second.rowCount() && second.rowNumber(r) < n; ++r) {
+        Row const row = second.row(r).below(n);
+        addLinearBefore(row.number);
+        double const xi = x[row.number];
+        forEachColumn(row, [&, q = row.values.data()](std::size_t k, std::size_t j) {
+            v = (q[k] * xi) * x[j] + v;
+        });
     }
+    addLinearBefore(n);
     return v;
 }
 
@@ -128,33 +226,37 @@ void KrQuadraticMultivariableConstraint::gradientByRows(KrRealVector const& x) c
     KrU32 const n = static_cast<KrU32>(x.size());
     KrCoefficientIndex const& second = second_.rows();
     std::fill(gradient_.begin(), gradient_.end(), 0.0);
-    for (std::size_t r = 0; r < second.rowCount() && second.rowNumber(r) < n; ++r) {
-        addRow(second.row(r).below(n), x.data(), gradient_.data());
+    for (std::size_t r = 0; r < second.rowCount() && second.rowNumber(r) < n;) {
+        if (isBlock(second, r, n)) {
+            addBlock(second, r, n, x.data(), gradient_.data());
+            r += 4;
+        } else {
+            addRow(second.row(r++).below(n), x.data(), gradient_.data());
+        }
     }
     KrCoefficientIndex const& first = first_.rows();
     if (first.rowCount() != 0) {
         Row const row = first.row(0).below(n);
-        for (std::size_t k = 0; k < row.columns.size(); ++k) {
-            double& sum = gradient_[row.columns[k]];
-            sum = row.values[k] + sum;
-        }
+        forEachColumn(row, [&](std::size_t k, std::size_t j) {
+            gradient_[j] = row.values[k] + gradient_[j];
+        });
     }
 }
 
 double KrQuadraticMultivariableConstraint::firstOrderCoefficient(KrU32 i) const {
-    return first_.coefficient(i);
+    return first_.coefficient(0, i);
 }
 
 void KrQuadraticMultivariableConstraint::setFirstOrderCoefficient(KrU32 i, double value) {
-    first_.setCoefficient(i, value);
+    first_.setCoefficient(0, i, value);
 }
 
 double KrQuadraticMultivariableConstraint::secondOrderCoefficient(KrU32 i, KrU32 j) const {
-    return second_.coefficient(second_.keyOf(std::min(i, j), std::max(i, j)));
+    return second_.coefficient(std::min(i, j), std::max(i, j));
 }
 
 void KrQuadraticMultivariableConstraint::setSecondOrderCoefficient(KrU32 i, KrU32 j, double value) {
-    second_.setCoefficient(second_.keyOf(std::min(i, j), std::max(i, j)), value);
+    second_.setCoefficient(std::min(i, j), std::max(i, j), value);
 }
 
 void KrQuadraticMultivariableConstraint::registerComponents() {

@@ -74,6 +74,7 @@ private:
     bool goesByRows(double start, KrRealVector const& x) const;
     double evaluateByRows(KrRealVector const& x) const;
     void gradientByRows(KrRealVector const& x) const;
+    void gradientByLookUps(KrRealVector const& x) const;
 
     KrXmlBasicType<double> offset_{0.0};
     KrSparseCoefficients<KrXmlBasicType<KrU32>> first_;

@@ -19,39 +19,32 @@
 template <class Item>
 class KrSparseCoefficients {
 public:
-    /// As the coefficient index has it: (i, j) is row i and column j, and a single
-    /// index i is column i of row 0.
-    using Key = KrCoefficientIndex::Key;
-    static Key keyOf(KrU32 row, KrU32 column) { return Key{row} << 32 | column; }
-
     // The components of the element. Whoever lets somebody else change them drops
     // the index.
     KrXmlVectorType<Item>* indices() { return &indices_; }
     KrXmlRealVector* coefficients() { return &coefficients_; }
     void dropIndex() { index_.clear(); }
 
-    double coefficient(Key key) const {
-        if (areFew()) {
-            return valueAt(walk(key));
-        }
-        prepare(false);
-        std::size_t const place = index_.find(key);
-        if (place != KrCoefficientIndex::nowhere) {
-            return index_.coefficient(place);
-        }
-        return index_.hasAppended() ? valueAt(index_.findAppended(key)) : 0.0;
+    /// The coefficient of a key: row and column, or row 0 and an index.
+    double coefficient(KrU32 row, KrU32 column) const {
+        std::size_t const place = index_.findDirect(row, column);
+        return place != KrCoefficientIndex::nowhere ? index_.coefficient(place)
+                                                    : search(row, column);
     }
 
-    /// Overwrites the coefficient at the first listing of `key`, or appends both.
-    /// The shorter list is padded before: with 0.0, or with repetitions of `key`,
+    /// Overwrites the coefficient at the first listing of a key, or appends both.
+    /// The shorter list is padded before: with 0.0, or with repetitions of the key,
     /// so that nothing else gets another coefficient.
-    void setCoefficient(Key key, double value) {
+    void setCoefficient(KrU32 row, KrU32 column, double value) {
+        Key const key = keyOf(row, column);
         pad(key);
         bool const indexed = !areFew();
         KrU32 position;
         if (indexed) {
-            prepare(index_.isWorn());
-            std::size_t const place = index_.find(key);
+            if (!index_.isBuilt() || index_.isWorn()) {
+                build();
+            }
+            std::size_t const place = index_.find(row, column);
             if (place != KrCoefficientIndex::nowhere) {
                 index_.coefficient(place) = value;
                 position = index_.position(place);
@@ -66,11 +59,11 @@ public:
             coefficients_[position] = value;
             return;
         }
+        if (indexed) {
+            index_.append(key, indices_.size());
+        }
         indices_.pushBack(itemOf(key));
         coefficients_.pushBack(KrXmlBasicType<double>(value));
-        if (indexed) {
-            index_.append(key);
-        }
     }
 
     /// Whether there are so few that walking the list is quicker than an index.
@@ -78,15 +71,19 @@ public:
 
     /// All that is listed, by rows.
     KrCoefficientIndex const& rows() const {
-        prepare(index_.hasAppended());
+        if (!index_.isBuilt() || index_.hasAppended()) {
+            build();
+        }
         return index_;
     }
 
     bool operator==(KrSparseCoefficients const&) const = default;
 
 private:
+    using Key = KrCoefficientIndex::Key;
     static constexpr bool single = std::is_same_v<Item, KrXmlBasicType<KrU32>>;
 
+    static Key keyOf(KrU32 row, KrU32 column) { return Key{row} << 32 | column; }
     static Key keyOf(Item const& item) {
         if constexpr (single) {
             return item.value();
@@ -104,6 +101,22 @@ private:
             item.setSecond(column);
             return item;
         }
+    }
+
+    // Kept out of line, so that the look-up that needs no search stays short.
+    [[gnu::noinline]] double search(KrU32 row, KrU32 column) const {
+        Key const key = keyOf(row, column);
+        if (!index_.isBuilt()) {
+            if (areFew()) {
+                return valueAt(walk(key));
+            }
+            build();
+        }
+        std::size_t const place = index_.find(row, column);
+        if (place != KrCoefficientIndex::nowhere) {
+            return index_.coefficient(place);
+        }
+        return index_.hasAppended() ? valueAt(index_.findAppended(key)) : 0.0;
     }
 
     KrU32 walk(Key key) const {
@@ -132,15 +145,13 @@ private:
         }
     }
 
-    void prepare(bool anew) const {
-        if (anew || !index_.covers(indices_.size(), coefficients_.size())) {
-            std::vector<Key> keys;
-            keys.reserve(indices_.size());
-            for (Item const& item : indices_) {
-                keys.push_back(keyOf(item));
-            }
-            index_.build(keys, {coefficients_.begin(), coefficients_.end()});
+    void build() const {
+        std::vector<Key> keys;
+        keys.reserve(indices_.size());
+        for (Item const& item : indices_) {
+            keys.push_back(keyOf(item));
         }
+        index_.build(keys, {coefficients_.begin(), coefficients_.end()});
     }
 
     KrXmlVectorType<Item> indices_;
