@@ -26,11 +26,11 @@ public:
 
     /// The columns of a row that are listed, ascending, and their coefficients.
     struct Row {
-        KrU32 number;
-        KrU32 firstColumn;
+        KrU32 number = 0;
+        KrU32 firstColumn = 0;
         std::span<double const> values;
-        KrU32 const* columns;
-        bool gapless;  // the columns follow one another from the first on
+        KrU32 const* columns = nullptr;
+        bool gapless = true;  // the columns follow one another from the first on
 
         /// The row without its columns from `n` on.
         Row below(KrU32 n) const {
@@ -44,6 +44,24 @@ public:
             return row;
         }
         std::size_t countBelow(KrU32 n) const;
+
+        /// Calls `term(coefficient, column)` for each column, in order. A row
+        /// without gaps needs no look at its columns.
+        template <class Term>
+        void forEach(Term term) const {
+            std::size_t const count = values.size();
+            double const* const coefficients = values.data();
+            if (gapless) {
+                std::size_t const first = firstColumn;
+                for (std::size_t k = 0; k < count; ++k) {
+                    term(coefficients[k], first + k);
+                }
+            } else {
+                for (std::size_t k = 0; k < count; ++k) {
+                    term(coefficients[k], columns[k]);
+                }
+            }
+        }
     };
 
     /// Whether a sum that starts as `start` and adds coefficient times component

@@ -1,5 +1,8 @@
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 
+#include <algorithm>
+#include <typeinfo>
+
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 }
@@ -7,6 +10,10 @@ namespace {
 double KrLinearMultivariableConstraint::evaluate(KrRealVector const& x) const {
     KrU32 const n = static_cast<KrU32>(x.size());
     double v = offset();
+    if (goesByList(n) && KrCoefficientIndex::maySkipZeros(v, x)) {
+        first_.line(n).forEach([&](double a, std::size_t i) { v = a * x[i] + v; });
+        return v;
+    }
     for (KrU32 i = 0; i < n; ++i) {
         v = coefficient(i) * x[i] + v;
     }
@@ -17,11 +24,22 @@ double KrLinearMultivariableConstraint::evaluate(KrRealVector const& x) const {
 KrRealVector const& KrLinearMultivariableConstraint::gradient(KrRealVector const& x) const {
     KrU32 const n = static_cast<KrU32>(x.size());
     gradient_.resize(n);
-    for (KrU32 i = 0; i < n; ++i) {
-        gradient_[i] = coefficient(i);
+    if (goesByList(n)) {
+        std::fill(gradient_.begin(), gradient_.end(), 0.0);
+        first_.line(n).forEach([&](double a, std::size_t i) { gradient_[i] = a; });
+    } else {
+        for (KrU32 i = 0; i < n; ++i) {
+            gradient_[i] = coefficient(i);
+        }
     }
     normalizeGradient();
     return gradient_;
+}
+
+// Whether the look-up is known to be this class's own, and there is enough to
+// pass over.
+bool KrLinearMultivariableConstraint::goesByList(KrU32 n) const {
+    return typeid(*this) == typeid(KrLinearMultivariableConstraint) && !(first_.areFew() && n <= 8);
 }
 
 void KrLinearMultivariableConstraint::registerComponents() {

@@ -50,6 +50,8 @@ public:
     bool operator==(KrLinearMultivariableConstraint const&) const = default;
 
 private:
+    bool goesByList(KrU32 n) const;
+
     KrXmlBasicType<double> offset_{0.0};
     KrSparseCoefficients<KrXmlBasicType<KrU32>> first_;
 };

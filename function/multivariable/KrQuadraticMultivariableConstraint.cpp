@@ -9,36 +9,18 @@ namespace {
 
 using Row = KrCoefficientIndex::Row;
 
-// Calls `term(k, j)` for the k-th column j of the row, in order. A row without
-// gaps needs no look at its columns.
-template <class Term>
-void forEachColumn(Row const& row, Term term) {
-    std::size_t const count = row.values.size();
-    if (row.gapless) {
-        std::size_t const first = row.firstColumn;
-        for (std::size_t k = 0; k < count; ++k) {
-            term(k, first + k);
-        }
-    } else {
-        for (std::size_t k = 0; k < count; ++k) {
-            term(k, row.columns[k]);
-        }
-    }
-}
-
 // Adds what the row has to the sums of the gradient: to that of its own number,
 // which by now has all of the rows before, and to those of its columns.
 void addRow(Row const& row, double const* x, double* sums) {
     std::size_t const i = row.number;
-    double const* const q = row.values.data();
     double const xi = x[i];
     double sum = sums[i];
-    forEachColumn(row, [&](std::size_t k, std::size_t j) {
+    row.forEach([&](double q, std::size_t j) {
         if (j == i) {
-            sum = (q[k] + q[k]) * xi + sum;
+            sum = (q + q) * xi + sum;
         } else {
-            sum = q[k] * x[j] + sum;
-            sums[j] = q[k] * xi + sums[j];
+            sum = q * x[j] + sum;
+            sums[j] = q * xi + sums[j];
         }
     });
     sums[i] = sum;
@@ -197,9 +179,8 @@ bool KrQuadraticMultivariableConstraint::goesByRows(double start, KrRealVector c
 
 double KrQuadraticMultivariableConstraint::evaluateByRows(KrRealVector const& x) const {
     KrU32 const n = static_cast<KrU32>(x.size());
-    KrCoefficientIndex const& first = first_.rows();
     KrCoefficientIndex const& second = second_.rows();
-    Row const linear = first.rowCount() == 0 ? Row{} : first.row(0).below(n);
+    Row const linear = first_.line(n);
     double v = offset();
     std::size_t next = 0;
     auto const addLinearBefore = [&](KrU32 end) {
@@ -211,9 +192,7 @@ double KrQuadraticMultivariableConstraint::evaluateByRows(KrRealVector const& x)
         Row const row = second.row(r).below(n);
         addLinearBefore(row.number);
         double const xi = x[row.number];
-        forEachColumn(row, [&, q = row.values.data()](std::size_t k, std::size_t j) {
-            v = (q[k] * xi) * x[j] + v;
-        });
+        row.forEach([&](double q, std::size_t j) { v = (q * xi) * x[j] + v; });
     }
     addLinearBefore(n);
     return v;
@@ -234,13 +213,7 @@ void KrQuadraticMultivariableConstraint::gradientByRows(KrRealVector const& x) c
             addRow(second.row(r++).below(n), x.data(), gradient_.data());
         }
     }
-    KrCoefficientIndex const& first = first_.rows();
-    if (first.rowCount() != 0) {
-        Row const row = first.row(0).below(n);
-        forEachColumn(row, [&](std::size_t k, std::size_t j) {
-            gradient_[j] = row.values[k] + gradient_[j];
-        });
-    }
+    first_.line(n).forEach([&](double a, std::size_t j) { gradient_[j] = a + gradient_[j]; });
 }
 
 double KrQuadraticMultivariableConstraint::firstOrderCoefficient(KrU32 i) const {

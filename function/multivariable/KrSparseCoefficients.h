@@ -77,6 +77,12 @@ public:
         return index_;
     }
 
+    /// What is listed of single indices below n.
+    KrCoefficientIndex::Row line(KrU32 n) const {
+        KrCoefficientIndex const& index = rows();
+        return index.rowCount() == 0 ? KrCoefficientIndex::Row() : index.row(0).below(n);
+    }
+
     bool operator==(KrSparseCoefficients const&) const = default;
 
 private:
