@@ -64,8 +64,9 @@ TEST(ScalarFunctions, MultipointFunctionTakesTheSegmentThatEndsAtX) {
         {{5}, {7, 8}, 9, 7},
         {{0, 0}, {1, 2}, -1, 2},
         {{0, 0}, {1, 2}, 1, 2},
-        {{0, 0, 1}, {1, 2, 4}, 0.5, 3},      // a jump
-        {{0, 1, 1}, {1, 2, 4}, 2, 4},        // above a jump at the end
+        {{0, 0, 1}, {1, 2, 4}, 0.5, 3},  // a jump
+        {{0, 1, 1}, {1, 2, 4}, 2, 4},    // above a jump at the end
+        {{0, 1, 1}, {1, 2, 4}, 1, 2},
         {{0, 1, 2, 3}, {5, 6}, 4, 9},        // two points count
         {{0, 1}, {5, 6, 100}, 4, 9},         // likewise
         {{0, 3, 1, 4}, {0, 3, 5, 8}, 2, 2},  // unsorted: the first not below
