@@ -5,7 +5,14 @@
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
+
+// Makes row `row` a copy of row 0, moved along coordinate `i` by `step`.
+void moveAlong(KrU32 i, double step, KrReArray& points, KrU32 row) {
+    points[row] = points[0];
+    points[row][i] += step;
 }
+
+}  // namespace
 
 namespace KrSearch {
 
@@ -20,8 +27,18 @@ void seedSimplex(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edge
     simplex.resizeArray(n + 1, n);
     copyStart(start, simplex[0]);
     for (KrU32 i = 0; i < n; ++i) {
-        simplex[i + 1] = simplex[0];
-        simplex[i + 1][i] += scale * edgeLength(edgeLengths, defaultEdgeLength, i);
+        moveAlong(i, scale * edgeLength(edgeLengths, defaultEdgeLength, i), simplex, i + 1);
+    }
+}
+
+void seedStencil(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
+                 double defaultEdgeLength, double scale, KrReArray& stencil) {
+    stencil.resizeArray(2 * n + 1, n);
+    copyStart(start, stencil[0]);
+    for (KrU32 i = 0; i < n; ++i) {
+        double const width = scale * edgeLength(edgeLengths, defaultEdgeLength, i);
+        moveAlong(i, width, stencil, i + 1);
+        moveAlong(i, -width, stencil, n + 1 + i);
     }
 }
 
@@ -58,6 +75,13 @@ void findExtremes(KrRealVector const& values, KrU32& minIndex, KrU32& maxIndex) 
     }
     minIndex = smallestIndex;
     maxIndex = largestIndex;
+}
+
+KrU32 minIndexOf(KrRealVector const& values) {
+    KrU32 minIndex = 0;
+    KrU32 maxIndex = 0;
+    findExtremes(values, minIndex, maxIndex);
+    return minIndex;
 }
 
 }  // namespace KrSearch

@@ -28,6 +28,11 @@ KR_EXPORT void copyStart(KrRealVector const& start, KrRealVector& point);
 KR_EXPORT void seedSimplex(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
                            double defaultEdgeLength, double scale, KrReArray& simplex);
 
+/// Makes `stencil` the simplex of `seedSimplex`, followed by n rows that are moved
+/// backward as far as those were moved forward: 2n+1 rows of n.
+KR_EXPORT void seedStencil(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
+                           double defaultEdgeLength, double scale, KrReArray& stencil);
+
 /// The signed values at `points`, by one call of `evaluateMultiple`.
 KR_EXPORT void evaluateBatch(double sign, KrScalarMultivariableFunction const& f,
                              std::vector<KrRealVector> const& points, KrRealVector& values);
@@ -65,5 +70,8 @@ inline std::size_t countAbove(double bound, KrRealVector const& values) {
 /// The indices of the smallest and of the largest value; the lowest index of
 /// equal ones, and 0 for fewer than two values.
 KR_EXPORT void findExtremes(KrRealVector const& values, KrU32& minIndex, KrU32& maxIndex);
+
+/// The first of the two indices alone.
+KR_EXPORT KrU32 minIndexOf(KrRealVector const& values);
 
 }  // namespace KrSearch
