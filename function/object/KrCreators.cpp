@@ -4,7 +4,11 @@
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 #include "function/object/KrFunction.h"
+#include "function/optimizer/KrHookeJeevesOptimizer.h"
+#include "function/optimizer/KrImplicitFilteringOptimizer.h"
+#include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "function/optimizer/KrSequenceOptimizer.h"
 #include "function/scalar/KrLinearScalarFunction.h"
 #include "function/scalar/KrPowerUnitaryMap.h"
 #include "function/scalar/KrSCurveUnitaryMap.h"
@@ -36,6 +40,14 @@ void registerConstraints(KrXmlBaseVariableCompoundType& holder) {
 
 void registerOptimizers(KrXmlBaseVariableCompoundType& holder) {
     holder.registerComponentCreator(KrFunction::KrNelderMeadToken, KrNelderMeadOptimizer::creator);
+    holder.registerComponentCreator(KrFunction::KrHookeJeevesToken,
+                                    KrHookeJeevesOptimizer::creator);
+    holder.registerComponentCreator(KrFunction::KrMultidirectionalSearchToken,
+                                    KrMultidirectionalSearchOptimizer::creator);
+    holder.registerComponentCreator(KrFunction::KrImplicitFilteringToken,
+                                    KrImplicitFilteringOptimizer::creator);
+    holder.registerComponentCreator(KrFunction::KrSequenceOptimizerToken,
+                                    KrSequenceOptimizer::creator);
 }
 
 }  // namespace KrCreators

@@ -2,7 +2,11 @@
 
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
+#include "function/optimizer/KrHookeJeevesOptimizer.h"
+#include "function/optimizer/KrImplicitFilteringOptimizer.h"
+#include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "function/optimizer/KrSequenceOptimizer.h"
 #include "function/scalar/KrLinearScalarFunction.h"
 #include "function/scalar/KrMultipointScalarFunction.h"
 #include "function/scalar/KrPowerUnitaryMap.h"
@@ -70,6 +74,46 @@ struct QuadraticConstraint {
         "</quadraticMultivariableConstraint>";
 };
 
+struct HookeJeeves {
+    using Element = KrHookeJeevesOptimizer;
+    static constexpr char const* document =
+        "<hookeJeeves xmlns=\"urn:zeibreku:function#\"><reductionFactor>0.5</reductionFactor>"
+        "<minTotalReduction>0.001</minTotalReduction>"
+        "<maxFunctionEvaluations>300</maxFunctionEvaluations><edgeLengths count=\"0\"/>"
+        "<defaultEdgeLength>0.01</defaultEdgeLength>"
+        "<directionsMode>urn:zeibreku:function#none</directionsMode></hookeJeeves>";
+};
+
+struct MultidirectionalSearch {
+    using Element = KrMultidirectionalSearchOptimizer;
+    static constexpr char const* document =
+        "<multidirectionalSearch xmlns=\"urn:zeibreku:function#\"><alpha>1</alpha><beta>0.5</beta>"
+        "<gamma>2</gamma><stoppingThreshold>1e-05</stoppingThreshold>"
+        "<maxFunctionEvaluations>300</maxFunctionEvaluations><simplexEdgeLengths count=\"0\"/>"
+        "<defaultSimplexEdgeLength>0.01</defaultSimplexEdgeLength></multidirectionalSearch>";
+};
+
+struct ImplicitFiltering {
+    using Element = KrImplicitFilteringOptimizer;
+    static constexpr char const* document =
+        "<implicitFiltering xmlns=\"urn:zeibreku:function#\">"
+        "<lineSearchAlpha>1e-04</lineSearchAlpha><lineSearchBeta>0.5</lineSearchBeta>"
+        "<lineSearchMaxIterations>25</lineSearchMaxIterations>"
+        "<lineSearchInitialLambdaMultiplier>10</lineSearchInitialLambdaMultiplier>"
+        "<tau>0.01</tau><simplexScaleFactor>0.5</simplexScaleFactor>"
+        "<maxFunctionEvaluations>300</maxFunctionEvaluations><simplexEdgeLengths count=\"0\"/>"
+        "<defaultSimplexEdgeLength>0.01</defaultSimplexEdgeLength></implicitFiltering>";
+};
+
+struct Sequence {
+    using Element = KrSequenceOptimizer;
+    static constexpr char const* document =
+        "<sequenceOptimizer xmlns=\"urn:zeibreku:function#\"><numberPasses>1</numberPasses>"
+        "<optimizerSequence count=\"0\"/><executeInParallel>false</executeInParallel>"
+        "</sequenceOptimizer>";
+};
+
 using Elements =
     testing::Types<NelderMead, LinearScalarFunction, MultipointScalarFunction, PowerUnitaryMap,
-                   SCurveUnitaryMap, LinearConstraint, QuadraticConstraint>;
+                   SCurveUnitaryMap, LinearConstraint, QuadraticConstraint, HookeJeeves,
+                   MultidirectionalSearch, ImplicitFiltering, Sequence>;

@@ -11,8 +11,13 @@
 #include "function/object/KrMultivariableConstraintVector.h"
 #include "function/object/KrScalarFunctionContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
+#include "function/object/KrScalarMultivariableOptimizerVector.h"
 #include "function/object/KrUnitaryMapContainer.h"
+#include "function/optimizer/KrHookeJeevesOptimizer.h"
+#include "function/optimizer/KrImplicitFilteringOptimizer.h"
+#include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "function/optimizer/KrSequenceOptimizer.h"
 #include "function/scalar/KrLinearScalarFunction.h"
 #include "function/scalar/KrMultipointScalarFunction.h"
 #include "function/scalar/KrPowerUnitaryMap.h"
@@ -111,6 +116,58 @@ TEST(SlotOrder, NelderMead) {
                 &T::defaultSimplexEdgeLength, &T::setDefaultSimplexEdgeLength, &T::initialize,
                 &T::singleStep, &T::exchangeHighVertex, &T::exchangeHighVertexAndContract,
                 &T::findMaxAndMin, &T::calculateVertexMeanExcludingMaxPoint, &T::restartIfNeeded);
+}
+
+TEST(SlotOrder, HookeJeeves) {
+    using T = KrHookeJeevesOptimizer;
+    expectSlots(expectOptimizerSlots<T>(), &T::reductionFactor, &T::setReductionFactor,
+                &T::minTotalReduction, &T::setMinTotalReduction, &T::maxFunctionEvaluations,
+                &T::setMaxFunctionEvaluations, &T::edgeLengths, &T::setEdgeLengths,
+                &T::defaultEdgeLength, &T::setDefaultEdgeLength, &T::directionsMode,
+                &T::setDirectionsMode, &T::initialize, &T::newExploratoryMove, &T::transitionalMove,
+                &T::patternContraction, &T::explore, &T::initializeDirections,
+                &T::updateDirections);
+}
+
+TEST(SlotOrder, MultidirectionalSearch) {
+    using T = KrMultidirectionalSearchOptimizer;
+    expectSlots(expectOptimizerSlots<T>(), &T::alpha, &T::setAlpha, &T::beta, &T::setBeta,
+                &T::gamma, &T::setGamma, &T::stoppingThreshold, &T::setStoppingThreshold,
+                &T::maxFunctionEvaluations, &T::setMaxFunctionEvaluations, &T::simplexEdgeLengths,
+                &T::setSimplexEdgeLengths, &T::defaultSimplexEdgeLength,
+                &T::setDefaultSimplexEdgeLength, &T::initialize, &T::singleStep, &T::findMaxAndMin,
+                &T::findMinIndex, &T::setNewData);
+}
+
+TEST(SlotOrder, ImplicitFiltering) {
+    using T = KrImplicitFilteringOptimizer;
+    expectSlots(expectOptimizerSlots<T>(), &T::lineSearchAlpha, &T::setLineSearchAlpha,
+                &T::lineSearchBeta, &T::setLineSearchBeta, &T::lineSearchMaxIterations,
+                &T::setLineSearchMaxIterations, &T::tau, &T::setTau, &T::maxFunctionEvaluations,
+                &T::setMaxFunctionEvaluations, &T::simplexEdgeLengths, &T::setSimplexEdgeLengths,
+                &T::defaultSimplexEdgeLength, &T::setDefaultSimplexEdgeLength,
+                &T::simplexScaleFactor, &T::setSimplexScaleFactor,
+                &T::lineSearchInitialLambdaMultiplier, &T::setLineSearchInitialLambdaMultiplier,
+                &T::initialize, &T::singleStep, &T::findMaxAndMin, &T::findMinIndex);
+}
+
+TEST(SlotOrder, Sequence) {
+    using T = KrSequenceOptimizer;
+    expectSlots(expectOptimizerSlots<T>(), &T::numberPasses, &T::setNumberPasses,
+                &T::optimizerSequence, &T::setOptimizerSequence, &T::executeInParallel,
+                &T::setExecuteInParallel);
+}
+
+TEST(SlotOrder, OptimizerVector) {
+    using T = KrScalarMultivariableOptimizerVector;
+    using E = KrScalarMultivariableOptimizer;
+    expectSlots(
+        expectVariableCompoundSlots<T>(), static_cast<E const& (T::*)(KrU32) const>(&T::operator[]),
+        static_cast<E& (T::*)(KrU32)>(&T::operator[]), &T::exchange,
+        static_cast<bool (T::*)(KrU32)>(&T::erase),
+        static_cast<bool (T::*)(KrU32, KrU32)>(&T::erase), &T::pushBack, &T::vectorContainer,
+        &T::reserve, &T::resize, &T::clear, &T::assign, &T::size, &T::writeHeaderToStream,
+        &T::writeBodyToStream, &T::appendElementToStream, &T::writeFooterToStream);
 }
 
 TEST(SlotOrder, OptimizerContainer) {
