@@ -9,6 +9,9 @@ namespace {
 }
 
 void KrReArray::resizeArray(KrU32 rows, KrU32 columns) {
+    if (rows == numRows() && columns == columns_) {
+        return;
+    }
     rows_.resize(rows);
     for (KrRealVector& row : rows_) {
         row.resize(columns);
