@@ -6,7 +6,16 @@
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
+
+// point = a x + b y, three distinct points of n components.
+void mix(KrU32 n, double a, double const* __restrict x, double b, double const* __restrict y,
+         double* __restrict point) {
+    for (KrU32 j = 0; j < n; ++j) {
+        point[j] = a * x[j] + b * y[j];
+    }
 }
+
+}  // namespace
 
 double KrMultidirectionalSearchOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
                                                       KrRealVector const& start,
@@ -48,6 +57,7 @@ void KrMultidirectionalSearchOptimizer::initialize(double sign,
     for (TrialSet* trial : {&s.reflected, &s.expanded, &s.contracted}) {
         trial->points.resizeArray(n, n);
     }
+    s.minIndex = 0;  // a vertex that is there, should the function throw
     KrSearch::evaluateBatch(sign, f, s.simplex.rows(), s.values);
     s.evaluations += n + std::uint64_t{1};
     findMaxAndMin();
@@ -64,16 +74,22 @@ double KrMultidirectionalSearchOptimizer::singleStep(double sign,
     if (s.simplex.numColumns() == 0) {
         return 0.0;
     }
-    double const bestValue = s.values[s.minIndex];
-    double const reflectedValue = tryVertices(sign, f, 1.0 + alpha(), -alpha(), s.reflected);
+    auto const lowestOf = [this](TrialSet const& set) {
+        return set.values[findMinIndex(set.values)];
+    };
+    double const a = alpha();
+    double const b = beta();
+    double const g = gamma();
+    tryVertices(sign, f, 1.0 + a, -a, s.reflected);
+    double const reflectedValue = lowestOf(s.reflected);
     TrialSet const* accepted = &s.contracted;
-    if (bestValue > reflectedValue) {
-        double const expandedValue = tryVertices(sign, f, 1.0 + gamma(), -gamma(), s.expanded);
+    if (s.values[s.minIndex] > reflectedValue) {
+        tryVertices(sign, f, 1.0 + g, -g, s.expanded);
         // A tie goes to the larger simplex, and so does a NaN.
-        accepted = expandedValue > reflectedValue ? &s.reflected : &s.expanded;
+        accepted = lowestOf(s.expanded) > reflectedValue ? &s.reflected : &s.expanded;
     } else {
         // Accepted even where it is worse: a smaller simplex is what is wanted.
-        tryVertices(sign, f, 1.0 - beta(), beta(), s.contracted);
+        tryVertices(sign, f, 1.0 - b, b, s.contracted);
     }
     setNewData(accepted->points, accepted->values);
 
@@ -83,26 +99,19 @@ double KrMultidirectionalSearchOptimizer::singleStep(double sign,
 }
 
 // Fills and evaluates a set of trial points, ofBest best + ofVertex vertex for
-// each vertex beside the best; returns the smallest of the values.
-double KrMultidirectionalSearchOptimizer::tryVertices(double sign,
-                                                      KrScalarMultivariableFunction const& f,
-                                                      double ofBest, double ofVertex,
-                                                      TrialSet& trial) const {
+// each vertex beside the best.
+void KrMultidirectionalSearchOptimizer::tryVertices(double sign,
+                                                    KrScalarMultivariableFunction const& f,
+                                                    double ofBest, double ofVertex,
+                                                    TrialSet& trial) const {
     State& s = *state_;
     KrU32 const n = s.simplex.numColumns();
-    KrRealVector const& best = s.simplex[s.minIndex];
-    for (KrU32 i = 0, next = 0; i <= n; ++i) {
-        if (i != s.minIndex) {
-            KrRealVector const& vertex = s.simplex[i];
-            KrRealVector& point = trial.points[next++];
-            for (KrU32 j = 0; j < n; ++j) {
-                point[j] = ofBest * best[j] + ofVertex * vertex[j];
-            }
-        }
+    double const* const best = s.simplex[s.minIndex].data();
+    for (KrU32 j = 0; j < n; ++j) {
+        mix(n, ofBest, best, ofVertex, s.simplex[s.besideBest(j)].data(), trial.points[j].data());
     }
     KrSearch::evaluateBatch(sign, f, trial.points.rows(), trial.values);
     s.evaluations += n;
-    return trial.values[findMinIndex(trial.values)];
 }
 
 void KrMultidirectionalSearchOptimizer::findMaxAndMin() const {
@@ -116,15 +125,27 @@ KrU32 KrMultidirectionalSearchOptimizer::findMinIndex(KrRealVector const& values
 void KrMultidirectionalSearchOptimizer::setNewData(KrReArray const& points,
                                                    KrRealVector const& values) const {
     State& s = *state_;
-    KrU32 const given = std::min(points.numRows(), static_cast<KrU32>(values.size()));
-    for (KrU32 i = 0, next = 0; i < s.values.size() && next < given; ++i) {
-        if (i != s.minIndex) {
-            KrRealVector& vertex = s.simplex[i];
-            std::size_t const length = std::min(points[next].size(), vertex.size());
-            std::copy_n(points[next].begin(), length, vertex.begin());
-            s.values[i] = values[next];
-            ++next;
+    if (s.values.empty()) {  // no simplex was built yet
+        return;
+    }
+    // The points of the search's own sets are filled anew at each step: they change
+    // places with the vertices, which spares copying them.
+    KrReArray* own = nullptr;
+    for (TrialSet* trial : {&s.reflected, &s.expanded, &s.contracted}) {
+        own = &points == &trial->points ? &trial->points : own;
+    }
+    std::size_t const given =
+        std::min({std::size_t{points.numRows()}, values.size(), s.values.size() - 1});
+    for (KrU32 j = 0; j < given; ++j) {
+        KrU32 const i = s.besideBest(j);
+        KrRealVector& vertex = s.simplex[i];
+        if (own) {
+            vertex.swap((*own)[j]);
+        } else {
+            std::copy_n(points[j].begin(), std::min(points[j].size(), vertex.size()),
+                        vertex.begin());
         }
+        s.values[i] = values[j];
     }
     findMaxAndMin();
 }

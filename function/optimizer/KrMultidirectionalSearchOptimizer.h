@@ -112,12 +112,15 @@ private:
         KrU32 minIndex = 0;  // the best vertex
         KrU32 maxIndex = 0;  // the worst vertex
         std::uint64_t evaluations = 0;
+
+        // The vertex for which trial point j stands.
+        KrU32 besideBest(KrU32 j) const { return j < minIndex ? j : j + 1; }
     };
 
     double search(double sign, KrScalarMultivariableFunction const& f, KrRealVector const& start,
                   KrRealVector& result) const;
-    double tryVertices(double sign, KrScalarMultivariableFunction const& f, double ofBest,
-                       double ofVertex, TrialSet& trial) const;
+    void tryVertices(double sign, KrScalarMultivariableFunction const& f, double ofBest,
+                     double ofVertex, TrialSet& trial) const;
 
     KrXmlBasicType<double> alpha_{1.0};
     KrXmlBasicType<double> beta_{0.5};

@@ -53,28 +53,20 @@ void evaluateBatch(double sign, KrScalarMultivariableFunction const& f,
 }
 
 void findExtremes(KrRealVector const& values, KrU32& minIndex, KrU32& maxIndex) {
-    minIndex = maxIndex = 0;
-    if (values.size() < 2) {
-        return;
-    }
-    // Conditional moves rather than branches: which way a comparison goes is hard
-    // to predict in a small simplex.
-    double smallest = values[0];
-    double largest = values[0];
-    KrU32 smallestIndex = 0;
-    KrU32 largestIndex = 0;
-    auto const count = static_cast<KrU32>(values.size());
-    for (KrU32 i = 1; i < count; ++i) {
+    KrU32 lowest = 0;
+    KrU32 highest = 0;
+    double smallest = values.empty() ? 0.0 : values[0];
+    double largest = smallest;
+    // Without branches: which value is the next extreme, no processor can guess.
+    for (KrU32 i = 1; i < values.size(); ++i) {
         double const value = values[i];
-        bool const below = value < smallest;
-        bool const above = value > largest;
-        smallest = below ? value : smallest;
-        smallestIndex = below ? i : smallestIndex;
-        largest = above ? value : largest;
-        largestIndex = above ? i : largestIndex;
+        lowest = value < smallest ? i : lowest;
+        smallest = value < smallest ? value : smallest;
+        highest = value > largest ? i : highest;
+        largest = value > largest ? value : largest;
     }
-    minIndex = smallestIndex;
-    maxIndex = largestIndex;
+    minIndex = lowest;
+    maxIndex = highest;
 }
 
 KrU32 minIndexOf(KrRealVector const& values) {
