@@ -28,12 +28,13 @@
 ///       <directionsMode>urn:zeibreku:function#none</directionsMode>
 ///     </hookeJeeves>
 ///
-/// | `directionsMode` | text        | directions                                      |
-/// |------------------|-------------|-------------------------------------------------|
-/// | 0                | none        | the coordinate axes                             |
-/// | 1                | axisAligned | the columns of an identity matrix               |
-/// | 2                | random      | orthonormal columns, redrawn at each contraction|
-/// | 3                | rotated     | the identity; from the second contraction on two columns at a time are turned by 45 degrees |
+/// | `directionsMode` | text        | directions                                   |
+/// |------------------|-------------|----------------------------------------------|
+/// | 0                | none        | the coordinate axes                          |
+/// | 1                | axisAligned | the columns of an identity matrix            |
+/// | 2                | random      | orthonormal, redrawn at each contraction     |
+/// | 3                | rotated     | two of them turned by 45 degrees at each     |
+/// |                  |             | contraction but the first, from the identity |
 ///
 /// A text carries the namespace, as in the sample. Another mode is reported at
 /// each contraction and leaves the directions as they are, zeros at first.

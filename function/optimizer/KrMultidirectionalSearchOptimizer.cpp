@@ -37,12 +37,12 @@ double KrMultidirectionalSearchOptimizer::search(double sign,
     initialize(sign, f, start, 1.0);
     s.evaluations = 0;  // the first simplex is not charged
     bool done = true;   // and stays so in no dimensions
-    do {
-        if (s.evaluations >= maxFunctionEvaluations()) {
+    while (s.evaluations < maxFunctionEvaluations()) {
+        singleStep(sign, f, done);
+        if (done) {
             break;
         }
-        singleStep(sign, f, done);
-    } while (!done);
+    }
     result = s.simplex[s.minIndex];
     return s.values[s.minIndex];
 }
@@ -82,8 +82,9 @@ double KrMultidirectionalSearchOptimizer::singleStep(double sign,
     double const g = gamma();
     tryVertices(sign, f, 1.0 + a, -a, s.reflected);
     double const reflectedValue = lowestOf(s.reflected);
+    bool const beatsBest = s.values[s.minIndex] > reflectedValue;
     TrialSet const* accepted = &s.contracted;
-    if (s.values[s.minIndex] > reflectedValue) {
+    if (beatsBest) {
         tryVertices(sign, f, 1.0 + g, -g, s.expanded);
         // A tie goes to the larger simplex, and so does a NaN.
         accepted = lowestOf(s.expanded) > reflectedValue ? &s.reflected : &s.expanded;
