@@ -9,6 +9,7 @@
 #include "function/optimizer/KrImplicitFilteringOptimizer.h"
 #include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "function/optimizer/KrSearch.h"
 #include "function/optimizer/KrSequenceOptimizer.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"
@@ -309,10 +310,25 @@ TEST(Optimizers, DoNothingBeforeASearchWasSetUp) {
     rotated.updateDirections();
     rotated.updateDirections();
     EXPECT_FALSE(rotated.explore());
+}
+
+TEST(Optimizers, FindTheEarliestExtremes) {
     double const nan = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_EQ(multidirectional.findMinIndex({}), 0U);
-    EXPECT_EQ(multidirectional.findMinIndex({3.0, nan, 1.0, 1.0, 2.0}), 2U);
-    EXPECT_EQ(filtering.findMinIndex({nan, 1.0}), 0U);
+    struct {
+        KrRealVector values;
+        KrU32 lowest;
+        KrU32 highest;
+    } const cases[] = {
+        {{}, 0, 0}, {{1.0}, 0, 0}, {{1.0, 3.0, nan, 0.0, 3.0, 0.0}, 3, 1}, {{nan, 1.0, 2.0}, 0, 0}};
+    for (auto const& row : cases) {
+        KrU32 lowest = 7;
+        KrU32 highest = 7;
+        KrSearch::findExtremes(row.values, lowest, highest);
+        EXPECT_EQ(lowest, row.lowest);
+        EXPECT_EQ(highest, row.highest);
+        EXPECT_EQ(KrMultidirectionalSearchOptimizer().findMinIndex(row.values), row.lowest);
+        EXPECT_EQ(KrImplicitFilteringOptimizer().findMinIndex(row.values), row.lowest);
+    }
 }
 
 // A trial set that is too short or too narrow moves what it can.
@@ -329,6 +345,28 @@ TEST(MultidirectionalSearch, TakesNewDataBesideTheBestVertex) {
     EXPECT_EQ(recording.evaluations[0].point, (KrRealVector{2.0, 0.0}));
     EXPECT_EQ(recording.evaluations[1].point, (KrRealVector{2.0, 0.0}));
     EXPECT_EQ(recording.evaluations[2].point, (KrRealVector{0.5, 1.5}));
+}
+
+// f = 2 x0 from (1, 1) with edges 0.5: the lowest point of the stencil is 1, the trial
+// point of a short line search 1.5. In two dimensions the slope that counts is 0.
+TEST(ImplicitFiltering, FollowsTheSlopePastALowerPointOfTheStencil) {
+    struct {
+        char const* function;
+        double tau;
+        bool shrinks;
+    } const cases[] = {
+        {"linear0:1", 0.01, false}, {"linear0:2", 0.01, true}, {"linear0:2", 0.0, false}};
+    for (auto const& row : cases) {
+        auto const f = functionByName(row.function);
+        KrImplicitFilteringOptimizer optimizer;
+        optimizer.setDefaultSimplexEdgeLength(0.5);
+        optimizer.setLineSearchInitialLambdaMultiplier(0.25);
+        optimizer.setTau(row.tau);
+        optimizer.initialize(1.0, *f, {1.0, 1.0}, 1.0);
+        bool done = !row.shrinks;
+        EXPECT_EQ(optimizer.singleStep(1.0, *f, done), 1.5);
+        EXPECT_EQ(done, row.shrinks) << row.function << ' ' << row.tau;
+    }
 }
 
 TEST(HookeJeeves, ReportsWhatItCannotUse) {
@@ -476,6 +514,27 @@ TEST(Sequence, IsTheListThatItWasGiven) {
     ASSERT_TRUE(KrXml::fromString(KrXml::toString(sequence), back));
     EXPECT_TRUE(back == sequence);
     EXPECT_FALSE(back.equalsDefault());
+}
+
+TEST(Sequence, KeepsTheEarlierOfEqualAnswers) {
+    KrRealVector const start{0.3};
+    std::string const first = simplex("multidirectionalSearch");
+    std::string const later =
+        "<multidirectionalSearch><defaultSimplexEdgeLength>0.1</defaultSimplexEdgeLength>"
+        "</multidirectionalSearch>";
+    auto const plateau = functionByName("plateau:1");
+    Search const alone = minimise(*read(first).topElement(), *plateau, start);
+    Search const second = minimise(*read(later).topElement(), *plateau, start);
+    EXPECT_EQ(alone.value, second.value);
+    EXPECT_NE(alone.point, second.point);
+    Container const both = read(sequence("true", first + later));
+    EXPECT_EQ(minimise(*both.topElement(), *plateau, start).point, alone.point);
+    // Nothing is better than no number.
+    TestFunction const none(1, [](KrRealVector const&, KrU32) { return std::nan(""); });
+    KrRealVector point{5.0};
+    EXPECT_EQ(both.findMinimum(none, start, point), 1e300);
+    EXPECT_EQ(point, start);
+    EXPECT_EQ(both.findMaximum(none, start, point), -1e300);
 }
 
 // Sequences in one another, as deep as a document may be: the items of the
