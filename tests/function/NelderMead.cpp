@@ -247,9 +247,9 @@ TEST(NelderMead, AllocatesNothingFromStepToStep) {
         optimizer.setMaxFunctionEvaluations(i ? 4000 : 40);
         optimizer.setMaxTotalSteps(10'000);
         optimizer.findMinimum(f, {}, result);
-        std::size_t const before = allocations();
+        std::size_t const before = allocationCount();
         optimizer.findMinimum(f, {}, result);
-        made[i] = allocations() - before;
+        made[i] = allocationCount() - before;
     }
     EXPECT_EQ(made[0], 0U);
     EXPECT_EQ(made[1], 0U);

@@ -249,9 +249,9 @@ TEST(Optimizers, AllocateNothingInASearchButTheFirst) {
         KrRealVector result;
         std::size_t counts[2];
         for (std::size_t& count : counts) {
-            std::size_t const before = allocations();
+            std::size_t const before = allocationCount();
             optimizer.findMinimum(valley, start, result);
-            count = allocations() - before;
+            count = allocationCount() - before;
         }
         EXPECT_GT(counts[0], 0U);
         EXPECT_EQ(counts[1], 0U) << settings;

@@ -1,18 +1,20 @@
 #include "tests/support/Allocations.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
 namespace {
-thread_local std::size_t calls = 0;
+std::atomic<std::size_t> count{0};
 }
 
-std::size_t allocations() { return calls; }
+std::size_t allocationCount() { return count; }
 
 #ifndef ZEIBREKU_SANITIZED
+
 void* operator new(std::size_t size) {
-    ++calls;
-    if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
+    ++count;
+    if (void* const memory = std::malloc(size ? size : 1)) {
         return memory;
     }
     throw std::bad_alloc();
@@ -20,4 +22,5 @@ void* operator new(std::size_t size) {
 
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
 #endif

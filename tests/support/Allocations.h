@@ -2,6 +2,6 @@
 
 #include <cstddef>
 
-/// How often this thread has called `operator new` so far. A sanitizer has its own
-/// `operator new`: there it stays 0.
-std::size_t allocations();
+/// How often the process has allocated by `operator new` so far. Always 0 under a
+/// sanitizer, which has an `operator new` of its own.
+std::size_t allocationCount();
