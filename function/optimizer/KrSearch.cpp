@@ -8,8 +8,9 @@ namespace {
 
 // Makes row `row` a copy of row 0, moved along coordinate `i` by `step`.
 void moveAlong(KrU32 i, double step, KrReArray& points, KrU32 row) {
-    points[row] = points[0];
-    points[row][i] += step;
+    KrRealVector& point = points[row];
+    std::copy(points[0].begin(), points[0].end(), point.begin());
+    point[i] += step;
 }
 
 }  // namespace
