@@ -6,16 +6,7 @@
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
-
-// point = a x + b y, three distinct points of n components.
-void mix(KrU32 n, double a, double const* __restrict x, double b, double const* __restrict y,
-         double* __restrict point) {
-    for (KrU32 j = 0; j < n; ++j) {
-        point[j] = a * x[j] + b * y[j];
-    }
 }
-
-}  // namespace
 
 double KrMultidirectionalSearchOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
                                                       KrRealVector const& start,
@@ -107,9 +98,9 @@ void KrMultidirectionalSearchOptimizer::tryVertices(double sign,
                                                     TrialSet& trial) const {
     State& s = *state_;
     KrU32 const n = s.simplex.numColumns();
-    double const* const best = s.simplex[s.minIndex].data();
+    KrRealVector const& best = s.simplex[s.minIndex];
     for (KrU32 j = 0; j < n; ++j) {
-        mix(n, ofBest, best, ofVertex, s.simplex[s.besideBest(j)].data(), trial.points[j].data());
+        KrSearch::combine(ofBest, best, ofVertex, s.simplex[s.besideBest(j)], trial.points[j]);
     }
     KrSearch::evaluateBatch(sign, f, trial.points.rows(), trial.values);
     s.evaluations += n;
