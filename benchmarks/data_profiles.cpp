@@ -9,7 +9,12 @@
 // optimizer does of itself, and what it evaluates after the budget is not looked at.
 
 #include "benchmarks/MoreWild.h"
+#include "foundation/math/KrRandom.h"
+#include "function/optimizer/KrHookeJeevesOptimizer.h"
+#include "function/optimizer/KrImplicitFilteringOptimizer.h"
+#include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "function/optimizer/KrSequenceOptimizer.h"
 
 #if ZEIBREKU_HAVE_GSL
 #include <gsl/gsl_errno.h>
@@ -32,7 +37,7 @@ using MoreWild::Variant;
 constexpr KrU32 unlimited = 0xffffffff;
 constexpr KrU32 budgetInGradients = 100;
 
-/// Counts evaluations and notes each one that improved on all before it.
+/// Counts evaluations and calls, and notes each evaluation that improved on all before it.
 class Observed : public KrScalarMultivariableFunction {
 public:
     struct Improvement {
@@ -43,6 +48,26 @@ public:
     explicit Observed(KrScalarMultivariableFunction const& f) : f_(f) {}
 
     double evaluate(KrRealVector const& x) const override {
+        ++calls_;
+        return observe(x);
+    }
+    void evaluateMultiple(std::vector<KrRealVector> const& points,
+                          KrRealVector& values) const override {
+        ++calls_;
+        values.clear();
+        for (KrRealVector const& point : points) {
+            values.push_back(observe(point));
+        }
+    }
+    KrU32 domainDim() const override { return f_.domainDim(); }
+
+    KrU32 budget() const { return budgetInGradients * (domainDim() + 1); }
+    KrU32 evaluations() const { return evaluations_; }
+    KrU32 calls() const { return calls_; }
+    std::vector<Improvement> const& improvements() const { return improvements_; }
+
+private:
+    double observe(KrRealVector const& x) const {
         double value = f_.evaluate(x);
         if (!std::isfinite(value)) {
             value = 1e300;  // GSL's simplex gives up at anything else
@@ -54,14 +79,10 @@ public:
         }
         return value;
     }
-    KrU32 domainDim() const override { return f_.domainDim(); }
 
-    KrU32 budget() const { return budgetInGradients * (domainDim() + 1); }
-    std::vector<Improvement> const& improvements() const { return improvements_; }
-
-private:
     KrScalarMultivariableFunction const& f_;
     mutable KrU32 evaluations_ = 0;
+    mutable KrU32 calls_ = 0;
     mutable std::vector<Improvement> improvements_;
 };
 
@@ -73,34 +94,82 @@ struct Solver {
     Run run;
 };
 
-/// A search of one of our optimizers with the settings that `prepare` makes.
+/// What a search is to keep to.
+struct Terms {
+    KrU32 n;
+    KrU32 evaluations;
+    double edge;
+};
+
+void configure(KrNelderMeadOptimizer& optimizer, Terms const& terms) {
+    optimizer.setDefaultSimplexEdgeLength(terms.edge);
+    optimizer.setStoppingThreshold(0.0);
+    optimizer.setMaxTotalSteps(unlimited);
+    optimizer.setMaxExpansionSteps(unlimited);
+    optimizer.setMaxFunctionEvaluations(terms.evaluations);
+    // A restart is made at full edge length: an early one throws away what the simplex has learnt.
+    optimizer.setRestartCheckPeriod(40 * (terms.n + 1));
+}
+
+void configure(KrHookeJeevesOptimizer& optimizer, Terms const& terms) {
+    KrRandom::seed(1);  // for the mode "random"
+    optimizer.setDefaultEdgeLength(terms.edge);
+    optimizer.setReductionFactor(0.25);
+    optimizer.setMinTotalReduction(1e-12);
+    optimizer.setMaxFunctionEvaluations(terms.evaluations);
+}
+
+void configure(KrMultidirectionalSearchOptimizer& optimizer, Terms const& terms) {
+    optimizer.setDefaultSimplexEdgeLength(terms.edge);
+    optimizer.setStoppingThreshold(0.0);
+    optimizer.setMaxFunctionEvaluations(terms.evaluations);
+}
+
+void configure(KrImplicitFilteringOptimizer& optimizer, Terms const& terms) {
+    optimizer.setDefaultSimplexEdgeLength(terms.edge);
+    optimizer.setLineSearchBeta(0.25);
+    optimizer.setLineSearchMaxIterations(8);
+    optimizer.setMaxFunctionEvaluations(terms.evaluations);
+}
+
+void configure(KrSequenceOptimizer& optimizer, Terms const& terms) {
+    KrU32 const quarter = terms.evaluations / 4;
+    KrHookeJeevesOptimizer hookeJeeves;
+    configure(hookeJeeves, {terms.n, quarter, terms.edge});
+    KrNelderMeadOptimizer nelderMead;
+    configure(nelderMead, {terms.n, terms.evaluations - quarter, terms.edge});
+    KrScalarMultivariableOptimizerVector sequence;
+    sequence.pushBack(hookeJeeves);
+    sequence.pushBack(nelderMead);
+    optimizer.setOptimizerSequence(sequence);
+}
+
+/// The default settings, or all of them but the edge.
 template <typename Optimizer>
-Run ours(void (*prepare)(Optimizer& optimizer, Observed const& f, double edge)) {
-    return [prepare](Observed const& f, KrRealVector const& start, double edge) {
+Run defaults(bool edgeToo = true) {
+    return [edgeToo](Observed const& f, KrRealVector const& start, double edge) {
         Optimizer optimizer;
-        prepare(optimizer, f, edge);
+        if constexpr (requires { optimizer.setDefaultEdgeLength(edge); }) {
+            optimizer.setDefaultEdgeLength(edgeToo ? optimizer.defaultEdgeLength() : edge);
+        } else {
+            optimizer.setDefaultSimplexEdgeLength(edgeToo ? optimizer.defaultSimplexEdgeLength()
+                                                          : edge);
+        }
         KrRealVector result;
         optimizer.findMinimum(f, start, result);
     };
 }
 
+/// One of our optimizers, configured and then changed by `vary`.
 template <typename Optimizer>
-void asItIs(Optimizer&, Observed const&, double) {}
-
-void prepareNelderMead(KrNelderMeadOptimizer& optimizer, Observed const& f, double edge) {
-    optimizer.setDefaultSimplexEdgeLength(edge);
-    optimizer.setStoppingThreshold(0.0);
-    optimizer.setMaxTotalSteps(unlimited);
-    optimizer.setMaxExpansionSteps(unlimited);
-    optimizer.setMaxFunctionEvaluations(f.budget());
-    optimizer.setRestartCheckPeriod(40 * (f.domainDim() + 1));
-}
-
-/// Restarts are made at full edge length: early ones throw away what the simplex has learnt.
-void prepareNelderMeadWithEarlyRestarts(KrNelderMeadOptimizer& optimizer, Observed const& f,
-                                        double edge) {
-    prepareNelderMead(optimizer, f, edge);
-    optimizer.setRestartCheckPeriod(KrNelderMeadOptimizer().restartCheckPeriod());
+Run configured(void (*vary)(Optimizer& optimizer) = [](Optimizer&) {}) {
+    return [vary](Observed const& f, KrRealVector const& start, double edge) {
+        Optimizer optimizer;
+        configure(optimizer, {f.domainDim(), f.budget(), edge});
+        vary(optimizer);
+        KrRealVector result;
+        optimizer.findMinimum(f, start, result);
+    };
 }
 
 #if ZEIBREKU_HAVE_NLOPT
@@ -135,8 +204,7 @@ void runGsl(Observed const& f, KrRealVector const& start, double edge) {
     gsl_vector_set_all(steps, edge);
     auto* const optimizer = gsl_multimin_fminimizer_alloc(gsl_multimin_fminimizer_nmsimplex2, n);
     gsl_multimin_fminimizer_set(optimizer, &objective, x, steps);
-    // Each iteration evaluates at least once.
-    for (KrU32 i = 0; i < f.budget() && !gsl_multimin_fminimizer_iterate(optimizer); ++i) {
+    while (f.evaluations() < f.budget() && !gsl_multimin_fminimizer_iterate(optimizer)) {
     }
     gsl_multimin_fminimizer_free(optimizer);
     gsl_vector_free(steps);
@@ -145,9 +213,29 @@ void runGsl(Observed const& f, KrRealVector const& start, double edge) {
 #endif
 
 Solver const solvers[] = {
-    {"Nelder-Mead", ours<KrNelderMeadOptimizer>(prepareNelderMead)},
-    {"Nelder-Mead, default restarts", ours(prepareNelderMeadWithEarlyRestarts)},
-    {"Nelder-Mead, defaults", ours<KrNelderMeadOptimizer>(asItIs)},
+    {"Nelder-Mead", configured<KrNelderMeadOptimizer>()},
+    {"Nelder-Mead, period 25",
+     configured<KrNelderMeadOptimizer>([](auto& o) { o.setRestartCheckPeriod(25); })},
+    {"Nelder-Mead, defaults", defaults<KrNelderMeadOptimizer>()},
+    {"Nelder-Mead, edge alone", defaults<KrNelderMeadOptimizer>(false)},
+    {"Hooke-Jeeves, none", configured<KrHookeJeevesOptimizer>()},
+    {"Hooke-Jeeves, random",
+     configured<KrHookeJeevesOptimizer>([](auto& o) { o.setDirectionsMode(2); })},
+    {"Hooke-Jeeves, rotated",
+     configured<KrHookeJeevesOptimizer>([](auto& o) { o.setDirectionsMode(3); })},
+    {"Hooke-Jeeves, none, reduction 0.5",
+     configured<KrHookeJeevesOptimizer>([](auto& o) { o.setReductionFactor(0.5); })},
+    {"Hooke-Jeeves, defaults", defaults<KrHookeJeevesOptimizer>()},
+    {"Hooke-Jeeves, edge alone", defaults<KrHookeJeevesOptimizer>(false)},
+    {"Multidirectional", configured<KrMultidirectionalSearchOptimizer>()},
+    {"Multidirectional, defaults", defaults<KrMultidirectionalSearchOptimizer>()},
+    {"Multidirectional, edge alone", defaults<KrMultidirectionalSearchOptimizer>(false)},
+    {"Implicit filtering", configured<KrImplicitFilteringOptimizer>()},
+    {"Implicit filtering, defaults", defaults<KrImplicitFilteringOptimizer>()},
+    {"Implicit filtering, edge alone", defaults<KrImplicitFilteringOptimizer>(false)},
+    {"Sequence, chain", configured<KrSequenceOptimizer>()},
+    {"Sequence, tournament",
+     configured<KrSequenceOptimizer>([](auto& o) { o.setExecuteInParallel(true); })},
 #if ZEIBREKU_HAVE_NLOPT
     {"NLopt LN_NELDERMEAD", runNlopt},
 #endif
@@ -156,9 +244,9 @@ Solver const solvers[] = {
 #endif
 };
 
-/// First edges, in units of the start point's size: the one of the profiles, then those whose
-/// effect is shown.
-constexpr double edges[] = {0.3, 3.0, 1.0, 0.1, 0.01, 0.001};
+/// First edges, in units of the start point's size.
+constexpr double edges[] = {3.0, 1.0, 0.3, 0.1, 0.01, 0.001};
+constexpr std::size_t profileEdge = 3;
 
 /// What a share is given for: a tolerance, and a budget in simplex gradients.
 struct Goal {
@@ -169,8 +257,11 @@ constexpr Goal goals[] = {{1e-1, 100}, {1e-3, 100}, {1e-5, 100}, {1e-7, 100},
                           {1e-3, 10},  {1e-3, 25},  {1e-3, 50}};
 constexpr std::size_t edgeGoal = 1;
 
-/// Percent of the problems that were solved, by goal.
-using Profile = std::array<double, std::size(goals)>;
+struct Profile {
+    std::array<double, std::size(goals)> solved{};  // percent of the problems
+    double used = 0.0;                              // simplex gradients made until the search ended
+    double calls = 0.0;                             // calls of the function per 100 evaluations
+};
 
 bool isSolved(std::vector<Observed::Improvement> const& improvements, KrU32 n, double lowest,
               Goal const& goal) {
@@ -194,6 +285,7 @@ using Profiles = std::array<std::array<Profile, std::size(edges)>, std::size(sol
 
 Profiles measure(Variant variant) {
     Profiles profiles{};
+    double const share = 1.0 / double(MoreWild::problems.size());
     for (Problem const& problem : MoreWild::problems) {
         MoreWild::Function const f(problem, variant);
         KrRealVector const start = problem.start();
@@ -209,10 +301,11 @@ Profiles measure(Variant variant) {
         for (auto& byEdge : profiles) {
             for (Profile& profile : byEdge) {
                 for (std::size_t g = 0; g < std::size(goals); ++g) {
-                    if (isSolved(run->improvements(), problem.n, lowest, goals[g])) {
-                        profile[g] += 100.0 / double(MoreWild::problems.size());
-                    }
+                    profile.solved[g] +=
+                        100.0 * share * isSolved(run->improvements(), problem.n, lowest, goals[g]);
                 }
+                profile.used += share * run->evaluations() / (problem.n + 1.0);
+                profile.calls += 100.0 * share * run->calls() / run->evaluations();
                 ++run;
             }
         }
@@ -221,26 +314,30 @@ Profiles measure(Variant variant) {
 }
 
 void printLine(char const* title, char const* format, auto const& values, auto const& value) {
-    std::printf("%-34s", title);
+    std::printf("\n%-34s", title);
     for (auto const& item : values) {
         std::printf(format, value(item));
     }
-    std::printf("\n");
 }
 
 void print(char const* title, Profiles const& profiles) {
-    std::printf("\n%s: percent of %zu problems solved\n", title, MoreWild::problems.size());
+    std::printf("\n%s: percent of %zu problems solved; first edge %g", title,
+                MoreWild::problems.size(), edges[profileEdge]);
     printLine("tolerance", "%7.0e", goals, [](Goal const& goal) { return goal.tolerance; });
     printLine("simplex gradients", "%7u", goals, [](Goal const& goal) { return goal.gradients; });
+    std::printf("%7s%7s", "used", "calls");
     for (std::size_t s = 0; s < std::size(solvers); ++s) {
-        printLine(solvers[s].name, "%7.0f", profiles[s][0], std::identity());
+        Profile const& profile = profiles[s][profileEdge];
+        printLine(solvers[s].name, "%7.0f", profile.solved, std::identity());
+        std::printf("%7.0f%7.0f", profile.used, profile.calls);
     }
-    std::printf("\n%s, tolerance %.0e, by first edge\n", title, goals[edgeGoal].tolerance);
-    printLine("edge over start", "%7.3g", edges, std::identity());
+    std::printf("\n\n%s: tolerance %.0e, by first edge", title, goals[edgeGoal].tolerance);
+    printLine("edge / max(|x0|, 1)", "%7.3g", edges, std::identity());
     for (std::size_t s = 0; s < std::size(solvers); ++s) {
         printLine(solvers[s].name, "%7.0f", profiles[s],
-                  [](Profile const& profile) { return profile[edgeGoal]; });
+                  [](Profile const& profile) { return profile.solved[edgeGoal]; });
     }
+    std::printf("\n");
 }
 
 }  // namespace
