@@ -241,7 +241,9 @@ inline double mancinoSum(double x, KrU32 i, KrU32 n) {
     for (KrU32 j = 1; j <= n; ++j) {
         double const v = std::sqrt(square(x) + double(i) / double(j));
         double const angle = std::log(v);
-        result += v * (std::pow(std::sin(angle), 5) + std::pow(std::cos(angle), 5));
+        double const sine = std::sin(angle);
+        double const cosine = std::cos(angle);
+        result += v * (square(sine) * cube(sine) + square(cosine) * cube(cosine));
     }
     return result;
 }
