@@ -25,7 +25,7 @@
 /// the second point below the table, of the last one above it. NaN gives NaN.
 ///
 /// Cost: the abscissae are scanned from the first on, so that an evaluation takes
-/// time in proportion to the number of points below x, about a millisecond for a
+/// time in proportion to the number of points below x, some milliseconds for a
 /// million of them; a table of that size belongs into an interpolator.
 class KR_EXPORT KrMultipointScalarFunction
     : public KrTaggedElement<KrMultipointScalarFunction, KrBaseScalarFunction,

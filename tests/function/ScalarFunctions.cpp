@@ -68,7 +68,6 @@ TEST(ScalarFunctions, MultipointFunctionTakesTheSegmentThatEndsAtX) {
         {{0, 1, 1}, {1, 2, 4}, 2, 4},    // above a jump at the end
         {{0, 1, 1}, {1, 2, 4}, 1, 2},
         {{0, 1, 2, 3}, {5, 6}, 4, 9},        // two points count
-        {{0, 1}, {5, 6, 100}, 4, 9},         // likewise
         {{0, 3, 1, 4}, {0, 3, 5, 8}, 2, 2},  // unsorted: the first not below
         {{2, 1, 0}, {0, 1, 2}, 5, -3},       // descending: beyond all, the last two
         {{0, nan, 2}, {0, 1, 2}, 1, nan},    // not below 1
@@ -144,43 +143,40 @@ TEST(UnitaryMaps, SCurvePassesItsPointsWithItsLimitedSlopes) {
         map.setCenterSlope(slope);
         return map;
     };
-    for (double const c : {0.1, 0.5, 0.62, 0.9}) {
-        double const steepest0 = 0.5 / c - 1e-7;
-        double const steepest1 = 0.5 / (1 - c) - 1e-7;
-        for (double const s0 : {0.0, 0.3, 40.0}) {
-            for (double const s1 : {0.0, 0.4, 40.0}) {
-                double const used0 = std::min(s0, steepest0);
-                double const used1 = std::min(s1, steepest1);
-                double const flattest = std::max(1 / c - used0, 1 / (1 - c) - used1) + 1e-7;
-                for (double const sc : {0.0, 1.5 * flattest}) {
-                    KrSCurveUnitaryMap const map = mapOf(c, s0, s1, sc);
-                    // The parameters keep what they were given; the curve is that of
-                    // the limited slopes.
-                    EXPECT_EQ(map.initialSlope(), s0);
-                    EXPECT_EQ(map.finalSlope(), s1);
-                    EXPECT_EQ(map.centerSlope(), sc);
-                    KrSCurveUnitaryMap const limited =
-                        mapOf(c, used0, used1, std::max(sc, flattest));
-                    EXPECT_EQ(map.evaluate(0.0), 0.0);
-                    EXPECT_EQ(map.evaluate(1.0), 1.0);
-                    EXPECT_NEAR(map.evaluate(c), 0.5, 1e-7);
-                    EXPECT_NEAR(map.evaluate(std::nextafter(c, 0.0)), 0.5, 1e-7);
-                    for (double x = 0.0; x < 1.0; x += 0.01) {
-                        EXPECT_LE(map.evaluate(x), map.evaluate(x + 0.01));
-                        EXPECT_EQ(map.evaluate(x), limited.evaluate(x));
-                    }
-                    if (s0 < steepest0 && s1 < steepest1 && sc > flattest) {
-                        auto const slope = [&](double from, double to) {
-                            return (map.evaluate(to) - map.evaluate(from)) / (to - from);
-                        };
-                        double const h = 1e-7;
-                        EXPECT_NEAR(slope(0, h), s0, 1e-4);
-                        EXPECT_NEAR(slope(1 - h, 1), s1, 1e-4);
-                        EXPECT_NEAR(slope(c, c + h), sc, 1e-4 * sc);
-                        EXPECT_NEAR(slope(c - 2 * h, c - h), sc, 1e-4 * sc);
-                    }
-                }
-            }
+    struct {
+        double center, initial, final, slope;
+        bool limited;
+    } const cases[] = {
+        {0.5, 0, 0, 4, false},    {0.1, 0.3, 0.4, 20, false}, {0.62, 0.3, 0, 4, false},
+        {0.9, 0.3, 2, 30, false}, {0.5, 2, 0, 4, true},       {0.1, 40, 40, 0, true},
+        {0.62, 0, 40, 30, true},  {0.9, 0, 0, 0, true},
+    };
+    for (auto const& [c, s0, s1, sc, isLimited] : cases) {
+        SCOPED_TRACE(c);
+        double const used0 = std::min(s0, 0.5 / c - 1e-7);
+        double const used1 = std::min(s1, 0.5 / (1 - c) - 1e-7);
+        double const usedC = std::max(sc, std::max(1 / c - used0, 1 / (1 - c) - used1) + 1e-7);
+        // The parameters keep what they were given; the curve is that of the limited
+        // slopes.
+        KrSCurveUnitaryMap const map = mapOf(c, s0, s1, sc);
+        KrSCurveUnitaryMap const limited = mapOf(c, used0, used1, usedC);
+        EXPECT_EQ(map == limited, !isLimited);
+        EXPECT_EQ(map.evaluate(0.0), 0.0);
+        EXPECT_EQ(map.evaluate(1.0), 1.0);
+        EXPECT_NEAR(map.evaluate(c), 0.5, 1e-7);
+        EXPECT_NEAR(map.evaluate(std::nextafter(c, 0.0)), 0.5, 1e-7);
+        for (double x = 0.0; x < 1.0; x += 0.01) {
+            EXPECT_LE(map.evaluate(x), map.evaluate(x + 0.01));
+            EXPECT_EQ(map.evaluate(x), limited.evaluate(x));
+        }
+        auto const slope = [&](double from, double to) {
+            return (map.evaluate(to) - map.evaluate(from)) / (to - from);
+        };
+        if (double const h = 1e-7; !isLimited) {
+            EXPECT_NEAR(slope(0, h), s0, 1e-4);
+            EXPECT_NEAR(slope(1 - h, 1), s1, 1e-4);
+            EXPECT_NEAR(slope(c, c + h), sc, 1e-4 * sc);
+            EXPECT_NEAR(slope(c - 2 * h, c - h), sc, 1e-4 * sc);
         }
     }
 }
