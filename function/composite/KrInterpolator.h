@@ -1,0 +1,145 @@
+#pragma once
+
+#include "foundation/core/KrMember.h"
+#include "function/composite/KrVectorSearch.h"
+
+#include <cstddef>
+#include <vector>
+
+/// Multilinear interpolation of one or more tables over the same rectangular
+/// grid of n variables:
+///
+///     y(x) = sum over the 2^n corners of the grid cell of  W * table[corner],
+///
+/// where W is the product of one weight per dimension, as its vector search finds
+/// them. What happens at the ends of a dimension is up to its search.
+///
+/// A table is flat; its first dimension varies fastest: the value at the grid
+/// indices i0, i1, i2 is at i0 + i1 n0 + i2 n0 n1, n0 and n1 being the numbers of
+/// breakpoints. Corners are added in the order of their numbers, in which the last
+/// dimension is the least significant bit.
+///
+///     KrInterpolator<double> f;
+///     f.addDimension(x);                      // breakpoints 0, 1
+///     f.addDimension(y);                      // breakpoints 0, 1
+///     f.addInterpolator({a00, a10, a01, a11});
+///     f.evaluate(0.25, 0.5)[0]                // 0.375 a00 + 0.125 a10 + ...
+///
+/// A corner that lies outside a table counts as NaN, so that a table which is too
+/// short for the cell gives NaN. So do a query that lacks a coordinate, a
+/// dimension without breakpoints, and a grid of more corners than any of its
+/// tables could fill. A dimension of one breakpoint takes any coordinate.
+///
+/// An evaluation costs n look-ups, and 2^n multiplications and additions for each
+/// table. The first one measures the grid and allocates, the others do not.
+/// Evaluation writes into the object: one object is for one thread.
+///
+/// Instantiated for `double`.
+template <class Value>
+class KR_EXPORT KrInterpolator {
+public:
+    using Bounds = std::vector<std::vector<Value>>;
+    using Flags = std::vector<std::vector<KrBoolean>>;
+
+    KrInterpolator() = default;
+    KrInterpolator(KrInterpolator const&) = default;
+    KrInterpolator(KrInterpolator&&) noexcept = default;
+    KrInterpolator& operator=(KrInterpolator const&) = default;
+    KrInterpolator& operator=(KrInterpolator&&) noexcept = default;
+    virtual ~KrInterpolator() = default;
+
+    /// A copy on the heap, owned by the caller.
+    virtual KrInterpolator* clone() const;
+
+    /// Takes tables and dimensions in place of the present ones. When the first
+    /// table's length is not the product of the numbers of breakpoints, that is
+    /// reported; the others are taken as they are.
+    virtual void init(std::vector<std::vector<Value>> tables,
+                      std::vector<KrVectorSearch<Value>> searches);
+
+    /// Removes all tables and dimensions; `bounds` and `limitOrExtrapolate` stay.
+    virtual void init();
+
+    virtual void addDimension(KrVectorSearch<Value> const& search);
+
+    /// Adds a table, whose length is not checked.
+    virtual void addInterpolator(std::vector<Value> table);
+
+    /// One value for each table, at the point looked up last. The result is valid
+    /// until the next evaluation.
+    virtual std::vector<Value> const& evaluate() const;
+
+    /// The same at the point `x0` and as many further arguments of type `Value`
+    /// as there are further dimensions.
+    virtual std::vector<Value> const& evaluate(Value x0, ...) const;
+
+    /// The same at `point`; what is beyond the last dimension does not count.
+    virtual std::vector<Value> const& evaluate(std::vector<Value> const& point) const;
+
+    /// Determines the ends of each dimension: smallest and largest breakpoint.
+    virtual Bounds const& initBounds();
+
+    /// Determines for each dimension whether its search extrapolates at the
+    /// smallest and at the largest breakpoint.
+    virtual Flags const& initLimitOrExtrapolate();
+
+    /// What the last `initBounds` and `initLimitOrExtrapolate` have determined.
+    Bounds const& bounds() const { return bounds_; }
+    Flags const& limitOrExtrapolate() const { return limitOrExtrapolate_; }
+
+    static KrInterpolator nullObject() { return KrInterpolator(); }
+
+    /// Compares everything but the outcome of the last evaluation.
+    bool operator==(KrInterpolator const&) const = default;
+
+private:
+    // A dimension of two breakpoints or more.
+    struct Axis {
+        std::size_t dimension;
+        std::size_t stride;
+    };
+
+    // What follows from tables and dimensions, and the working space.
+    struct Grid {
+        bool measured = false;
+        bool answerable = false;
+        std::vector<Axis> axes;
+        std::size_t span = 0;  // from the first corner of a cell to its last
+        // Of the corners without the last axis, when there are more than three.
+        std::vector<std::size_t> offsets;
+        std::vector<Value> weights;
+        std::vector<Value> result;
+    };
+
+    using Bracket = typename KrVectorSearch<Value>::Bracket;
+
+    // The cell of a point, as its axes are entered one by one.
+    struct Cell {
+        Bracket const& enter(Axis axis, Bracket const& bracket) {
+            first += bracket.index * static_cast<std::int64_t>(axis.stride);
+            signs |= bracket.index;
+            return bracket;
+        }
+        std::int64_t first = 0;  // where a table has its first corner
+        std::int64_t signs = 0;  // negative as soon as one index is
+    };
+
+    void measure() const;
+    template <class Locate>
+    std::vector<Value> const& interpolate(Locate locate) const;
+    template <std::size_t axisCount, class Locate>
+    void sumFewCorners(Locate locate) const;
+    template <class Locate>
+    void sumManyCorners(Locate locate) const;
+    template <class SumCell>
+    void sumTables(Cell const& cell, SumCell sumCell) const;
+    void answerNaN() const;
+
+    std::vector<std::vector<Value>> tables_;
+    std::vector<KrVectorSearch<Value>> searches_;
+    Bounds bounds_;
+    Flags limitOrExtrapolate_;
+    mutable KrUncompared<Grid> grid_;
+};
+
+extern template class KrInterpolator<double>;

@@ -1,0 +1,211 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrTypes.h"
+#include "function/composite/KrVectorSearchEnums.h"
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+template <class Value>
+class KrInterpolator;
+
+/// Locates a value x in one strictly monotone table of breakpoints v[0], v[1],
+/// ..., ascending or descending: yields the two neighbouring breakpoints i and
+/// i+1, and their weights 1-f and f with
+///
+///     f = (x - v[i]) / (v[i+1] - v[i]),
+///
+/// so that data y over the table has the interpolated value
+/// (1-f) y[i] + f y[i+1]. "Lower" and "upper" mean the first and the last
+/// breakpoint as stored, whichever is the smaller. At an end and beyond it, the
+/// weights are 1 and 0 ("limit") or those of the end segment ("extrapolate").
+///
+/// The strategies for a value inside the table:
+/// - linear: walks from the segment found last, for arguments that vary slowly.
+///   It walks down while the segment begins above x, and then up while x lies
+///   more than 1.0 above the segment's first breakpoint. Where breakpoints are
+///   closer than 1.0, it therefore stays and extrapolates from the segment it
+///   is in, until x is 1.0 away: the slope that a trajectory sees does not
+///   change at every breakpoint. From the first and the last segment, and at
+///   first, it bisects.
+/// - bisection: a value equal to a breakpoint belongs to the segment that begins
+///   there.
+/// - equal_spaced: i = (x - v[0]) / (v[1] - v[0]) without its fraction, held
+///   inside the table; 0 when the quotient is NaN or infinite.
+///
+/// Nothing is required of the table: one that is not monotone gives some
+/// segment of it, a table of one breakpoint is a constant (weights 1 and 0, both
+/// indices 0), and an empty one gives NaN weights, as does a NaN query.
+///
+/// A look-up allocates nothing. It costs a division, and for linear as many
+/// steps as the value has moved, for bisection log2 of the table's size, for
+/// equal_spaced another division. It writes its outcome into the object, const
+/// or not: one object is for one thread. Copies share the breakpoints, which
+/// never change, and nothing else.
+///
+/// Instantiated for `double`.
+template <class Value>
+class KR_EXPORT KrVectorSearch : public KrVectorSearchEnums {
+public:
+    KrVectorSearch() = default;
+    KrVectorSearch(KrVectorSearch const&) = default;
+    KrVectorSearch& operator=(KrVectorSearch const&) = default;
+    virtual ~KrVectorSearch() = default;
+
+    /// A copy on the heap, owned by the caller.
+    virtual KrVectorSearch* clone() const;
+
+    /// Takes the breakpoints and the options, and forgets the last look-up.
+    virtual void init(std::vector<Value> const& vector, BOUNDARY_OPTION lowerBoundaryOption,
+                      BOUNDARY_OPTION upperBoundaryOption, SEARCH_OPTION searchOption);
+
+    /// Locates `value`; the next two tell the outcome. A search option that is
+    /// none is reported, and the segment found last is used.
+    virtual void lookUp(Value value) const;
+
+    /// The number of breakpoints.
+    virtual KrU32 size() const;
+
+    /// The two breakpoints that the last look-up found.
+    virtual void getIndex(KrU32& index, KrU32& upperIndex) const;
+
+    /// Their weights.
+    virtual void getWeight(Value& lowerWeight, Value& upperWeight) const;
+
+    /// The smaller and the larger end of the table; NaN for an empty one.
+    virtual void getBounds(Value& low, Value& high) const;
+
+    /// Whether the table extrapolates at its smaller and at its larger end.
+    virtual void getLimitOrExtrapolate(KrBoolean& atLow, KrBoolean& atHigh) const;
+
+    static KrVectorSearch nullObject() { return KrVectorSearch(); }
+
+    /// Compares breakpoints and options, not the last look-up.
+    bool operator==(KrVectorSearch const& other) const;
+
+private:
+    friend class KrInterpolator<Value>;
+
+    // The outcome of a look-up; the upper index is index + 1, except in a table
+    // of less than two breakpoints.
+    struct Bracket {
+        std::int64_t index = 0;
+        Value lowerWeight = 0.0;
+        Value upperWeight = 0.0;
+    };
+
+    std::span<Value const> breakpoints() const { return {vector_.get(), size_}; }
+
+    Bracket const& locate(Value x) const;
+    Bracket const& found(std::int64_t index, Value lowerWeight, Value upperWeight) const;
+    Bracket const& weigh(std::int64_t index, Value x) const;
+    std::int64_t walk(Value sx) const;
+    std::int64_t bisect(Value sx) const;
+    std::int64_t bisectAnyTable(Value sx) const;
+    std::int64_t divide(Value x) const;
+    Bracket const& locateInFewerThanTwo() const;
+    Bracket const& weighWithoutOption(Value x) const;
+
+    std::shared_ptr<Value const[]> vector_;
+    std::size_t size_ = 0;
+    std::int64_t maxIndex_ = 0;  // the last segment; 0 when there is none
+    Value direction_ = 1.0;      // -1 for a descending table
+    Value spacing_ = 0.0;
+    BOUNDARY_OPTION lowerBoundaryOption_ = LIMIT;
+    BOUNDARY_OPTION upperBoundaryOption_ = LIMIT;
+    SEARCH_OPTION searchOption_ = LINEAR;
+    // Strictly: a value inside has one segment, however it is searched for.
+    bool monotone_ = false;
+    mutable Bracket found_;
+};
+
+// The look-up is defined here for the interpolator, which compiles it in.
+
+template <class Value>
+inline auto KrVectorSearch<Value>::found(std::int64_t index, Value lowerWeight,
+                                         Value upperWeight) const -> Bracket const& {
+    found_ = {index, lowerWeight, upperWeight};
+    return found_;
+}
+
+template <class Value>
+inline auto KrVectorSearch<Value>::weigh(std::int64_t index, Value x) const -> Bracket const& {
+    Value const* const v = vector_.get() + index;
+    Value const fraction = (x - v[0]) / (v[1] - v[0]);
+    return found(index, 1.0 - fraction, fraction);
+}
+
+template <class Value>
+inline std::int64_t KrVectorSearch<Value>::bisect(Value sx) const {
+    if (!monotone_) {
+        return bisectAnyTable(sx);
+    }
+    Value const s = direction_;
+    Value const* const v = vector_.get();
+    std::int64_t const last = found_.index;
+    if (last >= 0 && s * v[last] <= sx && sx < s * v[last + 1]) {
+        return last;
+    }
+    // Without branches, since a search cannot be predicted.
+    Value const* segment = v;
+    for (std::int64_t count = maxIndex_ + 1; count > 1;) {
+        std::int64_t const half = count / 2;
+        segment = s * segment[half] > sx ? segment : segment + half;
+        count -= half;
+    }
+    return segment - v;
+}
+
+template <class Value>
+inline std::int64_t KrVectorSearch<Value>::walk(Value sx) const {
+    std::int64_t i = found_.index;
+    if (i <= 0 || i >= maxIndex_) {
+        return bisect(sx);
+    }
+    Value const s = direction_;
+    Value const* const v = vector_.get();
+    while (s * v[i] > sx && i > 0) {
+        --i;
+    }
+    while (sx > s * v[i] + 1.0 && i < maxIndex_) {
+        ++i;
+    }
+    return i;
+}
+
+template <class Value>
+inline std::int64_t KrVectorSearch<Value>::divide(Value x) const {
+    Value const quotient = (x - vector_[0]) / spacing_;
+    if (quotient < static_cast<Value>(maxIndex_)) {
+        return quotient > 0.0 ? static_cast<std::int64_t>(quotient) : 0;
+    }
+    return std::isfinite(quotient) ? maxIndex_ : 0;  // rounding can lead out of the table
+}
+
+template <class Value>
+inline auto KrVectorSearch<Value>::locate(Value x) const -> Bracket const& {
+    if (size_ < 2) {
+        return locateInFewerThanTwo();
+    }
+    Value const s = direction_;
+    Value const sx = s * x;
+    if (s * vector_[0] >= sx) {
+        return lowerBoundaryOption_ == LIMIT ? found(0, 1.0, 0.0) : weigh(0, x);
+    }
+    if (sx >= s * vector_[maxIndex_ + 1]) {
+        return upperBoundaryOption_ == LIMIT ? found(maxIndex_, 0.0, 1.0) : weigh(maxIndex_, x);
+    }
+    switch (searchOption_) {
+        case LINEAR: return weigh(walk(sx), x);
+        case BISECTION: return weigh(bisect(sx), x);
+        case EQUAL_SPACED: return weigh(divide(x), x);
+    }
+    return weighWithoutOption(x);
+}
+
+extern template class KrVectorSearch<double>;

@@ -1,0 +1,390 @@
+// Vector search and interpolator: what they promise, and that they give the bits
+// of their plain form.
+
+#include "function/composite/KrInterpolator.h"
+#include "tests/support/Allocations.h"
+#include "tests/support/CapturedMessages.h"
+#include "tests/support/PlainInterpolator.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <random>
+
+namespace {
+
+using Search = KrVectorSearch<double>;
+using Interpolator = KrInterpolator<double>;
+using Reals = std::vector<double>;
+
+constexpr auto limit = Search::LIMIT;
+constexpr auto extrapolate = Search::EXTRAPOLATE;
+constexpr double inf = std::numeric_limits<double>::infinity();
+double const nan = std::numeric_limits<double>::quiet_NaN();
+
+bool sameBits(double a, double b) {
+    return (a != a && b != b) || std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+Search searchOf(Reals const& breakpoints, Search::SEARCH_OPTION option,
+                Search::BOUNDARY_OPTION lower = limit, Search::BOUNDARY_OPTION upper = limit) {
+    Search search;
+    search.init(breakpoints, lower, upper, option);
+    return search;
+}
+
+struct Outcome {
+    KrU32 index, upperIndex;
+    double lowerWeight, upperWeight;
+};
+
+Outcome lookUp(Search const& search, double x) {
+    Outcome o{};
+    search.lookUp(x);
+    search.getIndex(o.index, o.upperIndex);
+    search.getWeight(o.lowerWeight, o.upperWeight);
+    return o;
+}
+
+TEST(VectorSearch, EndsSegmentsAndDirections) {
+    Reals const up{0, 1, 2, 3};
+    Reals const down{3, 2, 1, 0};
+    Reals const uneven{0, 1, 100, 101};
+    struct {
+        Reals table;
+        Search::SEARCH_OPTION option;
+        Search::BOUNDARY_OPTION boundary;
+        double x;
+        KrU32 index;
+        double lowerWeight, upperWeight;
+    } const cases[] = {
+        {up, Search::LINEAR, limit, -5, 0, 1, 0},
+        {up, Search::LINEAR, limit, 0, 0, 1, 0},
+        {up, Search::LINEAR, limit, 3, 2, 0, 1},
+        {up, Search::LINEAR, limit, inf, 2, 0, 1},
+        {up, Search::BISECTION, extrapolate, -1, 0, 2, -1},
+        {up, Search::BISECTION, extrapolate, 4, 2, -1, 2},
+        {up, Search::BISECTION, limit, 2, 2, 1, 0},
+        {up, Search::EQUAL_SPACED, limit, 1.5, 1, 0.5, 0.5},
+        {down, Search::LINEAR, limit, 2.5, 0, 0.5, 0.5},
+        {down, Search::LINEAR, extrapolate, 4, 0, 2, -1},
+        {down, Search::BISECTION, limit, -7, 2, 0, 1},
+        {down, Search::EQUAL_SPACED, extrapolate, 0.75, 2, 0.75, 0.25},
+        // What nobody means, and a file can hold.
+        {{7}, Search::LINEAR, extrapolate, 9, 0, 1, 0},
+        {{}, Search::BISECTION, limit, 1, 0, nan, nan},
+        {uneven, Search::EQUAL_SPACED, limit, 50.5, 2, 50.5, -49.5},     // held inside
+        {{1, 1, 0.5}, Search::EQUAL_SPACED, limit, 0.75, 0, inf, -inf},  // no spacing
+        {{0, 1e-300, 1e300}, Search::EQUAL_SPACED, limit, 1e200, 0, -inf, inf},
+        {up, Search::LINEAR, extrapolate, nan, 2, nan, nan},
+        {up, Search::EQUAL_SPACED, extrapolate, nan, 0, nan, nan},
+    };
+    for (auto const& c : cases) {
+        Search const search = searchOf(c.table, c.option, c.boundary, c.boundary);
+        Outcome const o = lookUp(search, c.x);
+        SCOPED_TRACE(testing::Message() << &c - cases << " at " << c.x);
+        EXPECT_EQ(search.size(), c.table.size());
+        EXPECT_EQ(o.index, c.index);
+        EXPECT_EQ(o.upperIndex, c.index + (c.table.size() > 1));
+        EXPECT_TRUE(sameBits(o.lowerWeight, c.lowerWeight)) << o.lowerWeight;
+        EXPECT_TRUE(sameBits(o.upperWeight, c.upperWeight)) << o.upperWeight;
+    }
+}
+
+TEST(VectorSearch, WalkStaysInItsSegmentUntilOneUnitAway) {
+    Search const fine = searchOf({0, 0.1, 0.2, 0.3, 0.4}, Search::LINEAR);
+    EXPECT_EQ(lookUp(fine, 0.15).index, 1u);  // bisects
+    EXPECT_EQ(lookUp(fine, 0.35).index, 1u);  // stays
+    EXPECT_DOUBLE_EQ(lookUp(fine, 0.35).upperWeight, 2.5);
+    EXPECT_DOUBLE_EQ(lookUp(fine, 0.35).lowerWeight, -1.5);
+    EXPECT_EQ(lookUp(fine, 0.05).index, 0u);  // down as far as need be
+    EXPECT_EQ(lookUp(fine, 0.35).index, 3u);  // from the first segment it bisects
+    Search const coarse = searchOf({0, 10, 20, 30}, Search::LINEAR);
+    EXPECT_EQ(lookUp(coarse, 15).index, 1u);
+    EXPECT_EQ(lookUp(coarse, 5).index, 1u);  // down, and up again: 5 > 0 + 1
+    Search const copy(coarse);               // with what was found last
+    EXPECT_EQ(lookUp(copy, 5).index, 1u);
+    Search assigned;
+    assigned = searchOf({0, 10, 20, 30}, Search::LINEAR);
+    EXPECT_EQ(lookUp(assigned, 5).index, 0u);
+}
+
+TEST(VectorSearch, BoundsFlagsAndEquality) {
+    double low = 0.0;
+    double high = 0.0;
+    KrBoolean atLow = false;
+    KrBoolean atHigh = false;
+    Search const down = searchOf({3, 2, 1, 0}, Search::BISECTION, extrapolate, limit);
+    down.getBounds(low, high);
+    down.getLimitOrExtrapolate(atLow, atHigh);
+    EXPECT_EQ(low, 0);
+    EXPECT_EQ(high, 3);
+    EXPECT_FALSE(atLow);
+    EXPECT_TRUE(atHigh);
+    searchOf({0, 3}, Search::LINEAR, extrapolate, limit).getLimitOrExtrapolate(atLow, atHigh);
+    EXPECT_TRUE(atLow);
+    EXPECT_FALSE(atHigh);
+    searchOf({}, Search::LINEAR).getBounds(low, high);
+    EXPECT_TRUE(low != low && high != high);
+
+    std::unique_ptr<Search> const clone(down.clone());
+    lookUp(*clone, 1.5);
+    EXPECT_TRUE(*clone == down);
+    EXPECT_TRUE(Search::nullObject() == searchOf({}, Search::LINEAR));
+    for (Search const& other :
+         {searchOf({3, 2, 1}, Search::BISECTION, extrapolate, limit),
+          searchOf({3, 2, 1, 0.5}, Search::BISECTION, extrapolate, limit),
+          searchOf({3, 2, 1, 0}, Search::LINEAR, extrapolate, limit),
+          searchOf({3, 2, 1, 0}, Search::BISECTION, limit, limit),
+          searchOf({3, 2, 1, 0}, Search::BISECTION, extrapolate, extrapolate)}) {
+        EXPECT_FALSE(other == down);
+    }
+    Search const infinite = searchOf({inf, inf}, Search::LINEAR);
+    EXPECT_FALSE(infinite == infinite);  // its spacing is NaN
+}
+
+TEST(VectorSearch, UndefinedOptionIsReportedAndKeepsTheSegment) {
+    auto const undefined = static_cast<Search::SEARCH_OPTION>(7);
+    Search const search = searchOf({0, 1, 2, 3}, undefined, extrapolate, extrapolate);
+    CapturedMessages const captured;
+    EXPECT_TRUE(std::isnan(lookUp(search, 1.5).upperWeight));  // nothing was found yet
+    lookUp(search, 3);
+    EXPECT_EQ(lookUp(search, 0.5).upperWeight, -1.5);  // from segment 2
+    ASSERT_EQ(captured.messages.size(), 2u);
+    EXPECT_EQ(captured.messages[1].text, "KrVectorSearch Error -- Search option not defined:  7");
+    EXPECT_EQ(static_cast<int>(captured.messages[1].type), 4);
+}
+
+// A random grid, in the library's form and in the plain one.
+struct Grid {
+    enum Order { Ascending, Descending, Shuffled, WithNaN };
+
+    Grid(std::mt19937& random, std::size_t dimensions, std::size_t tableCount) {
+        auto const pick = [&](unsigned count) { return static_cast<unsigned>(random() % count); };
+        std::size_t points = 1;
+        for (std::size_t d = 0; d < dimensions; ++d) {
+            auto const order = static_cast<Order>(pick(8) < 5 ? pick(2) : pick(4));
+            auto const option = static_cast<Search::SEARCH_OPTION>(pick(3));
+            bool const evenly = option == Search::EQUAL_SPACED;
+            double const scale = pick(2) ? 0.25 : 3.0;
+            Reals v(2 + pick(dimensions > 4 ? 3 : 9));
+            v[0] = -static_cast<double>(pick(3));
+            for (std::size_t i = 1; i < v.size(); ++i) {
+                v[i] = evenly ? v[0] + static_cast<double>(i) * scale
+                              : v[i - 1] + scale * (0.1 + 0.1 * pick(10));
+            }
+            if (order == Descending) {
+                std::ranges::reverse(v);
+            } else if (order == Shuffled) {
+                std::ranges::shuffle(v, random);
+            } else if (order == WithNaN) {
+                v[pick(static_cast<unsigned>(v.size()))] = nan;
+            }
+            bool const lower = pick(2);
+            bool const upper = pick(2);
+            fast.addDimension(
+                searchOf(v, option, lower ? extrapolate : limit, upper ? extrapolate : limit));
+            searches.emplace_back(v, lower, upper, static_cast<PlainSearch::Option>(option));
+            points *= v.size();
+            auto const [low, high] = std::ranges::minmax(v);
+            range.emplace_back(low - 1.0, high + 1.0);
+        }
+        for (std::size_t j = 0; j < tableCount; ++j) {
+            Reals& table = tables.emplace_back(points);
+            for (double& value : table) {
+                value = std::uniform_real_distribution(-10.0, 10.0)(random);
+            }
+            fast.addInterpolator(table);
+        }
+    }
+
+    Reals randomPoint(std::mt19937& random) const {
+        Reals point;
+        for (auto const& [low, high] : range) {
+            double const x = std::uniform_real_distribution(0.0, 1.0)(random);
+            point.push_back(low + x * (high - low));
+        }
+        return point;
+    }
+
+    Interpolator fast;
+    std::vector<PlainSearch> searches;
+    std::vector<Reals> tables;
+    std::vector<std::pair<double, double>> range;
+};
+
+TEST(Interpolator, GivesTheBitsOfThePlainForm) {
+    std::mt19937 random(20);
+    for (int run = 0; run < 400; ++run) {
+        std::size_t const dimensions = 1 + static_cast<std::size_t>(run) % 8;
+        Grid const grid(random, dimensions, 1 + random() % 6);
+        PlainInterpolator plain(grid.searches, grid.tables);
+        Reals point = grid.randomPoint(random);
+        for (int query = 0; query < 60; ++query) {
+            // A walk, with jumps, exact breakpoints, and what is no number.
+            std::size_t const d = random() % dimensions;
+            Reals const& v = grid.searches[d].v;
+            switch (random() % 8) {
+                case 0: point = grid.randomPoint(random); break;
+                case 1: point[d] = v[random() % v.size()]; break;
+                case 2: point[d] = query % 4 ? 0.0 : (query % 3 ? nan : -inf); break;
+                default: point[d] += 0.01 * (static_cast<double>(random() % 21) - 10.0); break;
+            }
+            Reals const& expected = plain.evaluate(point);
+            Reals const actual = grid.fast.evaluate(point);
+            ASSERT_EQ(actual.size(), expected.size());
+            for (std::size_t j = 0; j < actual.size(); ++j) {
+                ASSERT_TRUE(sameBits(actual[j], expected[j]))
+                    << "run " << run << " query " << query << " table " << j << ": " << actual[j]
+                    << " instead of " << expected[j];
+                ASSERT_TRUE(sameBits(grid.fast.evaluate()[j], expected[j]));
+            }
+        }
+    }
+}
+
+TEST(Interpolator, ReproducesLinearDataAndMirrors) {
+    // Powers of two throughout, so that nothing is rounded.
+    Reals x{0, 1, 2, 4};
+    Reals const y{-2, 0, 8};
+    for (auto const option : {Search::LINEAR, Search::BISECTION}) {
+        for (bool const mirrored : {false, true}) {
+            Interpolator f;
+            Reals axis = x;
+            if (mirrored) {
+                std::ranges::reverse(axis);
+            }
+            f.addDimension(searchOf(axis, option, extrapolate, extrapolate));
+            f.addDimension(searchOf(y, option, extrapolate, extrapolate));
+            Reals table;
+            for (double const b : y) {
+                for (double const a : axis) {
+                    table.push_back(3.0 + 2.0 * a - 0.5 * b);
+                }
+            }
+            f.addInterpolator(table);
+            for (double const a : {-1.0, 0.0, 0.25, 1.0, 3.0, 4.0, 6.5}) {
+                for (double const b : {-4.0, -2.0, 1.0, 8.0, 9.0}) {
+                    EXPECT_EQ(f.evaluate(a, b)[0], 3.0 + 2.0 * a - 0.5 * b) << a << ' ' << b;
+                }
+            }
+        }
+    }
+}
+
+TEST(Interpolator, SumsItsCornersInOrder) {
+    Interpolator f;
+    f.init({{10, 20, 40}, {1, 2, 3}}, {searchOf({0, 1, 2}, Search::BISECTION, limit, extrapolate)});
+    EXPECT_EQ(f.evaluate(1.5), (Reals{30, 2.5}));
+    EXPECT_EQ(f.evaluate(3.0), (Reals{60, 4}));
+    EXPECT_EQ(f.evaluate(Reals{-1, 5}), (Reals{10, 1}));
+    EXPECT_EQ(f.initBounds(), (Interpolator::Bounds{{0, 2}}));
+    EXPECT_EQ(f.initLimitOrExtrapolate(), (Interpolator::Flags{{false, true}}));
+    EXPECT_EQ(f.bounds(), (Interpolator::Bounds{{0, 2}}));
+    std::unique_ptr<Interpolator> const clone(f.clone());
+    EXPECT_TRUE(*clone == f);
+    EXPECT_EQ(clone->evaluate(), (Reals{10, 1}));
+    clone->addInterpolator({0, 0, 1});
+    EXPECT_FALSE(*clone == f);
+    EXPECT_EQ(clone->evaluate(1.5), (Reals{30, 2.5, 0.5}));
+    clone->init();
+    EXPECT_TRUE(clone->evaluate().empty());
+    EXPECT_EQ(clone->bounds(), f.bounds());  // stay
+    clone->addDimension(searchOf({0, 1}, Search::LINEAR));
+    clone->addDimension(searchOf({0, 1}, Search::LINEAR));
+    clone->addInterpolator({1, 2, 4, 8});
+    EXPECT_EQ(clone->evaluate(0.25, 0.5)[0], 0.375 * 1 + 0.125 * 2 + 0.375 * 4 + 0.125 * 8);
+    *clone = f;
+    EXPECT_EQ(clone->evaluate(1.5), (Reals{30, 2.5}));
+}
+
+TEST(Interpolator, ReportsTheSizeOfItsFirstTableAlone) {
+    CapturedMessages const captured;
+    std::vector<Search> const searches{searchOf({0, 1}, Search::LINEAR),
+                                       searchOf({0, 1, 2}, Search::LINEAR)};
+    Interpolator f;
+    f.init({Reals(6), Reals(2)}, searches);
+    EXPECT_TRUE(captured.messages.empty());
+    f.init({Reals(5), Reals(6)}, searches);
+    ASSERT_EQ(captured.messages.size(), 1u);
+    EXPECT_EQ(captured.messages[0].text,
+              "KrInterpolator Error:\n   Vector size, 5, not compatible with independent variable "
+              "sizes, 6\n");
+    EXPECT_EQ(static_cast<int>(captured.messages[0].type), 5);
+    // Set up all the same: NaN only in the cell that lacks its last corner.
+    EXPECT_EQ(f.evaluate(0.5, 0.5), (Reals{0, 0}));
+    EXPECT_TRUE(std::isnan(f.evaluate(0.5, 1.5)[0]));
+    EXPECT_EQ(f.evaluate()[1], 0);
+}
+
+TEST(Interpolator, AnswersWhatAFileCanHold) {
+    auto const answer = [](std::vector<Reals> const& dimensions, Reals const& table,
+                           Reals const& point) {
+        Interpolator f;
+        for (Reals const& v : dimensions) {
+            f.addDimension(searchOf(v, Search::LINEAR));
+        }
+        f.addInterpolator(table);
+        f.evaluate(point);
+        return f.evaluate()[0];
+    };
+    Reals const two{0, 1};
+    std::vector<Reals> const forty(40, two);
+    // Sizes whose product passes 2^64 and comes round to 0, and to 2.
+    std::vector<Reals> wide(8, Reals(256));
+    wide.push_back(two);
+    struct {
+        std::vector<Reals> dimensions;
+        Reals table;
+        Reals point;
+        double value;
+    } const cases[] = {
+        {forty, {1, 2}, Reals(40, 0.5), nan},
+        {wide, {1, 2}, Reals(9, 0.5), nan},
+        {std::vector<Reals>(70, two), {1, 2}, Reals(70, 0.5), nan},
+        {std::vector<Reals>(40, Reals{3}), {5}, Reals(40, 0.5), 5},
+        {{{3}, two, {4}}, {5, 7}, {0, 0.5, 0}, 6},
+        {{{}, two}, {5, 7}, {0, 0.5}, nan},
+        {{two, two}, {1, 2, 3}, {0, 0}, nan},
+        {{two, two}, {1, 2, 3, 4}, {0.5}, nan},
+        {{two}, {}, {0.5}, nan},
+        {{}, {4}, {}, 4},
+        {{}, {}, {1}, nan},
+    };
+    for (auto const& c : cases) {
+        double const value = answer(c.dimensions, c.table, c.point);
+        EXPECT_TRUE(sameBits(value, c.value)) << &c - cases << ": " << value;
+    }
+    // Four dimensions and more take another road; and nothing was looked up yet.
+    for (std::size_t const n : {2u, 5u}) {
+        Interpolator f;
+        for (std::size_t d = 0; d < n; ++d) {
+            f.addDimension(searchOf(two, Search::LINEAR));
+        }
+        f.addInterpolator(Reals(std::size_t{1} << n, 3.0));
+        f.addInterpolator(Reals((std::size_t{1} << n) - 1, 3.0));
+        EXPECT_TRUE(std::isnan(f.evaluate()[0]));
+        EXPECT_EQ(f.evaluate(Reals(n, 0.5))[0], 3.0);
+        EXPECT_TRUE(std::isnan(f.evaluate()[1]));
+    }
+}
+
+TEST(Interpolator, EvaluationAllocatesNothingAfterTheFirst) {
+    std::mt19937 random(4);
+    for (std::size_t const dimensions : {1u, 3u, 6u}) {
+        Grid const grid(random, dimensions, 5);
+        Reals const point = grid.randomPoint(random);
+        grid.fast.evaluate(point);
+        std::size_t const before = allocationCount();
+        for (int i = 0; i < 10; ++i) {
+            grid.fast.evaluate(point);
+        }
+        EXPECT_EQ(allocationCount(), before);
+    }
+}
+
+}  // namespace
