@@ -1,6 +1,8 @@
 #include "function/object/KrCreators.h"
 
 #include "foundation/xml/KrXmlBaseVariableCompoundType.h"
+#include "function/composite/KrCompositeFunctionBranch.h"
+#include "function/composite/KrTableFunctionInterpolator.h"
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 #include "function/object/KrFunction.h"
@@ -48,6 +50,13 @@ void registerOptimizers(KrXmlBaseVariableCompoundType& holder) {
                                     KrImplicitFilteringOptimizer::creator);
     holder.registerComponentCreator(KrFunction::KrSequenceOptimizerToken,
                                     KrSequenceOptimizer::creator);
+}
+
+void registerCompositeFunctions(KrXmlBaseVariableCompoundType& holder) {
+    holder.registerComponentCreator(KrFunction::KrTableFunctionInterpolatorToken,
+                                    KrTableFunctionInterpolator::creator);
+    holder.registerComponentCreator(KrFunction::KrCompositeFunctionBranchToken,
+                                    KrCompositeFunctionBranch::creator);
 }
 
 }  // namespace KrCreators

@@ -18,4 +18,7 @@ KR_EXPORT void registerUnitaryMaps(KrXmlBaseVariableCompoundType& holder);
 KR_EXPORT void registerConstraints(KrXmlBaseVariableCompoundType& holder);
 KR_EXPORT void registerOptimizers(KrXmlBaseVariableCompoundType& holder);
 
+/// Registers the elements of a composite function with `holder`.
+KR_EXPORT void registerCompositeFunctions(KrXmlBaseVariableCompoundType& holder);
+
 }  // namespace KrCreators

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "function/composite/KrCompositeFunctionBranch.h"
+#include "function/composite/KrTableFunctionInterpolator.h"
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 #include "function/optimizer/KrHookeJeevesOptimizer.h"
@@ -113,7 +115,29 @@ struct Sequence {
         "</sequenceOptimizer>";
 };
 
+struct TableFunctionVectorSearch {
+    using Element = KrTableFunctionVectorSearch;
+    static constexpr char const* document =
+        "<tableFunctionVectorSearch xmlns=\"urn:zeibreku:function#\" searchOption=\"linear\" "
+        "lowerBoundaryOption=\"limit\" upperBoundaryOption=\"limit\">"
+        "<independentVector count=\"0\"/></tableFunctionVectorSearch>";
+};
+
+struct TableFunctionInterpolator {
+    using Element = KrTableFunctionInterpolator;
+    static constexpr char const* document =
+        "<tableFunctionInterpolator xmlns=\"urn:zeibreku:function#\"><independentData count=\"0\"/>"
+        "<dependentData count=\"0\"/></tableFunctionInterpolator>";
+};
+
+struct CompositeFunctionBranch {
+    using Element = KrCompositeFunctionBranch;
+    static constexpr char const* document =
+        "<compositeFunctionBranch xmlns=\"urn:zeibreku:function#\"/>";
+};
+
 using Elements =
     testing::Types<NelderMead, LinearScalarFunction, MultipointScalarFunction, PowerUnitaryMap,
                    SCurveUnitaryMap, LinearConstraint, QuadraticConstraint, HookeJeeves,
-                   MultidirectionalSearch, ImplicitFiltering, Sequence>;
+                   MultidirectionalSearch, ImplicitFiltering, Sequence, TableFunctionVectorSearch,
+                   TableFunctionInterpolator, CompositeFunctionBranch>;

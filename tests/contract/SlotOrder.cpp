@@ -4,6 +4,10 @@
 
 #include "foundation/xml/KrBaseExpressionTreeElement.h"
 #include "foundation/xml/KrXmlBaseVariableCompoundType.h"
+#include "function/composite/KrCompositeFunctionBranch.h"
+#include "function/composite/KrCompositeFunctionContainer.h"
+#include "function/composite/KrInterpolator.h"
+#include "function/composite/KrTableFunctionInterpolator.h"
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
@@ -234,6 +238,48 @@ TEST(SlotOrder, Constraints) {
         static_cast<KrBoolean (V::*)(KrU32, KrU32)>(&V::erase), &V::pushBack, &V::vectorContainer,
         &V::reserve, &V::resize, &V::clear, &V::assign, &V::size, &V::writeHeaderToStream,
         &V::writeBodyToStream, &V::appendElementToStream, &V::writeFooterToStream);
+}
+
+TEST(SlotOrder, VectorSearchAndInterpolator) {
+    using S = KrVectorSearch<double>;
+    expectSlots(2, &S::clone, &S::init, &S::lookUp, &S::size, &S::getIndex, &S::getWeight,
+                &S::getBounds, &S::getLimitOrExtrapolate);
+    using I = KrInterpolator<double>;
+    using Values = std::vector<double>;
+    expectSlots(2, &I::clone,
+                static_cast<void (I::*)(std::vector<Values>, std::vector<S>)>(&I::init),
+                static_cast<void (I::*)()>(&I::init), &I::addDimension, &I::addInterpolator,
+                static_cast<Values const& (I::*)() const>(&I::evaluate),
+                static_cast<Values const& (I::*)(double, ...) const>(&I::evaluate),
+                static_cast<Values const& (I::*)(Values const&) const>(&I::evaluate),
+                &I::initBounds, &I::initLimitOrExtrapolate);
+}
+
+TEST(SlotOrder, TableFunctionVectorSearch) {
+    using T = KrTableFunctionVectorSearch;
+    expectSlots(expectCompoundSlots<T>(), &T::init,
+                static_cast<void (T::*)(KrRealVector const&)>(&T::independentVector),
+                static_cast<void (T::*)(T::BOUNDARY_OPTION const&)>(&T::lowerBoundaryOption),
+                static_cast<void (T::*)(T::BOUNDARY_OPTION const&)>(&T::upperBoundaryOption),
+                static_cast<void (T::*)(T::SEARCH_OPTION const&)>(&T::searchOption), &T::dimension);
+}
+
+template <class C>
+std::size_t expectCompositeSlots() {
+    using T = C;
+    return expectSlots(expectElementSlots<T>(), &T::evaluate, &T::bounds, &T::limitOrExtrapolate,
+                       &T::initBounds, &T::initLimitOrExtrapolate, &T::isInBounds,
+                       &T::ableToExtrap);
+}
+
+TEST(SlotOrder, CompositeFunctions) {
+    using B = KrCompositeFunctionBranch;
+    expectSlots(expectCompositeSlots<B>(), &B::left, &B::setLeft, &B::right, &B::setRight);
+    using T = KrTableFunctionInterpolator;
+    expectSlots(expectCompositeSlots<T>(), &T::init, &T::dependentDataPushBack,
+                &T::independentDataPushBack);
+    using C = KrCompositeFunctionContainer;
+    expectSlots(expectContainerSlots<C, KrCompositeFunctionElement>(), &C::evaluate, &C::bounds);
 }
 
 }  // namespace

@@ -1,0 +1,155 @@
+#include "function/composite/KrCompositeFunctionBranch.h"
+
+#include "foundation/core/KrPrint.h"
+#include "foundation/xml/KrXmlBaseVariableCompoundType.h"
+#include "foundation/xml/KrXmlChildren.h"
+#include "foundation/xml/KrXmlSchema.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+KrCompositeFunctionBranch& KrCompositeFunctionBranch::operator=(
+    KrCompositeFunctionBranch const& source) {
+    if (this != &source) {
+        KrTaggedElement::operator=(source);
+        left_ = source.left_;
+        right_ = source.right_;
+        result_ = source.result_;
+        setContainer(container());  // of the new children
+    }
+    return *this;
+}
+
+KrRealVector const& KrCompositeFunctionBranch::evaluate(KrRealVector const& point,
+                                                        KrBoolean& ok) const {
+    ok = false;
+    bool leftAsked = false;
+    bool rightAsked = false;
+    // Takes the child's values, whether it has an answer or not. A child that had
+    // none is not asked a second time: it would say the same again, and with two
+    // questions at each level a deep tree would take for ever.
+    auto const ask = [&](Child const& child, bool& asked) {
+        if (!asked) {
+            asked = true;
+            result_ = child->evaluate(point, ok);
+        }
+    };
+    if (left_ && left_->isInBounds(point)) {
+        ask(left_, leftAsked);
+    }
+    if (!ok && right_ && right_->isInBounds(point)) {
+        ask(right_, rightAsked);
+    }
+    if (!ok && left_ && left_->ableToExtrap(point)) {
+        ask(left_, leftAsked);
+    }
+    if (!ok && right_ && right_->ableToExtrap(point)) {
+        ask(right_, rightAsked);
+    }
+    return result_;
+}
+
+KrCompositeFunctionElement::Bounds const& KrCompositeFunctionBranch::initBounds() {
+    bounds_.clear();
+    if (left_ && right_) {
+        bounds_ = left_->initBounds();
+        Bounds const& other = right_->initBounds();
+        for (std::size_t i = 0; i < std::min(bounds_.size(), other.size()); ++i) {
+            bounds_[i][0] = std::min(bounds_[i][0], other[i][0]);
+            bounds_[i][1] = std::max(bounds_[i][1], other[i][1]);
+        }
+    }
+    return bounds_;
+}
+
+KrCompositeFunctionElement::Flags const& KrCompositeFunctionBranch::initLimitOrExtrapolate() {
+    limitOrExtrapolate_.clear();
+    if (left_ && right_) {
+        limitOrExtrapolate_ = left_->initLimitOrExtrapolate();
+        Flags const& other = right_->initLimitOrExtrapolate();
+        for (std::size_t i = 0; i < std::min(limitOrExtrapolate_.size(), other.size()); ++i) {
+            for (std::size_t const end : {0, 1}) {
+                limitOrExtrapolate_[i][end] = limitOrExtrapolate_[i][end] || other[i][end];
+            }
+        }
+    }
+    return limitOrExtrapolate_;
+}
+
+void KrCompositeFunctionBranch::setLeft(KrCompositeFunctionElement const& element) {
+    setChild(left_, element);
+}
+
+void KrCompositeFunctionBranch::setRight(KrCompositeFunctionElement const& element) {
+    setChild(right_, element);
+}
+
+void KrCompositeFunctionBranch::setChild(Child& child, KrCompositeFunctionElement const& element) {
+    child.reset(Child::cloneOf(&element));  // which may be part of the old child
+    if (child) {
+        child->setContainer(container());
+    }
+}
+
+void KrCompositeFunctionBranch::setContainer(KrXmlBaseVariableCompoundType const* container) {
+    KrCompositeFunctionElement::setContainer(container);
+    for (Child const* const child : {&left_, &right_}) {
+        if (*child) {
+            (*child)->setContainer(container);
+        }
+    }
+}
+
+KrBoolean KrCompositeFunctionBranch::read(KrXmlReader& reader) {
+    left_.reset();
+    right_.reset();
+    return KrCompositeFunctionElement::read(reader);
+}
+
+KrBoolean KrCompositeFunctionBranch::write(KrXmlWriter& writer) const {
+    bool good = KrCompositeFunctionElement::write(writer);
+    for (Child const* const child : {&left_, &right_}) {
+        if (*child) {
+            good = krXmlWriteElement(writer, (*child)->token(), **child) && good;
+        }
+    }
+    return good;
+}
+
+// Any number of children are accepted, of the classes that the container creates.
+void KrCompositeFunctionBranch::writeSchema(KrXmlSchema& schema) const {
+    KrCompositeFunctionElement::writeSchema(schema);
+    if (!container()) {
+        return;
+    }
+    schema.startGroup(KrXmlSchema::Group::List);
+    for (auto const& entry : container()->creatorMap()) {
+        Child const child(Child::castOrDelete(container()->newObjectFromToken(entry.first)));
+        if (child) {
+            child->setContainer(container());
+            schema.element(entry.first, *child);
+        }
+    }
+    schema.endGroup();
+}
+
+KrBoolean KrCompositeFunctionBranch::readValueFromSpecialToken(KrToken const& token,
+                                                               KrXmlReader& reader) {
+    if (!container()) {
+        Kr::Print::instance().write(Kr::PrintType::Error, "Bad token: %s on line %d\n",
+                                    token.text(), reader.line());
+        return false;
+    }
+    Child child(Child::castOrDelete(container()->newObjectFromToken(token)));
+    if (child) {
+        child->setContainer(container());
+        child->read(reader);
+    }
+    bool const created = static_cast<bool>(child);
+    (left_ ? right_ : left_) = std::move(child);
+    return created;
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "foundation/xml/KrElement.h"
+#include "function/composite/KrCompositeFunctionElement.h"
+#include "function/object/KrBaseExpressionTreeContainer.h"
+#include "function/object/KrFunction.h"
+
+/// Owner and entry point of a composite function: a table, or a tree of branches
+/// over tables that cover different regions.
+///
+///     <compositeFunctionContainer>
+///       <compositeFunctionBranch>
+///         <tableFunctionInterpolator> ... </tableFunctionInterpolator>
+///         <tableFunctionInterpolator> ... </tableFunctionInterpolator>
+///       </compositeFunctionBranch>
+///     </compositeFunctionContainer>
+///
+/// Setting the top element, or reading it, determines the boxes of the whole tree
+/// and gives every element in it this container, by which branches create their
+/// children. What changes inside the tree afterwards does so only when the top
+/// element is set again.
+class KR_EXPORT KrCompositeFunctionContainer
+    : public KrElement<KrCompositeFunctionContainer,
+                       KrBaseExpressionTreeContainer<KrCompositeFunctionElement>,
+                       KrFunction::KrCompositeFunctionContainerToken> {
+public:
+    using Bounds = KrCompositeFunctionElement::Bounds;
+
+    /// Sets `y` to the values at `x`; `ok` tells whether `x` is covered. Where it is
+    /// not, `y` becomes the values of an earlier evaluation. Without a top element
+    /// `ok` is false, and `y` is left as it was.
+    virtual void evaluate(KrRealVector const& x, KrRealVector& y, KrBoolean& ok) const;
+
+    /// For each variable the smallest and the largest value that the tree covers.
+    virtual Bounds const& bounds() const { return bounds_; }
+
+    void setTopElement(KrCompositeFunctionElement const& element) override;
+    void setTopElementContainerToThis() override;
+    KrBoolean read(KrXmlReader& reader) override;
+    void registerComponentCreators() override;
+
+    bool operator==(KrCompositeFunctionContainer const&) const = default;
+
+private:
+    void prepareTopElement();
+
+    Bounds bounds_;
+};

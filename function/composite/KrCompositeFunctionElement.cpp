@@ -1,0 +1,32 @@
+#include "function/composite/KrCompositeFunctionElement.h"
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+KrBoolean KrCompositeFunctionElement::isInBounds(KrRealVector const& point) const {
+    if (point.size() > bounds_.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < point.size(); ++i) {
+        if (point[i] < bounds_[i][0] || point[i] > bounds_[i][1]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+KrBoolean KrCompositeFunctionElement::ableToExtrap(KrRealVector const& point) const {
+    if (point.size() > bounds_.size() || point.size() > limitOrExtrapolate_.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < point.size(); ++i) {
+        bool const mayGoBelow = limitOrExtrapolate_[i][0];
+        bool const mayGoAbove = limitOrExtrapolate_[i][1];
+        if ((point[i] < bounds_[i][0] && !mayGoBelow) ||
+            (point[i] > bounds_[i][1] && !mayGoAbove)) {
+            return false;
+        }
+    }
+    return true;
+}

@@ -1,0 +1,55 @@
+#include "function/composite/KrTableFunctionInterpolator.h"
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+KrRealVector const& KrTableFunctionInterpolator::evaluate(KrRealVector const& point,
+                                                          KrBoolean& ok) const {
+    ok = true;
+    return interpolator_.evaluate(point);
+}
+
+KrCompositeFunctionElement::Bounds const& KrTableFunctionInterpolator::initBounds() {
+    return bounds_ = interpolator_.initBounds();
+}
+
+KrCompositeFunctionElement::Flags const& KrTableFunctionInterpolator::initLimitOrExtrapolate() {
+    return limitOrExtrapolate_ = interpolator_.initLimitOrExtrapolate();
+}
+
+KrBoolean KrTableFunctionInterpolator::init() {
+    interpolator_.init();
+    for (KrU32 d = 0; d < independentData_.size(); ++d) {
+        independentData_[d].init();
+        interpolator_.addDimension(independentData_[d].dimension());
+    }
+    for (KrXmlRealVector const& table : dependentData_) {
+        interpolator_.addInterpolator(KrRealVector(table.begin(), table.end()));
+    }
+    return true;
+}
+
+void KrTableFunctionInterpolator::dependentDataPushBack(KrRealVector const& table) {
+    auto const count = static_cast<KrU32>(table.size());
+    KrXmlRealVector values;
+    values.resize(count);
+    for (KrU32 i = 0; i < count; ++i) {
+        values[i] = table[i];
+    }
+    dependentData_.pushBack(values);
+}
+
+void KrTableFunctionInterpolator::independentDataPushBack(
+    KrTableFunctionVectorSearch const& search) {
+    independentData_.pushBack(search);
+}
+
+KrBoolean KrTableFunctionInterpolator::read(KrXmlReader& reader) {
+    return KrCompositeFunctionElement::read(reader) && init();
+}
+
+void KrTableFunctionInterpolator::registerComponents() {
+    registerComponent(KrFunction::KrIndependentDataToken, &independentData_);
+    registerComponent(KrFunction::KrDependentDataToken, &dependentData_);
+}

@@ -1,0 +1,52 @@
+#include "function/composite/KrTableFunctionVectorSearch.h"
+
+#include <algorithm>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+KrBoolean KrTableFunctionVectorSearch::init() {
+    KrRealVector const breakpoints(independentVector_.begin(), independentVector_.end());
+    dimension_.init(breakpoints, lowerBoundaryOption(), upperBoundaryOption(), searchOption());
+    return true;
+}
+
+void KrTableFunctionVectorSearch::independentVector(KrRealVector const& vector) {
+    auto const count = static_cast<KrU32>(vector.size());
+    independentVector_.resize(count);
+    for (KrU32 i = 0; i < count; ++i) {
+        independentVector_[i] = vector[i];
+    }
+}
+
+void KrTableFunctionVectorSearch::lowerBoundaryOption(BOUNDARY_OPTION const& option) {
+    lowerBoundaryOption_ = static_cast<unsigned short>(option);
+}
+
+void KrTableFunctionVectorSearch::upperBoundaryOption(BOUNDARY_OPTION const& option) {
+    upperBoundaryOption_ = static_cast<unsigned short>(option);
+}
+
+void KrTableFunctionVectorSearch::searchOption(SEARCH_OPTION const& option) {
+    searchOption_ = static_cast<unsigned short>(option);
+}
+
+KrBoolean KrTableFunctionVectorSearch::read(KrXmlReader& reader) {
+    return KrXmlCompoundType::read(reader) && init();
+}
+
+void KrTableFunctionVectorSearch::registerComponents() {
+    registerComponent(KrFunction::KrIndVectorToken, &independentVector_);
+    registerAttributeComponent(KrFunction::KrIndSearchToken, &searchOption_);
+    registerAttributeComponent(KrFunction::KrIndLowerBoundaryToken, &lowerBoundaryOption_);
+    registerAttributeComponent(KrFunction::KrIndUpperBoundaryToken, &upperBoundaryOption_);
+    for (auto* const boundary : {&lowerBoundaryOption_, &upperBoundaryOption_}) {
+        boundary->setEnumString(KrVectorSearchEnums::LIMIT, KrFunction::KrBoundaryLimitToken);
+        boundary->setEnumString(KrVectorSearchEnums::EXTRAPOLATE,
+                                KrFunction::KrBoundaryExtrapolateToken);
+    }
+    searchOption_.setEnumString(KrVectorSearchEnums::LINEAR, KrFunction::KrSearchLinearToken);
+    searchOption_.setEnumString(KrVectorSearchEnums::BISECTION, KrFunction::KrSearchBisectionToken);
+    searchOption_.setEnumString(KrVectorSearchEnums::EQUAL_SPACED, KrFunction::KrSearchEqualToken);
+}

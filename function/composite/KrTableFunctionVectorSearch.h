@@ -1,0 +1,62 @@
+#pragma once
+
+#include "foundation/core/KrTypes.h"
+#include "foundation/xml/KrElement.h"
+#include "foundation/xml/KrXmlCompoundType.h"
+#include "foundation/xml/KrXmlEnumType.h"
+#include "foundation/xml/KrXmlVectorType.h"
+#include "function/composite/KrVectorSearch.h"
+#include "function/object/KrFunction.h"
+
+/// One dimension of a table in a document: its breakpoints, and how they are
+/// searched. `KrVectorSearch` says what the options mean.
+///
+///     <tableFunctionVectorSearch searchOption="bisection"
+///         lowerBoundaryOption="limit" upperBoundaryOption="extrapolate">
+///       <independentVector count="3"><item>0</item><item>5</item><item>20</item></independentVector>
+///     </tableFunctionVectorSearch>
+///
+/// Breakpoints are in units of the variable. The search options are "linear" (the
+/// default), "bisection" and "equal_spaced"; at each end it is "limit" (the default)
+/// or "extrapolate". After reading, `dimension` is ready for look-ups; after setting
+/// anything, `init` makes it so.
+class KR_EXPORT KrTableFunctionVectorSearch
+    : public KrTaggedElement<KrTableFunctionVectorSearch, KrXmlCompoundType,
+                             KrFunction::KrTableFunctionVectorSearchToken> {
+public:
+    using BOUNDARY_OPTION = KrVectorSearchEnums::BOUNDARY_OPTION;
+    using SEARCH_OPTION = KrVectorSearchEnums::SEARCH_OPTION;
+
+    /// Makes the search from breakpoints and options. True.
+    virtual KrBoolean init();
+
+    /// Sets the breakpoints.
+    virtual void independentVector(KrRealVector const& vector);
+    virtual void lowerBoundaryOption(BOUNDARY_OPTION const& option);
+    virtual void upperBoundaryOption(BOUNDARY_OPTION const& option);
+    virtual void searchOption(SEARCH_OPTION const& option);
+
+    /// The search, as the last `init` made it.
+    virtual KrVectorSearch<double> const& dimension() const { return dimension_; }
+
+    KrXmlRealVector const& independentVector() const { return independentVector_; }
+    BOUNDARY_OPTION lowerBoundaryOption() const {
+        return static_cast<BOUNDARY_OPTION>(lowerBoundaryOption_.value());
+    }
+    BOUNDARY_OPTION upperBoundaryOption() const {
+        return static_cast<BOUNDARY_OPTION>(upperBoundaryOption_.value());
+    }
+    SEARCH_OPTION searchOption() const { return static_cast<SEARCH_OPTION>(searchOption_.value()); }
+
+    KrBoolean read(KrXmlReader& reader) override;
+    void registerComponents() override;
+
+    bool operator==(KrTableFunctionVectorSearch const&) const = default;
+
+private:
+    KrXmlRealVector independentVector_;
+    KrXmlEnumType<unsigned short> searchOption_;
+    KrXmlEnumType<unsigned short> lowerBoundaryOption_;
+    KrXmlEnumType<unsigned short> upperBoundaryOption_;
+    KrVectorSearch<double> dimension_;
+};

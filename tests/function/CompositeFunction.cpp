@@ -1,0 +1,361 @@
+// Tables and branches as elements, and the container that owns a tree of them.
+
+#include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlReader.h"
+#include "function/composite/KrCompositeFunctionBranch.h"
+#include "function/composite/KrCompositeFunctionContainer.h"
+#include "function/composite/KrTableFunctionInterpolator.h"
+#include "tests/support/Allocations.h"
+#include "tests/support/CapturedMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <sstream>
+
+namespace {
+
+using Branch = KrCompositeFunctionBranch;
+using Container = KrCompositeFunctionContainer;
+using Table = KrTableFunctionInterpolator;
+using Bounds = KrCompositeFunctionElement::Bounds;
+using Flags = KrCompositeFunctionElement::Flags;
+using Enums = KrVectorSearchEnums;
+
+// A table over [low, high] with the values `a` and `b` at its ends.
+Table table(double low, double high, double a, double b,
+            Enums::BOUNDARY_OPTION boundary = Enums::LIMIT) {
+    KrTableFunctionVectorSearch search;
+    search.independentVector({low, high});
+    search.lowerBoundaryOption(boundary);
+    search.upperBoundaryOption(boundary);
+    Table result;
+    result.independentDataPushBack(search);
+    result.dependentDataPushBack({a, b});
+    result.init();
+    return result;
+}
+
+Branch branch(KrCompositeFunctionElement const& left, KrCompositeFunctionElement const& right) {
+    Branch result;
+    result.setLeft(left);
+    result.setRight(right);
+    return result;
+}
+
+Container container(KrCompositeFunctionElement const& top) {
+    Container result;
+    result.setTopElement(top);
+    return result;
+}
+
+std::string document(std::string const& content) {
+    return "<compositeFunctionContainer xmlns='urn:zeibreku:function#'>" + content +
+           "</compositeFunctionContainer>";
+}
+
+std::string tableText(std::string const& low, std::string const& high, std::string const& value) {
+    return "<tableFunctionInterpolator><independentData><tableFunctionVectorSearch>"
+           "<independentVector><item>" +
+           low + "</item><item>" + high +
+           "</item></independentVector></tableFunctionVectorSearch></"
+           "independentData><dependentData>"
+           "<item><item>" +
+           value + "</item><item>" + value +
+           "</item></item></dependentData></tableFunctionInterpolator>";
+}
+
+// "ok" or "no", and the values.
+std::string answer(Container const& f, KrRealVector const& point, KrRealVector y = {-1}) {
+    KrBoolean ok = false;
+    f.evaluate(point, y, ok);
+    std::string text = ok ? "ok" : "no";
+    for (double const value : y) {
+        std::ostringstream number;
+        number << value;
+        text += ' ' + number.str();
+    }
+    return text;
+}
+
+// Whether every element of the tree knows `owner` as its container.
+bool treeKnows(KrCompositeFunctionElement const* element,
+               KrXmlBaseVariableCompoundType const* owner) {
+    if (!element) {
+        return true;
+    }
+    auto const* const inner = dynamic_cast<Branch const*>(element);
+    return element->container() == owner &&
+           (!inner || (treeKnows(inner->left(), owner) && treeKnows(inner->right(), owner)));
+}
+
+TEST(VectorSearchElement, IsReadyAfterReading) {
+    KrTableFunctionVectorSearch search;
+    ASSERT_TRUE(KrXml::fromString(
+        "<tableFunctionVectorSearch xmlns='urn:zeibreku:function#' searchOption='bisection' "
+        "upperBoundaryOption='extrapolate'><independentVector><item>0</item><item>1</item>"
+        "<item>2</item></independentVector></tableFunctionVectorSearch>",
+        search));
+    double lower = 0.0;
+    double upper = 0.0;
+    search.dimension().lookUp(3.0);
+    search.dimension().getWeight(lower, upper);
+    EXPECT_EQ(upper, 2.0);
+    EXPECT_EQ(search.searchOption(), Enums::BISECTION);
+    EXPECT_EQ(search.lowerBoundaryOption(), Enums::LIMIT);
+    EXPECT_EQ(search.upperBoundaryOption(), Enums::EXTRAPOLATE);
+    EXPECT_EQ(search.independentVector().size(), 3u);
+    KrTableFunctionVectorSearch const copy(search);
+    EXPECT_TRUE(copy == search);
+    search.lowerBoundaryOption(Enums::EXTRAPOLATE);
+    EXPECT_FALSE(copy == search);
+    search.lowerBoundaryOption(Enums::LIMIT);
+    search.init();
+    EXPECT_TRUE(copy == search);
+    search.independentVector({0, 1});
+    EXPECT_EQ(search.dimension().size(), 3u);  // not before `init`
+    EXPECT_EQ(search.independentVector().size(), 2u);
+
+    CapturedMessages const captured;
+    EXPECT_FALSE(
+        KrXml::fromString("<tableFunctionVectorSearch xmlns='urn:zeibreku:function#' "
+                          "searchOption='fast'/>",
+                          search));
+    EXPECT_EQ(captured.text(),
+              "<string>:1:1: tableFunctionVectorSearch: expected one of linear, bisection, "
+              "equal_spaced, found \"fast\"\n");
+}
+
+TEST(CompositeFunction, BranchAsksTheChildThatCoversThePoint) {
+    auto const limit = Enums::LIMIT;
+    auto const beyond = Enums::EXTRAPOLATE;
+    Table const left = table(0, 1, 0, 10);
+    Table const apart = table(2, 3, 20, 30, beyond);
+    struct {
+        KrCompositeFunctionElement const& left;
+        KrCompositeFunctionElement const& right;
+        KrRealVector point;
+        char const* answer;
+    } const cases[] = {
+        {left, table(1, 2, 100, 200, beyond), {1}, "ok 10"},
+        {left, table(1, 2, 100, 200, beyond), {1.5}, "ok 150"},
+        {left, table(1, 2, 100, 200, beyond), {3}, "ok 300"},
+        {left, table(1, 2, 100, 200, limit), {3}, "no"},
+        {left, apart, {1.5}, "ok 15"},
+        {left, apart, {-1}, "ok -10"},
+        {apart, left, {0.5}, "ok 5"},  // the box goes before extrapolation
+        {branch(left, table(2, 3, 7, 7)), apart, {1.5}, "ok 15"},
+        {left, apart, {}, "ok nan"},  // no coordinate is wanting to be inside
+        {left, apart, {0.5, 1}, "no"},
+    };
+    for (auto const& c : cases) {
+        EXPECT_EQ(answer(container(branch(c.left, c.right)), c.point, {}), c.answer) << &c - cases;
+    }
+    // A table alone answers everywhere.
+    EXPECT_EQ(answer(container(left), {50}), "ok 10");
+    EXPECT_EQ(answer(container(left), {0.5, 1}), "ok 5");
+    EXPECT_EQ(answer(Container(), {1}), "no -1");
+    // A missing child is passed over, and covers nothing.
+    Branch half;
+    half.setRight(left);
+    EXPECT_EQ(answer(container(half), {0.5}, {}), "no");
+    half.right()->initBounds();
+    KrBoolean ok = false;
+    EXPECT_EQ(half.evaluate({0.5}, ok), (KrRealVector{5}));
+    EXPECT_TRUE(ok);
+    EXPECT_TRUE(half.initBounds().empty());
+    EXPECT_FALSE(half.isInBounds({0.5}));
+    EXPECT_TRUE(half.isInBounds({}));
+}
+
+TEST(CompositeFunction, StaleValuesStayAndAreCompared) {
+    Container const f = container(branch(table(0, 1, 0, 10), table(2, 3, 20, 30)));
+    Container const fresh(f);
+    EXPECT_TRUE(f == fresh);
+    EXPECT_EQ(answer(f, {0.5}), "ok 5");
+    EXPECT_EQ(answer(f, {9}), "no 5");
+    EXPECT_FALSE(f == fresh);
+    EXPECT_EQ(answer(fresh, {9}), "no");
+    EXPECT_EQ(answer(fresh, {0.5}), "ok 5");
+    EXPECT_TRUE(f == fresh);
+    // A child that has no answer still hands on what it has.
+    Container const nested =
+        container(branch(branch(table(0, 1, 0, 10), table(2, 3, 20, 30)), table(5, 6, 50, 60)));
+    EXPECT_EQ(answer(nested, {0.5}), "ok 5");
+    EXPECT_EQ(answer(nested, {5}), "ok 50");
+    EXPECT_EQ(answer(nested, {4}), "no 50");
+    EXPECT_EQ(answer(nested, {1.5}), "no 5");
+}
+
+TEST(CompositeFunction, BoxesAndFlagsJoinThoseOfBothChildren) {
+    Container f = container(branch(table(0, 1, 0, 1), table(2, 3, 2, 3, Enums::EXTRAPOLATE)));
+    EXPECT_EQ(f.bounds(), (Bounds{{0, 3}}));
+    EXPECT_EQ(f.topElement()->bounds(), f.bounds());
+    EXPECT_EQ(f.topElement()->limitOrExtrapolate(), (Flags{{true, true}}));
+    EXPECT_TRUE(f.topElement()->isInBounds({1.5}));
+    EXPECT_TRUE(f.topElement()->isInBounds({std::nan("")}));
+    Container const before(f);
+    auto& top = dynamic_cast<Branch&>(*f.topElement());
+    top.setLeft(table(-5, 1, 0, 1));
+    EXPECT_EQ(f.bounds(), (Bounds{{0, 3}}));  // until it is set again
+    f.setTopElement(top);
+    EXPECT_EQ(f.bounds(), (Bounds{{-5, 3}}));
+    EXPECT_FALSE(f == before);
+    // Children of different dimensions: the first one's count.
+    Table flat = table(0, 1, 0, 1);
+    KrTableFunctionVectorSearch second;
+    second.independentVector({7, 8});
+    flat.independentDataPushBack(second);
+    flat.init();
+    EXPECT_EQ(container(branch(table(2, 3, 2, 3), flat)).bounds(), (Bounds{{0, 3}}));
+    EXPECT_EQ(container(branch(flat, table(2, 3, 2, 3))).bounds(), (Bounds{{0, 3}, {7, 8}}));
+}
+
+TEST(CompositeFunction, TheWholeTreeKnowsItsContainer) {
+    Branch const tree = branch(branch(table(0, 1, 0, 1), table(1, 2, 1, 2)), table(2, 3, 2, 3));
+    Container f = container(tree);
+    EXPECT_TRUE(treeKnows(f.topElement(), &f));
+    EXPECT_TRUE(treeKnows(&tree, nullptr));
+    Container const copy(f);
+    EXPECT_TRUE(treeKnows(copy.topElement(), nullptr));
+    Container assigned;
+    assigned = f;
+    EXPECT_TRUE(treeKnows(assigned.topElement(), &assigned));
+    EXPECT_EQ(assigned.bounds(), f.bounds());
+    Container moved;
+    moved = std::move(assigned);
+    EXPECT_TRUE(treeKnows(moved.topElement(), &moved));
+    EXPECT_EQ(answer(moved, {2.5}), "ok 2.5");
+    Container read;
+    ASSERT_TRUE(KrXml::fromString(KrXml::toString(f), read));
+    EXPECT_TRUE(read == f);
+    EXPECT_TRUE(treeKnows(read.topElement(), &read));
+    // Inside a tree too: a child that is set, and a branch that is assigned to.
+    auto& top = dynamic_cast<Branch&>(*f.topElement());
+    top.setRight(tree);
+    EXPECT_TRUE(treeKnows(&top, &f));
+    top.setRight(*dynamic_cast<Branch&>(*top.right()).left());  // part of what it replaces
+    EXPECT_TRUE(treeKnows(&top, &f));
+    dynamic_cast<Branch&>(*top.left()) = dynamic_cast<Branch const&>(*moved.topElement());
+    EXPECT_TRUE(treeKnows(&top, &f));
+    EXPECT_TRUE(treeKnows(moved.topElement(), &moved));
+    Container const empty;
+    f = empty;
+    EXPECT_EQ(f.topElement(), nullptr);
+    EXPECT_TRUE(f == empty);
+}
+
+TEST(CompositeFunction, DocumentsKeepEveryBit) {
+    Table deep = table(1.0 / 3.0, 0.1 + 0.2 + 1.0, 1e-308, 1e22 / 7.0, Enums::EXTRAPOLATE);
+    deep.dependentDataPushBack({-0.0, std::numeric_limits<double>::infinity()});
+    deep.init();
+    Container const f = container(branch(branch(deep, table(2, 3, 2, 3)), table(4, 5, 4, 5)));
+    std::string const text = KrXml::toString(f);
+    Container read;
+    ASSERT_TRUE(KrXml::fromString(text, read));
+    EXPECT_TRUE(read == f);
+    EXPECT_EQ(KrXml::toString(read), text);
+    KrRealVector a;
+    KrRealVector b;
+    KrBoolean ok = false;
+    for (double const x : {-1.0, 0.4, 1.0, 2.7, 3.5, 4.0, 9.0}) {
+        f.evaluate({x}, a, ok);
+        read.evaluate({x}, b, ok);
+        EXPECT_EQ(a, b) << x;
+    }
+    // A branch is described with what its container creates.
+    std::string const schema = KrXml::schemaToString(f);
+    EXPECT_NE(schema.find("compositeFunctionBranch"), std::string::npos);
+    EXPECT_NE(schema.find("equal_spaced"), std::string::npos);
+}
+
+TEST(CompositeFunction, ThirdChildReplacesTheSecond) {
+    Container f;
+    std::string const children =
+        tableText("0", "1", "1") + tableText("2", "3", "2") + tableText("4", "5", "3");
+    ASSERT_TRUE(KrXml::fromString(
+        document("<compositeFunctionBranch>" + children + "</compositeFunctionBranch>"), f));
+    EXPECT_EQ(f.bounds(), (Bounds{{0, 5}}));
+    EXPECT_EQ(answer(f, {0}), "ok 1");
+    EXPECT_EQ(answer(f, {4}), "ok 3");
+    EXPECT_EQ(answer(f, {2}), "no 3");
+
+    // An unknown one removes the second, and is refused with its place.
+    std::istringstream stream(document("<compositeFunctionBranch>" + tableText("0", "1", "1") +
+                                       tableText("2", "3", "2") +
+                                       "<spline/></compositeFunctionBranch>"));
+    KrXmlReader reader(stream, "f.xml");
+    CapturedMessages const captured;
+    reader.onElement();
+    f.read(reader);
+    EXPECT_EQ(reader.errorCount(), 1u);
+    EXPECT_NE(captured.text().find("compositeFunctionContainer/compositeFunctionBranch/spline: "
+                                   "expected a known element, found element \"spline\""),
+              std::string::npos);
+    auto const& top = dynamic_cast<Branch const&>(*f.topElement());
+    EXPECT_NE(top.left(), nullptr);
+    EXPECT_EQ(top.right(), nullptr);
+}
+
+TEST(CompositeFunction, BranchWithoutAContainerReadsNoChild) {
+    Branch alone = branch(table(0, 1, 0, 1), table(1, 2, 1, 2));
+    CapturedMessages const captured;
+    EXPECT_FALSE(KrXml::fromString(
+        "<compositeFunctionBranch xmlns='urn:zeibreku:function#'>\n<tableFunctionInterpolator/>"
+        "</compositeFunctionBranch>",
+        alone));
+    ASSERT_FALSE(captured.messages.empty());
+    EXPECT_EQ(captured.messages[0].text,
+              "Bad token: urn:zeibreku:function#tableFunctionInterpolator on line 2\n");
+    EXPECT_EQ(static_cast<int>(captured.messages[0].type), 4);
+    EXPECT_NE(alone.left(), nullptr);
+}
+
+// As deep as a document may be; every branch covers the point by its box, and no
+// table does, so that each child that were asked twice would double the work.
+std::string deepest(std::string const& innermost) {
+    int const levels = 248;
+    std::string text;
+    for (int i = 0; i < levels; ++i) {
+        text += "<compositeFunctionBranch>";
+    }
+    text += innermost + tableText("2", "3", "2") + "</compositeFunctionBranch>";
+    for (int i = 1; i < levels; ++i) {
+        text += tableText("0", "1", "1") + "</compositeFunctionBranch>";
+    }
+    return document(text);
+}
+
+TEST(CompositeFunction, DeepTreesEndAndNeedLittleStack) {
+    auto const use = [](void*) -> void* {
+        Container f;
+        EXPECT_TRUE(KrXml::fromString(deepest(tableText("0", "1", "1")), f));
+        EXPECT_EQ(answer(f, {1.5}), "no");
+        EXPECT_EQ(answer(f, {3}), "ok 2");
+        Container const copy(f);
+        EXPECT_TRUE(copy == f);
+        EXPECT_FALSE(KrXml::toString(copy).empty());
+        KrRealVector y(1);
+        KrBoolean ok = false;
+        KrRealVector const point{3};
+        std::size_t const before = allocationCount();
+        f.evaluate(point, y, ok);
+        EXPECT_EQ(allocationCount(), before);
+        return nullptr;
+    };
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+#ifndef ZEIBREKU_SANITIZED
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 512 * 1024), 0);
+#endif
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, &attributes, use, nullptr), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+}  // namespace
