@@ -75,6 +75,7 @@ need_benchmarks() {
     need libgsl-dev library gsl
     need libnlopt-dev library nlopt
     need libeigen3-dev library eigen3
+    want libalglib-dev test -e /usr/include/libalglib/interpolation.h
     want libnlopt-cxx-dev test -e /usr/include/nlopt.hpp
 }
 

@@ -25,6 +25,17 @@ std::size_t pointCount(Searches const& searches) {
     return count;
 }
 
+// How many positions of a table have all of their cell in it.
+template <class Table>
+std::size_t roomIn(Table const& table, std::size_t span) {
+    return table.size() - std::min(table.size(), span);
+}
+
+constexpr std::size_t fewAxes = 4;  // fewer, to be precise
+
+template <class Value>
+constexpr Value nan = std::numeric_limits<Value>::quiet_NaN();
+
 }  // namespace
 
 template <class Value>
@@ -52,25 +63,27 @@ template <class Value>
 void KrInterpolator<Value>::init() {
     tables_.clear();
     searches_.clear();
-    grid_->measured = false;
+    *grid_ = Grid();
 }
 
 template <class Value>
 void KrInterpolator<Value>::addDimension(KrVectorSearch<Value> const& search) {
     searches_.push_back(search);
-    grid_->measured = false;
+    *grid_ = Grid();
 }
 
 template <class Value>
 void KrInterpolator<Value>::addInterpolator(std::vector<Value> table) {
     tables_.push_back(std::move(table));
-    grid_->measured = false;
+    *grid_ = Grid();
 }
 
 template <class Value>
 std::vector<Value> const& KrInterpolator<Value>::evaluate() const {
-    return interpolate(
-        [this](std::size_t dimension) -> Bracket const& { return searches_[dimension].found_; });
+    if (!grid_->measured) {
+        measure();
+    }
+    return grid_->evaluateAtLast(*this, {});
 }
 
 template <class Value>
@@ -86,10 +99,24 @@ std::vector<Value> const& KrInterpolator<Value>::evaluate(Value x0, ...) const {
 
 template <class Value>
 std::vector<Value> const& KrInterpolator<Value>::evaluate(std::vector<Value> const& point) const {
-    return interpolate([&](std::size_t dimension) -> Bracket const& {
-        return searches_[dimension].locate(
-            dimension < point.size() ? point[dimension] : std::numeric_limits<Value>::quiet_NaN());
-    });
+    if (point.size() < grid_->coordinates) {
+        return evaluateUnprepared(point);
+    }
+    return grid_->evaluateAtPoint(*this, {point.data()});
+}
+
+// Before the grid was measured, and for a point that lacks a coordinate.
+template <class Value>
+std::vector<Value> const& KrInterpolator<Value>::evaluateUnprepared(
+    std::vector<Value> const& point) const {
+    if (!grid_->measured) {
+        measure();
+        return KrInterpolator::evaluate(point);
+    }
+    for (std::size_t d = 0; d < searches_.size(); ++d) {
+        searches_[d].locate(d < point.size() ? point[d] : nan<Value>);
+    }
+    return KrInterpolator::evaluate();
 }
 
 template <class Value>
@@ -118,13 +145,12 @@ void KrInterpolator<Value>::measure() const {
     Grid& grid = *grid_;
     grid = Grid();
     grid.measured = true;
+    grid.coordinates = searches_.size();
+    grid.evaluateAtPoint = answerNaN<AtPoint>;
+    grid.evaluateAtLast = answerNaN<AtLast>;
     grid.result.resize(tables_.size());
     std::size_t const points = pointCount(searches_);
-    std::size_t longest = 0;
-    for (auto const& table : tables_) {
-        longest = std::max(longest, table.size());
-    }
-    if (points == 0 || points == largest) {
+    if (tables_.empty() || points == 0 || points == largest) {
         return;
     }
     std::size_t stride = 1;
@@ -135,13 +161,20 @@ void KrInterpolator<Value>::measure() const {
         }
         stride *= searches_[d].size();
     }
+    auto const [shortest, longest] = std::ranges::minmax(tables_, {}, &std::vector<Value>::size);
+    grid.room = roomIn(shortest, grid.span);
     // The corners of a cell lie apart, so that a table of fewer values lacks one.
-    grid.answerable = std::size_t{1} << grid.axes.size() <= longest;
-    if (!grid.answerable || grid.axes.size() <= 3) {
+    std::size_t const axisCount = grid.axes.size();
+    if (std::size_t{1} << axisCount > longest.size()) {
+        return;
+    }
+    grid.evaluateAtPoint = roadOf<AtPoint>(axisCount);
+    grid.evaluateAtLast = roadOf<AtLast>(axisCount);
+    if (axisCount < fewAxes) {
         return;
     }
     grid.offsets = {0};
-    for (std::size_t a = 0; a + 1 < grid.axes.size(); ++a) {
+    for (std::size_t a = 0; a + 1 < axisCount; ++a) {
         std::vector<std::size_t> const before = std::exchange(grid.offsets, {});
         for (std::size_t const offset : before) {
             grid.offsets.push_back(offset);
@@ -151,59 +184,53 @@ void KrInterpolator<Value>::measure() const {
     grid.weights.resize(grid.offsets.size());
 }
 
-// `locate(dimension)` tells the bracket of a dimension.
 template <class Value>
 template <class Locate>
-std::vector<Value> const& KrInterpolator<Value>::interpolate(Locate locate) const {
-    Grid& grid = *grid_;
-    if (!grid.measured) {
-        measure();
-    }
-    if (!grid.answerable) {
-        for (std::size_t d = 0; d < searches_.size(); ++d) {
-            locate(d);
-        }
-        answerNaN();
-        return grid.result;
-    }
-    switch (grid.axes.size()) {
-        case 0: sumFewCorners<0>(locate); break;
-        case 1: sumFewCorners<1>(locate); break;
-        case 2: sumFewCorners<2>(locate); break;
-        case 3: sumFewCorners<3>(locate); break;
-        default: sumManyCorners(locate); break;
-    }
-    return grid.result;
+auto KrInterpolator<Value>::roadOf(std::size_t axisCount) -> Road<Locate> {
+    constexpr Road<Locate> few[fewAxes] = {sumFewCorners<0, Locate>, sumFewCorners<1, Locate>,
+                                           sumFewCorners<2, Locate>, sumFewCorners<3, Locate>};
+    return axisCount < fewAxes ? few[axisCount] : sumManyCorners<Locate>;
 }
 
 template <class Value>
-void KrInterpolator<Value>::answerNaN() const {
-    std::ranges::fill(grid_->result, std::numeric_limits<Value>::quiet_NaN());
+template <class Locate>
+std::vector<Value> const& KrInterpolator<Value>::answerNaN(KrInterpolator const& self,
+                                                           Locate locate) {
+    for (std::size_t d = 0; d < self.searches_.size(); ++d) {
+        locate(self.searches_[d], d);
+    }
+    std::ranges::fill(self.grid_->result, nan<Value>);
+    return self.grid_->result;
 }
 
 // The number of axes is known to the compiler, which keeps the corners apart in
 // registers.
 template <class Value>
 template <std::size_t axisCount, class Locate>
-void KrInterpolator<Value>::sumFewCorners(Locate locate) const {
+std::vector<Value> const& KrInterpolator<Value>::sumFewCorners(KrInterpolator const& self,
+                                                               Locate locate) {
     constexpr std::size_t cornerCount = std::size_t{1} << axisCount;
+    Grid const& grid = *self.grid_;
     std::array<Value, cornerCount> weights{1.0};
     std::array<std::size_t, cornerCount> offsets{0};
-    Cell cell;
+    std::size_t first = 0;
     for (std::size_t a = 0; a < axisCount; ++a) {
-        Axis const axis = grid_->axes[a];
-        Bracket const bracket = cell.enter(axis, locate(axis.dimension));
+        Axis const axis = grid.axes[a];
+        std::size_t const stride = a == 0 ? 1 : axis.stride;
+        auto const [index, upperWeight] = locate(self.searches_[axis.dimension], axis.dimension);
+        Value const lowerWeight = 1.0 - upperWeight;
+        first += static_cast<std::size_t>(index) * stride;
         for (std::size_t k = std::size_t{1} << a; k-- > 0;) {
-            weights[2 * k + 1] = bracket.upperWeight * weights[k];
-            weights[2 * k] = bracket.lowerWeight * weights[k];
-            offsets[2 * k + 1] = offsets[k] + axis.stride;
+            weights[2 * k + 1] = upperWeight * weights[k];
+            weights[2 * k] = lowerWeight * weights[k];
+            offsets[2 * k + 1] = offsets[k] + stride;
             offsets[2 * k] = offsets[k];
         }
     }
-    sumTables(cell, [&](Value const* first) {
+    return self.sumTables(first, [&](Value const* cell) {
         Value sum = 0.0;
         for (std::size_t k = 0; k < cornerCount; ++k) {
-            sum += weights[k] * first[offsets[k]];
+            sum += weights[k] * cell[offsets[k]];
         }
         return sum;
     });
@@ -213,51 +240,61 @@ void KrInterpolator<Value>::sumFewCorners(Locate locate) const {
 // the weights need no place.
 template <class Value>
 template <class Locate>
-void KrInterpolator<Value>::sumManyCorners(Locate locate) const {
-    Grid& grid = *grid_;
+std::vector<Value> const& KrInterpolator<Value>::sumManyCorners(KrInterpolator const& self,
+                                                                Locate locate) {
+    Grid& grid = *self.grid_;
     Value* const weights = grid.weights.data();
     std::size_t const* const offsets = grid.offsets.data();
     std::size_t const pairCount = grid.offsets.size();
-    Cell cell;
+    std::size_t first = 0;
     weights[0] = 1.0;
     for (std::size_t a = 0; a + 1 < grid.axes.size(); ++a) {
-        Bracket const bracket = cell.enter(grid.axes[a], locate(grid.axes[a].dimension));
+        Axis const axis = grid.axes[a];
+        auto const [index, upperWeight] = locate(self.searches_[axis.dimension], axis.dimension);
+        Value const lowerWeight = 1.0 - upperWeight;
+        first += static_cast<std::size_t>(index) * axis.stride;
         // Downward, so that a weight is read before its place is used.
         for (std::size_t k = std::size_t{1} << a; k-- > 0;) {
             Value const weight = weights[k];
-            weights[2 * k] = bracket.lowerWeight * weight;
-            weights[2 * k + 1] = bracket.upperWeight * weight;
+            weights[2 * k] = lowerWeight * weight;
+            weights[2 * k + 1] = upperWeight * weight;
         }
     }
     Axis const axis = grid.axes.back();
-    Bracket const bracket = cell.enter(axis, locate(axis.dimension));
-    sumTables(cell, [&](Value const* first) {
+    auto const place = locate(self.searches_[axis.dimension], axis.dimension);
+    Value const upperWeight = place.fraction;
+    Value const lowerWeight = 1.0 - upperWeight;
+    first += static_cast<std::size_t>(place.index) * axis.stride;
+    return self.sumTables(first, [&](Value const* cell) {
         Value sum = 0.0;
         for (std::size_t k = 0; k < pairCount; ++k) {
-            Value const* const corner = first + offsets[k];
-            sum += bracket.lowerWeight * weights[k] * corner[0];
-            sum += bracket.upperWeight * weights[k] * corner[axis.stride];
+            Value const* const corner = cell + offsets[k];
+            sum += lowerWeight * weights[k] * corner[0];
+            sum += upperWeight * weights[k] * corner[axis.stride];
         }
         return sum;
     });
 }
 
-// `sumCell(first)` interpolates one table, in which the cell's first corner is at
-// `first`.
+// `sumCell(cell)` interpolates one table, in which the cell's first corner is at
+// `cell`, the position `first`.
 template <class Value>
 template <class SumCell>
-void KrInterpolator<Value>::sumTables(Cell const& cell, SumCell sumCell) const {
+[[gnu::always_inline]] inline std::vector<Value> const& KrInterpolator<Value>::sumTables(
+    std::size_t first, SumCell sumCell) const {
     Grid& grid = *grid_;
-    if (cell.signs < 0) {  // not everything was looked up yet
-        answerNaN();
-        return;
+    Value* result = grid.result.data();
+    if (first < grid.room) {
+        for (std::vector<Value> const& table : tables_) {
+            *result++ = sumCell(table.data() + first);
+        }
+    } else {
+        for (std::vector<Value> const& table : tables_) {
+            bool const isInside = first < roomIn(table, grid.span);
+            *result++ = isInside ? sumCell(table.data() + first) : nan<Value>;
+        }
     }
-    std::size_t const last = static_cast<std::size_t>(cell.first) + grid.span;
-    for (std::size_t j = 0; j < tables_.size(); ++j) {
-        std::vector<Value> const& table = tables_[j];
-        grid.result[j] = last < table.size() ? sumCell(table.data() + cell.first)
-                                             : std::numeric_limits<Value>::quiet_NaN();
-    }
+    return grid.result;
 }
 
 template class KrInterpolator<double>;

@@ -4,6 +4,7 @@
 #include "function/composite/KrVectorSearch.h"
 
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 /// Multilinear interpolation of one or more tables over the same rectangular
@@ -99,41 +100,49 @@ private:
         std::size_t stride;
     };
 
+    // How the places in the dimensions are had: by looking up a point, or those
+    // that were looked up last.
+    struct AtPoint {
+        auto operator()(KrVectorSearch<Value> const& search, std::size_t dimension) const {
+            return search.locate(point[dimension]);
+        }
+        Value const* point;
+    };
+    struct AtLast {
+        auto operator()(KrVectorSearch<Value> const& search, std::size_t) const {
+            return search.found_;
+        }
+    };
+    template <class Locate>
+    using Road = std::vector<Value> const& (*)(KrInterpolator const&, Locate);
+
     // What follows from tables and dimensions, and the working space.
     struct Grid {
         bool measured = false;
-        bool answerable = false;
+        std::size_t coordinates = std::numeric_limits<std::size_t>::max();  // of a point, at least
+        Road<AtPoint> evaluateAtPoint = nullptr;
+        Road<AtLast> evaluateAtLast = nullptr;
         std::vector<Axis> axes;
         std::size_t span = 0;  // from the first corner of a cell to its last
+        std::size_t room = 0;  // first corners before it have their cell in each table
         // Of the corners without the last axis, when there are more than three.
         std::vector<std::size_t> offsets;
         std::vector<Value> weights;
         std::vector<Value> result;
     };
 
-    using Bracket = typename KrVectorSearch<Value>::Bracket;
-
-    // The cell of a point, as its axes are entered one by one.
-    struct Cell {
-        Bracket const& enter(Axis axis, Bracket const& bracket) {
-            first += bracket.index * static_cast<std::int64_t>(axis.stride);
-            signs |= bracket.index;
-            return bracket;
-        }
-        std::int64_t first = 0;  // where a table has its first corner
-        std::int64_t signs = 0;  // negative as soon as one index is
-    };
-
     void measure() const;
+    std::vector<Value> const& evaluateUnprepared(std::vector<Value> const& point) const;
     template <class Locate>
-    std::vector<Value> const& interpolate(Locate locate) const;
+    static Road<Locate> roadOf(std::size_t axisCount);
+    template <class Locate>
+    static std::vector<Value> const& answerNaN(KrInterpolator const& self, Locate locate);
     template <std::size_t axisCount, class Locate>
-    void sumFewCorners(Locate locate) const;
+    static std::vector<Value> const& sumFewCorners(KrInterpolator const& self, Locate locate);
     template <class Locate>
-    void sumManyCorners(Locate locate) const;
+    static std::vector<Value> const& sumManyCorners(KrInterpolator const& self, Locate locate);
     template <class SumCell>
-    void sumTables(Cell const& cell, SumCell sumCell) const;
-    void answerNaN() const;
+    std::vector<Value> const& sumTables(std::size_t first, SumCell sumCell) const;
 
     std::vector<std::vector<Value>> tables_;
     std::vector<KrVectorSearch<Value>> searches_;

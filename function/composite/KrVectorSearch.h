@@ -4,9 +4,9 @@
 #include "foundation/core/KrTypes.h"
 #include "function/composite/KrVectorSearchEnums.h"
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <span>
 #include <vector>
@@ -91,25 +91,36 @@ public:
 private:
     friend class KrInterpolator<Value>;
 
-    // The outcome of a look-up; the upper index is index + 1, except in a table
-    // of less than two breakpoints.
-    struct Bracket {
-        std::int64_t index = 0;
-        Value lowerWeight = 0.0;
-        Value upperWeight = 0.0;
+    // The outcome of a look-up: the segment, and the weight of its upper end. The
+    // weight of its lower end is what is left of 1.
+    struct Place {
+        std::int64_t index = -1;  // nothing found yet
+        Value fraction = std::numeric_limits<Value>::quiet_NaN();
     };
 
     std::span<Value const> breakpoints() const { return {vector_.get(), size_}; }
 
-    Bracket const& locate(Value x) const;
-    Bracket const& found(std::int64_t index, Value lowerWeight, Value upperWeight) const;
-    Bracket const& weigh(std::int64_t index, Value x) const;
-    std::int64_t walk(Value sx) const;
-    std::int64_t bisect(Value sx) const;
+    // The segment found last, when the look-up before had found it too: whatever
+    // the strategy, a value with low <= s x < high (s the direction) is in it.
+    // Empty, from nowhere on, on tables that are not strictly monotone.
+    static constexpr Value nowhere = std::numeric_limits<Value>::infinity();
+    struct Segment {
+        Value low = nowhere;
+        Value high = 0.0;
+        Value origin = 0.0;  // v[index]
+        Value width = 0.0;   // v[index + 1] - v[index]
+    };
+
+    Place locate(Value x) const;
+    Place locateAnew(Value x, Value sx) const;
+    Place found(std::int64_t index, Value fraction) const;
+    Place weigh(std::int64_t index, Value x) const;
+    Place weighWithoutOption(Value x) const;
+    void remember() const;
+    std::int64_t walk(Value x, Value sx) const;
+    std::int64_t bisect(Value x, Value sx) const;
     std::int64_t bisectAnyTable(Value sx) const;
     std::int64_t divide(Value x) const;
-    Bracket const& locateInFewerThanTwo() const;
-    Bracket const& weighWithoutOption(Value x) const;
 
     std::shared_ptr<Value const[]> vector_;
     std::size_t size_ = 0;
@@ -121,91 +132,19 @@ private:
     SEARCH_OPTION searchOption_ = LINEAR;
     // Strictly: a value inside has one segment, however it is searched for.
     bool monotone_ = false;
-    mutable Bracket found_;
+    mutable Segment segment_;
+    mutable Place found_;
 };
 
-// The look-up is defined here for the interpolator, which compiles it in.
-
+// Here for the interpolator, which compiles it in.
 template <class Value>
-inline auto KrVectorSearch<Value>::found(std::int64_t index, Value lowerWeight,
-                                         Value upperWeight) const -> Bracket const& {
-    found_ = {index, lowerWeight, upperWeight};
-    return found_;
-}
-
-template <class Value>
-inline auto KrVectorSearch<Value>::weigh(std::int64_t index, Value x) const -> Bracket const& {
-    Value const* const v = vector_.get() + index;
-    Value const fraction = (x - v[0]) / (v[1] - v[0]);
-    return found(index, 1.0 - fraction, fraction);
-}
-
-template <class Value>
-inline std::int64_t KrVectorSearch<Value>::bisect(Value sx) const {
-    if (!monotone_) {
-        return bisectAnyTable(sx);
+inline auto KrVectorSearch<Value>::locate(Value x) const -> Place {
+    Value const sx = direction_ * x;
+    if (segment_.low <= sx && sx < segment_.high) {
+        found_.fraction = (x - segment_.origin) / segment_.width;
+        return found_;
     }
-    Value const s = direction_;
-    Value const* const v = vector_.get();
-    std::int64_t const last = found_.index;
-    if (last >= 0 && s * v[last] <= sx && sx < s * v[last + 1]) {
-        return last;
-    }
-    // Without branches, since a search cannot be predicted.
-    Value const* segment = v;
-    for (std::int64_t count = maxIndex_ + 1; count > 1;) {
-        std::int64_t const half = count / 2;
-        segment = s * segment[half] > sx ? segment : segment + half;
-        count -= half;
-    }
-    return segment - v;
-}
-
-template <class Value>
-inline std::int64_t KrVectorSearch<Value>::walk(Value sx) const {
-    std::int64_t i = found_.index;
-    if (i <= 0 || i >= maxIndex_) {
-        return bisect(sx);
-    }
-    Value const s = direction_;
-    Value const* const v = vector_.get();
-    while (s * v[i] > sx && i > 0) {
-        --i;
-    }
-    while (sx > s * v[i] + 1.0 && i < maxIndex_) {
-        ++i;
-    }
-    return i;
-}
-
-template <class Value>
-inline std::int64_t KrVectorSearch<Value>::divide(Value x) const {
-    Value const quotient = (x - vector_[0]) / spacing_;
-    if (quotient < static_cast<Value>(maxIndex_)) {
-        return quotient > 0.0 ? static_cast<std::int64_t>(quotient) : 0;
-    }
-    return std::isfinite(quotient) ? maxIndex_ : 0;  // rounding can lead out of the table
-}
-
-template <class Value>
-inline auto KrVectorSearch<Value>::locate(Value x) const -> Bracket const& {
-    if (size_ < 2) {
-        return locateInFewerThanTwo();
-    }
-    Value const s = direction_;
-    Value const sx = s * x;
-    if (s * vector_[0] >= sx) {
-        return lowerBoundaryOption_ == LIMIT ? found(0, 1.0, 0.0) : weigh(0, x);
-    }
-    if (sx >= s * vector_[maxIndex_ + 1]) {
-        return upperBoundaryOption_ == LIMIT ? found(maxIndex_, 0.0, 1.0) : weigh(maxIndex_, x);
-    }
-    switch (searchOption_) {
-        case LINEAR: return weigh(walk(sx), x);
-        case BISECTION: return weigh(bisect(sx), x);
-        case EQUAL_SPACED: return weigh(divide(x), x);
-    }
-    return weighWithoutOption(x);
+    return locateAnew(x, sx);
 }
 
 extern template class KrVectorSearch<double>;

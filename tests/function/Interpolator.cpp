@@ -151,7 +151,7 @@ TEST(VectorSearch, UndefinedOptionIsReportedAndKeepsTheSegment) {
     auto const undefined = static_cast<Search::SEARCH_OPTION>(7);
     Search const search = searchOf({0, 1, 2, 3}, undefined, extrapolate, extrapolate);
     CapturedMessages const captured;
-    EXPECT_TRUE(std::isnan(lookUp(search, 1.5).upperWeight));  // nothing was found yet
+    EXPECT_EQ(lookUp(search, 1.5).upperWeight, 0.0);  // nothing was found yet
     lookUp(search, 3);
     EXPECT_EQ(lookUp(search, 0.5).upperWeight, -1.5);  // from segment 2
     ASSERT_EQ(captured.messages.size(), 2u);
@@ -231,6 +231,9 @@ TEST(Interpolator, GivesTheBitsOfThePlainForm) {
             switch (random() % 8) {
                 case 0: point = grid.randomPoint(random); break;
                 case 1: point[d] = v[random() % v.size()]; break;
+                case 3:
+                    point[d] = std::nextafter(v[random() % v.size()], query % 2 ? inf : -inf);
+                    break;
                 case 2: point[d] = query % 4 ? 0.0 : (query % 3 ? nan : -inf); break;
                 default: point[d] += 0.01 * (static_cast<double>(random() % 21) - 10.0); break;
             }
