@@ -5,6 +5,8 @@
 #include "function/composite/KrCompositeFunctionBranch.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrTableFunctionInterpolator.h"
+#include "function/composite/KrValueTypes.h"
+#include "function/scalar/KrLinearScalarFunction.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"
 
@@ -356,6 +358,31 @@ TEST(CompositeFunction, DeepTreesEndAndNeedLittleStack) {
     ASSERT_EQ(pthread_create(&thread, &attributes, use, nullptr), 0);
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
+}
+
+TEST(ValueTypes, ListsOfNamedFunctionsGoThroughDocuments) {
+    KrValueTypes::IndexedName name;
+    name.setFirst(KrXmlBasicType<KrU32>(3));
+    name.setSecond(KrXmlBasicType<std::string>("drag & lift"));
+    KrScalarFunctionContainer function;
+    function.setTopElement(KrLinearScalarFunction());
+    KrValueTypes::NamedFunction named;
+    named.setFirst(name);
+    named.setSecond(function);
+    KrValueTypes::NamedFunctionVector list;
+    list.pushBack(named);
+    list.resize(2);
+    KrValueTypes::NamedFunctionVectors lists;
+    lists.resize(1);
+    lists.pushBack(list);
+    KrValueTypes::NamedFunctionVectors read;
+    ASSERT_TRUE(KrXml::fromString(KrXml::toString(lists), read));
+    EXPECT_TRUE(read == lists);
+    EXPECT_EQ(read[1][0].second().evaluate(0.25), 0.25);
+    EXPECT_EQ(read[1][0].first().second().value(), "drag & lift");
+    KrValueTypes::TextVector texts;
+    texts.resize(2);
+    EXPECT_FALSE(texts == KrValueTypes::TextVector());
 }
 
 }  // namespace

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "foundation/xml/KrXmlBasicType.h"
+#include "foundation/xml/KrXmlPairType.h"
+#include "foundation/xml/KrXmlVectorType.h"
+#include "function/object/KrScalarFunctionContainer.h"
+
+/// Value types that the library provides for clients' own elements, compiled once
+/// and exported. They are instantiations of `KrXmlVectorType` and `KrXmlPairType`,
+/// and these say how they are read and written. No element of the library itself
+/// holds the ones with scalar functions.
+namespace KrValueTypes {
+
+/// A list of texts.
+using TextVector = KrXmlVectorType<KrXmlBasicType<std::string>>;
+
+/// An index with a name.
+using IndexedName = KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<std::string>>;
+
+/// A scalar function with an index and a name.
+///
+///     <item>
+///       <first><first>3</first><second>drag</second></first>
+///       <second><linearScalarFunction> ... </linearScalarFunction></second>
+///     </item>
+using NamedFunction = KrXmlPairType<IndexedName, KrScalarFunctionContainer>;
+
+/// A list of them, and a list of such lists.
+using NamedFunctionVector = KrXmlVectorType<NamedFunction>;
+using NamedFunctionVectors = KrXmlVectorType<NamedFunctionVector>;
+
+}  // namespace KrValueTypes
+
+extern template class KrXmlVectorType<KrXmlBasicType<std::string>>;
+extern template class KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<std::string>>;
+extern template class KrXmlPairType<KrValueTypes::IndexedName, KrScalarFunctionContainer>;
+extern template class KrXmlVectorType<KrValueTypes::NamedFunction>;
+extern template class KrXmlVectorType<KrValueTypes::NamedFunctionVector>;
