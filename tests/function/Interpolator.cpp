@@ -169,7 +169,7 @@ struct Grid {
         for (std::size_t d = 0; d < dimensions; ++d) {
             auto const order = static_cast<Order>(pick(8) < 5 ? pick(2) : pick(4));
             auto const option = static_cast<Search::SEARCH_OPTION>(pick(3));
-            bool const evenly = option == Search::EQUAL_SPACED;
+            bool const evenly = option == Search::EQUAL_SPACED && pick(4) != 0;
             double const scale = pick(2) ? 0.25 : 3.0;
             Reals v(2 + pick(dimensions > 4 ? 3 : 9));
             v[0] = -static_cast<double>(pick(3));
