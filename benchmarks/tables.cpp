@@ -51,7 +51,7 @@ struct Case {
 };
 
 struct Data {
-    explicit Data(Case const& c) : axis(c.breakpoints) {
+    explicit Data(Case const& c) : axis(c.breakpoints), tables(c.tables) {
         std::mt19937 random(1);
         std::uniform_real_distribution<double> unit(0.0, 1.0);
         std::size_t points = 1;
@@ -61,10 +61,9 @@ struct Data {
         for (std::size_t d = 0; d < c.dimensions; ++d) {
             points *= axis.size();
         }
-        for (std::size_t j = 0; j < c.tables; ++j) {
+        for (Reals& table : tables) {
             for (std::size_t i = 0; i < points; ++i) {
-                tables.resize(c.tables);
-                tables[j].push_back(unit(random));
+                table.push_back(unit(random));
             }
         }
         double const width = axis.back();
@@ -108,9 +107,9 @@ struct Ours {
 
 struct Plain {
     Plain(Case const& c, Data const& data)
-        : f(std::vector<PlainSearch>(c.dimensions, {data.axis, false, false,
+        : f{std::vector<PlainSearch>(c.dimensions, {data.axis, false, false,
                                                     static_cast<PlainSearch::Option>(c.option)}),
-            data.tables) {}
+            data.tables} {}
     double operator()(Reals const& point) {
         double sum = 0.0;
         for (double const value : f.evaluate(point)) {
@@ -284,7 +283,7 @@ void printMemory(char const* when) {
 }
 
 // Written as text, so that nothing of it is in memory before.
-void writeTable(std::string const& path, int tables) {
+void writeTable(std::string const& path) {
     std::ofstream file(path);
     file << "<compositeFunctionContainer xmlns='urn:zeibreku:function#'>"
             "<tableFunctionInterpolator><independentData>";
@@ -295,21 +294,17 @@ void writeTable(std::string const& path, int tables) {
         }
         file << "</independentVector></tableFunctionVectorSearch>";
     }
-    file << "</independentData><dependentData>";
-    for (int j = 0; j < tables; ++j) {
-        file << "<item count='10000000'>";
-        for (int i = 0; i < 10'000'000; ++i) {
-            file << "<item>" << i % 1000 << ".25</item>\n";
-        }
-        file << "</item>";
+    file << "</independentData><dependentData><item count='10000000'>";
+    for (int i = 0; i < 10'000'000; ++i) {
+        file << "<item>" << i % 1000 << ".25</item>\n";
     }
-    file << "</dependentData></tableFunctionInterpolator></compositeFunctionContainer>";
+    file << "</item></dependentData></tableFunctionInterpolator></compositeFunctionContainer>";
 }
 
 int measureMemory() {
     std::string const path =
         "/tmp/zeibreku-benchmark-" + std::to_string(std::random_device()()) + ".xml";
-    writeTable(path, 1);
+    writeTable(path);
     printMemory("before");
     KrCompositeFunctionContainer f;
     bool const good = KrXml::readFile(path, f);

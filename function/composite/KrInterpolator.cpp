@@ -31,7 +31,8 @@ std::size_t roomIn(Table const& table, std::size_t span) {
     return table.size() - std::min(table.size(), span);
 }
 
-constexpr std::size_t fewAxes = 4;  // fewer, to be precise
+// From this number of axes on, corners are kept in memory.
+constexpr std::size_t manyAxes = 4;
 
 template <class Value>
 constexpr Value nan = std::numeric_limits<Value>::quiet_NaN();
@@ -170,7 +171,7 @@ void KrInterpolator<Value>::measure() const {
     }
     grid.evaluateAtPoint = roadOf<AtPoint>(axisCount);
     grid.evaluateAtLast = roadOf<AtLast>(axisCount);
-    if (axisCount < fewAxes) {
+    if (axisCount < manyAxes) {
         return;
     }
     grid.offsets = {0};
@@ -187,9 +188,9 @@ void KrInterpolator<Value>::measure() const {
 template <class Value>
 template <class Locate>
 auto KrInterpolator<Value>::roadOf(std::size_t axisCount) -> Road<Locate> {
-    constexpr Road<Locate> few[fewAxes] = {sumFewCorners<0, Locate>, sumFewCorners<1, Locate>,
-                                           sumFewCorners<2, Locate>, sumFewCorners<3, Locate>};
-    return axisCount < fewAxes ? few[axisCount] : sumManyCorners<Locate>;
+    constexpr Road<Locate> few[manyAxes] = {sumFewCorners<0, Locate>, sumFewCorners<1, Locate>,
+                                            sumFewCorners<2, Locate>, sumFewCorners<3, Locate>};
+    return axisCount < manyAxes ? few[axisCount] : sumManyCorners<Locate>;
 }
 
 template <class Value>

@@ -188,7 +188,7 @@ struct Grid {
             bool const upper = pick(2);
             fast.addDimension(
                 searchOf(v, option, lower ? extrapolate : limit, upper ? extrapolate : limit));
-            searches.emplace_back(v, lower, upper, static_cast<PlainSearch::Option>(option));
+            searches.push_back({v, lower, upper, static_cast<PlainSearch::Option>(option)});
             points *= v.size();
             auto const [low, high] = std::ranges::minmax(v);
             range.emplace_back(low - 1.0, high + 1.0);
@@ -222,7 +222,7 @@ TEST(Interpolator, GivesTheBitsOfThePlainForm) {
     for (int run = 0; run < 400; ++run) {
         std::size_t const dimensions = 1 + static_cast<std::size_t>(run) % 8;
         Grid const grid(random, dimensions, 1 + random() % 6);
-        PlainInterpolator plain(grid.searches, grid.tables);
+        PlainInterpolator plain{grid.searches, grid.tables};
         Reals point = grid.randomPoint(random);
         for (int query = 0; query < 60; ++query) {
             // A walk, with jumps, exact breakpoints, and what is no number.
@@ -325,16 +325,6 @@ TEST(Interpolator, ReportsTheSizeOfItsFirstTableAlone) {
 }
 
 TEST(Interpolator, AnswersWhatAFileCanHold) {
-    auto const answer = [](std::vector<Reals> const& dimensions, Reals const& table,
-                           Reals const& point) {
-        Interpolator f;
-        for (Reals const& v : dimensions) {
-            f.addDimension(searchOf(v, Search::LINEAR));
-        }
-        f.addInterpolator(table);
-        f.evaluate(point);
-        return f.evaluate()[0];
-    };
     Reals const two{0, 1};
     std::vector<Reals> const forty(40, two);
     // Sizes whose product passes 2^64 and comes round to 0, and to 2.
@@ -359,7 +349,13 @@ TEST(Interpolator, AnswersWhatAFileCanHold) {
         {{}, {}, {1}, nan},
     };
     for (auto const& c : cases) {
-        double const value = answer(c.dimensions, c.table, c.point);
+        Interpolator f;
+        for (Reals const& v : c.dimensions) {
+            f.addDimension(searchOf(v, Search::LINEAR));
+        }
+        f.addInterpolator(c.table);
+        f.evaluate(c.point);
+        double const value = f.evaluate()[0];
         EXPECT_TRUE(sameBits(value, c.value)) << &c - cases << ": " << value;
     }
     // Four dimensions and more take another road; and nothing was looked up yet.

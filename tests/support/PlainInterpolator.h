@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstddef>
+#include <cmath>
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 /// Vector search and interpolator in their plain form, step by step and without
@@ -12,123 +11,85 @@
 struct PlainSearch {
     enum Option { Linear, Bisection, EqualSpaced };
 
-    PlainSearch(std::vector<double> breakpoints, bool extrapolateLower, bool extrapolateUpper,
-                Option searchOption)
-        : v(std::move(breakpoints)),
-          lower(extrapolateLower),
-          upper(extrapolateUpper),
-          option(searchOption),
-          maxIndex(static_cast<std::int64_t>(v.size()) - 2),
-          spacing(v[1] - v[0]),
-          s(v[1] > v[0] ? 1.0 : -1.0) {}
-
     void lookUp(double x) {
-        double const sx = s * x;
-        if (s * v[0] >= sx) {
+        double const s = v[1] > v[0] ? 1.0 : -1.0;
+        std::size_t const maxIndex = v.size() - 2;
+        if (s * v[0] >= s * x) {
             index = 0;
             lower ? weigh(x) : hold(1.0, 0.0);
-        } else if (sx >= s * v[v.size() - 1]) {
+            return;
+        }
+        if (s * x >= s * v[v.size() - 1]) {
             index = maxIndex;
             upper ? weigh(x) : hold(0.0, 1.0);
-        } else {
-            if (option == EqualSpaced) {
-                divide(x);
-            } else if (option == Bisection || index <= 0 || index >= maxIndex) {
-                bisect(sx);
-            } else {
-                walk(sx);
-            }
-            weigh(x);
+            return;
         }
-    }
-
-    void bisect(double sx) {
-        std::int64_t lo = 0;
-        std::int64_t hi = maxIndex + 1;
-        while (hi - lo > 1) {
-            std::int64_t const mid = lo + (hi - lo) / 2;
-            if (s * v[at(mid)] > sx) {
-                hi = mid;
-            } else {
-                lo = mid;
-            }
-        }
-        index = lo;
-    }
-
-    void walk(double sx) {
-        while (s * v[at(index)] > sx && index > 0) {
-            index = index - 1;
-        }
-        while (sx > s * v[at(index)] + 1.0 && index < maxIndex) {
-            index = index + 1;
-        }
-    }
-
-    void divide(double x) {
-        double const quotient = (x - v[0]) / spacing;
-        if (quotient - quotient != 0.0 || quotient < 0.0) {  // NaN, infinite
+        if (option == EqualSpaced) {
+            double const quotient = (x - v[0]) / (v[1] - v[0]);
+            bool const harmless = std::isfinite(quotient) && quotient >= 0.0;
+            bool const beyond = quotient > static_cast<double>(maxIndex);
+            index = !harmless ? 0 : beyond ? maxIndex : static_cast<std::size_t>(quotient);
+        } else if (option == Bisection || fresh || index == 0 || index >= maxIndex) {
             index = 0;
-        } else if (quotient > static_cast<double>(maxIndex)) {
-            index = maxIndex;
+            for (std::size_t high = maxIndex + 1; high - index > 1;) {
+                std::size_t const middle = index + (high - index) / 2;
+                (s * v[middle] > s * x ? high : index) = middle;
+            }
         } else {
-            index = static_cast<std::int64_t>(quotient);
+            while (s * v[index] > s * x && index > 0) {
+                index = index - 1;
+            }
+            while (s * x > s * v[index] + 1.0 && index < maxIndex) {
+                index = index + 1;
+            }
         }
+        weigh(x);
     }
 
     void weigh(double x) {
-        double const f = (x - v[at(index)]) / (v[at(index + 1)] - v[at(index)]);
+        double const f = (x - v[index]) / (v[index + 1] - v[index]);
         hold(1.0 - f, f);
     }
 
     void hold(double lowerWeightNow, double upperWeightNow) {
         lowerWeight = lowerWeightNow;
         upperWeight = upperWeightNow;
+        fresh = false;
     }
 
-    static std::size_t at(std::int64_t i) { return static_cast<std::size_t>(i); }
-
     std::vector<double> v;
-    bool lower;
+    bool lower;  // extrapolates
     bool upper;
     Option option;
-    std::int64_t maxIndex;
-    double spacing;
-    double s;
-    std::int64_t index = -1;
+    bool fresh = true;
+    std::size_t index = 0;
     double lowerWeight = 0.0;
     double upperWeight = 0.0;
 };
 
 struct PlainInterpolator {
-    PlainInterpolator(std::vector<PlainSearch> dimensions, std::vector<std::vector<double>> values)
-        : searches(std::move(dimensions)), tables(std::move(values)) {
-        std::size_t stride = 1;
-        for (PlainSearch const& search : searches) {
-            strides.push_back(stride);
-            stride *= search.v.size();
-        }
-        offsets.resize(std::size_t{1} << searches.size());
-        weights.resize(offsets.size());
-    }
-
     std::vector<double> const& evaluate(std::vector<double> const& point) {
+        std::size_t const cornerCount = std::size_t{1} << searches.size();
+        offsets.resize(cornerCount);
+        weights.resize(cornerCount);
         offsets[0] = 0;
         weights[0] = 1.0;
+        std::size_t stride = 1;
         for (std::size_t d = 0; d < searches.size(); ++d) {
             PlainSearch& search = searches[d];
             search.lookUp(point[d]);
-            std::size_t const low = static_cast<std::size_t>(search.index) * strides[d];
-            std::size_t const high = static_cast<std::size_t>(search.index + 1) * strides[d];
+            std::size_t const low = search.index * stride;
+            std::size_t const high = low + stride;
             for (std::size_t k = std::size_t{2} << d; k-- > 0;) {
                 bool const odd = k % 2 == 1;
                 weights[k] = (odd ? search.upperWeight : search.lowerWeight) * weights[k / 2];
                 offsets[k] = offsets[k / 2] + (odd ? high : low);
             }
+            stride *= search.v.size();
         }
         result.assign(tables.size(), 0.0);
         for (std::size_t j = 0; j < tables.size(); ++j) {
-            for (std::size_t k = 0; k < offsets.size(); ++k) {
+            for (std::size_t k = 0; k < cornerCount; ++k) {
                 result[j] = result[j] + weights[k] * tables[j][offsets[k]];
             }
         }
@@ -137,8 +98,7 @@ struct PlainInterpolator {
 
     std::vector<PlainSearch> searches;
     std::vector<std::vector<double>> tables;
-    std::vector<std::size_t> strides;
-    std::vector<std::size_t> offsets;
-    std::vector<double> weights;
-    std::vector<double> result;
+    std::vector<std::size_t> offsets{};
+    std::vector<double> weights{};
+    std::vector<double> result{};
 };
