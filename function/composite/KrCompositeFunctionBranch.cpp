@@ -72,7 +72,7 @@ KrCompositeFunctionElement::Flags const& KrCompositeFunctionBranch::initLimitOrE
         limitOrExtrapolate_ = left_->initLimitOrExtrapolate();
         Flags const& other = right_->initLimitOrExtrapolate();
         for (std::size_t i = 0; i < std::min(limitOrExtrapolate_.size(), other.size()); ++i) {
-            for (std::size_t const end : {0, 1}) {
+            for (std::size_t const end : {std::size_t{0}, std::size_t{1}}) {
                 limitOrExtrapolate_[i][end] = limitOrExtrapolate_[i][end] || other[i][end];
             }
         }
