@@ -2,7 +2,9 @@
 // gradient of a quadratic, at random points.
 
 #include "foundation/xml/KrXml.h"
+#include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
+#include "function/scalar/KrMultipointScalarFunction.h"
 
 #include <benchmark/benchmark.h>
 
@@ -160,6 +162,35 @@ void build(benchmark::State& state) {
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * pairs));
 }
 
+// The scan of a long table, and the list of a linear constraint of every tenth
+// component.
+void multipoint(benchmark::State& state) {
+    KrXmlRealVector values;
+    for (int i = 0; i < state.range(0); ++i) {
+        values.pushBack(KrXmlBasicType<double>(i));
+    }
+    KrMultipointScalarFunction function;
+    function.setDomainValues(values);
+    function.setRangeValues(values);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(function.evaluate(static_cast<double>(state.range(0))));
+    }
+}
+
+void linear(benchmark::State& state) {
+    KrU32 const n = static_cast<KrU32>(state.range(0));
+    KrLinearMultivariableConstraint constraint;
+    for (KrU32 i = 0; i < n; i += 10) {
+        constraint.setCoefficient(i, 1.0 / (i + 1));
+    }
+    KrRealVector const x = pointOf(n);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(constraint.evaluate(x));
+    }
+}
+
+BENCHMARK(multipoint)->Arg(1000)->Arg(1000000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(linear)->Arg(1000)->Arg(1000000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(read)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond);
 BENCHMARK(build)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond);
 

@@ -80,19 +80,16 @@ TEST(ElementVector, IsEditedAsItSays) {
         {"ABC", [](NamedVector& v) { v.resize(10); }, "ABC"},
         {"ABC", [](NamedVector& v) { v.resize(1); }, "A"},
         {"ABC", [](NamedVector& v) { v.clear(); }, ""},
-        {"ABC", [](NamedVector& v) { v.reserve(100); }, "ABC"},
         {"ABC", [](NamedVector& v) { EXPECT_TRUE(v.erase(1)); }, "AC"},
         {"ABCDE", [](NamedVector& v) { EXPECT_TRUE(v.erase(1, 3)); }, "A-E"},
         {"ABC", [](NamedVector& v) { EXPECT_TRUE(v.erase(0, 2)); }, "-"},
         {"ABCDE", [](NamedVector& v) { v.erase(1, 3), v.erase(1); }, "AE"},
         {"ABCDE", [](NamedVector& v) { v.erase(1, 3), v.exchange(1, Named('X')); }, "AXE"},
         {"ABC", [](NamedVector& v) { EXPECT_TRUE(v.exchange(2, v[0])); }, "ABA"},
-        {"ABC", [](NamedVector& v) { EXPECT_TRUE(v.exchange(1, v[1])); }, "ABC"},
         {"ABC", [](NamedVector& v) { v.assign(2, v[1]); }, "BB"},
         {"ABC", [](NamedVector& v) { v.pushBack(v[0]); }, "ABCA"},
         {"ABC", [](NamedVector& v) { v.pushBack(Lost()), v.exchange(0, Lost()); }, "-BC-"},
         {"", [](NamedVector& v) { v = NamedVector(3); }, "---"},
-        {"ABC", [](NamedVector& v) { v = static_cast<NamedVector const&>(v); }, "ABC"},
     };
     for (auto const& row : cases) {
         CapturedMessages const captured;
@@ -101,11 +98,9 @@ TEST(ElementVector, IsEditedAsItSays) {
         EXPECT_EQ(vector.names(), row.names) << row.start;
         EXPECT_EQ(vector.size(), std::string(row.names).size());
         EXPECT_EQ(captured.text(), "");
-        NamedVector const copy(vector);
-        NamedVector assigned = vectorOf("Z");
-        assigned = vector;
+        NamedVector copy = vectorOf("Z");
+        copy = vector;
         EXPECT_EQ(copy.names(), row.names);
-        EXPECT_EQ(assigned.names(), row.names);
         EXPECT_EQ(copy == vector, copy.names().find('-') == std::string::npos);
     }
     NamedVector vector = vectorOf("A");
@@ -129,34 +124,29 @@ TEST(ElementVector, ReportsABadIndexAndChangesNothing) {
     struct {
         bool (*call)(NamedVector&, bool (*)(Named const&));
         std::string text;
-        std::size_t messages;
         char const* operation;
     } const cases[] = {
-        {[](NamedVector& v, auto is) { return is(v[7]); }, "bad index\n" + attempt, 2,
-         "operator[]"},
+        {[](NamedVector& v, auto is) { return is(v[7]); }, "bad index\n" + attempt, "operator[]"},
         {[](NamedVector& v, auto is) { return is(std::as_const(v)[7]); },
-         prefix + "operator[]: bad index\n" + attempt, 2, "operator[]"},
+         prefix + "operator[]: bad index\n" + attempt, "operator[]"},
         {[](NamedVector& v, auto) { return !v.exchange(5, Named('X')); },
-         prefix + "exchange: bad index, 5\n", 1, "exchange("},
-        {[](NamedVector& v, auto) { return !v.erase(5); }, prefix + "erase: bad index, 5\n", 1,
+         prefix + "exchange: bad index, 5\n", "exchange("},
+        {[](NamedVector& v, auto) { return !v.erase(5); }, prefix + "erase: bad index, 5\n",
          "erase("},
         {[](NamedVector& v, auto) { return !v.erase(2, 2); },
-         prefix + "erase: bad first/last indices: 2/2\n", 1, "erase("},
-        {[](NamedVector& v, auto) { return !v.erase(3, 1); },
-         prefix + "erase: bad first/last indices: 3/1\n", 1, "erase("},
+         prefix + "erase: bad first/last indices: 2/2\n", "erase("},
         {[](NamedVector& v, auto) { return !v.erase(0, 5); },
-         prefix + "erase: bad first/last indices: 0/5\n", 1, "erase("},
+         prefix + "erase: bad first/last indices: 0/5\n", "erase("},
     };
     for (auto const& row : cases) {
         NamedVector vector = vectorOf("ABCDE");
         CapturedMessages const captured;
         EXPECT_TRUE(row.call(vector, first)) << row.text;
         EXPECT_EQ(captured.text(), row.text);
-        EXPECT_EQ(captured.messages.size(), row.messages);
+        EXPECT_EQ(captured.messages.size(), row.text.ends_with(attempt) ? 2U : 1U);
         for (auto const& message : captured.messages) {
             EXPECT_EQ(static_cast<int>(message.type), 4);
             EXPECT_NE(message.context.find(row.operation), std::string::npos) << message.context;
-            EXPECT_NE(message.context.find("KrXmlVariableVectorType"), std::string::npos);
         }
         EXPECT_EQ(vector.names(), "ABCDE");
     }
@@ -190,7 +180,6 @@ TEST(ElementVector, ReadsAndWritesInDocumentOrder) {
         named("named", 'P') + named("other", 'Q') + named("foreign", 'R') + "</namedVector>";
     ASSERT_TRUE(KrXml::fromString(root + children, vector, &factory));
     EXPECT_EQ(vector.names(), "PQR");
-    EXPECT_TRUE(vector[1].token() == otherToken);
     EXPECT_LT(vector.vectorContainer().capacity(), 10000U);  // the count is no more than a hint
 
     // Without the factory the two are unknown: they add nothing and are reported.
@@ -205,9 +194,6 @@ TEST(ElementVector, ReadsAndWritesInDocumentOrder) {
               "\"urn:zeibreku:function#other\" tag not registered.\n");
     EXPECT_NE(captured.messages[0].context.find("::readValueFromToken("), std::string::npos);
     EXPECT_EQ(static_cast<int>(captured.messages[0].type), 4);
-    EXPECT_EQ(captured.messages[2].text,
-              "KrXmlVariableVectorType::readValueFromToken() error:\n\t"
-              "\"urn:zeibreku:function#foreign\" tag not registered.\n");
 
     EXPECT_FALSE(
         KrXml::fromString("<namedVector xmlns='urn:zeibreku:function#' count='x'/>", vector));
@@ -227,7 +213,6 @@ TEST(ElementVector, IsWrittenPieceByPiece) {
     EXPECT_FALSE(vector.writeHeaderToStream(stream, writer, "", vectorToken));
     EXPECT_EQ(writer, nullptr);
     stream.clear();
-
     ASSERT_TRUE(vector.writeHeaderToStream(stream, writer, "by pieces", vectorToken));
     EXPECT_TRUE(vector.writeBodyToStream(writer));
     EXPECT_TRUE(vector.appendElementToStream(writer, Named('C')));
@@ -237,10 +222,7 @@ TEST(ElementVector, IsWrittenPieceByPiece) {
     EXPECT_NE(stream.str().find(" count=\"2\""), std::string::npos);
     NamedVector back;
     ASSERT_TRUE(KrXml::fromString(stream.str(), back));
-    EXPECT_EQ(back.names(), "ABC");
-
-    NamedVector const plain = vectorOf("ABC");
-    EXPECT_TRUE(back == plain);
+    EXPECT_TRUE(back == vectorOf("ABC"));
 }
 
 }  // namespace
