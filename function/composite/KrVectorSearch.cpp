@@ -178,7 +178,7 @@ inline std::int64_t KrVectorSearch<Value>::walk(Value x, Value sx) const {
     while (s * v[i] > sx && i > 0) {
         --i;
     }
-    while (sx > s * v[i] + 1.0 && i < maxIndex_) {
+    while (i < maxIndex_ && sx > s * v[i] + 1.0) {
         ++i;
     }
     return i;

@@ -98,7 +98,7 @@ private:
         }
     }
     static Item itemOf(Key key) {
-        KrXmlBasicType<KrU32> const column(static_cast<KrU32>(key));
+        KrXmlBasicType<KrU32> column(static_cast<KrU32>(key));
         if constexpr (single) {
             return column;
         } else {

@@ -38,7 +38,9 @@ public:
     // There is no move construction: a moved element would know the old container.
     KrBaseExpressionTreeContainer& operator=(KrBaseExpressionTreeContainer&& source) noexcept {
         if (this != &source) {
-            KrXmlBaseVariableCompoundType::operator=(std::move(source));
+            // The base's part alone: the element is moved in the next line.
+            KrXmlBaseVariableCompoundType::operator=(
+                static_cast<KrXmlBaseVariableCompoundType&&>(source));
             topElement_ = std::move(source.topElement_);
             setTopElementContainerToThis();
         }

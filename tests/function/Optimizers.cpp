@@ -398,8 +398,7 @@ TEST(HookeJeeves, ReportsWhatItCannotUse) {
     }
     captured.messages.clear();
     EXPECT_EQ(KrXml::toString(optimizer), "");
-    EXPECT_NE(captured.text().find("7 is none of urn:zeibreku:function#none"),
-              std::string::npos);
+    EXPECT_NE(captured.text().find("7 is none of urn:zeibreku:function#none"), std::string::npos);
     EXPECT_FALSE(
         KrXml::fromString("<hookeJeeves xmlns='urn:zeibreku:function#'>"
                           "<directionsMode>rotated</directionsMode></hookeJeeves>",
