@@ -1,28 +1,19 @@
 set(wing ${example_dir}/aerodynamics.xml)
-
-function(add_tables_test name pattern)
-    add_test(NAME example.04_tables.${name} COMMAND ${ARGN})
-    set_tests_properties(example.04_tables.${name} PROPERTIES PASS_REGULAR_EXPRESSION "${pattern}")
-endfunction()
 # In a table, in the gap between the two, beyond both.
-add_tables_test(points "^2 0.65 ok 0.39375 0.02525\n6 1 ok 0.553125 0.109375\n-5 0.5 no\n0 4 no\n$"
-    ${example} ${wing} 2,0.65 6,1 -5,0.5 0,4)
-add_tables_test(grid "^-4 0 ok -0.25 0.02\n12 0 ok .*\n\n-4 3 ok -0.1 0.035\n12 3 ok 0.4 0.11\n\n$"
-    ${example} ${wing} --grid 2 2)
-add_tables_test(stream "^2 0.65 ok 0.39375 0.02525\n0 0 ok 0.125 0.015\n$"
-    sh -c "printf '2 0.65\\n0, 0\\n' | \"$1\" \"$2\"" sh $<TARGET_FILE:${example}> ${wing})
+add_run(points "^2 0.65 ok 0.39375 0.02525\n6 1 ok 0.553125 0.109375\n-5 0.5 no\n0 4 no\n$"
+    ${wing} 2,0.65 6,1 -5,0.5 0,4)
+add_run(grid "^-4 0 ok -0.25 0.02\n12 0 ok .*\n\n-4 3 ok -0.1 0.035\n12 3 ok 0.4 0.11\n\n$"
+    ${wing} --grid 2 2)
+add_test(NAME example.04_tables.stream
+    COMMAND sh -c "printf '2 0.65\\n0, 0\\n' | \"$1\" \"$2\"" sh $<TARGET_FILE:${example}> ${wing})
+set_tests_properties(example.04_tables.stream PROPERTIES
+    PASS_REGULAR_EXPRESSION "^2 0.65 ok 0.39375 0.02525\n0 0 ok 0.125 0.015\n$")
 
-# What is refused: the reason, with its place, and exit status 1.
-function(add_refused_tables name message)
-    add_test(NAME example.04_tables.${name}
-        COMMAND sh -c "out=$(\"$@\" 2>&1); test $? = 1 && printf '%s' \"$out\"" sh
-            $<TARGET_FILE:${example}> ${ARGN})
-    set_tests_properties(example.04_tables.${name} PROPERTIES PASS_REGULAR_EXPRESSION "${message}")
-endfunction()
-add_refused_tables(unknown
+# What is refused: the reason, with its place.
+add_refusal(unknown
     "unknown.xml:3:5: compositeFunctionContainer/compositeFunctionBranch/spline: expected a known"
     ${example_dir}/unknown.xml)
-add_refused_tables(missing "absent.xml: cannot be read" absent.xml)
-add_refused_tables(short "expected 2 numbers, found \"1\"" ${wing} 1)
-add_refused_tables(no_number "expected 2 numbers, found \"1,x\"" ${wing} 1,x)
-add_refused_tables(large_grid "10 million points at most" ${wing} --grid 10000 10000)
+add_refusal(missing "absent.xml: cannot be read" absent.xml)
+add_refusal(short "expected 2 numbers, found \"1\"" ${wing} 1)
+add_refusal(no_number "expected 2 numbers, found \"1,x\"" ${wing} 1,x)
+add_refusal(large_grid "10 million points at most" ${wing} --grid 10000 10000)

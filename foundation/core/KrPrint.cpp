@@ -116,13 +116,13 @@ Integer toInteger(double value) {
 }
 
 template <class Value>
-void appendConverted(std::string& text, std::string const& specification, Value value) {
-    int const length = std::snprintf(nullptr, 0, specification.c_str(), value);
+void appendConverted(std::string& text, std::string const& directive, Value value) {
+    int const length = std::snprintf(nullptr, 0, directive.c_str(), value);
     if (length > 0) {
         std::size_t const start = text.size();
         text.resize(start + static_cast<std::size_t>(length) + 1);
         std::snprintf(text.data() + start, static_cast<std::size_t>(length) + 1,
-                      specification.c_str(), value);
+                      directive.c_str(), value);
         text.pop_back();
     }
 }
@@ -148,15 +148,15 @@ public:
 private:
     // Handles what follows a '%' and returns how many characters that was.
     std::size_t convert(std::string_view rest) {
-        std::string specification = "%";
+        std::string directive = "%";
         std::size_t used = 0;
         for (; used < rest.size(); ++used) {
             char const character = rest[used];
             if (character == '*') {
-                specification += std::to_string(arguments_.empty() ? 0 : toWidth(next()));
+                directive += std::to_string(arguments_.empty() ? 0 : toWidth(next()));
             } else if (std::string_view("-+ #0123456789.").find(character) !=
                        std::string_view::npos) {
-                specification += character;
+                directive += character;
             } else if (std::string_view("hlqjzt").find(character) == std::string_view::npos) {
                 break;  // length modifiers are dropped: the argument knows its own width
             }
@@ -168,7 +168,7 @@ private:
         if (conversion == '%') {
             text_ += '%';
         } else if (!arguments_.empty()) {
-            append(specification, conversion, next());
+            append(directive, conversion, next());
         }
         return used + 1;
     }
@@ -183,18 +183,18 @@ private:
         return std::min(4096LL, std::max(-4096LL, argument.asSigned()));
     }
 
-    void append(std::string const& specification, char conversion, PrintArgument const& argument) {
+    void append(std::string const& directive, char conversion, PrintArgument const& argument) {
         switch (conversion) {
             case 'd':
-            case 'i': appendConverted(text_, specification + "lld", argument.asSigned()); break;
+            case 'i': appendConverted(text_, directive + "lld", argument.asSigned()); break;
             case 'u':
             case 'o':
             case 'x':
             case 'X':
-                appendConverted(text_, specification + "ll" + conversion, argument.asUnsigned());
+                appendConverted(text_, directive + "ll" + conversion, argument.asUnsigned());
                 break;
             case 'c':
-                appendConverted(text_, specification + 'c', static_cast<int>(argument.asSigned()));
+                appendConverted(text_, directive + 'c', static_cast<int>(argument.asSigned()));
                 break;
             case 'e':
             case 'E':
@@ -203,9 +203,9 @@ private:
             case 'g':
             case 'G':
             case 'a':
-            case 'A': appendConverted(text_, specification + conversion, argument.asReal()); break;
-            case 's': appendConverted(text_, specification + 's', argument.asText().c_str()); break;
-            case 'p': appendConverted(text_, specification + 'p', argument.asPointer()); break;
+            case 'A': appendConverted(text_, directive + conversion, argument.asReal()); break;
+            case 's': appendConverted(text_, directive + 's', argument.asText().c_str()); break;
+            case 'p': appendConverted(text_, directive + 'p', argument.asPointer()); break;
             default: break;
         }
     }
