@@ -12,7 +12,7 @@
 #include <vector>
 
 template <class Value>
-class KrInterpolator;
+class KR_EXPORT KrInterpolator;
 
 /// Locates a value x in one strictly monotone table of breakpoints v[0], v[1],
 /// ..., ascending or descending: yields the two neighbouring breakpoints i and
