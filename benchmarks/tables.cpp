@@ -8,6 +8,7 @@
 //
 // Run by itself with --memory, the program reads a table of 10 million values.
 
+#include "benchmarks/Memory.h"
 #include "foundation/xml/KrXml.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrInterpolator.h"
@@ -267,19 +268,9 @@ void addAll() {
     add<Plain>("6-D slow linear, 4 tables / plain", {6, 6, 4, Search::LINEAR, slow, 0.65});
 }
 
-// Peak and present memory of the process, in MB.
 void printMemory(char const* when) {
-    std::ifstream status("/proc/self/status");
-    double peak = 0.0;
-    double now = 0.0;
-    for (std::string word; status >> word;) {
-        if (word == "VmHWM:") {
-            status >> peak;
-        } else if (word == "VmRSS:") {
-            status >> now;
-        }
-    }
-    std::printf("%-28s %6.1f MB, at most %6.1f MB\n", when, now * 1024e-6, peak * 1024e-6);
+    Memory const memory = Memory::ofProcess();
+    std::printf("%-28s %6.1f MB, at most %6.1f MB\n", when, memory.now * 1e-6, memory.peak * 1e-6);
 }
 
 // Written as text, so that nothing of it is in memory before.

@@ -2,6 +2,7 @@
 // reader and writer must do: a bare parse by expat with std::from_chars, and
 // std::to_chars into a buffer.
 
+#include "benchmarks/Memory.h"
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlVectorType.h"
 
@@ -42,21 +43,6 @@ std::string const& path() {
         return file;
     }();
     return name;
-}
-
-// Peak and present memory of the process, in bytes.
-std::pair<double, double> memory() {
-    std::ifstream status("/proc/self/status");
-    double peak = 0.0;
-    double now = 0.0;
-    for (std::string word; status >> word;) {
-        if (word == "VmHWM:") {
-            status >> peak;
-        } else if (word == "VmRSS:") {
-            status >> now;
-        }
-    }
-    return {peak * 1024.0, now * 1024.0};
 }
 
 void readBareExpat(benchmark::State& state) {
@@ -121,10 +107,10 @@ void readVectorMemory(benchmark::State& state) {
     path();
     for (auto _ : state) {
         std::ofstream("/proc/self/clear_refs") << '5';  // the peak starts from now
-        double const before = memory().second;
+        double const before = Memory::ofProcess().now;
         KrXmlRealVector vector;
         KrXml::readFile(path(), vector);
-        state.counters["peak_per_value_size"] = (memory().first - before) / (8.0 * count);
+        state.counters["peak_per_value_size"] = (Memory::ofProcess().peak - before) / (8.0 * count);
     }
 }
 

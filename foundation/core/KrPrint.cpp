@@ -121,8 +121,8 @@ void appendConverted(std::string& text, std::string const& directive, Value valu
     if (length > 0) {
         std::size_t const start = text.size();
         text.resize(start + static_cast<std::size_t>(length) + 1);
-        std::snprintf(text.data() + start, static_cast<std::size_t>(length) + 1,
-                      directive.c_str(), value);
+        std::snprintf(text.data() + start, static_cast<std::size_t>(length) + 1, directive.c_str(),
+                      value);
         text.pop_back();
     }
 }
