@@ -98,9 +98,10 @@ void KrMultidirectionalSearchOptimizer::tryVertices(double sign,
                                                     TrialSet& trial) const {
     State& s = *state_;
     KrU32 const n = s.simplex.numColumns();
-    KrRealVector const& best = s.simplex[s.minIndex];
+    double const* const best = s.simplex[s.minIndex].data();
     for (KrU32 j = 0; j < n; ++j) {
-        KrSearch::combine(ofBest, best, ofVertex, s.simplex[s.besideBest(j)], trial.points[j]);
+        KrSearch::combine(n, ofBest, best, ofVertex, s.simplex[s.besideBest(j)].data(),
+                          trial.points[j].data());
     }
     KrSearch::evaluateBatch(sign, f, trial.points.rows(), trial.values);
     s.evaluations += n;

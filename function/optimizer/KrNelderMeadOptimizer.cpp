@@ -226,29 +226,34 @@ bool KrNelderMeadOptimizer::hasStalled() const {
     // worst are.
     bool const canBound = e >= 0.0 && std::isfinite(e) && decrease >= 0.0 &&
                           KrSearch::isFinite(s.mean) && KrSearch::isFinite(s.simplex[s.maxIndex]);
-    auto const cannotDecide = [&](KrU32 i, double squaredRise) {
+    auto const ratio = [&s](KrU32 i) {
+        double const rise = s.values[i] - s.values[s.minIndex];
+        return rise * rise / KrMath::nonZeroPos(s.distances.sum[i]);
+    };
+    auto const cannotDecide = [&](KrU32 i) {
         constexpr KrU32 stride = 16;
-        double const& sum = s.distances.sum[i];
-        for (KrU32 const& summed = s.distances.summed[i];;) {
-            if (e * (squaredRise / KrMath::nonZeroPos(sum)) <= decrease) {
-                return true;
-            }
+        while (!(e * s.ratios[i] <= decrease)) {
+            KrU32 const summed = s.distances.summed[i];
             if (summed == n) {
                 return false;
             }
             sumDistance(i, std::min(n, summed + stride));
+            s.ratios[i] = ratio(i);
         }
+        return true;
     };
+    s.ratios.resize(n);
+    for (KrU32 i = 0; i < n; ++i) {
+        s.ratios[i] = ratio(i);
+    }
     double largestRatio = 0.0;
     for (KrU32 i = 0; i < n; ++i) {
-        double const rise = s.values[i] - s.values[s.minIndex];
-        double const squaredRise = rise * rise;
-        if (i == s.minIndex || (canBound && cannotDecide(i, squaredRise))) {
+        if (i == s.minIndex || (canBound && cannotDecide(i))) {
             continue;
         }
         sumDistance(i, n);
-        double const ratio = squaredRise / KrMath::nonZeroPos(s.distances.sum[i]);
-        largestRatio = ratio > largestRatio ? ratio : largestRatio;
+        double const whole = ratio(i);
+        largestRatio = whole > largestRatio ? whole : largestRatio;
     }
     return e * largestRatio > decrease;
 }

@@ -162,6 +162,7 @@ private:
         // already at its first step.
         double previousWorstValue = 0.0;
         Distances distances;
+        KrRealVector ratios;  // of the restart test, from the distances as far as summed
     };
 
     double search(double sign, KrScalarMultivariableFunction const& f, KrRealVector const& start,

@@ -37,25 +37,25 @@ KR_EXPORT void seedStencil(KrU32 n, KrRealVector const& start, KrXmlRealVector c
 KR_EXPORT void evaluateBatch(double sign, KrScalarMultivariableFunction const& f,
                              std::vector<KrRealVector> const& points, KrRealVector& values);
 
-/// result = a x + b y, for points of one length; `result` is neither of them.
+/// result = a x + b y, for three distinct points of n components.
+inline void combine(std::size_t n, double a, double const* __restrict x, double b,
+                    double const* __restrict y, double* __restrict result) {
+    for (std::size_t j = 0; j < n; ++j) {
+        result[j] = a * x[j] + b * y[j];
+    }
+}
 inline void combine(double a, KrRealVector const& x, double b, KrRealVector const& y,
                     KrRealVector& result) {
-    double const* const xs = x.data();
-    double const* const ys = y.data();
-    double* const __restrict results = result.data();
-    std::size_t const n = result.size();
-    for (std::size_t j = 0; j < n; ++j) {
-        results[j] = a * xs[j] + b * ys[j];
-    }
+    combine(result.size(), a, x.data(), b, y.data(), result.data());
 }
 
 /// Whether every component is a finite number.
 inline bool isFinite(KrRealVector const& point) {
-    bool finite = true;
+    std::size_t others = 0;
     for (double const component : point) {
-        finite &= std::fabs(component) <= std::numeric_limits<double>::max();
+        others += !(std::fabs(component) <= std::numeric_limits<double>::max());
     }
-    return finite;
+    return others == 0;
 }
 
 /// How many of the values lie above `bound`.
