@@ -63,7 +63,7 @@ std::string commentText(std::string const& text) {
 
 KrXmlWriter::KrXmlWriter(std::string const& writerText, std::ostream& stream)
     : stream_(stream), comment_(commentText(writerText)) {
-    buffer_.reserve(bufferSize + bufferSize / 4);
+    buffer_.resize(bufferSize + bufferSize / 4);
 }
 
 KrXmlWriter::~KrXmlWriter() {
@@ -74,8 +74,9 @@ KrXmlWriter::~KrXmlWriter() {
 }
 
 void KrXmlWriter::startElement(KrToken const& token) {
-    std::string_view const name = token.localName();
-    std::string_view const uri = token.namespaceUri();
+    split(token);
+    std::string_view const name = lastName_;
+    std::string_view const uri = lastUri_;
     bool const isRoot = open_.empty();
     OpenElement element{names_.size(), 0, 0};
     std::string_view scope;
@@ -96,9 +97,6 @@ void KrXmlWriter::startElement(KrToken const& token) {
         element.namespaceEnd = open_.back().namespaceEnd;
         scope = std::string_view(namespaces_)
                     .substr(element.namespaceBegin, element.namespaceEnd - element.namespaceBegin);
-    }
-    if (!isName(name)) {
-        refuse("element name \"" + token.text() + '"');
     }
     newLine();
     put('<');
@@ -137,12 +135,15 @@ void KrXmlWriter::endElement() {
         put('>');
     }
     names_.resize(element.nameBegin);
-    namespaces_.resize(open_.empty() ? 0 : open_.back().namespaceEnd);
+    std::size_t const namespaceEnd = open_.empty() ? 0 : open_.back().namespaceEnd;
+    if (namespaces_.size() != namespaceEnd) {
+        namespaces_.resize(namespaceEnd);
+    }
     content_ = Content::Elements;
     if (open_.empty()) {
         put('\n');
         flush();
-    } else if (buffer_.size() >= bufferSize) {
+    } else if (used_ >= bufferSize) {
         flush();
     }
 }
@@ -186,12 +187,26 @@ void KrXmlWriter::refuse(std::string const& reason) {
 KrBoolean KrXmlWriter::good() const { return !refused_ && stream_.good(); }
 
 KrBoolean KrXmlWriter::flush() {
-    stream_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
-    buffer_.clear();
+    stream_.write(buffer_.data(), static_cast<std::streamsize>(used_));
+    used_ = 0;
     if (open_.empty()) {
         stream_.flush();
     }
     return good();
+}
+
+// Refuses a token whose local name is no name of XML.
+void KrXmlWriter::split(KrToken const& token) {
+    std::string const& text = token;
+    if (text == lastToken_ && !text.empty()) {
+        return;
+    }
+    lastToken_ = text;
+    lastName_ = token.localName();
+    lastUri_ = token.namespaceUri();
+    if (!isName(lastName_)) {
+        refuse("element name \"" + text + '"');
+    }
 }
 
 void KrXmlWriter::closeStartTag() {
@@ -202,8 +217,12 @@ void KrXmlWriter::closeStartTag() {
 }
 
 void KrXmlWriter::newLine() {
-    put('\n');
-    buffer_.append(2 * open_.size(), ' ');
+    constexpr std::string_view blanks = "\n                                ";
+    std::size_t const indentation = 2 * open_.size();
+    put(blanks.substr(0, 1 + indentation));
+    for (std::size_t more = blanks.size() - 1; more < indentation; ++more) {
+        put(' ');
+    }
 }
 
 void KrXmlWriter::putEscaped(std::string_view text) {

@@ -5,6 +5,7 @@
 #include "foundation/core/KrTypes.h"
 
 #include <cstddef>
+#include <cstring>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -64,13 +65,27 @@ private:
 
     void closeStartTag();
     void newLine();
-    void put(char c) { buffer_ += c; }
-    void put(std::string_view text) { buffer_ += text; }
+    void split(KrToken const& token);
+    void put(char c) { put(std::string_view(&c, 1)); }
+    void put(std::string_view text) {
+        if (buffer_.size() - used_ < text.size()) {
+            buffer_.resize(2 * (buffer_.size() + text.size()));
+        }
+        if (!text.empty()) {
+            std::memcpy(buffer_.data() + used_, text.data(), text.size());
+            used_ += text.size();
+        }
+    }
     void putEscaped(std::string_view text);
 
     std::ostream& stream_;
     std::string comment_;
-    std::string buffer_;
+    std::string buffer_;  // of which the first used_ characters are waiting
+    std::size_t used_ = 0;
+    // The token written last, and its parts: a vector's items share it.
+    std::string lastToken_;
+    std::string lastName_;
+    std::string lastUri_;
     std::string names_;       // local names of the open elements, end to end
     std::string namespaces_;  // their default namespaces, where one is declared
     std::vector<OpenElement> open_;
