@@ -9,8 +9,8 @@ namespace {
 }
 
 std::size_t KrCoefficientIndex::Row::countBelow(KrU32 n) const {
-    return static_cast<std::size_t>(std::lower_bound(columns, columns + values.size(), n) -
-                                    columns);
+    Key const end = keys[0] - column(0) + n;
+    return static_cast<std::size_t>(std::lower_bound(keys, keys + values.size(), end) - keys);
 }
 
 bool KrCoefficientIndex::maySkipZeros(double start, std::vector<double> const& x) {
@@ -22,7 +22,7 @@ bool KrCoefficientIndex::maySkipZeros(double start, std::vector<double> const& x
 
 void KrCoefficientIndex::build(std::vector<Key> const& keys, std::vector<double> const& values) {
     rows_.clear();
-    columns_.clear();
+    keys_.clear();
     coefficients_.clear();
     positions_.clear();
     appended_.clear();
@@ -34,38 +34,32 @@ void KrCoefficientIndex::build(std::vector<Key> const& keys, std::vector<double>
         std::stable_sort(order.begin(), order.end(),
                          [&](KrU32 a, KrU32 b) { return keys[a] < keys[b]; });
     }
-    columns_.reserve(keys.size());
+    keys_.reserve(keys.size());
     coefficients_.reserve(keys.size());
     positions_.reserve(keys.size());
     for (KrU32 const position : order) {
-        KrU32 const row = static_cast<KrU32>(keys[position] >> 32);
-        KrU32 const column = static_cast<KrU32>(keys[position]);
-        bool const isNewRow = rows_.empty() || rows_.back().number != row;
-        if (column < row || (!isNewRow && columns_.back() == column)) {
+        Key const key = keys[position];
+        KrU32 const row = static_cast<KrU32>(key >> 32);
+        KrU32 const column = static_cast<KrU32>(key);
+        if (column < row || (!keys_.empty() && keys_.back() == key)) {
             continue;
         }
-        if (isNewRow) {
+        if (rows_.empty() || rows_.back().number != row) {
             leadingRows_ += row == rows_.size() ? 1 : 0;
-            rows_.push_back({row, static_cast<KrU32>(columns_.size()), column, 0});
+            rows_.push_back({row, static_cast<KrU32>(keys_.size()), column, 0});
         }
         rows_.back().run += column == rows_.back().firstColumn + rows_.back().run ? 1 : 0;
-        columns_.push_back(column);
+        keys_.push_back(key);
         coefficients_.push_back(position < values.size() ? values[position] : 0.0);
         positions_.push_back(position);
     }
-    rows_.push_back({none, static_cast<KrU32>(columns_.size()), none, 0});
+    rows_.push_back({none, static_cast<KrU32>(keys_.size()), none, 0});
     built_ = true;
 }
 
 std::size_t KrCoefficientIndex::find(KrU32 row, KrU32 column) const {
-    auto const end = rows_.end() - 1;
-    auto const start = std::lower_bound(
-        rows_.begin(), end, row, [](RowStart const& a, KrU32 number) { return a.number < number; });
-    if (start == end || start->number != row) {
-        return nowhere;
-    }
-    auto const last = columns_.begin() + start[1].begin;
-    auto const place = std::lower_bound(columns_.begin() + start->begin, last, column);
-    return place != last && *place == column ? static_cast<std::size_t>(place - columns_.begin())
-                                             : nowhere;
+    Key const key = Key{row} << 32 | column;
+    auto const place = std::lower_bound(keys_.begin(), keys_.end(), key);
+    return place != keys_.end() && *place == key ? static_cast<std::size_t>(place - keys_.begin())
+                                                 : nowhere;
 }

@@ -29,8 +29,10 @@ public:
         KrU32 number = 0;
         KrU32 firstColumn = 0;
         std::span<double const> values;
-        KrU32 const* columns = nullptr;
+        Key const* keys = nullptr;
         bool gapless = true;  // the columns follow one another from the first on
+
+        KrU32 column(std::size_t k) const { return static_cast<KrU32>(keys[k]); }
 
         /// The row without its columns from `n` on.
         Row below(KrU32 n) const {
@@ -38,7 +40,7 @@ public:
             if (gapless) {
                 row.values = values.first(
                     std::min<std::size_t>(values.size(), n - std::min(n, firstColumn)));
-            } else if (columns[values.size() - 1] >= n) {
+            } else if (column(values.size() - 1) >= n) {
                 row.values = values.first(countBelow(n));
             }
             return row;
@@ -58,7 +60,7 @@ public:
                 }
             } else {
                 for (std::size_t k = 0; k < count; ++k) {
-                    term(coefficients[k], columns[k]);
+                    term(coefficients[k], column(k));
                 }
             }
         }
@@ -93,7 +95,7 @@ public:
     bool isBuilt() const { return built_; }
     bool hasAppended() const { return !appended_.empty(); }
     /// Whether so much was appended that building anew pays.
-    bool isWorn() const { return appended_.size() > columns_.size() + 64; }
+    bool isWorn() const { return appended_.size() > keys_.size() + 64; }
 
     /// Builds the index of `keys` and `values`. A key without a value counts as
     /// 0.0; one whose column is less than its row is passed over.
@@ -132,7 +134,11 @@ public:
         return entry != appended_.end() ? entry->second : none;
     }
 
-    // The rows, ascending, without what was appended.
+    // The keys, ascending, without what was appended; their places are those of
+    // `coefficient`.
+    std::vector<Key> const& keys() const { return keys_; }
+
+    // The same by rows.
     std::size_t rowCount() const { return rows_.empty() ? 0 : rows_.size() - 1; }
     KrU32 rowNumber(std::size_t r) const { return rows_[r].number; }
     Row row(std::size_t r) const {
@@ -141,7 +147,7 @@ public:
         return {start.number,
                 start.firstColumn,
                 {coefficients_.data() + start.begin, count},
-                columns_.data() + start.begin,
+                keys_.data() + start.begin,
                 start.run == count};
     }
 
@@ -155,7 +161,7 @@ private:
 
     std::vector<RowStart> rows_;  // those that have columns, and one behind the last
     KrU32 leadingRows_ = 0;       // so many rows are those of their numbers
-    std::vector<KrU32> columns_;
+    std::vector<Key> keys_;
     std::vector<double> coefficients_;
     std::vector<KrU32> positions_;
     std::unordered_map<Key, KrU32> appended_;

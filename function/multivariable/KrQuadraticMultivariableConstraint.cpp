@@ -26,6 +26,27 @@ void addRow(Row const& row, double const* x, double* sums) {
     sums[i] = sum;
 }
 
+// The same for all rows below n, without a loop for each: rows of a few columns
+// would spend their time on the ends of the loops.
+void addEach(KrCoefficientIndex const& rows, KrU32 n, double const* x, double* sums) {
+    std::size_t const count = rows.keys().size();
+    for (std::size_t place = 0; place < count; ++place) {
+        KrCoefficientIndex::Key const key = rows.keys()[place];
+        std::size_t const i = key >> 32;
+        std::size_t const j = key & 0xffffffff;
+        if (j >= n) {
+            continue;  // i <= j
+        }
+        double const q = rows.coefficient(place);
+        if (i == j) {
+            sums[i] = (q + q) * x[i] + sums[i];
+        } else {
+            sums[i] = q * x[j] + sums[i];
+            sums[j] = q * x[i] + sums[j];
+        }
+    }
+}
+
 using Two = double __attribute__((vector_size(16)));
 
 Two load(double const* from) {
@@ -140,27 +161,33 @@ KrRealVector const& KrQuadraticMultivariableConstraint::gradient(KrRealVector co
     return gradient_;
 }
 
-// A few sums at a time: what neighbouring rows have in one column lies side by
-// side, since it is stored in the row of the smaller index.
+// What stands left of the diagonal is stored in the rows above, that is side by
+// side for neighbouring sums: so many of them go through those rows together. Every
+// sum still gets its terms in the order of the columns.
 void KrQuadraticMultivariableConstraint::gradientByLookUps(KrRealVector const& x) const {
-    constexpr KrU32 most = 16;
+    constexpr KrU32 together = 64;
     KrU32 const n = static_cast<KrU32>(x.size());
-    for (KrU32 i = 0, count; i < n; i += count) {
-        count = std::min(most, n - i);
-        double sums[most] = {};
-        for (KrU32 j = 0; j < n; ++j) {
+    double* const sums = gradient_.data();
+    std::fill(gradient_.begin(), gradient_.end(), 0.0);
+    for (KrU32 begin = 0, end; begin < n; begin = end) {
+        end = begin + std::min(together, n - begin);
+        for (KrU32 j = 0; j < begin; ++j) {
             double const xj = x[j];
-            for (KrU32 k = 0; k < count; ++k) {
-                if (j == i + k) {
-                    double const q = secondOrderCoefficient(j);
-                    sums[k] = (q + q) * xj + sums[k];
-                } else {
-                    sums[k] = secondOrderCoefficient(i + k, j) * xj + sums[k];
-                }
+            for (KrU32 i = begin; i < end; ++i) {
+                sums[i] = secondOrderCoefficient(i, j) * xj + sums[i];
             }
         }
-        for (KrU32 k = 0; k < count; ++k) {
-            gradient_[i + k] = firstOrderCoefficient(i + k) + sums[k];
+        for (KrU32 i = begin; i < end; ++i) {
+            double sum = sums[i];
+            for (KrU32 j = begin; j < i; ++j) {
+                sum = secondOrderCoefficient(i, j) * x[j] + sum;
+            }
+            double const q = secondOrderCoefficient(i);
+            sum = (q + q) * x[i] + sum;
+            for (KrU32 j = i + 1; j < n; ++j) {
+                sum = secondOrderCoefficient(i, j) * x[j] + sum;
+            }
+            sums[i] = firstOrderCoefficient(i) + sum;
         }
     }
 }
@@ -184,8 +211,8 @@ double KrQuadraticMultivariableConstraint::evaluateByRows(KrRealVector const& x)
     double v = offset();
     std::size_t next = 0;
     auto const addLinearBefore = [&](KrU32 end) {
-        for (; next < linear.values.size() && linear.columns[next] < end; ++next) {
-            v = linear.values[next] * x[linear.columns[next]] + v;
+        for (; next < linear.values.size() && linear.column(next) < end; ++next) {
+            v = linear.values[next] * x[linear.column(next)] + v;
         }
     };
     for (std::size_t r = 0; r < second.rowCount() && second.rowNumber(r) < n; ++r) {
@@ -205,27 +232,23 @@ void KrQuadraticMultivariableConstraint::gradientByRows(KrRealVector const& x) c
     KrU32 const n = static_cast<KrU32>(x.size());
     KrCoefficientIndex const& second = second_.rows();
     std::fill(gradient_.begin(), gradient_.end(), 0.0);
-    for (std::size_t r = 0; r < second.rowCount() && second.rowNumber(r) < n;) {
-        if (isBlock(second, r, n)) {
-            addBlock(second, r, n, x.data(), gradient_.data());
-            r += 4;
-        } else {
-            addRow(second.row(r++).below(n), x.data(), gradient_.data());
+    if (second.keys().size() < 8 * second.rowCount()) {
+        addEach(second, n, x.data(), gradient_.data());
+    } else {
+        for (std::size_t r = 0; r < second.rowCount() && second.rowNumber(r) < n;) {
+            if (isBlock(second, r, n)) {
+                addBlock(second, r, n, x.data(), gradient_.data());
+                r += 4;
+            } else {
+                addRow(second.row(r++).below(n), x.data(), gradient_.data());
+            }
         }
     }
     first_.line(n).forEach([&](double a, std::size_t j) { gradient_[j] = a + gradient_[j]; });
 }
 
-double KrQuadraticMultivariableConstraint::firstOrderCoefficient(KrU32 i) const {
-    return first_.coefficient(0, i);
-}
-
 void KrQuadraticMultivariableConstraint::setFirstOrderCoefficient(KrU32 i, double value) {
     first_.setCoefficient(0, i, value);
-}
-
-double KrQuadraticMultivariableConstraint::secondOrderCoefficient(KrU32 i, KrU32 j) const {
-    return second_.coefficient(std::min(i, j), std::max(i, j));
 }
 
 void KrQuadraticMultivariableConstraint::setSecondOrderCoefficient(KrU32 i, KrU32 j, double value) {

@@ -48,12 +48,14 @@ public:
     virtual void setOffset(double offset) { offset_ = offset; }
 
     /// The coefficient a(i), 0.0 when it is not listed.
-    virtual double firstOrderCoefficient(KrU32 i) const;
+    virtual double firstOrderCoefficient(KrU32 i) const { return first_.coefficient(0, i); }
     /// Overwrites the coefficient, or lists it.
     virtual void setFirstOrderCoefficient(KrU32 i, double value);
     /// The coefficient of x(i) x(j), in either order of the two; 0.0 when it is not
     /// listed.
-    virtual double secondOrderCoefficient(KrU32 i, KrU32 j) const;
+    virtual double secondOrderCoefficient(KrU32 i, KrU32 j) const {
+        return second_.coefficient(std::min(i, j), std::max(i, j));
+    }
     /// Overwrites the coefficient, or lists it, the smaller index first.
     virtual void setSecondOrderCoefficient(KrU32 i, KrU32 j, double value);
     // Those of x(i)^2.
