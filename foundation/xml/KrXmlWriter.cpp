@@ -74,55 +74,37 @@ KrXmlWriter::~KrXmlWriter() {
 }
 
 void KrXmlWriter::startElement(KrToken const& token) {
-    split(token);
-    std::string_view const name = lastName_;
-    std::string_view const uri = lastUri_;
-    bool const isRoot = open_.empty();
-    OpenElement element{names_.size(), 0, 0};
-    std::string_view scope;
-    if (isRoot) {
-        put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
-        if (!comment_.empty()) {
-            put("\n<!-- ");
-            for (std::string_view rest = comment_; !rest.empty();) {
-                std::size_t const length = characterLength(rest);
-                put(length ? rest.substr(0, length) : "?");
-                rest.remove_prefix(length ? length : 1);
-            }
-            put(" -->");
-        }
-    } else {
-        closeStartTag();
-        element.namespaceBegin = open_.back().namespaceBegin;
-        element.namespaceEnd = open_.back().namespaceEnd;
-        scope = std::string_view(namespaces_)
-                    .substr(element.namespaceBegin, element.namespaceEnd - element.namespaceBegin);
+    if (depth_ == 0) {
+        startDocument();
+    }
+    closeStartTag();
+    if (depth_ == levels_.size()) {
+        levels_.emplace_back();
+    }
+    Level const& level = levels_[depth_];
+    std::string const& text = token;
+    if (level.token != text || level.start.empty()) {
+        name(depth_, token);
     }
     newLine();
-    put('<');
-    put(name);
-    if (uri != scope) {
-        element.namespaceBegin = namespaces_.size();
-        namespaces_ += uri;
-        element.namespaceEnd = namespaces_.size();
+    put(level.start);
+    if (level.declares) {
         put(" xmlns=\"");
         inAttribute_ = true;
-        putEscaped(uri);
+        putEscaped(level.uri);
         inAttribute_ = false;
         put('"');
     }
-    names_ += name;
-    open_.push_back(element);
+    ++depth_;
     inStartTag_ = true;
     content_ = Content::None;
 }
 
 void KrXmlWriter::endElement() {
-    if (open_.empty()) {
+    if (depth_ == 0) {
         return;
     }
-    OpenElement const element = open_.back();
-    open_.pop_back();
+    --depth_;
     if (inStartTag_) {
         put("/>");
         inStartTag_ = false;
@@ -130,17 +112,10 @@ void KrXmlWriter::endElement() {
         if (content_ == Content::Elements) {
             newLine();
         }
-        put("</");
-        put(std::string_view(names_).substr(element.nameBegin));
-        put('>');
-    }
-    names_.resize(element.nameBegin);
-    std::size_t const namespaceEnd = open_.empty() ? 0 : open_.back().namespaceEnd;
-    if (namespaces_.size() != namespaceEnd) {
-        namespaces_.resize(namespaceEnd);
+        put(levels_[depth_].end);
     }
     content_ = Content::Elements;
-    if (open_.empty()) {
+    if (depth_ == 0) {
         put('\n');
         flush();
     } else if (used_ >= bufferSize) {
@@ -189,23 +164,40 @@ KrBoolean KrXmlWriter::good() const { return !refused_ && stream_.good(); }
 KrBoolean KrXmlWriter::flush() {
     stream_.write(buffer_.data(), static_cast<std::streamsize>(used_));
     used_ = 0;
-    if (open_.empty()) {
+    if (depth_ == 0) {
         stream_.flush();
     }
     return good();
 }
 
-// Refuses a token whose local name is no name of XML.
-void KrXmlWriter::split(KrToken const& token) {
-    std::string const& text = token;
-    if (text == lastToken_ && !text.empty()) {
+void KrXmlWriter::startDocument() {
+    put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
+    if (comment_.empty()) {
         return;
     }
-    lastToken_ = text;
-    lastName_ = token.localName();
-    lastUri_ = token.namespaceUri();
-    if (!isName(lastName_)) {
-        refuse("element name \"" + text + '"');
+    put("\n<!-- ");
+    for (std::string_view rest = comment_; !rest.empty();) {
+        std::size_t const length = characterLength(rest);
+        put(length ? rest.substr(0, length) : "?");
+        rest.remove_prefix(length ? length : 1);
+    }
+    put(" -->");
+}
+
+// Makes an element `token` of a level; refuses a local name that is no name of XML.
+void KrXmlWriter::name(std::size_t index, KrToken const& token) {
+    Level& level = levels_[index];
+    std::string const local(token.localName());
+    if (!isName(local)) {
+        refuse("element name \"" + token.text() + '"');
+    }
+    level.token = token;
+    level.uri = token.namespaceUri();
+    level.start = '<' + local;
+    level.end = "</" + local + '>';
+    level.declares = level.uri != (index == 0 ? "" : levels_[index - 1].uri);
+    if (index + 1 < levels_.size()) {
+        levels_[index + 1].start.clear();  // it stood in another element
     }
 }
 
@@ -217,11 +209,13 @@ void KrXmlWriter::closeStartTag() {
 }
 
 void KrXmlWriter::newLine() {
-    constexpr std::string_view blanks = "\n                                ";
-    std::size_t const indentation = 2 * open_.size();
-    put(blanks.substr(0, 1 + indentation));
-    for (std::size_t more = blanks.size() - 1; more < indentation; ++more) {
-        put(' ');
+    constexpr std::string_view blanks = "\n                               ";
+    std::size_t const length = 1 + 2 * depth_;
+    put(blanks);  // all of them, since a copy of fixed length is quicker
+    if (length <= blanks.size()) {
+        used_ -= blanks.size() - length;
+    } else {
+        put(std::string(length - blanks.size(), ' '));
     }
 }
 
@@ -231,7 +225,7 @@ void KrXmlWriter::putEscaped(std::string_view text) {
         char const c = text.front();
         if (length == 0) {
             refuse("a text that XML cannot carry, in element " +
-                   names_.substr(open_.empty() ? 0 : open_.back().nameBegin));
+                   (depth_ == 0 ? "" : levels_[depth_ - 1].start.substr(1)));
             return;
         }
         if (c == '&') {

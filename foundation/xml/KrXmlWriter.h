@@ -56,16 +56,21 @@ public:
     KrBoolean flush();
 
 private:
-    struct OpenElement {
-        std::size_t nameBegin;
-        std::size_t namespaceBegin;
-        std::size_t namespaceEnd;
+    // An open element, or the last one that stood so deep: siblings of one name are
+    // written from the same texts.
+    struct Level {
+        std::string token;
+        std::string uri;
+        std::string start;      // "<name"
+        std::string end;        // "</name>"
+        bool declares = false;  // its namespace, which is not the enclosing element's
     };
     enum class Content { None, Text, Elements };
 
     void closeStartTag();
     void newLine();
-    void split(KrToken const& token);
+    void startDocument();
+    void name(std::size_t index, KrToken const& token);
     void put(char c) { put(std::string_view(&c, 1)); }
     void put(std::string_view text) {
         if (buffer_.size() - used_ < text.size()) {
@@ -82,13 +87,8 @@ private:
     std::string comment_;
     std::string buffer_;  // of which the first used_ characters are waiting
     std::size_t used_ = 0;
-    // The token written last, and its parts: a vector's items share it.
-    std::string lastToken_;
-    std::string lastName_;
-    std::string lastUri_;
-    std::string names_;       // local names of the open elements, end to end
-    std::string namespaces_;  // their default namespaces, where one is declared
-    std::vector<OpenElement> open_;
+    std::vector<Level> levels_;
+    std::size_t depth_ = 0;            // so many elements are open
     Content content_ = Content::None;  // of the current element so far
     bool inStartTag_ = false;
     bool inAttribute_ = false;

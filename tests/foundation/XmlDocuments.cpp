@@ -281,18 +281,21 @@ TEST(XmlWriter, WritesACommentAndDeclaresNamespaces) {
         writer.startAttribute(KrToken("n"));
         writer.text("<\"&\n\t");
         writer.endAttribute();
-        writer.startElement(KrToken("urn:b#y"));
-        writer.startElement(KrToken("urn:b#z"));
-        writer.endElement();
-        writer.endElement();
-        writer.startElement(KrToken("bare"));
-        writer.endElement();
+        for (char const* const parent : {"urn:b#y", "bare"}) {
+            writer.startElement(KrToken(parent));
+            for (int twice = 0; twice < 2; ++twice) {
+                writer.startElement(KrToken("urn:b#z"));
+                writer.endElement();
+            }
+            writer.endElement();
+        }
         writer.endElement();
     }
     EXPECT_EQ(stream.str(),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- by - - hand - -->\n"
               "<x xmlns=\"urn:a#\" n=\"&lt;&quot;&amp;&#10;&#9;\">\n  <y xmlns=\"urn:b#\">\n"
-              "    <z/>\n  </y>\n  <bare xmlns=\"\"/>\n</x>\n");
+              "    <z/>\n    <z/>\n  </y>\n  <bare xmlns=\"\">\n"
+              "    <z xmlns=\"urn:b#\"/>\n    <z xmlns=\"urn:b#\"/>\n  </bare>\n</x>\n");
 }
 
 // A client's element, derived without the library's own shorthand.
