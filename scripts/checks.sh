@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(format headers cppcheck clang tidy asan tsan benchmarks demo)
+all=(format generated headers cppcheck clang tidy asan tsan benchmarks demo)
 
 # build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
 build_and_test() {
@@ -17,6 +17,11 @@ build_and_test() {
 }
 
 check_format() { scripts/format.sh --check; }
+
+# Files that a script writes are what it writes.
+check_generated() {
+    scripts/gauss_legendre.py | diff -u function/tools/KrGaussLegendreTables.cpp -
+}
 
 # Each public header compiles alone, in the source tree, and all of them together as installed:
 # one that includes something which is not installed fails only there.

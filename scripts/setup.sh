@@ -66,6 +66,7 @@ need_checks() {
     need clang-tidy eval 'program clang-tidy-14 || program clang-tidy'
     need cppcheck program cppcheck
     need libxml2-utils program xmllint
+    need python3 program python3
     want libclang-rt-14-dev clang_runtime
 }
 

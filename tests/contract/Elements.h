@@ -13,6 +13,7 @@
 #include "function/scalar/KrMultipointScalarFunction.h"
 #include "function/scalar/KrPowerUnitaryMap.h"
 #include "function/scalar/KrSCurveUnitaryMap.h"
+#include "function/tools/KrGaussQuadrature.h"
 
 #include <gtest/gtest.h>
 
@@ -136,8 +137,14 @@ struct CompositeFunctionBranch {
         "<compositeFunctionBranch xmlns=\"urn:zeibreku:function#\"/>";
 };
 
+struct GaussQuadrature {
+    using Element = KrGaussQuadrature;
+    static constexpr char const* document =
+        "<gaussQuadrature xmlns=\"urn:zeibreku:function#\"><order>10</order></gaussQuadrature>";
+};
+
 using Elements =
     testing::Types<NelderMead, LinearScalarFunction, MultipointScalarFunction, PowerUnitaryMap,
                    SCurveUnitaryMap, LinearConstraint, QuadraticConstraint, HookeJeeves,
                    MultidirectionalSearch, ImplicitFiltering, Sequence, TableFunctionVectorSearch,
-                   TableFunctionInterpolator, CompositeFunctionBranch>;
+                   TableFunctionInterpolator, CompositeFunctionBranch, GaussQuadrature>;

@@ -26,6 +26,7 @@
 #include "function/scalar/KrMultipointScalarFunction.h"
 #include "function/scalar/KrPowerUnitaryMap.h"
 #include "function/scalar/KrSCurveUnitaryMap.h"
+#include "function/tools/KrGaussQuadrature.h"
 
 #include <gtest/gtest.h>
 
@@ -280,6 +281,12 @@ TEST(SlotOrder, CompositeFunctions) {
                 &T::independentDataPushBack);
     using C = KrCompositeFunctionContainer;
     expectSlots(expectContainerSlots<C, KrCompositeFunctionElement>(), &C::evaluate, &C::bounds);
+}
+
+TEST(SlotOrder, GaussQuadrature) {
+    using T = KrGaussQuadrature;
+    expectSlots(expectCompoundSlots<T>(), &T::order, &T::setOrder, &T::integrate,
+                &T::obtainAbscissasAndWeights);
 }
 
 }  // namespace

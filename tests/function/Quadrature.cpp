@@ -1,0 +1,246 @@
+// Gauss quadrature: its tables, the order of its evaluations, and its orders.
+
+#include "foundation/xml/KrXml.h"
+#include "function/tools/KrGaussQuadrature.h"
+#include "tests/support/CapturedMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr KrU32 orders[] = {2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,  13,
+                            14, 15, 16, 17, 18, 19, 20, 32, 64, 96, 100, 128};
+
+class Function : public KrRealRealUnaryFunction {
+public:
+    explicit Function(std::function<double(double)> formula) : formula_(std::move(formula)) {}
+    double evaluate(double x) const override {
+        points.push_back(x);
+        return formula_(x);
+    }
+    mutable std::vector<double> points;
+
+private:
+    std::function<double(double)> formula_;
+};
+
+double cubic(double x) { return 1.0 + x * (2.0 + x * (3.0 + x)); }
+
+KrGaussQuadrature quadratureOf(KrU32 order) {
+    KrGaussQuadrature quadrature;
+    quadrature.setOrder(order);
+    EXPECT_EQ(quadrature.order(), order);
+    return quadrature;
+}
+
+// As a generic read sets it: the order, and no tables.
+void readOrder(KrGaussQuadrature& quadrature, KrU32 order) {
+    std::istringstream stream("<gaussQuadrature xmlns='urn:zeibreku:function#'><order>" +
+                              std::to_string(order) + "</order></gaussQuadrature>");
+    KrXmlReader reader(stream);
+    EXPECT_TRUE(quadrature.read(reader));
+    EXPECT_EQ(quadrature.order(), order);
+}
+
+// The order of the rule that it really uses.
+std::size_t evaluationsOf(KrGaussQuadrature const& quadrature) {
+    Function const f(cubic);
+    EXPECT_NEAR(quadrature.integrate(f, 0.0, 1.0), 3.25, 1e-14);
+    return f.points.size();
+}
+
+// 113 bits: enough to tell the nearest double of a node and of a weight.
+__extension__ typedef __float128 Quad;
+
+struct Legendre {
+    Quad value, slope;
+};
+
+Legendre legendre(KrU32 n, Quad x) {
+    Quad before = 1;
+    Quad value = x;
+    for (KrU32 k = 1; k < n; ++k) {
+        Quad const next = ((2 * k + 1) * x * value - k * before) / (k + 1);
+        before = value;
+        value = next;
+    }
+    return {value, n * (before - x * value) / (1 - x * x)};
+}
+
+// Rounding a number in 113 bits to a double gives the nearest one.
+double nearest(Quad value) { return static_cast<double>(value); }
+
+TEST(GaussQuadrature, TablesAreTheNearestDoubles) {
+    KrGaussQuadrature const quadrature;
+    for (KrU32 const n : orders) {
+        double const* x = nullptr;
+        double const* w = nullptr;
+        quadrature.obtainAbscissasAndWeights(n, x, w);
+        ASSERT_TRUE(x && w) << n;
+        double below = n % 2 ? -1.0 : 0.0;
+        for (KrU32 i = 0; i < (n + 1) / 2; ++i) {
+            SCOPED_TRACE(testing::Message() << "order " << n << ", node " << i);
+            ASSERT_TRUE(below < x[i] && x[i] < 1.0);  // so that no root stands twice
+            below = x[i];
+            Quad root = x[i];
+            for (int step = 0; step < 3; ++step) {
+                Legendre const p = legendre(n, root);
+                root -= p.value / p.slope;
+            }
+            Quad const slope = legendre(n, root).slope;
+            EXPECT_EQ(x[i], nearest(root));
+            EXPECT_EQ(w[i], nearest(2 / ((1 - root * root) * slope * slope)));
+        }
+    }
+}
+
+TEST(GaussQuadrature, IsExactUpToItsDegree) {
+    constexpr double epsilon = std::numeric_limits<double>::epsilon();
+    for (KrU32 const n : orders) {
+        KrGaussQuadrature const quadrature = quadratureOf(n);
+        for (KrU32 degree = 0; degree < 2 * n; ++degree) {
+            SCOPED_TRACE(testing::Message() << "order " << n << ", degree " << degree);
+            Function const power([degree](double x) { return std::pow(x, degree); });
+            EXPECT_NEAR(quadrature.integrate(power, 0.0, 1.0), 1.0 / (degree + 1.0), 10 * epsilon);
+            EXPECT_NEAR(quadrature.integrate(power, -1.0, 1.0),
+                        degree % 2 ? 0.0 : 2.0 / (degree + 1.0), 10 * epsilon);
+        }
+        // The square of its own polynomial is the first that it misses.
+        Function const square([n](double x) {
+            double const value = nearest(legendre(n, x).value);
+            return value * value;
+        });
+        EXPECT_NEAR(quadrature.integrate(square, -1.0, 1.0), 0.0, epsilon);
+    }
+    EXPECT_EQ(quadratureOf(3).integrate(Function([](double x) { return x * x; }), -1.0, 1.0),
+              0.6666666666666667);
+}
+
+TEST(GaussQuadrature, EvaluatesInPairsFromTheMiddleOutwards) {
+    struct {
+        double a, b;
+    } const intervals[] = {{0.3, 1.7}, {1.7, 0.3}, {-1e3, 1e-3}, {2.5, 2.5}};
+    for (KrU32 const n : orders) {
+        KrGaussQuadrature const quadrature = quadratureOf(n);
+        double const* x = nullptr;
+        double const* w = nullptr;
+        quadrature.obtainAbscissasAndWeights(n, x, w);
+        for (auto const& [a, b] : intervals) {
+            SCOPED_TRACE(testing::Message() << "order " << n << ", from " << a);
+            double const half = 0.5 * (b - a);
+            double const mid = 0.5 * (a + b);
+            std::vector<double> points;
+            double sum = 0.0;
+            for (KrU32 i = 0; i < (n + 1) / 2; ++i) {
+                if (n % 2 && i == 0) {
+                    points.push_back(mid);
+                    sum = w[0] * cubic(mid);
+                    continue;
+                }
+                points.insert(points.end(), {mid + half * x[i], mid - half * x[i]});
+                sum += w[i] * (cubic(mid + half * x[i]) + cubic(mid - half * x[i]));
+            }
+            Function const f(cubic);
+            EXPECT_EQ(quadrature.integrate(f, a, b), half * sum);  // to the last bit
+            EXPECT_EQ(f.points, points);
+            EXPECT_EQ(f.points.size(), n);
+            EXPECT_EQ(quadrature.integrate(f, b, a), -(half * sum));
+        }
+    }
+}
+
+TEST(GaussQuadrature, ReportsAnOrderThatItHasNot) {
+    KrGaussQuadrature quadrature = quadratureOf(7);
+    double const mark = 0.0;
+    for (KrU32 const order : {0U, 1U, 21U, 31U, 33U, 127U, 129U, 2147483647U}) {
+        CapturedMessages const captured;
+        quadrature.setOrder(order);
+        EXPECT_EQ(captured.text(),
+                  "The order of " + std::to_string(order) + " is not supported.\n");
+        ASSERT_EQ(captured.messages.size(), 1U);
+        EXPECT_EQ(static_cast<int>(captured.messages[0].type), 4);
+        EXPECT_EQ(quadrature.order(), 7U);
+        EXPECT_EQ(evaluationsOf(quadrature), 7U);
+        double const* x = &mark;
+        double const* w = &mark;
+        quadrature.obtainAbscissasAndWeights(order, x, w);
+        EXPECT_TRUE(x == &mark && w == &mark);
+    }
+}
+
+TEST(GaussQuadrature, AReadOrderIsFollowedWhereThereAreTables) {
+    CapturedMessages const captured;
+    KrGaussQuadrature quadrature = quadratureOf(5);
+    for (KrU32 const order : orders) {
+        readOrder(quadrature, order);
+        EXPECT_EQ(evaluationsOf(quadrature), order);
+    }
+    for (KrU32 const order : {0U, 1U, 21U, 129U, 4294967295U}) {
+        readOrder(quadrature, order);
+        EXPECT_EQ(evaluationsOf(quadrature), 5U);  // the last that was set
+        KrGaussQuadrature const copy(quadrature);
+        KrGaussQuadrature assigned;
+        EXPECT_FALSE(assigned == copy);
+        assigned = copy;
+        EXPECT_TRUE(assigned == quadrature);
+        EXPECT_EQ(evaluationsOf(copy), 5U);
+        EXPECT_EQ(evaluationsOf(assigned), 5U);
+        // Another rule in reserve makes no difference.
+        KrGaussQuadrature other;
+        readOrder(other, order);
+        EXPECT_EQ(evaluationsOf(other), 10U);
+        EXPECT_TRUE(other == quadrature);
+    }
+    EXPECT_TRUE(captured.messages.empty());
+    // A document replaces the whole object.
+    ASSERT_TRUE(KrXml::fromString(
+        "<gaussQuadrature xmlns='urn:zeibreku:function#'><order>1</order></gaussQuadrature>",
+        quadrature));
+    EXPECT_EQ(evaluationsOf(quadrature), 10U);
+    readOrder(quadrature, 12);
+    quadrature.setOrder(quadrature.order());
+    readOrder(quadrature, 1);
+    EXPECT_EQ(evaluationsOf(quadrature), 12U);
+}
+
+TEST(GaussQuadrature, ADerivedClassMayBringTables) {
+    struct Midpoint : KrGaussQuadrature {
+        void obtainAbscissasAndWeights(KrU32 order, double const*& abscissas,
+                                       double const*& weights) const override {
+            static constexpr double node = 0.0;
+            static constexpr double weight = 2.0;
+            KrGaussQuadrature::obtainAbscissasAndWeights(order, abscissas, weights);
+            if (order == 1) {
+                abscissas = &node;
+                weights = &weight;
+            }
+        }
+    } midpoint;
+    Function const square([](double x) { return x * x; });
+    midpoint.setOrder(1);
+    EXPECT_EQ(midpoint.integrate(square, 0.0, 4.0), 16.0);
+    EXPECT_EQ(square.points, std::vector<double>{2.0});
+    midpoint.setOrder(4);
+    readOrder(midpoint, 1);
+    EXPECT_EQ(midpoint.integrate(square, 0.0, 4.0), 16.0);
+}
+
+TEST(GaussQuadrature, ValuesAndExceptionsOfTheFunctionPass) {
+    KrGaussQuadrature const quadrature;
+    double const inf = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(quadrature.integrate(Function([&](double) { return inf; }), 0.0, 1.0), inf);
+    EXPECT_TRUE(std::isnan(quadrature.integrate(Function([](double x) { return x; }), 0.0, inf)));
+    Function const thrower([](double x) { return x > 0.9 ? throw std::runtime_error("no") : x; });
+    EXPECT_THROW(quadrature.integrate(thrower, 0.0, 1.0), std::runtime_error);
+    EXPECT_EQ(evaluationsOf(quadrature), 10U);
+}
+
+}  // namespace
