@@ -2,6 +2,9 @@
 
 #include "foundation/core/KrPrint.h"
 
+#include <algorithm>
+#include <span>
+
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 }
@@ -18,27 +21,37 @@ void KrGaussQuadrature::setOrder(KrU32 order) {
 }
 
 double KrGaussQuadrature::integrate(KrRealRealUnaryFunction const& f, double a, double b) const {
-    Rule used = *rule_;
-    if (order_ != used.order) {
-        Rule const read = rule(order_);
-        used = read.abscissas ? read : used;
+    // Copies, since the function may set another order meanwhile.
+    KrU32 n = rule_->order;
+    double const* x = rule_->abscissas;
+    double const* w = rule_->weights;
+    if (order_ != n) {
+        if (Rule const read = rule(order_); read.abscissas) {
+            n = read.order;
+            x = read.abscissas;
+            w = read.weights;
+        }
     }
     double const half = 0.5 * (b - a);
     double const mid = 0.5 * (a + b);
-    KrU32 const centre = used.order % 2;
-    double sum = centre ? used.weights[0] * f.evaluate(mid) : 0.0;
-    for (KrU32 i = centre; i < used.order / 2 + centre; ++i) {
-        double const offset = half * used.abscissas[i];
+    double sum = 0.0;
+    if (n % 2) {
+        sum = *w++ * f.evaluate(mid);
+        ++x;
+    }
+    for (KrU32 pairs = n / 2; pairs > 0; --pairs) {
+        double const offset = half * *x++;
         double const plus = f.evaluate(mid + offset);
         double const minus = f.evaluate(mid - offset);
-        sum += used.weights[i] * (plus + minus);
+        sum += *w++ * (plus + minus);
     }
     return half * sum;
 }
 
 void KrGaussQuadrature::obtainAbscissasAndWeights(KrU32 order, double const*& abscissas,
                                                   double const*& weights) const {
-    for (Rule const& rule : rules_) {
+    // The rows of the orders 2, 3, ... 20 come first.
+    for (Rule const& rule : std::span(rules_).subspan(std::min(order - 2, 19U))) {
         if (rule.order == order) {
             abscissas = rule.abscissas;
             weights = rule.weights;

@@ -241,6 +241,12 @@ TEST(GaussQuadrature, ValuesAndExceptionsOfTheFunctionPass) {
     Function const thrower([](double x) { return x > 0.9 ? throw std::runtime_error("no") : x; });
     EXPECT_THROW(quadrature.integrate(thrower, 0.0, 1.0), std::runtime_error);
     EXPECT_EQ(evaluationsOf(quadrature), 10U);
+    // An order that the function sets is that of the next integral.
+    KrGaussQuadrature changing;
+    Function const setter([&](double x) { return changing.setOrder(128), x; });
+    EXPECT_NEAR(changing.integrate(setter, 0.0, 1.0), 0.5, 1e-15);
+    EXPECT_EQ(setter.points.size(), 10U);
+    EXPECT_EQ(evaluationsOf(changing), 128U);
 }
 
 }  // namespace

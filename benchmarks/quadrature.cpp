@@ -1,0 +1,163 @@
+// What an integral costs, beside GSL's rule of a fixed order and beside the bare
+// virtual calls: the same function at the same points, which are known beforehand,
+// and the values added up. Each case runs the two in turn; "ratio" is our least time
+// over the other's, "goal" what it is to stay below.
+//
+// The function is a parabola, hardly more than a call, or an exponential. "read" is
+// a quadrature whose order came from a document.
+
+#include "foundation/xml/KrXml.h"
+#include "function/tools/KrGaussQuadrature.h"
+
+#include <benchmark/benchmark.h>
+
+#if ZEIBREKU_HAVE_GSL
+#include <gsl/gsl_integration.h>
+#endif
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr double from = 0.25;
+constexpr double to = 1.5;
+
+using Formula = double (*)(double);
+double parabola(double x) { return 1.0 + x * (0.5 - x); }
+double exponential(double x) { return std::exp(-x); }
+
+template <Formula formula>
+class Function : public KrRealRealUnaryFunction {
+public:
+    double evaluate(double x) const override { return formula(x); }
+};
+
+template <Formula formula>
+struct Ours {
+    explicit Ours(KrU32 order) { quadrature.setOrder(order); }
+    double operator()() const { return quadrature.integrate(*f, from, to); }
+    KrGaussQuadrature quadrature;
+    std::unique_ptr<KrRealRealUnaryFunction> f = std::make_unique<Function<formula>>();
+};
+
+template <Formula formula>
+struct OursRead : Ours<formula> {
+    explicit OursRead(KrU32 order) : Ours<formula>(order) {
+        KrXml::fromString(KrXml::toString(this->quadrature), this->quadrature);
+    }
+};
+
+// Behind a virtual call of its own, as an integral is.
+struct BareBase {
+    virtual ~BareBase() = default;
+    virtual double sum() const = 0;
+};
+
+template <Formula formula>
+struct Bare final : BareBase {
+    explicit Bare(KrU32 order) {
+        KrGaussQuadrature quadrature;
+        quadrature.setOrder(order);
+        double const* x = nullptr;
+        double const* w = nullptr;
+        quadrature.obtainAbscissasAndWeights(order, x, w);
+        for (KrU32 i = 0; i < (order + 1) / 2; ++i) {
+            double const offset = 0.5 * (to - from) * x[i];
+            points.push_back(0.5 * (to + from) + offset);
+            if (points.size() < order) {
+                points.push_back(0.5 * (to + from) - offset);
+            }
+        }
+    }
+    double sum() const override {
+        double sum = 0.0;
+        for (double const x : points) {
+            sum += f->evaluate(x);
+        }
+        return sum;
+    }
+    double operator()() const {
+        BareBase const* base = this;
+        benchmark::DoNotOptimize(base);
+        return base->sum();
+    }
+    std::vector<double> points;
+    std::unique_ptr<KrRealRealUnaryFunction> f = std::make_unique<Function<formula>>();
+};
+
+#if ZEIBREKU_HAVE_GSL
+template <Formula formula>
+struct Gsl {
+    explicit Gsl(KrU32 order) { table.reset(gsl_integration_glfixed_table_alloc(order)); }
+    double operator()() const { return gsl_integration_glfixed(&f, from, to, table.get()); }
+    gsl_function f{[](double x, void*) { return formula(x); }, nullptr};
+    std::unique_ptr<gsl_integration_glfixed_table, void (*)(gsl_integration_glfixed_table*)> table{
+        nullptr, gsl_integration_glfixed_table_free};
+};
+#endif
+
+// Nanoseconds of a call.
+template <class Integral>
+double timeOf(Integral& integral, int calls) {
+    auto const start = std::chrono::steady_clock::now();
+    for (int i = 0; i < calls; ++i) {
+        benchmark::DoNotOptimize(integral);
+        benchmark::DoNotOptimize(integral());
+    }
+    std::chrono::duration<double, std::nano> const time = std::chrono::steady_clock::now() - start;
+    return time.count() / calls;
+}
+
+template <class Us, class Peer>
+void compare(benchmark::State& state, double goal) {
+    auto const order = static_cast<KrU32>(state.range(0));
+    Us us(order);
+    Peer peer(order);
+    int const calls = 20'000 / static_cast<int>(order);
+    double ours = std::numeric_limits<double>::infinity();
+    double theirs = ours;
+    for (auto _ : state) {
+        double const time = timeOf(us, calls);
+        ours = std::min(ours, time);
+        theirs = std::min(theirs, timeOf(peer, calls));
+        state.SetIterationTime(time * 1e-9);
+    }
+    state.counters["peer_ns"] = theirs;
+    state.counters["ours_ns"] = ours;
+    state.counters["ratio"] = ours / theirs;
+    state.counters["goal"] = goal;
+}
+
+template <Formula formula>
+void add(std::string const& name) {
+    auto const addOne = [&name](auto run, std::string const& what, double goal) {
+        auto* const benchmark = benchmark::RegisterBenchmark(
+            (name + what).c_str(), [run, goal](benchmark::State& state) { run(state, goal); });
+        benchmark->UseManualTime()->Iterations(300);
+        for (int const order : {2, 3, 5, 10, 20, 32, 128}) {
+            benchmark->Arg(order);
+        }
+    };
+    addOne(compare<Ours<formula>, Bare<formula>>, " / virtual calls", 1.2);
+    addOne(compare<OursRead<formula>, Bare<formula>>, ", read / virtual calls", 1.2);
+#if ZEIBREKU_HAVE_GSL
+    addOne(compare<Ours<formula>, Gsl<formula>>, " / GSL", 1.1);
+    addOne(compare<OursRead<formula>, Gsl<formula>>, ", read / GSL", 1.1);
+#endif
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    add<parabola>("parabola");
+    add<exponential>("exponential");
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
