@@ -113,12 +113,6 @@ TEST(GaussQuadrature, IsExactUpToItsDegree) {
             EXPECT_NEAR(quadrature.integrate(power, -1.0, 1.0),
                         degree % 2 ? 0.0 : 2.0 / (degree + 1.0), 10 * epsilon);
         }
-        // The square of its own polynomial is the first that it misses.
-        Function const square([n](double x) {
-            double const value = nearest(legendre(n, x).value);
-            return value * value;
-        });
-        EXPECT_NEAR(quadrature.integrate(square, -1.0, 1.0), 0.0, epsilon);
     }
     EXPECT_EQ(quadratureOf(3).integrate(Function([](double x) { return x * x; }), -1.0, 1.0),
               0.6666666666666667);
@@ -235,6 +229,7 @@ TEST(GaussQuadrature, ADerivedClassMayBringTables) {
 
 TEST(GaussQuadrature, ValuesAndExceptionsOfTheFunctionPass) {
     KrGaussQuadrature const quadrature;
+    EXPECT_FALSE(std::signbit(quadrature.integrate(Function([](double) { return -0.0; }), 0, 1)));
     double const inf = std::numeric_limits<double>::infinity();
     EXPECT_EQ(quadrature.integrate(Function([&](double) { return inf; }), 0.0, 1.0), inf);
     EXPECT_TRUE(std::isnan(quadrature.integrate(Function([](double x) { return x; }), 0.0, inf)));
