@@ -64,5 +64,5 @@ private:
 
     KrXmlBasicType<KrU32> order_{10};
     // That of the last order that was set: a document may hold any order.
-    KrUncompared<Rule> rule_{KrGaussQuadrature::rule(order_)};
+    KrUncompared<Rule> rule_{rule(order_)};
 };
