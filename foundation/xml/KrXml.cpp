@@ -2,6 +2,7 @@
 
 #include "foundation/core/KrPrint.h"
 #include "foundation/xml/KrXmlChildren.h"
+#include "foundation/xml/KrXmlFactory.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlSchema.h"
 #include "foundation/xml/KrXmlWriter.h"
@@ -46,21 +47,29 @@ KrBoolean refuseFile(std::string const& path, std::string const& reason) {
 
 std::string lastSystemError() { return std::generic_category().message(errno); }
 
+// Reads the root element, on which the reader stands.
+void readRoot(KrXmlReader& reader, KrXmlObject& object) {
+    object.setSpecified(true);
+    if (!object.read(reader) && reader.errorCount() == 0) {
+        // A client's element may have refused without a word.
+        reader.refuse("a " + std::string(object.token().localName()) + " that can be read",
+                      "another");
+    }
+}
+
+std::string foundElement(KrXmlReader& reader) {
+    return "element " + krXmlQuoted(reader.token().text());
+}
+
 KrBoolean readDocument(std::istream& stream, std::string const& name, KrXmlObject& object,
                        KrXmlFactory const* factory) {
     KrXmlReader reader(stream, name);
     reader.setFactory(factory);
     if (reader.onElement()) {
-        if (!(reader.token() == object.token())) {
-            reader.refuse("element " + krXmlQuoted(object.token().text()),
-                          "element " + krXmlQuoted(reader.token().text()));
+        if (reader.token() == object.token()) {
+            readRoot(reader, object);
         } else {
-            object.setSpecified(true);
-            if (!object.read(reader) && reader.errorCount() == 0) {
-                // A client's element may have refused without a word.
-                reader.refuse("a " + std::string(object.token().localName()) + " that can be read",
-                              "another");
-            }
+            reader.refuse("element " + krXmlQuoted(object.token().text()), foundElement(reader));
         }
     }
     reader.finish();
@@ -75,6 +84,15 @@ KrBoolean writeDocument(std::ostream& stream, KrXmlObject const& object) {
     }
     return writer.flush();
 }
+
+KrBoolean openFile(std::string const& path, std::ifstream& stream) {
+    errno = 0;
+    stream.open(path, std::ios::binary);
+    return stream.good() || refuseFile(path, "cannot be read: " + lastSystemError());
+}
+
+// What messages call a document that is no file.
+constexpr char stringName[] = "<string>";
 
 // A stream over characters that stay where they are.
 struct TextBuffer : std::streambuf {
@@ -131,18 +149,14 @@ bool synchronise(fs::path const& path) {
 namespace internal {
 
 KrBoolean readFileInto(std::string const& path, KrXmlObject& object, KrXmlFactory const* factory) {
-    errno = 0;
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) {
-        return refuseFile(path, "cannot be read: " + lastSystemError());
-    }
-    return readDocument(stream, path, object, factory);
+    std::ifstream stream;
+    return openFile(path, stream) && readDocument(stream, path, object, factory);
 }
 
 KrBoolean readTextInto(std::string const& text, KrXmlObject& object, KrXmlFactory const* factory) {
     TextBuffer buffer(text);
     std::istream stream(&buffer);
-    return readDocument(stream, "<string>", object, factory);
+    return readDocument(stream, stringName, object, factory);
 }
 
 KrBoolean replaceFile(std::string const& path,
@@ -180,6 +194,37 @@ KrBoolean replaceFile(std::string const& path,
 
 }  // namespace internal
 
+std::unique_ptr<KrXmlObject> read(KrXmlReader& reader, KrXmlFactory const& factory) {
+    std::unique_ptr<KrXmlObject> object;
+    reader.setFactory(&factory);
+    if (reader.onElement()) {
+        object.reset(factory.newObjectFromToken(reader.token()));
+        if (object) {
+            readRoot(reader, *object);
+        } else {
+            reader.refuse("a known element", foundElement(reader));
+        }
+    }
+    reader.finish();
+    return reader.errorCount() == 0 ? std::move(object) : nullptr;
+}
+
+std::unique_ptr<KrXmlObject> readFile(std::string const& path, KrXmlFactory const& factory) {
+    std::ifstream stream;
+    if (!openFile(path, stream)) {
+        return nullptr;
+    }
+    KrXmlReader reader(stream, path);
+    return read(reader, factory);
+}
+
+std::unique_ptr<KrXmlObject> fromString(std::string const& text, KrXmlFactory const& factory) {
+    TextBuffer buffer(text);
+    std::istream stream(&buffer);
+    KrXmlReader reader(stream, stringName);
+    return read(reader, factory);
+}
+
 KrBoolean writeFile(std::string const& path, KrXmlObject const& object) {
     return internal::replaceFile(
         path, [&](std::ostream& stream) { return writeDocument(stream, object); });
@@ -191,7 +236,20 @@ std::string toString(KrXmlObject const& object) {
 }
 
 std::string schemaToString(KrXmlObject const& object) {
-    return KrXmlSchema().document(object, object.token());
+    KrXmlSchema schema(std::string(object.token().namespaceUri()));
+    schema.element(object.token(), object);
+    return schema.text();
+}
+
+std::string schemaToString(KrXmlFactory const& factory) {
+    KrXmlSchema schema;
+    for (auto const& [token, creator] : factory.creatorMap()) {
+        std::unique_ptr<KrXmlObject const> const object(factory.newObjectFromToken(token));
+        if (object) {
+            schema.element(token, *object);
+        }
+    }
+    return schema.text();
 }
 
 }  // namespace KrXml

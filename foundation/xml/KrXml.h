@@ -5,13 +5,16 @@
 #include "foundation/core/KrTypes.h"
 #include "foundation/xml/KrXmlObject.h"
 
+#include <concepts>
 #include <functional>
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
 
 class KrXmlFactory;
+class KrXmlReader;
 
 /// The framework's own tokens, and whole documents. The functions never leave a
 /// failure unsaid: whenever a result is false (or an empty text), a message has
@@ -60,18 +63,35 @@ KrBoolean replaceByNew(T& object, Read read) {
 /// lacks takes its default: the object is replaced. When the result is false,
 /// `object` is as it was. `factory` creates elements that containers and vectors
 /// have no creator for; null: none.
-template <class T>
+template <std::derived_from<KrXmlObject> T>
 KrBoolean readFile(std::string const& path, T& object, KrXmlFactory const* factory = nullptr) {
     return internal::replaceByNew(
         object, [&](KrXmlObject& fresh) { return internal::readFileInto(path, fresh, factory); });
 }
 
 /// The same from a text; in messages the document is called "<string>".
-template <class T>
+template <std::derived_from<KrXmlObject> T>
 KrBoolean fromString(std::string const& text, T& object, KrXmlFactory const* factory = nullptr) {
     return internal::replaceByNew(
         object, [&](KrXmlObject& fresh) { return internal::readTextInto(text, fresh, factory); });
 }
+
+/// Reads a whole document of whatever element: the root's tag chooses one of the
+/// creators of `factory`, which creates elements inside containers and vectors as
+/// well. Null, with a message, when the root is unknown or anything was refused.
+/// A branch of a composite function has its children inside its container alone.
+///
+///     auto const object = KrXml::readFile("any.xml", KrCreators::factory());
+KR_EXPORT std::unique_ptr<KrXmlObject> readFile(std::string const& path,
+                                                KrXmlFactory const& factory);
+
+/// The same from a text.
+KR_EXPORT std::unique_ptr<KrXmlObject> fromString(std::string const& text,
+                                                  KrXmlFactory const& factory);
+
+/// The same from a reader that has not moved yet, to its document's end, for who
+/// wants to know where the reader stands when something is printed.
+KR_EXPORT std::unique_ptr<KrXmlObject> read(KrXmlReader& reader, KrXmlFactory const& factory);
 
 /// Writes the document of `object` beside `path` and then renames it over
 /// `path`, so that at every moment the old or the new file is whole; when the
@@ -84,5 +104,9 @@ KR_EXPORT std::string toString(KrXmlObject const& object);
 
 /// An XML Schema for documents whose root is `object.token()`; empty on failure.
 KR_EXPORT std::string schemaToString(KrXmlObject const& object);
+
+/// One schema for documents whose root is any element of `factory` that is in the
+/// library's namespace.
+KR_EXPORT std::string schemaToString(KrXmlFactory const& factory);
 
 }  // namespace KrXml

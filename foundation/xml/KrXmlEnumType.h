@@ -82,7 +82,7 @@ public:
         for (auto const& entry : *texts_) {
             texts.push_back(entry.second);
         }
-        schema.simpleType(KrXmlText<std::string>::schemaType, texts);
+        schema.simpleType("xs:token", texts);  // white space around a text is read
     }
 
     bool isBasicType() const override { return true; }

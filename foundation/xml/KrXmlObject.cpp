@@ -32,7 +32,9 @@ KrBoolean KrXmlObject::write(KrXmlWriter& writer) const { return writer.good(); 
 void KrXmlObject::writeSchema(KrXmlSchema&) const {}
 
 KrBoolean KrXmlObject::createSchema(std::string const& path, KrToken const& root) const {
-    return KrXmlSchema().writeFile(path, *this, root);
+    KrXmlSchema schema(std::string(root.namespaceUri()));
+    schema.element(root, *this);
+    return schema.writeFile(path);
 }
 
 bool KrXmlObject::xmlInitialized() const { return xmlInitialized_; }

@@ -1,6 +1,5 @@
 #include "foundation/xml/KrXmlSchema.h"
 
-#include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlBaseVariableCompoundType.h"
 #include "foundation/xml/KrXmlCompoundType.h"
 #include "foundation/xml/KrXmlWriter.h"
@@ -59,11 +58,15 @@ struct KrXmlSchema::Node {
     std::list<Node> children;
 };
 
-KrXmlSchema::KrXmlSchema() : root_(std::make_unique<Node>("xs:schema")), open_(root_.get()) {
-    root_->with("xmlns:xs", "http://www.w3.org/2001/XMLSchema")
-        .with("xmlns", KrXml::namespaceUri)
-        .with("targetNamespace", KrXml::namespaceUri)
-        .with("elementFormDefault", "qualified");
+KrXmlSchema::KrXmlSchema(std::string targetNamespace)
+    : targetNamespace_(std::move(targetNamespace)),
+      root_(std::make_unique<Node>("xs:schema")),
+      open_(root_.get()) {
+    root_->with("xmlns:xs", "http://www.w3.org/2001/XMLSchema");
+    if (!targetNamespace_.empty()) {
+        root_->with("xmlns", targetNamespace_).with("targetNamespace", targetNamespace_);
+    }
+    root_->with("elementFormDefault", "qualified");
 }
 
 KrXmlSchema::~KrXmlSchema() = default;
@@ -82,11 +85,44 @@ void KrXmlSchema::startGroup(Group group) {
 void KrXmlSchema::endGroup() { open_ = open_->parent; }
 
 void KrXmlSchema::element(KrToken const& tag, KrXmlObject const& object) {
+    std::string const uri(tag.namespaceUri());
+    bool const isRoot = open_ == root_.get();
+    if (uri != targetNamespace_ && (isRoot || !uri.empty())) {
+        foreignElement(uri);
+        return;
+    }
     Node& node = open_->add("xs:element").with("name", std::string(tag.localName()));
-    if (open_ != root_.get() && open_->name != "xs:choice") {
+    if (uri != targetNamespace_) {
+        node.with("form", "unqualified");
+    }
+    if (!isRoot && open_->name != "xs:choice") {
         node.with("minOccurs", "0");
     }
     describe(node, object);
+}
+
+// Allows the elements of another namespace: once for a namespace, since a schema
+// may not leave open which of its parts an element fits.
+void KrXmlSchema::foreignElement(std::string const& uri) {
+    if (open_ == root_.get()) {
+        return;
+    }
+    for (Node const* group = open_; group->name != "xs:complexType"; group = group->parent) {
+        for (Node const& child : group->children) {
+            if (child.name == "xs:any" && child.attributes.front().second == uri) {
+                return;
+            }
+        }
+    }
+    if (open_->name == "xs:all") {  // which holds no wildcards
+        open_->name = "xs:choice";
+        open_->with("minOccurs", "0").with("maxOccurs", "unbounded");
+    }
+    open_->add("xs:any")
+        .with("namespace", uri)
+        .with("processContents", "lax")
+        .with("minOccurs", "0")
+        .with("maxOccurs", "unbounded");
 }
 
 void KrXmlSchema::attribute(KrToken const& tag, KrXmlObject const& object) {
@@ -108,19 +144,17 @@ KrBoolean KrXmlSchema::described(KrXmlObject const& object) const {
     return typeNames_.contains(typeid(object).name());
 }
 
-std::string KrXmlSchema::document(KrXmlObject const& object, KrToken const& root) {
-    element(root, object);
+std::string KrXmlSchema::text() const {
     std::ostringstream stream;
     KrXmlWriter writer("", stream);
     root_->write(writer);
     return writer.good() ? std::move(stream).str() : std::string();
 }
 
-KrBoolean KrXmlSchema::writeFile(std::string const& path, KrXmlObject const& object,
-                                 KrToken const& root) {
-    std::string const text = document(object, root);
-    return !text.empty() && KrXml::internal::replaceFile(path, [&](std::ostream& stream) {
-        stream << text;
+KrBoolean KrXmlSchema::writeFile(std::string const& path) const {
+    std::string const document = text();
+    return !document.empty() && KrXml::internal::replaceFile(path, [&](std::ostream& stream) {
+        stream << document;
         return stream.good();
     });
 }

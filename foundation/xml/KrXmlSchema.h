@@ -3,18 +3,21 @@
 #include "foundation/core/KrExport.h"
 #include "foundation/core/KrToken.h"
 #include "foundation/core/KrTypes.h"
+#include "foundation/xml/KrXml.h"
 
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-class KrXmlObject;
-
-/// Collects the XML Schema of a document from what its objects say of
-/// themselves in `writeSchema`. Each class of elements and containers is
-/// described once, as a named type, so that classes may hold one another; values
-/// are described where they stand.
+/// Collects an XML Schema (1.0) from what objects say of themselves in
+/// `writeSchema`. Each class of elements and containers is described once, as a
+/// named type, so that classes may hold one another; values are described where
+/// they stand.
+///
+///     KrXmlSchema schema;
+///     schema.element(object.token(), object);  // a root; there may be several
+///     std::string const text = schema.text();
 ///
 /// Inside a `writeSchema`, a class describes its children, then its attributes:
 ///
@@ -24,6 +27,10 @@ class KrXmlObject;
 ///     schema.attribute(token, member);
 ///
 /// or calls `simpleType` alone.
+///
+/// A schema describes one namespace. An element of another one is allowed where
+/// it may stand, whatever it holds, and the children beside it then any number of
+/// times.
 class KR_EXPORT KrXmlSchema {
 public:
     enum class Group {
@@ -33,7 +40,8 @@ public:
         List,      ///< the children any number of times, in any order
     };
 
-    KrXmlSchema();
+    /// Describes elements of `targetNamespace`, and those without a namespace.
+    explicit KrXmlSchema(std::string targetNamespace = KrXml::namespaceUri);
     ~KrXmlSchema();
     KrXmlSchema(KrXmlSchema const&) = delete;
     KrXmlSchema& operator=(KrXmlSchema const&) = delete;
@@ -42,7 +50,9 @@ public:
     void startGroup(Group group);
     void endGroup();
 
-    /// A child element `tag` with the content of `object`, in the open group.
+    /// A child element `tag` with the content of `object`, in the open group; where
+    /// none is open, a root element of documents, which must be of the target
+    /// namespace.
     void element(KrToken const& tag, KrXmlObject const& object);
 
     /// An optional attribute `tag` with the value of `object`.
@@ -55,17 +65,18 @@ public:
     /// Whether the run-time class of `object` has been described already.
     KrBoolean described(KrXmlObject const& object) const;
 
-    /// The schema of documents with root element `root` and the content of
-    /// `object`; empty, with a message, on failure.
-    std::string document(KrXmlObject const& object, KrToken const& root);
-    KrBoolean writeFile(std::string const& path, KrXmlObject const& object, KrToken const& root);
+    /// The schema's document; empty, with a message, on failure.
+    std::string text() const;
+    KrBoolean writeFile(std::string const& path) const;
 
 private:
     struct Node;
 
     std::string typeNameOf(KrXmlObject const& object);
     void describe(Node& node, KrXmlObject const& object);
+    void foreignElement(std::string const& uri);
 
+    std::string targetNamespace_;
     std::map<std::string, std::string> typeNames_;  // by class
     std::unique_ptr<Node> root_;
     Node* open_;  // what the calls of a writeSchema add to

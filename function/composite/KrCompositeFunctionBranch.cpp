@@ -1,9 +1,9 @@
 #include "function/composite/KrCompositeFunctionBranch.h"
 
 #include "foundation/core/KrPrint.h"
-#include "foundation/xml/KrXmlBaseVariableCompoundType.h"
 #include "foundation/xml/KrXmlChildren.h"
 #include "foundation/xml/KrXmlSchema.h"
+#include "function/composite/KrCompositeFunctionContainer.h"
 
 #include <algorithm>
 #include <utility>
@@ -120,18 +120,18 @@ KrBoolean KrCompositeFunctionBranch::write(KrXmlWriter& writer) const {
     return good;
 }
 
-// Any number of children are accepted, of the classes that the container creates.
+// Any number of children are accepted, of the classes that the container creates. A
+// branch that has none may have children all the same, which it writes.
 void KrCompositeFunctionBranch::writeSchema(KrXmlSchema& schema) const {
     KrCompositeFunctionElement::writeSchema(schema);
-    if (!container()) {
-        return;
-    }
+    KrCompositeFunctionContainer const standIn;
+    auto const* const home = container() ? container() : &standIn;
     schema.startGroup(KrXmlSchema::Group::List);
-    for (auto const& entry : container()->creatorMap()) {
-        Child const child(Child::castOrDelete(container()->newObjectFromToken(entry.first)));
+    for (auto const& [token, creator] : home->creatorMap()) {
+        Child const child(Child::castOrDelete(home->newObjectFromToken(token)));
         if (child) {
-            child->setContainer(container());
-            schema.element(entry.first, *child);
+            child->setContainer(home);
+            schema.element(token, *child);
         }
     }
     schema.endGroup();

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "foundation/core/KrExport.h"
+#include "foundation/xml/KrXmlFactory.h"
 
 class KrXmlBaseVariableCompoundType;
 
-/// Which classes of each family a container or vector can create, in one place:
+/// Which classes of each family a container or vector can create, and all of them
+/// together, in one place:
 /// the source is the only file that knows every concrete element, so that no
 /// container needs to include its elements, which may themselves hold containers.
 namespace KrCreators {
@@ -20,5 +22,10 @@ KR_EXPORT void registerOptimizers(KrXmlBaseVariableCompoundType& holder);
 
 /// Registers the elements of a composite function with `holder`.
 KR_EXPORT void registerCompositeFunctions(KrXmlBaseVariableCompoundType& holder);
+
+/// The creators of every element of the library by their tags, containers and
+/// vectors among them; a client may add his own. Handed to a reader, it creates
+/// elements that a container has no creator for, such as the multipoint function.
+KR_EXPORT KrXmlFactory factory();
 
 }  // namespace KrCreators
