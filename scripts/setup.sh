@@ -2,7 +2,7 @@
 # Installs what building needs, as Debian packages, and only what is missing.
 #
 #   scripts/setup.sh demo         compiler, CMake, Ninja, pkg-config, expat
-#   scripts/setup.sh test         the same and GoogleTest
+#   scripts/setup.sh test         the same, GoogleTest and xmllint
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
 #
@@ -57,6 +57,7 @@ need_demo() {
 need_test() {
     need_demo
     need libgtest-dev library gtest
+    need libxml2-utils program xmllint
 }
 
 need_checks() {
@@ -65,7 +66,6 @@ need_checks() {
     need clang-format eval 'program clang-format-14 || program clang-format'
     need clang-tidy eval 'program clang-tidy-14 || program clang-tidy'
     need cppcheck program cppcheck
-    need libxml2-utils program xmllint
     need python3 program python3
     want libclang-rt-14-dev clang_runtime
 }

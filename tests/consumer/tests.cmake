@@ -23,6 +23,12 @@ add_test(NAME consumer.find_package
         --test-command consumer)
 set_tests_properties(consumer.find_package PROPERTIES FIXTURES_REQUIRED consumer_prefix)
 
+# The schema that an editor of the client's files is told of.
+add_test(NAME consumer.schema
+    COMMAND ${CMAKE_COMMAND} -E compare_files ${PROJECT_SOURCE_DIR}/schemas/zeibreku.xsd
+        ${consumer_prefix}/${CMAKE_INSTALL_DATADIR}/zeibreku/zeibreku.xsd)
+set_tests_properties(consumer.schema PROPERTIES FIXTURES_REQUIRED consumer_prefix)
+
 find_package(PkgConfig QUIET)
 if(PKG_CONFIG_EXECUTABLE)
     add_test(NAME consumer.pkg_config

@@ -1,0 +1,26 @@
+# Every good file of every example, whatever its root: the exit status says it.
+file(GLOB files CONFIGURE_DEPENDS ${example_dir}/../*/*.xml)
+list(FILTER files EXCLUDE REGEX "/(damaged|unknown)\\.xml$")
+add_test(NAME example.07_check.good COMMAND ${example} ${files})
+add_run(kinds "line.xml: good, scalarFunctionContainer\n.*optimizer.xml: good, optimizerContainer\n$"
+    ${example_dir}/../02_functions/line.xml ${example_dir}/../02_functions/optimizer.xml)
+
+# Each problem with its place: the reader's own, and those of messages that have none.
+set(list optimizerContainer/sequenceOptimizer/optimizerSequence)
+string(CONCAT problems
+    "damaged.xml:7:9: ${list}/nelderMead/simplexEdgeLengths: .*size not equal.* 3, actual -- 1\n"
+    "[^\n]*damaged.xml:11:7: ${list}/powerUnitaryMap: .* tag not registered.\n"
+    "[^\n]*damaged.xml:11:7: ${list}/powerUnitaryMap: expected a known element[^\n]*\n"
+    "[^\n]*damaged.xml:13:9: ${list}/hookeJeeves/directionsMode: expected one of [^\n]*\n"
+    "[^\n]*damaged.xml:14:9: ${list}/hookeJeeves/reductionFactor: expected a number, found \"0,5\"\n")
+add_refusal(damaged "${problems}$" ${example_dir}/damaged.xml)
+# Those of all files, a missing one among them.
+add_refusal(several
+    "${problems}absent.xml: cannot be read: No such file.*line.xml: good.*04_tables/unknown.xml:3:5: "
+    ${example_dir}/damaged.xml absent.xml ${example_dir}/../02_functions/line.xml
+    ${example_dir}/../04_tables/unknown.xml)
+add_refusal(foreign "ctest.cmake:1:[0-9]+: : expected well-formed XML" ${example_dir}/ctest.cmake)
+add_refusal(nothing "expected FILE.xml... or --schema")
+add_test(NAME example.07_check.schema
+    COMMAND sh -c "\"$1\" --schema | diff -u \"$2\" -" sh
+        $<TARGET_FILE:${example}> ${PROJECT_SOURCE_DIR}/schemas/zeibreku.xsd)
