@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -176,21 +175,6 @@ TYPED_TEST(ElementContract, TheFactoryKnowsTheElement) {
     EXPECT_TRUE(T().equality(created.get()));
 }
 
-// The components alone, in the opposite order.
-template <class T>
-std::string reversedDocument(T& element) {
-    std::ostringstream stream;
-    KrXmlWriter writer("", stream);
-    writer.startElement(element.token());
-    element.writeAttributes(writer);
-    for (std::size_t i = element.componentMap().size(); i > 0; --i) {
-        auto const& entry = *(element.componentMap().begin() + static_cast<long>(i - 1));
-        krXmlWriteElement(writer, entry.token, *entry.object);
-    }
-    writer.endElement();
-    return stream.str();
-}
-
 TYPED_TEST(ElementContract, SchemasTakeWhatTheReaderTakes) {
     using T = typename TypeParam::Element;
     if (!XmlLint::isInstalled()) {
@@ -199,29 +183,21 @@ TYPED_TEST(ElementContract, SchemasTakeWhatTheReaderTakes) {
     T element;
     changeAll(element);
     std::string const tag(element.token().localName());
-    std::string const root = "<" + tag + " xmlns='urn:zeibreku:function#'";
-    std::vector<std::string> bad{root + "><nothing/></" + tag + ">", root + " colour='red'/>",
-                                 root + ">stray</" + tag + ">", "<" + tag + "/>"};
+    std::string const root = "<" + tag + " xmlns='urn:zeibreku:function#' ";
+    std::vector<std::string> bad;
     for (auto const& component : element.componentMap()) {
         std::string const name(component.token.localName());
-        std::string const start = root + "><" + name;
-        std::string const end = "</" + name + "></" + tag + ">";
-        bad.push_back(start + ">no value" + end);
-        bad.push_back(start + " xmlns=''>1" + end);
-        bad.push_back(start + " colour='red'>" + end);
+        bad.push_back(root + "><" + name + ">no value</" + name + "></" + tag + ">");
     }
     for (auto const& attribute : element.attributeComponentMap()) {
-        bad.push_back(root + ' ' + attribute.token.text() + "='no value'/>");
+        bad.push_back(root + attribute.token.text() + "='no value'/>");
     }
     CapturedMessages const captured;
     for (std::string const& schema :
          {KrXml::schemaToString(element), KrXml::schemaToString(KrCreators::factory())}) {
         XmlLint const lint(schema);
-        for (std::string const& document :
-             {KrXml::toString(T()), KrXml::toString(element), reversedDocument(element)}) {
-            EXPECT_TRUE(KrXml::fromString(document, element)) << document;
-            EXPECT_EQ(lint.complaints(document), "") << document;
-        }
+        EXPECT_EQ(lint.complaints(KrXml::toString(T())), "") << schema;
+        EXPECT_EQ(lint.complaints(KrXml::toString(element)), "") << schema;
         for (std::string const& document : bad) {
             EXPECT_FALSE(KrXml::fromString(document, element)) << document;
             EXPECT_NE(lint.complaints(document), "") << document;
