@@ -32,7 +32,7 @@ std::string onOneLine(std::string const& text) {
 /// Refusals tell their place themselves. What has a text of its own, such as the
 /// warning that a vector's count is wrong, gets that of the element being read.
 std::string withPlace(std::string const& text, KrXmlReader const& reader) {
-    if (text.rfind(reader.fileName() + ':', 0) == 0) {
+    if (text.starts_with(reader.fileName() + ':')) {
         return text;
     }
     return reader.fileName() + ':' + std::to_string(reader.line()) + ':' +

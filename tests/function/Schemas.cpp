@@ -198,6 +198,9 @@ struct Client : KrElement<Client<Tag>, KrScalarMultivariableOptimizer, Tag> {
 struct ClientContainer
     : KrElement<ClientContainer, KrScalarMultivariableOptimizerContainer, foreignTag> {};
 
+// Another class of a tag that is taken.
+struct Twin : KrElement<Twin, KrNelderMeadOptimizer, plainTag> {};
+
 template <KrToken const& Tag>
 void expectClientValid() {
     Client<Tag> client;
@@ -236,13 +239,13 @@ TEST_F(Schemas, DescribeClientsElements) {
     }
     // In a factory, two classes of one name are two types; other namespaces are left out.
     KrXmlFactory factory = KrCreators::factory();
-    factory.registerCreator(KrFunction::ns + "twin", Client<plainTag>::creator);
-    factory.registerCreator(plainTag, KrNelderMeadOptimizer::creator);
+    factory.registerCreator(plainTag, Client<plainTag>::creator);
+    factory.registerCreator(KrFunction::ns + "twin", Twin::creator);
     factory.registerCreator(foreignTag, Client<foreignTag>::creator);
     XmlLint const all(KrXml::schemaToString(factory));
-    EXPECT_EQ(all.complaints(element("twin name='x'", "<made>1</made>")), "");
-    EXPECT_EQ(all.complaints(element("plain", "<eta>1</eta>")), "");
-    EXPECT_NE(all.complaints(element("plain", "<made>1</made>")), "");
+    EXPECT_EQ(all.complaints(element("plain name='x'", "<made>1</made>")), "");
+    EXPECT_EQ(all.complaints(element("twin", "<eta>1</eta>")), "");
+    EXPECT_NE(all.complaints(element("twin", "<made>1</made>")), "");
     EXPECT_NE(all.complaints("<foreign xmlns='urn:client#'/>"), "");
 }
 
