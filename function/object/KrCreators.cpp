@@ -22,6 +22,7 @@
 #include "function/scalar/KrMultipointScalarFunction.h"
 #include "function/scalar/KrPowerUnitaryMap.h"
 #include "function/scalar/KrSCurveUnitaryMap.h"
+#include "function/tools/KrGaussQuadrature.h"
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
@@ -69,8 +70,8 @@ using CompositeFunctions = Classes<KrTableFunctionInterpolator, KrCompositeFunct
 
 // What no container or vector creates of itself.
 using Others =
-    Classes<KrMultipointScalarFunction, KrTableFunctionVectorSearch, KrScalarFunctionContainer,
-            KrUnitaryMapContainer, KrMultivariableConstraintContainer,
+    Classes<KrMultipointScalarFunction, KrTableFunctionVectorSearch, KrGaussQuadrature,
+            KrScalarFunctionContainer, KrUnitaryMapContainer, KrMultivariableConstraintContainer,
             KrMultivariableConstraintVector, KrScalarMultivariableOptimizerContainer,
             KrScalarMultivariableOptimizerVector, KrCompositeFunctionContainer>;
 
