@@ -79,6 +79,10 @@ double KrHookeJeevesOptimizer::findMaximum(KrScalarMultivariableFunction const& 
 
 double KrHookeJeevesOptimizer::search(double sign, KrScalarMultivariableFunction const& f,
                                       KrRealVector const& start, KrRealVector& result) const {
+    KrSearch::Turn const turn(state_->taken, *this);
+    if (turn.clone()) {
+        return turn.clone()->search(sign, f, start, result);
+    }
     initialize(sign, f, start, 1.0);
     newExploratoryMove();
     result = state_->basePoint;

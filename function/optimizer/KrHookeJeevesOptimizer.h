@@ -117,6 +117,7 @@ private:
     using MoveOperation = void (KrHookeJeevesOptimizer::*)() const;
 
     struct State {
+        bool taken = false;  // by a search
         KrScalarMultivariableFunction const* function = nullptr;
         double sign = 1.0;
         KrRealVector basePoint;  // the best point that was confirmed

@@ -24,6 +24,10 @@ double KrImplicitFilteringOptimizer::findMaximum(KrScalarMultivariableFunction c
 double KrImplicitFilteringOptimizer::search(double sign, KrScalarMultivariableFunction const& f,
                                             KrRealVector const& start, KrRealVector& result) const {
     State& s = *state_;
+    KrSearch::Turn const turn(s.taken, *this);
+    if (turn.clone()) {
+        return turn.clone()->search(sign, f, start, result);
+    }
     initialize(sign, f, start, 1.0);
     s.evaluations = 0;  // the first stencil is not charged
     double scale = 1.0;

@@ -114,6 +114,7 @@ public:
 
 private:
     struct State {
+        bool taken = false;   // by a search
         KrReArray stencil;    // the centre, n points forward, n points backward
         KrRealVector values;  // signed value of each
         KrRealVector gradient;

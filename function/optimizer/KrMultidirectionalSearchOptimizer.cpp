@@ -25,6 +25,10 @@ double KrMultidirectionalSearchOptimizer::search(double sign,
                                                  KrRealVector const& start,
                                                  KrRealVector& result) const {
     State& s = *state_;
+    KrSearch::Turn const turn(s.taken, *this);
+    if (turn.clone()) {
+        return turn.clone()->search(sign, f, start, result);
+    }
     initialize(sign, f, start, 1.0);
     s.evaluations = 0;  // the first simplex is not charged
     bool done = true;   // and stays so in no dimensions

@@ -104,6 +104,7 @@ private:
     };
 
     struct State {
+        bool taken = false;   // by a search
         KrReArray simplex;    // row i is vertex i
         KrRealVector values;  // signed value of each vertex
         TrialSet reflected;

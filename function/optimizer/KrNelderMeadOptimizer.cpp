@@ -23,6 +23,10 @@ double KrNelderMeadOptimizer::findMaximum(KrScalarMultivariableFunction const& f
 double KrNelderMeadOptimizer::search(double sign, KrScalarMultivariableFunction const& f,
                                      KrRealVector const& start, KrRealVector& result) const {
     State& s = *state_;
+    KrSearch::Turn const turn(s.taken, *this);
+    if (turn.clone()) {
+        return turn.clone()->search(sign, f, start, result);
+    }
     initialize(sign, f, start, 1.0);
     s.evaluations = 0;  // the first simplex is not charged
     s.expansions = 0;

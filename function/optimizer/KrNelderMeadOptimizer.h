@@ -144,6 +144,7 @@ private:
     };
 
     struct State {
+        bool taken = false;   // by a search
         KrReArray simplex;    // row i is vertex i
         KrRealVector values;  // signed value of each vertex
         KrRealVector mean;    // of all vertices but the worst

@@ -1,5 +1,7 @@
 #include "function/optimizer/KrSequenceOptimizer.h"
 
+#include "function/optimizer/KrSearch.h"
+
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 }
@@ -46,6 +48,10 @@ double KrSequenceOptimizer::runTournament(Direction const& direction,
                                           KrScalarMultivariableFunction const& f,
                                           KrRealVector& result) const {
     State& s = *state_;
+    KrSearch::Turn const turn(s.taken, *this);
+    if (turn.clone()) {
+        return turn.clone()->runTournament(direction, f, result);
+    }
     KrScalarMultivariableOptimizerVector const& optimizers = optimizerSequence();
     double best = direction.worst;
     for (KrU32 pass = 0; pass < numberPasses(); ++pass) {

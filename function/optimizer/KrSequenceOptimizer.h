@@ -67,6 +67,7 @@ private:
     };
 
     struct State {
+        bool taken = false;  // by a search
         KrRealVector passStart;
         KrRealVector candidate;
     };

@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -79,18 +80,23 @@ private:
     KrScalarMultivariableFunction const& f_;
 };
 
-// Powell's function, which throws at its fiftieth evaluation.
-class Throwing : public KrPowellsQuarticFunction {
+// Does something at one of its evaluations.
+class Interrupted : public KrScalarMultivariableFunction {
 public:
+    Interrupted(KrScalarMultivariableFunction const& f, std::size_t at, std::function<void()> act)
+        : f_(f), left_(at), act_(std::move(act)) {}
     double evaluate(KrRealVector const& x) const override {
-        if (++count_ == 50) {
-            throw std::runtime_error("client");
+        if (--left_ == 0) {
+            act_();
         }
-        return KrPowellsQuarticFunction::evaluate(x);
+        return f_.evaluate(x);
     }
+    KrU32 domainDim() const override { return f_.domainDim(); }
 
 private:
-    mutable int count_ = 0;
+    KrScalarMultivariableFunction const& f_;
+    mutable std::size_t left_;
+    std::function<void()> act_;
 };
 
 struct Search {
@@ -146,12 +152,39 @@ TEST(Optimizers, KeepTheirPromises) {
             EXPECT_EQ(optimizer.findMinimum(f, point, point), search.value);
             EXPECT_EQ(point, search.point);
 
-            // Neither an earlier search nor an exception has any influence.
-            EXPECT_THROW(optimizer.findMinimum(Throwing(), powellStart, point), std::runtime_error);
-            expectSame(minimise(optimizer, f, start), search);
             Container const clone(container);
             EXPECT_TRUE(clone == container);
             expectSame(minimise(*clone.topElement(), f, start), search);
+        }
+    }
+}
+
+// Neither an exception of the function, at whichever evaluation, nor a search that it
+// starts itself has any influence on a search.
+TEST(Optimizers, MayBeInterruptedAtAnyEvaluation) {
+    KrPowellsQuarticFunction const powell;
+    TestFunction const bowl(7, sphere);
+    KrRealVector const start(7, 0.5);
+    for (auto const& settings : allSettings()) {
+        SCOPED_TRACE(settings);
+        Container const container = read(settings);
+        KrScalarMultivariableOptimizer const& optimizer = *container.topElement();
+        Search const search = minimise(optimizer, powell, powellStart);
+        Search const inner = minimise(optimizer, bowl, start);
+        std::size_t const count = search.evaluations.size();
+        for (std::size_t n = 1; n <= count; n += 1 + count / 200) {
+            KrRealVector point{7.0};
+            Interrupted const throwing(powell, n, [] { throw std::runtime_error("client"); });
+            EXPECT_THROW(optimizer.findMinimum(throwing, powellStart, point), std::runtime_error);
+            if (n % 7 == 1) {
+                expectSame(minimise(optimizer, powell, powellStart), search);
+            }
+            Interrupted const nested(powell, n,
+                                     [&] { expectSame(minimise(optimizer, bowl, start), inner); });
+            Search const outer = minimise(optimizer, nested, powellStart);
+            if (settings.find("random") == std::string::npos) {  // both draw from one stream
+                expectSame(outer, search);
+            }
         }
     }
 }
