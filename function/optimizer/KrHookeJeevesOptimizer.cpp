@@ -83,6 +83,13 @@ double KrHookeJeevesOptimizer::search(double sign, KrScalarMultivariableFunction
     if (turn.clone()) {
         return turn.clone()->search(sign, f, start, result);
     }
+    struct Forgetting {
+        State& state;
+        ~Forgetting() {  // the function may not live on
+            state.function = nullptr;
+            state.moving = false;
+        }
+    } const forgetting{*state_};
     initialize(sign, f, start, 1.0);
     newExploratoryMove();
     result = state_->basePoint;
@@ -115,7 +122,6 @@ void KrHookeJeevesOptimizer::initialize(double sign, KrScalarMultivariableFuncti
     s.totalReduction = 1.0;
     s.searching = true;
     s.next = nullptr;
-    s.moving = false;  // whatever an exception of the function left behind
 }
 
 void KrHookeJeevesOptimizer::newExploratoryMove() const {

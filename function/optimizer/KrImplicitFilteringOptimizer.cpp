@@ -29,9 +29,9 @@ double KrImplicitFilteringOptimizer::search(double sign, KrScalarMultivariableFu
         return turn.clone()->search(sign, f, start, result);
     }
     initialize(sign, f, start, 1.0);
-    s.evaluations = 0;  // the first stencil is not charged
+    *evaluations_ = 0;  // the first stencil is not charged
     double scale = 1.0;
-    while (s.evaluations < maxFunctionEvaluations()) {
+    while (*evaluations_ < maxFunctionEvaluations()) {
         bool shrink = false;
         singleStep(sign, f, shrink);
         if (shrink) {
@@ -52,7 +52,7 @@ void KrImplicitFilteringOptimizer::initialize(double sign, KrScalarMultivariable
     s.gradient.resize(n);
     s.trialPoint.resize(n);
     KrSearch::evaluateBatch(sign, f, s.stencil.rows(), s.values);
-    s.evaluations += s.values.size();
+    *evaluations_ += s.values.size();
     findMaxAndMin();
     s.bestPoint = s.stencil[s.minIndex];
     s.bestValue = s.values[s.minIndex];
@@ -75,7 +75,7 @@ double KrImplicitFilteringOptimizer::singleStep(double sign, KrScalarMultivariab
             s.trialPoint[j] = centre[j] - lambda * s.gradient[j];
         }
         double const value = sign * f.evaluate(s.trialPoint);
-        ++s.evaluations;
+        ++*evaluations_;
         bool const decreasesEnough =
             value - centreValue < -(lineSearchAlpha() * lambda * slope.squared);
         if (decreasesEnough) {

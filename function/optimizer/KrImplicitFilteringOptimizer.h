@@ -123,7 +123,6 @@ private:
         double bestValue = 0.0;
         KrU32 minIndex = 0;
         KrU32 maxIndex = 0;
-        std::uint64_t evaluations = 0;
     };
 
     // What a step takes from the differences beside the gradient.
@@ -148,4 +147,5 @@ private:
     KrXmlBasicType<double> defaultSimplexEdgeLength_{0.01};
 
     mutable KrScratch<State> state_;
+    mutable KrUncompared<std::uint64_t> evaluations_;
 };

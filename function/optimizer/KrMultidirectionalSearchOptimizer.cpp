@@ -30,9 +30,9 @@ double KrMultidirectionalSearchOptimizer::search(double sign,
         return turn.clone()->search(sign, f, start, result);
     }
     initialize(sign, f, start, 1.0);
-    s.evaluations = 0;  // the first simplex is not charged
+    *evaluations_ = 0;  // the first simplex is not charged
     bool done = true;   // and stays so in no dimensions
-    while (s.evaluations < maxFunctionEvaluations()) {
+    while (*evaluations_ < maxFunctionEvaluations()) {
         singleStep(sign, f, done);
         if (done) {
             break;
@@ -54,7 +54,7 @@ void KrMultidirectionalSearchOptimizer::initialize(double sign,
     }
     s.minIndex = 0;  // a vertex that is there, should the function throw
     KrSearch::evaluateBatch(sign, f, s.simplex.rows(), s.values);
-    s.evaluations += n + std::uint64_t{1};
+    *evaluations_ += n + std::uint64_t{1};
     findMaxAndMin();
 }
 
@@ -90,7 +90,7 @@ double KrMultidirectionalSearchOptimizer::singleStep(double sign,
     setNewData(accepted->points, accepted->values);
 
     done = stoppingThreshold() > s.values[s.maxIndex] - s.values[s.minIndex] ||
-           s.evaluations >= maxFunctionEvaluations();
+           *evaluations_ >= maxFunctionEvaluations();
     return s.values[s.minIndex];
 }
 
@@ -108,7 +108,7 @@ void KrMultidirectionalSearchOptimizer::tryVertices(double sign,
                           trial.points[j].data());
     }
     KrSearch::evaluateBatch(sign, f, trial.points.rows(), trial.values);
-    s.evaluations += n;
+    *evaluations_ += n;
 }
 
 void KrMultidirectionalSearchOptimizer::findMaxAndMin() const {

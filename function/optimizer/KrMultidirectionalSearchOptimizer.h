@@ -89,7 +89,8 @@ public:
     /// The index of the smallest value, the lowest of equal ones.
     virtual KrU32 findMinIndex(KrRealVector const& values) const;
     /// Puts `points`, with their signed values, in the places of all vertices but
-    /// the best.
+    /// the best. What the search itself has tried is not copied: those points and
+    /// the vertices change places.
     virtual void setNewData(KrReArray const& points, KrRealVector const& values) const;
 
     void registerComponents() override;
@@ -112,7 +113,6 @@ private:
         TrialSet contracted;
         KrU32 minIndex = 0;  // the best vertex
         KrU32 maxIndex = 0;  // the worst vertex
-        std::uint64_t evaluations = 0;
 
         // The vertex for which trial point j stands.
         KrU32 besideBest(KrU32 j) const { return j < minIndex ? j : j + 1; }
@@ -132,4 +132,5 @@ private:
     KrXmlBasicType<double> defaultSimplexEdgeLength_{0.01};
 
     mutable KrScratch<State> state_;
+    mutable KrUncompared<std::uint64_t> evaluations_;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
@@ -11,6 +12,14 @@ void moveAlong(KrU32 i, double step, KrReArray& points, KrU32 row) {
     KrRealVector& point = points[row];
     std::copy(points[0].begin(), points[0].end(), point.begin());
     point[i] += step;
+}
+
+// No memory holds the points of that many dimensions, which a client's -1 asks for;
+// their number would not fit the indices of an array either.
+void refuseToHold(KrU32 n) {
+    if (n > std::numeric_limits<KrU32>::max() / 2) {
+        throw std::bad_alloc();
+    }
 }
 
 }  // namespace
@@ -25,6 +34,7 @@ void copyStart(KrRealVector const& start, KrRealVector& point) {
 
 void seedSimplex(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
                  double defaultEdgeLength, double scale, KrReArray& simplex) {
+    refuseToHold(n);
     simplex.resizeArray(n + 1, n);
     copyStart(start, simplex[0]);
     for (KrU32 i = 0; i < n; ++i) {
@@ -34,6 +44,7 @@ void seedSimplex(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edge
 
 void seedStencil(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
                  double defaultEdgeLength, double scale, KrReArray& stencil) {
+    refuseToHold(n);
     stencil.resizeArray(2 * n + 1, n);
     copyStart(start, stencil[0]);
     for (KrU32 i = 0; i < n; ++i) {
@@ -45,9 +56,11 @@ void seedStencil(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edge
 
 void evaluateBatch(double sign, KrScalarMultivariableFunction const& f,
                    std::vector<KrRealVector> const& points, KrRealVector& values) {
+    // A client's override may fill the list in place, or forget to size it.
+    constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
+    values.assign(points.size(), unknown);
     f.evaluateMultiple(points, values);
-    // A client's override may forget to size the list.
-    values.resize(points.size(), std::numeric_limits<double>::quiet_NaN());
+    values.resize(points.size(), unknown);
     for (double& value : values) {
         value *= sign;
     }

@@ -28,7 +28,12 @@ TEST(Token, HoldsNamespaceAndLocalNameAsOneText) {
     std::string const odd("a\0b", 3);
     std::ostringstream stream;
     stream << std::hex << KrToken(odd) << alpha;
-    EXPECT_EQ(stream.str(), odd + "urn:x#alpha");
+    struct Loud : KrToken {
+        using KrToken::KrToken;
+        std::string text() const override { return token() + '!'; }
+    };
+    stream << Loud("loud");
+    EXPECT_EQ(stream.str(), odd + "urn:x#alphaloud!");
 }
 
 TEST(Token, NamesInDocuments) {

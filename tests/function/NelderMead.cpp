@@ -10,6 +10,7 @@
 #include <limits>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -67,6 +68,38 @@ TEST(NelderMead, KeepsItsBudgets) {
                                 [&](Evaluation const& evaluation) {
                                     return evaluation.point == result && evaluation.value == value;
                                 }));
+    }
+}
+
+// On a constant function a step costs two evaluations, and its shrink five more.
+TEST(NelderMead, ShrinksWhatTheBudgetAllows) {
+    TestFunction const f(4, [](KrRealVector const&, KrU32) { return 0.0; });
+    KrNelderMeadOptimizer optimizer;
+    optimizer.setStoppingThreshold(0.0);
+    for (auto const& [budget, made] : {std::pair(6U, 6U), std::pair(7U, 7U), std::pair(8U, 9U)}) {
+        optimizer.setMaxFunctionEvaluations(budget);
+        RecordingFunction const recording(f);
+        KrRealVector result;
+        optimizer.findMinimum(recording, powellStart, result);
+        EXPECT_EQ(recording.evaluations.size(), 5U + made) << budget;
+    }
+}
+
+// The restart test after the first step compares with the last worst value that the
+// object has seen: 0 before any search, at which each search begins anew at once.
+TEST(NelderMead, RemembersTheWorstValueOfThePreviousSearch) {
+    KrPowellsQuarticFunction const powell;
+    TestFunction const high(4, [](KrRealVector const&, KrU32) { return 1e6; });
+    KrNelderMeadOptimizer optimizer;
+    optimizer.setStoppingThreshold(0.0);
+    optimizer.setRestartCheckPeriod(0);
+    optimizer.setMaxTotalSteps(3);
+    KrRealVector result;
+    for (bool const first : {true, false}) {
+        RecordingFunction const recording(powell);
+        optimizer.findMinimum(recording, powellStart, result);
+        EXPECT_EQ(recording.evaluations[7].inBatch, first);
+        optimizer.findMinimum(high, powellStart, result);
     }
 }
 

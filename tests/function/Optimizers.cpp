@@ -175,6 +175,7 @@ TEST(Optimizers, MayBeInterruptedAtAnyEvaluation) {
         for (std::size_t n = 1; n <= count; n += 1 + count / 200) {
             KrRealVector point{7.0};
             Interrupted const throwing(powell, n, [] { throw std::runtime_error("client"); });
+            KrRandom::seed(1);
             EXPECT_THROW(optimizer.findMinimum(throwing, powellStart, point), std::runtime_error);
             if (n % 7 == 1) {
                 expectSame(minimise(optimizer, powell, powellStart), search);
@@ -269,6 +270,59 @@ TEST(Optimizers, HandOverTheirPointsInBatches) {
     EXPECT_EQ(share(hookeJeeves("none")), 0.0);
     EXPECT_EQ(share(simplex("multidirectionalSearch")), 1.0);
     EXPECT_GT(share(simplex("implicitFiltering")), 0.5);
+}
+
+// The function may fill the list of values in place, and needs it in its size for that.
+TEST(Optimizers, HandOverAListForTheValues) {
+    struct InPlace : KrPowellsQuarticFunction {
+        void evaluateMultiple(std::vector<KrRealVector> const& points,
+                              KrRealVector& values) const override {
+            ASSERT_EQ(values.size(), points.size());
+            for (std::size_t i = 0; i < points.size(); ++i) {
+                values[i] = evaluate(points[i]);
+            }
+        }
+    } const inPlace;
+    KrPowellsQuarticFunction const powell;
+    for (auto const& settings : allSettings()) {
+        SCOPED_TRACE(settings);
+        Container const container = read(settings);
+        for (int search = 0; search < 2; ++search) {
+            KrRandom::seed(1);
+            KrRealVector point;
+            double const value = container.findMinimum(inPlace, powellStart, point);
+            Search const expected = minimise(*container.topElement(), powell, powellStart);
+            EXPECT_EQ(value, expected.value);
+            EXPECT_EQ(point, expected.point);
+        }
+    }
+}
+
+// A copy has spent what its source has, and has no points of its own.
+template <class Optimizer>
+void expectCopiesCount() {
+    TestFunction const f(2, sphere);
+    Optimizer optimizer;
+    optimizer.setMaxFunctionEvaluations(20);
+    KrRealVector point;
+    optimizer.findMinimum(f, {1.0, 1.0}, point);
+    Optimizer copy(optimizer);
+    for (int i = 0; i < 2; ++i) {
+        copy.initialize(1.0, f, {1.0, 1.0}, 1.0);
+        bool done = false;
+        copy.singleStep(1.0, f, done);
+        EXPECT_TRUE(done);
+        copy = Optimizer();
+        copy.setMaxFunctionEvaluations(20);
+        copy.initialize(1.0, f, {1.0, 1.0}, 1.0);
+        copy.singleStep(1.0, f, done);
+        EXPECT_FALSE(done);
+        copy = optimizer;
+    }
+}
+
+TEST(MultidirectionalSearch, CopiesCountOn) {
+    expectCopiesCount<KrMultidirectionalSearchOptimizer>();
 }
 
 TEST(Optimizers, AllocateNothingInASearchButTheFirst) {
@@ -429,6 +483,17 @@ TEST(HookeJeeves, ReportsWhatItCannotUse) {
         EXPECT_EQ(message.text, "KrHookeJeevesOptimizer::updateDirections(): bad mode: 7\n");
         EXPECT_EQ(static_cast<int>(message.type), 4);
     }
+    // The budget that ends with an exploration leaves no update.
+    captured.messages.clear();
+    optimizer.setMaxFunctionEvaluations(9);
+    EXPECT_EQ(minimise(KrHookeJeevesOptimizer(optimizer), powell, powellStart).evaluations.size(),
+              9U);
+    EXPECT_EQ(captured.messages.size(), 1U);
+    // On the object of a search it explores by that one's directions.
+    optimizer.setDirectionsMode(1);
+    Search const before = minimise(optimizer, powell, powellStart);
+    optimizer.setDirectionsMode(7);
+    expectSame(before, minimise(optimizer, powell, powellStart));
     captured.messages.clear();
     EXPECT_EQ(KrXml::toString(optimizer), "");
     EXPECT_NE(captured.text().find("7 is none of urn:zeibreku:function#none"), std::string::npos);
