@@ -3,7 +3,7 @@
 #include "foundation/core/KrExport.h"
 #include "foundation/core/KrTypes.h"
 
-/// The one random stream of the process: `std::mt19937_64`, seeded with 5489
+/// The one random stream of the process: that of `std::mt19937_64`, seeded with 5489
 /// until `seed` is called, shared by all users and safe to use from several
 /// threads (which then share the one sequence).
 ///

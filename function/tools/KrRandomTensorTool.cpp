@@ -1,0 +1,221 @@
+#include "function/tools/KrRandomTensorTool.h"
+
+#include "foundation/math/KrMath.h"
+#include "foundation/math/KrRandom.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <numbers>
+
+namespace {
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+
+// Two independent results at a time: each has its own operations in its own order.
+using Two = double __attribute__((vector_size(16)));
+
+Two twoAt(double const* values) {
+    Two two;
+    std::memcpy(&two, values, sizeof two);
+    return two;
+}
+
+// The lower triangle of the correlation matrix, factored in place.
+KrReArray correlationFactor(KrU32 side, KrBaseScalarFunction const& correlation, double spacing) {
+    double const c0 = correlation.evaluate(0.0);
+    double const scale = 1.0 / KrMath::sqrt(KrMath::nonZeroPos(c0));
+    KrRealVector values(side);
+    for (KrU32 distance = 0; distance < side; ++distance) {
+        double const r = correlation.evaluate(distance * spacing);
+        double const held = r > c0 ? c0 : r < -c0 ? -c0 : r == r ? r : 0.0;
+        values[side - 1 - distance] = held * scale;
+    }
+    KrReArray matrix(side, side);
+    for (KrU32 i = 0; i < side; ++i) {
+        std::copy_n(values.end() - (i + 1), i + 1, matrix[i].begin());
+    }
+    matrix.choleskyDecomposition(matrix);
+    return matrix;
+}
+
+// Some samples at a time, so that the factor is read once for all of them.
+constexpr std::size_t batchSize = 16;
+constexpr std::size_t sequences = 2 * batchSize;
+
+struct Batch {
+    explicit Batch(std::size_t theSide) : side(theSide), z(side * sequences), u(side * sequences) {}
+
+    void draw(std::size_t count);
+    void multiply(KrReArray const& factor);
+
+    double const* u1(std::size_t sample) const { return u.data() + 2 * sample * side; }
+    double const* u2(std::size_t sample) const { return u1(sample) + side; }
+
+    std::size_t side;
+    std::size_t size = 0;
+    KrRealVector z;  // z[k][sequence], the two sequences of a sample next to each other
+    KrRealVector u;  // u[sequence][i]
+    std::array<double, batchSize> cosine{};
+    std::array<double, batchSize> sine{};
+};
+
+void Batch::draw(std::size_t count) {
+    size = count;
+    for (std::size_t sample = 0; sample < size; ++sample) {
+        for (std::size_t sequence = 2 * sample; sequence < 2 * sample + 2; ++sequence) {
+            KrRealVector const values = KrRandom::normalRandoms(0.0, 1.0, static_cast<KrU32>(side));
+            for (std::size_t k = 0; k < side; ++k) {
+                z[k * sequences + sequence] = values[k];
+            }
+        }
+        double const angle = KrRandom::uniformRealRandom(0.0, 2.0 * std::numbers::pi);
+        cosine[sample] = std::cos(angle);
+        sine[sample] = std::sin(angle);
+    }
+}
+
+// u[i] = sum over k = 0..i of L[i][k] z[k], for four rows and four sequences at a
+// time.
+void Batch::multiply(KrReArray const& factor) {
+    constexpr std::size_t tile = 4;
+    for (std::size_t top = 0; top < side; top += tile) {
+        std::size_t const height = std::min(tile, side - top);
+        double const* row[tile];
+        for (std::size_t t = 0; t < tile; ++t) {
+            row[t] = factor.rows()[top + std::min(t, height - 1)].data();
+        }
+        for (std::size_t left = 0; left < 2 * size; left += tile) {
+            Two sum[tile][2] = {};
+            double const* from = z.data() + left;
+            for (std::size_t k = 0; k <= top; ++k, from += sequences) {
+                Two const z0 = twoAt(from);
+                Two const z1 = twoAt(from + 2);
+                for (std::size_t t = 0; t < tile; ++t) {
+                    sum[t][0] += row[t][k] * z0;
+                    sum[t][1] += row[t][k] * z1;
+                }
+            }
+            for (std::size_t t = 0; t < height; ++t) {
+                double const* last = from;
+                for (std::size_t k = top + 1; k <= top + t; ++k, last += sequences) {
+                    sum[t][0] += row[t][k] * twoAt(last);
+                    sum[t][1] += row[t][k] * twoAt(last + 2);
+                }
+                for (std::size_t s = 0; s < tile; ++s) {
+                    u[(left + s) * side + top + t] = sum[t][s / 2][s % 2];
+                }
+            }
+        }
+    }
+}
+
+// Adds samples to the cells, tile by tile, so that what a sample and a tile need
+// stays in the nearest cache.
+class ReadOut {
+public:
+    ReadOut(KrReArray& array, std::size_t side, double weight)
+        : array_(array),
+          columns_(array.numColumns()),
+          rows_(array.numRows()),
+          lastIndex_(static_cast<double>(side - 1)),
+          centre_(0.5 * static_cast<double>(side)),
+          weight_(weight) {}
+
+    // Within the grid no index needs to be held inside it: it is half a cell wider
+    // than the field's diagonal.
+    void add(Batch const& batch, bool withinGrid) {
+        for (std::size_t top = 0; top < rows_; top += tileRows) {
+            for (std::size_t left = 0; left < columns_; left += tileColumns) {
+                for (std::size_t sample = 0; sample < batch.size; ++sample) {
+                    withinGrid ? addToTile<false>(batch, sample, top, left)
+                               : addToTile<true>(batch, sample, top, left);
+                }
+            }
+        }
+    }
+
+private:
+    static constexpr std::size_t tileRows = 16;
+    static constexpr std::size_t tileColumns = 128;
+
+    template <bool hold>
+    void addToTile(Batch const& batch, std::size_t sample, std::size_t top, std::size_t left) {
+        double const cosine = batch.cosine[sample];
+        double const sine = batch.sine[sample];
+        std::size_t const width = std::min(tileColumns, columns_ - left);
+        double xCosine[tileColumns];
+        double xSine[tileColumns];
+        for (std::size_t c = 0; c < width; ++c) {
+            double const x = static_cast<double>(left + c) - 0.5 * static_cast<double>(columns_);
+            xCosine[c] = x * cosine;
+            xSine[c] = x * sine;
+        }
+        std::int32_t a[tileColumns];
+        std::int32_t b[tileColumns];
+        for (std::size_t r = top; r < std::min(top + tileRows, rows_); ++r) {
+            double const y = static_cast<double>(r) - 0.5 * static_cast<double>(rows_);
+            double const ySine = y * sine;
+            double const yCosine = y * cosine;
+            for (std::size_t c = 0; c < width; ++c) {
+                a[c] = index<hold>(xCosine[c] - ySine + centre_);
+                b[c] = index<hold>(xSine[c] + yCosine + centre_);
+            }
+            addProducts(weight_, batch.u1(sample), b, batch.u2(sample), a, width,
+                        array_[static_cast<KrU32>(r)].data() + left);
+        }
+    }
+
+    // A position's floor, which for one that is not negative is its conversion.
+    template <bool hold>
+    std::int32_t index(double position) const {
+        if (hold) {
+            position = std::min(std::max(position, 0.0), lastIndex_);
+        }
+        return static_cast<std::int32_t>(position);
+    }
+
+    static void addProducts(double weight, double const* __restrict u1,
+                            std::int32_t const* __restrict b, double const* __restrict u2,
+                            std::int32_t const* __restrict a, std::size_t width,
+                            double* __restrict cells) {
+        for (std::size_t c = 0; c < width; ++c) {
+            cells[c] += weight * (u1[b[c]] * u2[a[c]]);
+        }
+    }
+
+    KrReArray& array_;
+    std::size_t columns_;
+    std::size_t rows_;
+    double lastIndex_;
+    double centre_;
+    double weight_;
+};
+
+}  // namespace
+
+KrRandomTensorTool::~KrRandomTensorTool() = default;
+
+void KrRandomTensorTool::setRandomSeed(KrU32 seed) { KrRandom::seed(seed); }
+
+void KrRandomTensorTool::getGaussianRandomArray(KrReArray& array, KrU32 numColumns, KrU32 numRows,
+                                                KrBaseScalarFunction& correlation, double spacing,
+                                                double mean) const {
+    array.resizeArrayAndFill(numRows, numColumns, mean);
+    if (numRandomSamples_ == 0) {
+        return;
+    }
+    KrU32 const squares = numRows * numRows + numColumns * numColumns;
+    bool const withinGrid =
+        squares == std::uint64_t{numRows} * numRows + std::uint64_t{numColumns} * numColumns;
+    KrU32 const side = static_cast<KrU32>(std::ceil(KrMath::sqrt(squares))) + 1;
+    KrReArray const factor = correlationFactor(side, correlation, spacing);
+    ReadOut readOut(array, side, 1.0 / KrMath::sqrt(numRandomSamples_));
+    Batch batch(side);
+    for (KrU32 left = numRandomSamples_; left > 0; left -= static_cast<KrU32>(batch.size)) {
+        batch.draw(std::min<std::size_t>(left, batchSize));
+        batch.multiply(factor);
+        readOut.add(batch, withinGrid);
+    }
+}

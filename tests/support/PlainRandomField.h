@@ -1,0 +1,97 @@
+#pragma once
+
+#include "foundation/math/KrRandom.h"
+#include "function/scalar/KrBaseScalarFunction.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <numbers>
+#include <vector>
+
+/// A random field in its plain form, step by step and without anything done for
+/// speed; the library gives the same bits, which the tests compare, in less time,
+/// which the benchmarks measure. The squares of the sides must fit into 32 bits.
+struct PlainRandomField {
+    using Matrix = std::vector<std::vector<double>>;
+
+    /// The lower-triangular factor of a symmetric matrix, row by row; a column
+    /// whose pivot is not positive is zero.
+    static Matrix choleskyFactor(Matrix const& matrix, bool& positiveDefinite) {
+        std::size_t const n = matrix.size();
+        Matrix factor(n, std::vector<double>(n));
+        positiveDefinite = true;
+        for (std::size_t i = 0; i < n; ++i) {
+            for (std::size_t j = 0; j <= i; ++j) {
+                double rest = matrix[i][j];
+                for (std::size_t k = 0; k < j; ++k) {
+                    rest -= factor[i][k] * factor[j][k];
+                }
+                if (j < i) {
+                    factor[i][j] = factor[j][j] > 0.0 ? rest / factor[j][j] : 0.0;
+                } else if (rest > 0.0) {
+                    factor[i][i] = std::sqrt(rest);
+                } else {
+                    positiveDefinite = false;
+                }
+            }
+        }
+        return factor;
+    }
+
+    static std::vector<double> lowerProduct(Matrix const& factor, std::vector<double> const& z) {
+        std::vector<double> u(z.size());
+        for (std::size_t i = 0; i < u.size(); ++i) {
+            for (std::size_t k = 0; k <= i; ++k) {
+                u[i] += factor[i][k] * z[k];
+            }
+        }
+        return u;
+    }
+
+    static Matrix field(KrU32 columns, KrU32 rows, KrBaseScalarFunction const& correlation,
+                        double spacing, double mean, KrU32 samples) {
+        Matrix array(rows, std::vector<double>(columns, mean));
+        auto const side =
+            static_cast<KrU32>(std::ceil(std::sqrt(1.0 * rows * rows + 1.0 * columns * columns))) +
+            1;
+        double const c0 = correlation.evaluate(0.0);
+        double const scale = 1.0 / std::sqrt(c0 >= 1e-300 ? c0 : 1e-300);
+        Matrix matrix(side, std::vector<double>(side));
+        for (KrU32 i = 0; i < side; ++i) {
+            for (KrU32 j = i; j < side; ++j) {
+                double const r = std::clamp(correlation.evaluate((j - i) * spacing), -c0, c0);
+                matrix[i][j] = matrix[j][i] = r * scale;
+            }
+        }
+        bool positiveDefinite = false;
+        Matrix const factor = choleskyFactor(matrix, positiveDefinite);
+        double const weight = 1.0 / std::sqrt(samples);
+        Matrix product(side, std::vector<double>(side));
+        for (KrU32 sample = 0; sample < samples; ++sample) {
+            std::vector<double> const z1 = KrRandom::normalRandoms(0.0, 1.0, side);
+            std::vector<double> const z2 = KrRandom::normalRandoms(0.0, 1.0, side);
+            std::vector<double> const u1 = lowerProduct(factor, z1);
+            std::vector<double> const u2 = lowerProduct(factor, z2);
+            for (KrU32 i = 0; i < side; ++i) {
+                for (KrU32 j = 0; j < side; ++j) {
+                    product[i][j] = u1[i] * u2[j];
+                }
+            }
+            double const angle = KrRandom::uniformRealRandom(0.0, 2.0 * std::numbers::pi);
+            double const cosine = std::cos(angle);
+            double const sine = std::sin(angle);
+            for (KrU32 r = 0; r < rows; ++r) {
+                for (KrU32 c = 0; c < columns; ++c) {
+                    double const x = c - 0.5 * columns;
+                    double const y = r - 0.5 * rows;
+                    double const a = std::floor(x * cosine - y * sine + 0.5 * side);
+                    double const b = std::floor(x * sine + y * cosine + 0.5 * side);
+                    array[r][c] +=
+                        weight * product[static_cast<std::size_t>(b)][static_cast<std::size_t>(a)];
+                }
+            }
+        }
+        return array;
+    }
+};
