@@ -1,12 +1,120 @@
 #include "foundation/math/KrReArray.h"
 
 #include "foundation/math/KrMath.h"
+#include "foundation/math/internal/KrTwo.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+
+// The lower triangle of a matrix on its way to its factor, in panels of four rows,
+// each column by column, so that what four rows have in one column lies together.
+// The last panel is filled up with rows of zeros.
+class Panels {
+public:
+    static constexpr std::size_t height = 4;
+    // How many panels are completed together, sweep by sweep over those to the left
+    // of them: as many as the second-level cache holds at a few thousand rows.
+    static constexpr std::size_t block = 8;
+
+    Panels(KrReArray const& matrix, std::size_t size) : size_(size) {
+        values_.resize(start(count()));
+        for (std::size_t i = 0; i < size; ++i) {
+            double* const panel = at(i / height) + i % height;
+            for (std::size_t j = 0; j <= i; ++j) {
+                panel[j * height] = matrix.rows()[i][j];
+            }
+        }
+    }
+
+    std::size_t count() const { return (size_ + height - 1) / height; }
+
+    // The square where panel `p` meets the diagonal.
+    bool factorDiagonal(std::size_t p) {
+        double rest[height][height];
+        subtractProducts(p, p, rest);
+        bool positive = true;
+        double* const target = at(p) + p * height * height;
+        for (std::size_t j = 0; j < std::min(height, size_ - p * height); ++j) {
+            double const square = rest[j][j];
+            double const pivot = square > 0.0 ? KrMath::sqrt(square) : 0.0;
+            positive &= square > 0.0;
+            finishColumn(rest, target, target, j, pivot);
+            std::fill_n(target + j * height, j, 0.0);
+            target[j * height + j] = pivot;
+        }
+        return positive;
+    }
+
+    // The square of panel `down` beside the diagonal of panel `across`.
+    void factorBelow(std::size_t down, std::size_t across) {
+        double rest[height][height];
+        subtractProducts(down, across, rest);
+        double* const target = at(down) + across * height * height;
+        double const* const diagonal = at(across) + across * height * height;
+        for (std::size_t j = 0; j < height; ++j) {
+            finishColumn(rest, target, diagonal, j, diagonal[j * height + j]);
+        }
+    }
+
+    void copyRow(std::size_t i, KrRealVector& row) const {
+        double const* const panel = values_.data() + start(i / height) + i % height;
+        row.assign(size_, 0.0);
+        for (std::size_t j = 0; j <= i; ++j) {
+            row[j] = panel[j * height];
+        }
+    }
+
+private:
+    static std::size_t start(std::size_t panel) {
+        return panel * (panel + 1) / 2 * height * height;
+    }
+    double* at(std::size_t panel) { return values_.data() + start(panel); }
+
+    // rest[j][i]: element (i, j) of the square less the products of all columns
+    // to the left of it, in their order.
+    void subtractProducts(std::size_t down, std::size_t across, double (&rest)[height][height]) {
+        double const* rowI = at(down);
+        double const* rowJ = at(across);
+        double const* const square = rowI + across * height * height;
+        KrTwo sum[height][2];
+        for (std::size_t j = 0; j < height; ++j) {
+            sum[j][0] = krTwoAt(square + j * height);
+            sum[j][1] = krTwoAt(square + j * height + 2);
+        }
+        for (; rowI != square; rowI += height, rowJ += height) {
+            KrTwo const i0 = krTwoAt(rowI);
+            KrTwo const i1 = krTwoAt(rowI + 2);
+            for (std::size_t j = 0; j < height; ++j) {
+                sum[j][0] -= i0 * rowJ[j];
+                sum[j][1] -= i1 * rowJ[j];
+            }
+        }
+        std::memcpy(rest, sum, sizeof rest);
+    }
+
+    // Divides column j of a square by its pivot and subtracts its products from
+    // the columns behind.
+    static void finishColumn(double (&rest)[height][height], double* target, double const* diagonal,
+                             std::size_t j, double pivot) {
+        for (std::size_t i = 0; i < height; ++i) {
+            target[j * height + i] = pivot > 0.0 ? rest[j][i] / pivot : 0.0;
+        }
+        for (std::size_t later = j + 1; later < height; ++later) {
+            for (std::size_t i = 0; i < height; ++i) {
+                rest[later][i] -= target[j * height + i] * diagonal[j * height + later];
+            }
+        }
+    }
+
+    std::size_t size_;
+    std::vector<double> values_;
+};
+
+}  // namespace
 
 void KrReArray::resizeArray(KrU32 rows, KrU32 columns) {
     if (rows == numRows() && columns == columns_) {
@@ -30,25 +138,22 @@ void KrReArray::resizeArrayAndFill(KrU32 rows, KrU32 columns, double value) {
 KrBoolean KrReArray::choleskyDecomposition(KrReArray& factor) const {
     KrU32 const n = std::min(numRows(), columns_);
     bool positiveDefinite = numRows() == columns_;
-    KrReArray lower(n, n);
-    for (KrU32 i = 0; i < n; ++i) {
-        KrRealVector& rowI = lower[i];
-        for (KrU32 j = 0; j <= i; ++j) {
-            KrRealVector const& rowJ = lower[j];
-            double rest = rows_[i][j];
-            for (KrU32 k = 0; k < j; ++k) {
-                rest -= rowI[k] * rowJ[k];
+    Panels panels(*this, n);
+    for (std::size_t first = 0; first < panels.count(); first += Panels::block) {
+        std::size_t const end = std::min(first + Panels::block, panels.count());
+        for (std::size_t across = 0; across < end; ++across) {
+            if (across >= first) {
+                positiveDefinite &= panels.factorDiagonal(across);
             }
-            if (j < i) {
-                bool const zeroColumn = !(rowJ[j] > 0.0);
-                rowI[j] = zeroColumn ? 0.0 : rest / rowJ[j];
-            } else if (rest > 0.0) {
-                rowI[i] = KrMath::sqrt(rest);
-            } else {
-                positiveDefinite = false;  // row i keeps the zero: its column is left out
+            for (std::size_t down = std::max(first, across + 1); down < end; ++down) {
+                panels.factorBelow(down, across);
             }
         }
     }
-    factor = std::move(lower);
+    factor.rows_.resize(n);
+    factor.columns_ = n;
+    for (KrU32 i = 0; i < n; ++i) {
+        panels.copyRow(i, factor.rows_[i]);
+    }
     return positiveDefinite;
 }

@@ -33,12 +33,16 @@ public:
 
     /// The lower-triangular factor L with L Lᵀ = this array, which must be
     /// symmetric and positive definite; only its lower triangle is read.
-    /// Row by row (Cholesky-Banachiewicz), sums in index order.
+    /// Every element has its products subtracted in index order, as if row by row
+    /// (Cholesky-Banachiewicz), so that its bits do not depend on the blocks in
+    /// which the work is done (left-looking: J. J. Dongarra, F. G. Gustavson and
+    /// A. Karp, SIAM Review 26 (1984)).
     ///
     /// Where a pivot is not positive (NaN included), that column of the factor
     /// is zero, the factorisation goes on, and the result is false. An array
     /// that is not square is factored as far as both sides reach, and the
-    /// result is false. `factor` may be this array. Cost: n³/6 multiplications.
+    /// result is false. `factor` may be this array. Cost: n³/6
+    /// multiplications, and room for n²/2 numbers beside the factor.
     KrBoolean choleskyDecomposition(KrReArray& factor) const;
 
     bool operator==(KrReArray const&) const = default;

@@ -1,5 +1,7 @@
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 
+#include "foundation/math/internal/KrTwo.h"
+
 #include <algorithm>
 #include <cstring>
 #include <typeinfo>
@@ -47,14 +49,6 @@ void addEach(KrCoefficientIndex const& rows, KrU32 n, double const* x, double* s
     }
 }
 
-using Two = double __attribute__((vector_size(16)));
-
-Two load(double const* from) {
-    Two two;
-    std::memcpy(&two, from, sizeof two);
-    return two;
-}
-
 // Whether the rows from `r` on are four neighbours that begin on the diagonal and
 // have all columns up to n.
 bool isBlock(KrCoefficientIndex const& rows, std::size_t r, KrU32 n) {
@@ -77,7 +71,7 @@ void addBlock(KrCoefficientIndex const& rows, std::size_t r, std::size_t n, doub
               double* sums) {
     std::size_t const i = rows.rowNumber(r);
     double const* q[4];
-    Two own[4];
+    KrTwo own[4];
     for (std::size_t k = 0; k < 4; ++k) {
         double const* const right = rows.row(r + k).values.data();  // from the diagonal on
         double const xk = x[i + k];
@@ -88,35 +82,35 @@ void addBlock(KrCoefficientIndex const& rows, std::size_t r, std::size_t n, doub
         }
         sums[i + k] = sum;
         q[k] = right + (4 - k);
-        own[k] = Two{xk, xk};
+        own[k] = KrTwo{xk, xk};
     }
     std::size_t const begin = i + 4;
-    Two sums01 = load(sums + i);
-    Two sums23 = load(sums + i + 2);
+    KrTwo sums01 = krTwoAt(sums + i);
+    KrTwo sums23 = krTwoAt(sums + i + 2);
     x += begin;
     double* const right = sums + begin;
     std::size_t const count = n - begin;
     std::size_t j = 0;
     for (; j + 1 < count; j += 2) {
-        Two const xs = load(x + j);
-        Two const q0 = load(q[0] + j);
-        Two const q1 = load(q[1] + j);
-        Two const q2 = load(q[2] + j);
-        Two const q3 = load(q[3] + j);
-        Two sum = load(right + j);
+        KrTwo const xs = krTwoAt(x + j);
+        KrTwo const q0 = krTwoAt(q[0] + j);
+        KrTwo const q1 = krTwoAt(q[1] + j);
+        KrTwo const q2 = krTwoAt(q[2] + j);
+        KrTwo const q3 = krTwoAt(q[3] + j);
+        KrTwo sum = krTwoAt(right + j);
         sum = q0 * own[0] + sum;
         sum = q1 * own[1] + sum;
         sum = q2 * own[2] + sum;
         sum = q3 * own[3] + sum;
         std::memcpy(right + j, &sum, sizeof sum);
-        Two const p0 = q0 * xs;
-        Two const p1 = q1 * xs;
-        Two const p2 = q2 * xs;
-        Two const p3 = q3 * xs;
-        sums01 = Two{p0[0], p1[0]} + sums01;
-        sums23 = Two{p2[0], p3[0]} + sums23;
-        sums01 = Two{p0[1], p1[1]} + sums01;
-        sums23 = Two{p2[1], p3[1]} + sums23;
+        KrTwo const p0 = q0 * xs;
+        KrTwo const p1 = q1 * xs;
+        KrTwo const p2 = q2 * xs;
+        KrTwo const p3 = q3 * xs;
+        sums01 = KrTwo{p0[0], p1[0]} + sums01;
+        sums23 = KrTwo{p2[0], p3[0]} + sums23;
+        sums01 = KrTwo{p0[1], p1[1]} + sums01;
+        sums23 = KrTwo{p2[1], p3[1]} + sums23;
     }
     std::memcpy(sums + i, &sums01, sizeof sums01);
     std::memcpy(sums + i + 2, &sums23, sizeof sums23);
