@@ -2,25 +2,16 @@
 
 #include "foundation/math/KrMath.h"
 #include "foundation/math/KrRandom.h"
+#include "foundation/math/internal/KrTwo.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <numbers>
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
-
-// Two independent results at a time: each has its own operations in its own order.
-using Two = double __attribute__((vector_size(16)));
-
-Two twoAt(double const* values) {
-    Two two;
-    std::memcpy(&two, values, sizeof two);
-    return two;
-}
 
 // The lower triangle of the correlation matrix, factored in place.
 KrReArray correlationFactor(KrU32 side, KrBaseScalarFunction const& correlation, double spacing) {
@@ -87,11 +78,11 @@ void Batch::multiply(KrReArray const& factor) {
             row[t] = factor.rows()[top + std::min(t, height - 1)].data();
         }
         for (std::size_t left = 0; left < 2 * size; left += tile) {
-            Two sum[tile][2] = {};
+            KrTwo sum[tile][2] = {};
             double const* from = z.data() + left;
             for (std::size_t k = 0; k <= top; ++k, from += sequences) {
-                Two const z0 = twoAt(from);
-                Two const z1 = twoAt(from + 2);
+                KrTwo const z0 = krTwoAt(from);
+                KrTwo const z1 = krTwoAt(from + 2);
                 for (std::size_t t = 0; t < tile; ++t) {
                     sum[t][0] += row[t][k] * z0;
                     sum[t][1] += row[t][k] * z1;
@@ -100,8 +91,8 @@ void Batch::multiply(KrReArray const& factor) {
             for (std::size_t t = 0; t < height; ++t) {
                 double const* last = from;
                 for (std::size_t k = top + 1; k <= top + t; ++k, last += sequences) {
-                    sum[t][0] += row[t][k] * twoAt(last);
-                    sum[t][1] += row[t][k] * twoAt(last + 2);
+                    sum[t][0] += row[t][k] * krTwoAt(last);
+                    sum[t][1] += row[t][k] * krTwoAt(last + 2);
                 }
                 for (std::size_t s = 0; s < tile; ++s) {
                     u[(left + s) * side + top + t] = sum[t][s / 2][s % 2];

@@ -57,7 +57,7 @@ public:
     ///
     /// Cost, with the diagonal of K cells: K^3 / 6 multiplications for the factor,
     /// and for each sample K^2 of them and some nanoseconds a cell; memory for
-    /// about two times K^2 numbers, however many samples there are.
+    /// one and a half times K^2 numbers, however many samples there are.
     virtual void getGaussianRandomArray(KrReArray& array, KrU32 numColumns, KrU32 numRows,
                                         KrBaseScalarFunction& correlation, double spacing,
                                         double mean) const;
