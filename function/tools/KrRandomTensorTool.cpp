@@ -20,7 +20,8 @@ KrReArray correlationFactor(KrU32 side, KrBaseScalarFunction const& correlation,
     KrRealVector values(side);
     for (KrU32 distance = 0; distance < side; ++distance) {
         double const r = correlation.evaluate(distance * spacing);
-        double const held = r > c0 ? c0 : r < -c0 ? -c0 : r == r ? r : 0.0;
+        // A negative c0 is what is left of an empty range: there is no variance.
+        double const held = std::min(std::max(std::isnan(r) ? 0.0 : r, -c0), c0);
         values[side - 1 - distance] = held * scale;
     }
     KrReArray matrix(side, side);

@@ -49,7 +49,8 @@ public:
     /// variance. Without samples the field is `mean` everywhere, and no random
     /// number is drawn.
     ///
-    /// A correlation is held within [-c0, c0], and one that is NaN counts as 0.
+    /// A correlation is held within [-c0, c0], and one that is NaN counts as 0;
+    /// without a positive, finite c0 the field is `mean` everywhere.
     /// Where the correlation matrix is not positive definite, directions without
     /// variance are left out of the factor (`KrReArray::choleskyDecomposition`).
     /// The squares of the sides are added in 32 bits: of a field with a diagonal

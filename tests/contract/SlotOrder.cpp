@@ -27,6 +27,7 @@
 #include "function/scalar/KrPowerUnitaryMap.h"
 #include "function/scalar/KrSCurveUnitaryMap.h"
 #include "function/tools/KrGaussQuadrature.h"
+#include "function/tools/KrRandomTensorTool.h"
 
 #include <gtest/gtest.h>
 
@@ -108,6 +109,12 @@ TEST(SlotOrder, Functions) {
     using F = KrPowellsQuarticFunction;
     expectSlots(2, &F::evaluate, &F::evaluateMultiple, &F::domainDim, &F::multiplier,
                 &F::setMultiplier);
+}
+
+TEST(SlotOrder, RandomTensorTool) {
+    using T = KrRandomTensorTool;
+    expectSlots(2, &T::setRandomSeed, &T::numRandomSamples, &T::setNumRandomSamples,
+                &T::getGaussianRandomArray);
 }
 
 TEST(SlotOrder, NelderMead) {

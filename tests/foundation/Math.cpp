@@ -1,11 +1,13 @@
 #include "foundation/math/KrMath.h"
 #include "foundation/math/KrRandom.h"
 #include "foundation/math/KrReArray.h"
+#include "tests/support/PlainRandomField.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <random>
 
 namespace {
 
@@ -28,6 +30,14 @@ TEST(Random, ASeedGivesTheSameBitsEverywhere) {
     KrRandom::seed(42);
     EXPECT_EQ(KrMath::unifRand(), first);
     EXPECT_EQ(KrRandom::normalRandoms(0.0, 1.0, 0).size(), 0U);
+}
+
+TEST(Random, TheEngineIsTheStandardOne) {
+    std::mt19937_64 engine(123);
+    KrRandom::seed(123);
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_EQ(KrMath::unifRand(), static_cast<double>(engine() >> 11) * 0x1p-53) << i;
+    }
 }
 
 // Moments and tails of a sample: each bound is about five standard errors.
@@ -99,6 +109,33 @@ TEST(ReArray, CholeskyFactors) {
         KrReArray array = arrayOf(test.matrix);
         EXPECT_EQ(array.choleskyDecomposition(array), test.positiveDefinite);  // in place
         EXPECT_EQ(array.rows(), test.factor);
+    }
+}
+
+// Sizes about those of its blocks; with `indefinite` rows some pivots are not
+// positive, from the first, a middle or the last one on.
+TEST(ReArray, CholeskyHasTheBitsOfItsPlainForm) {
+    std::mt19937 random(5);
+    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    for (KrU32 const n : {1U, 2U, 4U, 5U, 31U, 32U, 33U, 36U, 70U, 101U}) {
+        for (KrU32 const indefinite : {n, 0U, n / 2, n - 1}) {
+            SCOPED_TRACE(testing::Message() << n << ", indefinite from " << indefinite);
+            KrReArray array(n, n);
+            for (KrU32 i = 0; i < n; ++i) {
+                for (KrU32 j = 0; j < i; ++j) {
+                    array[i][j] = unit(random);
+                    array[j][i] = std::nan("");  // is not read
+                }
+                array[i][i] = i >= indefinite && i % 3 == indefinite % 3 ? -1.0 : 1.0 * n;
+            }
+            bool positiveDefinite = false;
+            auto const plain = PlainRandomField::choleskyFactor(array.rows(), positiveDefinite);
+            EXPECT_EQ(positiveDefinite, indefinite == n);
+            KrReArray factor(3, 2);
+            EXPECT_EQ(array.choleskyDecomposition(factor), positiveDefinite);
+            EXPECT_EQ(factor.rows(), plain);
+            EXPECT_EQ(factor.numColumns(), n);
+        }
     }
 }
 

@@ -1,0 +1,247 @@
+// Random fields: the bits of their plain form, the moments that the method
+// promises, and what odd arguments get.
+
+#include "foundation/math/KrMath.h"
+#include "function/scalar/KrLinearScalarFunction.h"
+#include "function/tools/KrRandomTensorTool.h"
+#include "tests/support/PlainRandomField.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+
+namespace {
+
+constexpr double inf = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+struct Correlation : KrLinearScalarFunction {
+    explicit Correlation(std::function<double(double)> theF) : f(std::move(theF)) {}
+    double evaluate(double const& x) const override { return f(x); }
+    std::function<double(double)> f;
+};
+
+double exponential(double x) { return 2.0 * std::exp(-x / 3.0); }
+
+KrReArray fieldOf(KrU32 columns, KrU32 rows, std::function<double(double)> const& f, double spacing,
+                  double mean, KrU32 samples) {
+    KrRandomTensorTool tool;
+    tool.setNumRandomSamples(samples);
+    tool.setRandomSeed(11);
+    KrReArray array(2, 3);
+    Correlation correlation(f);
+    tool.getGaussianRandomArray(array, columns, rows, correlation, spacing, mean);
+    return array;
+}
+
+TEST(RandomField, HasTheBitsAndTheDrawsOfItsPlainForm) {
+    struct {
+        KrU32 columns, rows;
+        std::function<double(double)> f;
+        double spacing, mean;
+        KrU32 samples;
+    } const cases[] = {
+        {8, 6, exponential, 0.5, 3.0, 100},
+        {131, 18, exponential, 0.25, -1.0, 33},  // beyond a tile and a batch both ways
+        {5, 40, exponential, 1.0, 0.0, 17},
+        {1, 1, exponential, 1.0, 0.0, 1},
+        {0, 0, exponential, 1.0, 1.0, 5},
+        {0, 3, exponential, 1.0, 1.0, 2},
+        {4, 0, exponential, 1.0, 1.0, 2},
+        {9, 9, [](double) { return 0.0; }, 1.0, 7.0, 3},  // no variance
+        {9, 9, [](double x) { return 1e-310 * (9.0 - x); }, 1.0, 0.0, 3},
+        {9, 9, [](double x) { return 1.0 + x; }, 1.0, 0.0, 3},         // held at c0
+        {9, 9, [](double x) { return 1.0 - x; }, 1.0, 0.0, 3},         // and at -c0
+        {20, 20, [](double x) { return std::cos(x); }, 2.0, 0.0, 20},  // not positive definite
+        {20, 20, exponential, -0.01, 0.0, 4},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+        KrReArray const array = fieldOf(c.columns, c.rows, c.f, c.spacing, c.mean, c.samples);
+        double const nextDraw = KrMath::unifRand();
+        KrRandom::seed(11);
+        EXPECT_EQ(array.rows(), PlainRandomField::field(c.columns, c.rows, Correlation(c.f),
+                                                        c.spacing, c.mean, c.samples));
+        EXPECT_EQ(KrMath::unifRand(), nextDraw);
+        EXPECT_EQ(array.numColumns(), c.columns);
+    }
+}
+
+// With n samples of variance c0 the fourth moment of a cell is (3 + 6/n) c0^2, and
+// no product of two cells has a larger second moment; a mean over N fields then
+// stays within five standard errors. A mean over several cells varies less.
+TEST(RandomField, HasTheMeanVarianceAndCorrelationsAlongBothAxes) {
+    constexpr KrU32 columns = 7;
+    constexpr KrU32 rows = 5;
+    constexpr KrU32 side = 10;
+    constexpr KrU32 samples = 4;
+    constexpr KrU32 distance = 3;
+    constexpr int fields = 20'000;
+    constexpr double mean = 10.0;
+    Correlation correlation(exponential);
+    KrRandomTensorTool tool;
+    tool.setNumRandomSamples(samples);
+    tool.setRandomSeed(3);
+    double sum = 0.0;
+    double squares = 0.0;
+    double alongRow = 0.0;
+    double alongColumn = 0.0;
+    KrReArray array;
+    for (int i = 0; i < fields; ++i) {
+        tool.getGaussianRandomArray(array, columns, rows, correlation, 1.0, mean);
+        double const value = array[1][2] - mean;
+        sum += value;
+        squares += value * value;
+        alongRow += value * (array[1][2 + distance] - mean);
+        alongColumn += value * (array[1 + distance][2] - mean);
+    }
+    // What the rounding to the grid makes of a correlation, over all directions.
+    auto const expected = [](double row, double column) {
+        constexpr int angles = 20'000;
+        double total = 0.0;
+        for (int i = 0; i < angles; ++i) {
+            double const angle = 2.0 * std::numbers::pi * (i + 0.5) / angles;
+            auto const across = [&](double r, double c, double turned) {
+                return std::floor((c - 0.5 * columns) * std::cos(turned) -
+                                  (r - 0.5 * rows) * std::sin(turned) + 0.5 * side);
+            };
+            double product = 0.5;  // 1 / c0
+            for (double const turned : {angle, angle - 0.5 * std::numbers::pi}) {
+                product *=
+                    exponential(std::fabs(across(row, column, turned) - across(1.0, 2.0, turned)));
+            }
+            total += product;
+        }
+        return total / angles;
+    };
+    double const c0 = 2.0;
+    EXPECT_NEAR(sum / fields, 0.0, 5.0 * std::sqrt(c0 / fields));
+    double const error = 5.0 * c0 * std::sqrt((3.0 + 6.0 / samples) / fields);
+    EXPECT_NEAR(squares / fields, c0, error);
+    EXPECT_NEAR(alongRow / fields, expected(1.0, 2.0 + distance), error);
+    EXPECT_NEAR(alongColumn / fields, expected(1.0 + distance, 2.0), error);
+    EXPECT_GT(expected(1.0, 2.0 + distance), 2.0 * error);  // there is something to be seen
+    EXPECT_LT(expected(1.0, 2.0 + distance), c0 - 2.0 * error);
+}
+
+TEST(RandomField, WithoutSamplesIsItsMeanAndDrawsNothing) {
+    EXPECT_EQ(fieldOf(3, 2, exponential, 1.0, 4.5, 0).rows(),
+              (std::vector<KrRealVector>{{4.5, 4.5, 4.5}, {4.5, 4.5, 4.5}}));
+    double const next = KrMath::unifRand();
+    KrRandom::seed(11);
+    EXPECT_EQ(KrMath::unifRand(), next);
+}
+
+TEST(RandomField, DrawsTwiceTheSideAndAnAngleForEachSample) {
+    fieldOf(0, 0, exponential, 1.0, 0.0, 40);
+    double const next = KrMath::unifRand();
+    KrRandom::seed(11);
+    for (int sample = 0; sample < 40; ++sample) {
+        KrRandom::normalRandoms(0.0, 1.0, 2);
+        KrRandom::uniformRealRandom(0.0, 1.0);
+    }
+    EXPECT_EQ(KrMath::unifRand(), next);
+}
+
+TEST(RandomField, SeedsDetermineFieldsAndToolsShareTheStream) {
+    Correlation correlation(exponential);
+    KrRandomTensorTool tool;
+    KrRandomTensorTool other;
+    auto const field = [&](KrRandomTensorTool const& by) {
+        KrReArray array;
+        by.getGaussianRandomArray(array, 12, 9, correlation, 1.0, 0.0);
+        return array;
+    };
+    tool.setRandomSeed(5);
+    KrReArray const first = field(tool);
+    KrReArray const second = field(other);
+    EXPECT_NE(first, second);
+    other.setRandomSeed(5);
+    EXPECT_EQ(field(other), first);
+    EXPECT_EQ(field(tool), second);
+}
+
+// The squares of the sides wrap around in 32 bits: the grid is small, and the cells
+// beyond it take what is at its edge.
+TEST(RandomField, HoldsCellsBeyondTheGridAtItsEdge) {
+    constexpr KrU32 rows = 65536;
+    KrReArray const array = fieldOf(1, rows, exponential, 1.0, 0.0, 1);
+    ASSERT_EQ(array.numRows(), rows);
+    KrRandom::seed(11);
+    double const factor = std::sqrt(std::sqrt(2.0));  // the grid has two cells each way
+    double const below = exponential(1.0) / std::sqrt(2.0) / factor;
+    double const rest = std::sqrt(std::sqrt(2.0) - below * below);
+    KrRealVector u[2];
+    for (KrRealVector& values : u) {
+        KrRealVector const z = KrRandom::normalRandoms(0.0, 1.0, 2);
+        values = {factor * z[0], below * z[0] + rest * z[1]};
+    }
+    double const angle = KrRandom::uniformRealRandom(0.0, 2.0 * std::numbers::pi);
+    for (KrU32 r = 0; r < rows; ++r) {
+        double const x = -0.5;
+        double const y = r - 0.5 * rows;
+        bool const a = x * std::cos(angle) - y * std::sin(angle) + 1.0 >= 1.0;
+        bool const b = x * std::sin(angle) + y * std::cos(angle) + 1.0 >= 1.0;
+        ASSERT_NEAR(array[r][0], u[0][b] * u[1][a], 1e-12) << r;
+    }
+}
+
+TEST(RandomField, OddArgumentsGiveFiniteFields) {
+    auto const atDistance = [](double where, double value) {
+        return [where, value](double x) { return x == where ? value : exponential(x); };
+    };
+    constexpr bool varies = true;
+    constexpr bool isMean = false;
+    struct {
+        std::function<double(double)> f;
+        double spacing;
+        bool result;
+    } const cases[] = {
+        {[](double x) { return std::exp(-x * x / 2500.0); }, 1.0, varies},  // nearly singular
+        {[](double) { return 1.0; }, 1.0, varies},
+        {atDistance(4.0, nan), 1.0, varies},
+        {atDistance(4.0, inf), 1.0, varies},
+        {atDistance(4.0, -inf), 1.0, varies},
+        {[](double x) { return 1e300 * exponential(x); }, 1.0, varies},
+        {atDistance(0.0, nan), 1.0, isMean},
+        {atDistance(0.0, inf), 1.0, isMean},
+        {atDistance(0.0, -1.0), 0.0, isMean},
+        {[](double) { return inf; }, 1.0, isMean},
+        {[](double) { return nan; }, 1.0, isMean},
+        {[](double x) { return -exponential(x); }, 1.0, isMean},
+        {exponential, nan, isMean},
+        {exponential, inf, isMean},
+        {exponential, -inf, isMean},
+        {exponential, -1e308, varies},
+        {exponential, 0.0, varies},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+        KrReArray const array = fieldOf(40, 30, c.f, c.spacing, 1.0, 20);
+        bool differs = false;
+        for (KrRealVector const& row : array.rows()) {
+            for (double const value : row) {
+                ASSERT_TRUE(std::isfinite(value));
+                differs = differs || value != 1.0;
+            }
+        }
+        EXPECT_EQ(differs, c.result);
+    }
+    EXPECT_TRUE(std::isnan(fieldOf(1, 1, exponential, 1.0, nan, 3)[0][0]));
+    EXPECT_EQ(fieldOf(1, 1, exponential, 1.0, inf, 3)[0][0], inf);
+}
+
+TEST(RandomField, CopiesAndComparesTheNumberOfSamples) {
+    KrRandomTensorTool tool;
+    EXPECT_EQ(tool.numRandomSamples(), 100U);
+    tool.setNumRandomSamples(7);
+    EXPECT_FALSE(tool == KrRandomTensorTool());
+    KrRandomTensorTool const copy(tool);
+    EXPECT_EQ(copy, tool);
+    tool = KrRandomTensorTool();
+    EXPECT_EQ(tool, KrRandomTensorTool());
+    EXPECT_EQ(copy.numRandomSamples(), 7U);
+}
+
+}  // namespace
