@@ -2,7 +2,7 @@
 # Installs what building needs, as Debian packages, and only what is missing.
 #
 #   scripts/setup.sh demo         compiler, CMake, Ninja, pkg-config, expat
-#   scripts/setup.sh test         the same, GoogleTest and xmllint
+#   scripts/setup.sh test         the same, GoogleTest, xmllint, and libpng for an example
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
 #
@@ -58,6 +58,7 @@ need_test() {
     need_demo
     need libgtest-dev library gtest
     need libxml2-utils program xmllint
+    need libpng-dev library libpng
 }
 
 need_checks() {
