@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(format generated headers cppcheck clang tidy asan tsan benchmarks demo)
+all=(format generated headers reference cppcheck clang tidy asan tsan benchmarks demo)
 
 # build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
 build_and_test() {
@@ -41,6 +41,23 @@ check_headers() {
         pkg-config --cflags zeibreku)
     "${CXX:-c++}" -std=c++20 -Wall -Wextra -Werror -fsyntax-only "${flags[@]}" \
         build/headers/all.cpp
+}
+
+# Every public class and operation is described. Doxygen warns of what it sees without a
+# description, and is silent about what it does not see.
+check_reference() {
+    cmake --preset development
+    rm -rf build/development/reference
+    cmake --build --preset development --target reference
+    local class missing=()
+    for class in $(sed -n 's/^class KR_EXPORT \(Kr[[:alnum:]]*\)\($\| [:{].*\)/\1/p' */*/*.h |
+        grep -v '^KrCoefficientIndex$'); do
+        test -e "build/development/reference/html/class$class.html" || missing+=("$class")
+    done
+    if ((${#missing[@]} > 0)); then
+        echo "The reference lacks ${missing[*]}" >&2
+        return 1
+    fi
 }
 
 check_cppcheck() {

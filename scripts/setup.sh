@@ -68,6 +68,7 @@ need_checks() {
     need clang-tidy eval 'program clang-tidy-14 || program clang-tidy'
     need cppcheck program cppcheck
     need python3 program python3
+    need doxygen program doxygen
     want libclang-rt-14-dev clang_runtime
 }
 

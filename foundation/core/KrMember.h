@@ -20,13 +20,17 @@ template <class T>
 class KrUncompared {
 public:
     KrUncompared() = default;
+    /// Holds `value`, so that a member is initialised like a plain one.
     KrUncompared(T value) : value_(std::move(value)) {}
 
+    /// The value itself; nothing is checked.
     T& operator*() { return value_; }
     T const& operator*() const { return value_; }
+    /// A member of the value.
     T* operator->() { return &value_; }
     T const* operator->() const { return &value_; }
 
+    /// Always true.
     bool operator==(KrUncompared const&) const { return true; }
 
 private:
@@ -40,16 +44,21 @@ template <class T>
 class KrScratch {
 public:
     KrScratch() = default;
-    // Also where a move is asked for, and then no reason for a vector to copy.
+    /// Holds `T()`. Also where a move is asked for, and then no reason for a vector
+    /// to copy.
     KrScratch(KrScratch const&) noexcept(std::is_nothrow_default_constructible_v<T>) : value_{} {}
+    /// Leaves the value as it is.
     KrScratch& operator=(KrScratch const&) noexcept { return *this; }
     ~KrScratch() = default;
 
+    /// The value itself; nothing is checked.
     T& operator*() { return value_; }
     T const& operator*() const { return value_; }
+    /// A member of the value.
     T* operator->() { return &value_; }
     T const* operator->() const { return &value_; }
 
+    /// Always true.
     bool operator==(KrScratch const&) const { return true; }
 
 private:
@@ -65,9 +74,12 @@ template <class T>
 class KrOwned {
 public:
     KrOwned() = default;
+    /// Takes ownership of `object`, which may be null.
     explicit KrOwned(T* object) : object_(object) {}
+    /// Holds a clone of what `other` owns.
     KrOwned(KrOwned const& other) : object_(cloneOf(other.get())) {}
     KrOwned(KrOwned&&) noexcept = default;
+    /// Replaces the present object by a clone of what `other` owns.
     KrOwned& operator=(KrOwned const& other) {
         if (this != &other) {
             object_.reset(cloneOf(other.get()));
@@ -77,14 +89,19 @@ public:
     KrOwned& operator=(KrOwned&&) noexcept = default;
     ~KrOwned() = default;
 
+    /// The object, null when there is none; still owned.
     T* get() const { return object_.get(); }
+    /// A member of the object, which must exist.
     T* operator->() const { return object_.get(); }
+    /// The object, which must exist.
     T& operator*() const { return *object_; }
+    /// Whether there is an object.
     explicit operator bool() const { return object_ != nullptr; }
 
     /// Deletes the present object and takes ownership of `object`.
     void reset(T* object = nullptr) { object_.reset(object); }
 
+    /// Whether both own nothing, or equal objects.
     bool operator==(KrOwned const& other) const {
         if (!object_ || !other.object_) {
             return !object_ && !other.object_;

@@ -17,20 +17,25 @@ enum class PrintType : int {
     Mismatch = 5,  ///< the sizes of an object's data do not belong together
 };
 
+/// What a sink is handed.
 struct Message {
-    PrintType type;
+    PrintType type;       ///< how grave it is
     std::string context;  ///< the signature of the function that speaks; may be empty
     std::string text;     ///< the message alone, with its own line ends
 };
 
+/// What a message can show as a number.
 template <class T>
 concept PrintNumber = std::is_arithmetic_v<T> || std::is_enum_v<T>;
 
 /// One argument of a printf-style message, with the type that it really has.
 class KR_EXPORT PrintArgument {
 public:
+    /// What the argument was given as.
     enum class Kind { Signed, Unsigned, Real, Text, Pointer };
 
+    /// Keeps the value in the widest type of its kind; an enumeration as a signed
+    /// number.
     template <PrintNumber T>
     PrintArgument(T value) : isWide_(sizeof(T) > sizeof(int)) {
         if constexpr (std::is_floating_point_v<T>) {
@@ -44,14 +49,24 @@ public:
             unsigned_ = static_cast<unsigned long long>(value);
         }
     }
+    /// The text is not copied: it lives as long as the message is formatted. Null is
+    /// "(null)".
     PrintArgument(char const* text) : kind_(Kind::Text), text_(text ? text : "(null)") {}
     PrintArgument(std::string const& text) : PrintArgument(text.c_str()) {}
+    /// Any other pointer, to be printed as an address.
     PrintArgument(void const* pointer) : kind_(Kind::Pointer), pointer_(pointer) {}
 
+    /// The number, for %d: a real without its fraction and held inside the range, 0
+    /// for what is no number.
     long long asSigned() const;
+    /// The number, for %u, %o and %x: a negative one as the two's complement of its
+    /// own width.
     unsigned long long asUnsigned() const;
+    /// The number, for %e, %f, %g and %a.
     double asReal() const;
+    /// The text, for %s: that of a number, too.
     std::string asText() const;
+    /// The address, for %p; null for what is no pointer.
     void const* asPointer() const { return kind_ == Kind::Pointer ? pointer_ : nullptr; }
 
 private:
@@ -74,8 +89,11 @@ private:
 ///     Kr::Print::instance().write(Kr::PrintType::Error, "bad mode: %d\n", mode);
 class KR_EXPORT Print {
 public:
+    /// Receives each message as it is printed, from the thread that prints it. It may
+    /// itself print, or install another sink.
     using Sink = std::function<void(Message const&)>;
 
+    /// The one logger of the process, made when it is first asked for.
     static Print& instance();
 
     /// Prints a printf-style message without a context. Each conversion takes

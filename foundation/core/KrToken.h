@@ -16,6 +16,7 @@
 class KR_EXPORT KrToken {
 public:
     KrToken() = default;
+    /// The token of the full `text`.
     explicit KrToken(char const* text) : text_(text) {}
     explicit KrToken(std::string text) : text_(std::move(text)) {}
     KrToken(KrToken const&) = default;
@@ -27,14 +28,20 @@ public:
     /// The full text, namespace included. `operator<<` writes what this returns.
     virtual std::string text() const;
 
+    /// Appends to the full text; no separator is put between.
     KrToken& operator+=(std::string const& more);
 
+    /// Compares the full texts, namespace included.
     bool operator==(KrToken const& other) const { return text_ == other.text_; }
     bool operator==(std::string const& other) const { return text_ == other; }
+    /// The order of the full texts, byte by byte.
     std::strong_ordering operator<=>(KrToken const& other) const { return text_ <=> other.text_; }
 
+    /// The full text, without a copy and without a virtual call.
     operator std::string const&() const { return text_; }
+    /// A copy of the full text.
     std::string token() const { return text_; }
+    /// The full text, valid until the token changes or ends.
     char const* c_str() const { return text_.c_str(); }
 
     /// The part after the last '#': the whole text of a name without a namespace.

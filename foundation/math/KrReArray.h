@@ -15,13 +15,16 @@ public:
     /// `rows` rows of `columns` zeros.
     KrReArray(KrU32 rows, KrU32 columns) { resizeArray(rows, columns); }
 
+    /// The number of points, where the array is a list of points.
     KrU32 numRows() const { return static_cast<KrU32>(rows_.size()); }
+    /// The length of each row; that of a point.
     KrU32 numColumns() const { return columns_; }
 
     /// Row `row`, which must exist. A row keeps its length.
     KrRealVector& operator[](KrU32 row) { return rows_[row]; }
     KrRealVector const& operator[](KrU32 row) const { return rows_[row]; }
 
+    /// All rows at once, without a copy: what `evaluateMultiple` takes.
     std::vector<KrRealVector> const& rows() const { return rows_; }
 
     /// Changes the size; entries inside the new size keep their values, new

@@ -7,5 +7,7 @@ class KR_EXPORT KrRealRealUnaryFunction {
 public:
     virtual ~KrRealRealUnaryFunction();
 
+    /// The value at `x`. What a function makes of an `x` outside its domain is its own
+    /// affair.
     virtual double evaluate(double x) const = 0;
 };

@@ -11,6 +11,7 @@ class KrXmlBaseVariableCompoundType;
 class KR_EXPORT KrBaseExpressionTreeElement : public KrXmlCompoundType {
 public:
     KrBaseExpressionTreeElement() = default;
+    /// An element that knows its container, which must outlive it; null is none.
     explicit KrBaseExpressionTreeElement(KrXmlBaseVariableCompoundType const* container);
 
     /// The container given last, null when there is none.

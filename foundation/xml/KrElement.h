@@ -17,15 +17,20 @@ class KR_EXPORT KrElement : public Base {
 public:
     using Base::Base;
 
+    /// A copy of the run-time class `Derived`, owned by the caller.
     KrXmlObject* clone() const override { return new Derived(static_cast<Derived const&>(*this)); }
 
+    /// The same as `creator`, by an object.
     KrXmlObject* newObject() const override { return creator(); }
 
+    /// Whether `other` is a `Derived`, or derived from it, that `operator==` of
+    /// `Derived` finds equal; false for null.
     KrBoolean equality(KrXmlObject const* other) const override {
         auto const* const same = dynamic_cast<Derived const*>(other);
         return same && static_cast<Derived const&>(*this) == *same;
     }
 
+    /// The `Tag`.
     KrToken const& token() const override { return Tag; }
 
     /// A default-constructed object on the heap, owned by the caller: the
@@ -44,6 +49,7 @@ class KR_EXPORT KrTaggedElement : public KrElement<Derived, Base, Tag> {
 public:
     using KrElement<Derived, Base, Tag>::KrElement;
 
+    /// The `Tag`; the same as `token` of any object of the class.
     static KrToken const& classToken() { return Tag; }
 
     bool operator==(KrTaggedElement const&) const = default;

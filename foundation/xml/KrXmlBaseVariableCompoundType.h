@@ -16,6 +16,7 @@
 ///     <addLibraries count="1"><item>libmine.so</item></addLibraries>
 class KR_EXPORT KrXmlBaseVariableCompoundType : public KrXmlObject {
 public:
+    /// Names of libraries, as a document lists them.
     using LibraryList = KrXmlVectorType<KrXmlBasicType<std::string>>;
 
     void accept(KrXmlObjectVisitor* visitor) override;
@@ -35,9 +36,12 @@ public:
     /// A new object for `token`, owned by the caller; null for an unknown tag.
     virtual KrXmlObject* newObjectFromToken(KrToken const& token) const;
 
+    /// The library names: read, kept and written, and nothing else.
     virtual LibraryList const& addLibraries() const;
     virtual void setAddLibraries(LibraryList const& libraries);
 
+    /// All that the object can create: the creators of its class, with those that a
+    /// client has added.
     virtual KrXmlCreatorMap const& creatorMap() const;
 
     /// Reads the child element `token`, on which the reader stands. The base

@@ -20,14 +20,18 @@ class KR_EXPORT KrXmlBasicType
     : public KrElement<KrXmlBasicType<T>, KrXmlObject, KrXml::KrItemToken> {
 public:
     KrXmlBasicType() = default;
+    /// Explicit, so that a comparison with a number is one of numbers.
     explicit KrXmlBasicType(T value) : value_(std::move(value)) {}
 
+    /// Sets the value; the flags of the object stay as they are.
     KrXmlBasicType& operator=(T value) {
         value_ = std::move(value);
         return *this;
     }
 
+    /// The value, wherever a `T` is wanted.
     operator T const&() const { return value_; }
+    /// The value by name, where a conversion would be ambiguous.
     T const& value() const { return value_; }
 
     bool operator==(KrXmlBasicType const&) const = default;

@@ -10,21 +10,28 @@
 /// The components of one object by their tags, in the order of registration.
 class KR_EXPORT KrXmlComponentMap {
 public:
+    /// One registered component, which is a member of the object and not owned.
     struct Entry {
-        KrToken token;
-        KrXmlObject* object;
-        bool readOnly;
+        KrToken token;        ///< the tag, or the name of the attribute
+        KrXmlObject* object;  ///< the member itself
+        bool readOnly;        ///< whether what a document says is passed over
     };
 
+    /// Appends an entry; of two under one tag, `find` gives the first.
     void add(KrToken const& token, KrXmlObject* object, bool readOnly);
+    /// Forgets the entries; the components themselves are untouched.
     void clear() { entries_.clear(); }
 
     /// The entry registered under `token`, null when there is none.
     Entry const* find(KrToken const& token) const;
 
+    /// Whether nothing is registered.
     bool empty() const { return entries_.empty(); }
+    /// The number of entries.
     std::size_t size() const { return entries_.size(); }
+    /// The first entry; iteration is in the order of registration.
     auto begin() const { return entries_.begin(); }
+    /// Behind the last entry.
     auto end() const { return entries_.end(); }
 
 private:
@@ -50,11 +57,20 @@ public:
     KrBoolean write(KrXmlWriter& writer) const override;
     void writeSchema(KrXmlSchema& schema) const override;
 
+    /// The part of `read` that takes the start tag: each attribute goes to
+    /// `readAttributeFromToken`.
     virtual KrBoolean readAttributes(KrXmlReader& reader);
+    /// The part of `read` that takes the children, up to the end tag: each goes to
+    /// `readValueFromToken`.
     virtual KrBoolean readElements(KrXmlReader& reader);
+    /// The part of `write` that writes the attributes, ahead of all content.
     virtual KrBoolean writeAttributes(KrXmlWriter& writer) const;
+    /// The part of `write` that writes one child element for each component.
     virtual KrBoolean writeElements(KrXmlWriter& writer) const;
+    /// The part of `writeSchema` that describes the attributes, each optional.
     virtual void writeSchemaAttributes(KrXmlSchema& schema) const;
+    /// The part of `writeSchema` that describes the children: in any order, each at
+    /// most once.
     virtual void writeSchemaElements(KrXmlSchema& schema) const;
 
     /// Registers every component. Called by the framework alone.
@@ -64,11 +80,14 @@ public:
     virtual void registerComponent(KrToken const& token, KrXmlObject* object);
     /// The same, but what a document says of it is passed over.
     virtual void registerComponentReadOnly(KrToken const& token, KrXmlObject* object);
+    /// The components that are child elements. The first call has them registered.
     virtual KrXmlComponentMap& componentMap();
 
     /// `object`, a value that is one text, is read and written as an attribute.
     virtual void registerAttributeComponent(KrToken const& token, KrXmlObject* object);
+    /// The same, but what a document says of it is passed over.
     virtual void registerAttributeComponentReadOnly(KrToken const& token, KrXmlObject* object);
+    /// The components that are attributes. The first call has them registered.
     virtual KrXmlComponentMap& attributeComponentMap();
 
     /// Children beyond the components, which the class reads in
@@ -76,7 +95,9 @@ public:
     /// `createSpecialDescriptorMap` is overridden.
     virtual KrXmlComponentMap& specialDescriptorMap();
 
+    /// Whether any component, or special descriptor, is a child element.
     virtual bool hasChildren() const;
+    /// Whether any component is an attribute.
     virtual bool hasAttributes() const;
 
     /// Reads the child element `token`, on which the reader stands: into the
@@ -86,17 +107,25 @@ public:
     /// Reads a child that is no component. The base reads what the special
     /// descriptor map names; false for anything else, and the child is refused.
     virtual KrBoolean readValueFromSpecialToken(KrToken const& token, KrXmlReader& reader);
+    /// Reads the reader's current attribute into the component `token`; an unknown
+    /// one is refused.
     virtual KrBoolean readAttributeFromToken(KrToken const& token, KrXmlReader& reader);
 
     /// Empties the maps of components and of attributes.
     virtual void newComponentMap();
+    /// Empties the map of special descriptors.
     virtual void newSpecialDescriptorMap();
-    /// Fill the maps; one call of `registerComponents` fills the first two.
+    /// Fills the maps of components and of attributes, both by one call of
+    /// `registerComponents`.
     virtual void createComponentMap();
+    /// The same as `createComponentMap`: one list registers both kinds.
     virtual void createAttributeComponentMap();
+    /// Fills the map of special descriptors. The base leaves it empty.
     virtual void createSpecialDescriptorMap();
 
+    /// Whether `token` was registered by `registerComponentReadOnly`.
     virtual bool isReadOnlyComponent(KrToken token) const;
+    /// Whether `token` was registered by `registerAttributeComponentReadOnly`.
     virtual bool isReadOnlyAttribute(KrToken token) const;
 
     bool operator==(KrXmlCompoundType const&) const = default;

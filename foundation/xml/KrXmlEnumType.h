@@ -22,11 +22,12 @@ class KR_EXPORT KrXmlEnumType
     : public KrElement<KrXmlEnumType<T>, KrXmlObject, KrXml::KrItemToken> {
 public:
     KrXmlEnumType() = default;
+    /// Any value is taken; one that has no text cannot be written.
     explicit KrXmlEnumType(T const& value) : value_(value) {}
 
     KrXmlEnumType(KrXmlEnumType const&) = default;
-    // The texts belong to the class: an assignment never takes them away from an
-    // object that has them.
+    /// Takes the value. The texts belong to the class: an assignment never takes them
+    /// away from an object that has them.
     KrXmlEnumType& operator=(KrXmlEnumType const& other) {
         value_ = other.value_;
         if (texts_->empty()) {
@@ -39,7 +40,9 @@ public:
         return *this;
     }
 
+    /// The number, whether it has a text or not.
     T const& value() const { return value_; }
+    /// The same by conversion.
     operator T const&() const { return value_; }
 
     /// `text` is what is written and read for `value`, in place of an earlier

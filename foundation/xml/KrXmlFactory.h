@@ -20,6 +20,7 @@ public:
     /// Adds a creator, in place of an earlier one for the same tag.
     void registerCreator(KrToken const& token, KrXmlCreator creator) { creators_[token] = creator; }
 
+    /// All that was registered.
     KrXmlCreatorMap const& creatorMap() const { return creators_; }
 
     /// A new object for `token`, owned by the caller; null for an unknown tag.

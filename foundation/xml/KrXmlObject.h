@@ -54,6 +54,8 @@ public:
     /// object's content to the file `path`; false, with a message, on failure.
     virtual KrBoolean createSchema(std::string const& path, KrToken const& root) const;
 
+    /// Whether `xmlInit` has run. A flag of the framework's: it takes no part in
+    /// equality.
     virtual bool xmlInitialized() const;
     virtual void setXmlInitialized(bool initialized);
 

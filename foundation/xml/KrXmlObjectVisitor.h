@@ -13,7 +13,10 @@ class KR_EXPORT KrXmlObjectVisitor {
 public:
     virtual ~KrXmlObjectVisitor();
 
+    /// Called with values, and whatever the two below pass on.
     virtual void visit(KrXmlObject* object);
+    /// Called with elements that are made of components.
     virtual void visit(KrXmlCompoundType* object);
+    /// Called with containers and element vectors.
     virtual void visit(KrXmlBaseVariableCompoundType* object);
 };

@@ -26,9 +26,11 @@ class KR_EXPORT KrXmlPairType
 public:
     KrXmlPairType() = default;
 
+    /// The part that stands under `first` in a document.
     F const& first() const { return first_; }
-    S const& second() const { return second_; }
     void setFirst(F const& first) { first_ = first; }
+    /// The part that stands under `second`.
+    S const& second() const { return second_; }
     void setSecond(S const& second) { second_ = second; }
 
     bool operator==(KrXmlPairType const&) const = default;

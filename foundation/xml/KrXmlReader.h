@@ -43,6 +43,7 @@ class KrXmlFactory;
 /// distinct names of the document.
 class KR_EXPORT KrXmlReader {
 public:
+    /// The nesting that is read unless `setDepthLimit` says otherwise.
     static constexpr std::size_t defaultDepthLimit = 256;
 
     /// Reads from `stream`, which must outlive the reader. `fileName` is what
@@ -88,17 +89,24 @@ public:
     /// Whether the document has turned out to be malformed, as far as it was read.
     KrBoolean malformed() const { return stopped_; }
 
+    /// The tag of the current element; empty when there is none.
     KrToken const& token();
+    /// How many elements are open: 1 on the root.
     std::size_t depth();
+    /// The name of the attribute that `nextAttribute` moved to.
     KrToken const& attributeName() const;
+    /// Its value, valid until the reader moves on.
     std::string_view attributeValue() const;
 
+    /// What messages call the document.
     std::string const& fileName() const { return fileName_; }
-    /// Where the current element's start tag begins.
+    /// The line where the current element's start tag begins, counted from 1.
     KrU32 line() const { return open_.empty() ? 1 : open_.back().place.line; }
+    /// The column there, counted from 1.
     KrU32 column() const { return open_.empty() ? 1 : open_.back().place.column; }
     /// The local names from the root to the current element, joined by '/'.
     std::string path() const;
+    /// How much was refused so far; it never goes back.
     std::size_t errorCount() const { return errorCount_; }
 
     /// Deepest nesting that is read; to be set before the reader moves.
@@ -107,6 +115,7 @@ public:
     /// A factory that containers and vectors ask for elements which they have no
     /// creator for; not owned. Null, as at first: none.
     void setFactory(KrXmlFactory const* factory) { factory_ = factory; }
+    /// The factory in force, null when there is none.
     KrXmlFactory const* factory() const { return factory_; }
 
 private:

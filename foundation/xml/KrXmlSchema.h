@@ -33,6 +33,7 @@
 /// times.
 class KR_EXPORT KrXmlSchema {
 public:
+    /// How the children of a group may stand in a document.
     enum class Group {
         All,       ///< each child at most once, in any order
         Sequence,  ///< each child at most once, in the order given
@@ -48,6 +49,7 @@ public:
 
     /// Opens a group of children; a choice or a list may stand in a sequence.
     void startGroup(Group group);
+    /// Closes the group that was opened last.
     void endGroup();
 
     /// A child element `tag` with the content of `object`, in the open group; where
@@ -67,6 +69,8 @@ public:
 
     /// The schema's document; empty, with a message, on failure.
     std::string text() const;
+    /// Writes that document to the file `path`, in one step; false, with a message, on
+    /// failure.
     KrBoolean writeFile(std::string const& path) const;
 
 private:

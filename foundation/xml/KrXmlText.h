@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+/// What became of a text: a value, no value at all, or one that is too large.
 enum class KrXmlParse { Good, Malformed, OutOfRange };
 
 /// The conversion between a value and its text in a document, the only place

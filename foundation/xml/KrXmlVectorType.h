@@ -50,16 +50,24 @@ class KR_EXPORT KrXmlVectorType
 public:
     KrXmlVectorType() = default;
 
+    /// The item at `index`, which must exist.
     E& operator[](KrU32 index) { return items_[index]; }
     E const& operator[](KrU32 index) const { return items_[index]; }
+    /// The number of items.
     KrU32 size() const { return static_cast<KrU32>(items_.size()); }
 
+    /// Appends a copy of `item`.
     void pushBack(E const& item) { items_.push_back(item); }
+    /// Makes room for `count` items, and adds none.
     void reserve(KrU32 count) { items_.reserve(count); }
+    /// Cuts the list to `count` items, or fills it up with default ones.
     void resize(KrU32 count) { items_.resize(count); }
+    /// Removes every item.
     void clear() { items_.clear(); }
 
+    /// The first item, to read only.
     auto begin() const { return items_.begin(); }
+    /// Behind the last item.
     auto end() const { return items_.end(); }
 
     bool operator==(KrXmlVectorType const&) const = default;

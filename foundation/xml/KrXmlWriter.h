@@ -32,12 +32,15 @@ public:
     KrXmlWriter(KrXmlWriter const&) = delete;
     KrXmlWriter& operator=(KrXmlWriter const&) = delete;
 
+    /// Opens an element inside the current one; the first is the root.
     void startElement(KrToken const& token);
+    /// Closes the current element.
     void endElement();
 
-    /// What is written as text between these two is the attribute's value. They
-    /// stand between `startElement` and the element's content.
+    /// Opens an attribute: what is written as text up to `endAttribute` is its value.
+    /// It stands between `startElement` and the element's content.
     void startAttribute(KrToken const& token);
+    /// Closes the attribute.
     void endAttribute();
 
     /// Character content of the current element or attribute, escaped.

@@ -28,6 +28,7 @@ public:
     using KrTaggedElement::KrTaggedElement;
     KrCompositeFunctionBranch() = default;
     KrCompositeFunctionBranch(KrCompositeFunctionBranch const&) = default;
+    /// Takes clones of the children, and gives them this branch's container.
     KrCompositeFunctionBranch& operator=(KrCompositeFunctionBranch const& source);
     ~KrCompositeFunctionBranch() override = default;
 

@@ -24,6 +24,7 @@ class KR_EXPORT KrCompositeFunctionContainer
                        KrBaseExpressionTreeContainer<KrCompositeFunctionElement>,
                        KrFunction::KrCompositeFunctionContainerToken> {
 public:
+    /// For each variable two numbers, the smallest and the largest value.
     using Bounds = KrCompositeFunctionElement::Bounds;
 
     /// Sets `y` to the values at `x`; `ok` tells whether `x` is covered. Where it is
@@ -34,6 +35,7 @@ public:
     /// For each variable the smallest and the largest value that the tree covers.
     virtual Bounds const& bounds() const { return bounds_; }
 
+    /// Stores a clone of `element`, and prepares the tree.
     void setTopElement(KrCompositeFunctionElement const& element) override;
     void setTopElementContainerToThis() override;
     KrBoolean read(KrXmlReader& reader) override;

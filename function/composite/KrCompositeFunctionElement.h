@@ -14,7 +14,9 @@
 /// a container does for its tree.
 class KR_EXPORT KrCompositeFunctionElement : public KrBaseExpressionTreeElement {
 public:
+    /// For each variable two numbers, the smallest and the largest value.
     using Bounds = std::vector<std::vector<double>>;
+    /// For each variable two flags, one for either end.
     using Flags = std::vector<std::vector<KrBoolean>>;
 
     using KrBaseExpressionTreeElement::KrBaseExpressionTreeElement;
@@ -30,7 +32,9 @@ public:
     /// above the largest value.
     virtual Flags const& limitOrExtrapolate() const { return limitOrExtrapolate_; }
 
+    /// Determines `bounds` for this element and all below it.
     virtual Bounds const& initBounds() = 0;
+    /// Determines `limitOrExtrapolate` for this element and all below it.
     virtual Flags const& initLimitOrExtrapolate() = 0;
 
     /// Whether the box contains `point`, its faces included. A point of fewer
@@ -44,6 +48,8 @@ public:
     bool operator==(KrCompositeFunctionElement const&) const = default;
 
 protected:
+    /// What `bounds` gives; filled by `initBounds` of the derived class.
     Bounds bounds_;
+    /// What `limitOrExtrapolate` gives; filled by `initLimitOrExtrapolate`.
     Flags limitOrExtrapolate_;
 };

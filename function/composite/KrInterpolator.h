@@ -39,7 +39,9 @@
 template <class Value>
 class KR_EXPORT KrInterpolator {
 public:
+    /// For each dimension two breakpoints, the smallest and the largest.
     using Bounds = std::vector<std::vector<Value>>;
+    /// For each dimension two flags, one for either end.
     using Flags = std::vector<std::vector<KrBoolean>>;
 
     KrInterpolator() = default;
@@ -61,6 +63,7 @@ public:
     /// Removes all tables and dimensions; `bounds` and `limitOrExtrapolate` stay.
     virtual void init();
 
+    /// Appends a copy of `search` as the slowest dimension so far.
     virtual void addDimension(KrVectorSearch<Value> const& search);
 
     /// Adds a table, whose length is not checked.
@@ -84,10 +87,12 @@ public:
     /// smallest and at the largest breakpoint.
     virtual Flags const& initLimitOrExtrapolate();
 
-    /// What the last `initBounds` and `initLimitOrExtrapolate` have determined.
+    /// What the last `initBounds` has determined; empty before.
     Bounds const& bounds() const { return bounds_; }
+    /// What the last `initLimitOrExtrapolate` has determined; empty before.
     Flags const& limitOrExtrapolate() const { return limitOrExtrapolate_; }
 
+    /// One without tables and dimensions, by value.
     static KrInterpolator nullObject() { return KrInterpolator(); }
 
     /// Compares everything but the outcome of the last evaluation.

@@ -31,7 +31,9 @@ class KR_EXPORT KrTableFunctionInterpolator
     : public KrTaggedElement<KrTableFunctionInterpolator, KrCompositeFunctionElement,
                              KrFunction::KrTableFunctionInterpolatorToken> {
 public:
+    /// The dimensions, the fastest first.
     using IndependentData = KrXmlVectorType<KrTableFunctionVectorSearch>;
+    /// One flat list for each table.
     using DependentData = KrXmlVectorType<KrXmlRealVector>;
 
     using KrTaggedElement::KrTaggedElement;
@@ -48,8 +50,10 @@ public:
     /// Adds a dimension.
     virtual void independentDataPushBack(KrTableFunctionVectorSearch const& search);
 
+    /// The breakpoints and options of each dimension.
     IndependentData const& independentData() const { return independentData_; }
     void setIndependentData(IndependentData const& data) { independentData_ = data; }
+    /// The tables, in the order of the values that an evaluation gives.
     DependentData const& dependentData() const { return dependentData_; }
     void setDependentData(DependentData const& data) { dependentData_ = data; }
 

@@ -24,7 +24,9 @@ class KR_EXPORT KrTableFunctionVectorSearch
     : public KrTaggedElement<KrTableFunctionVectorSearch, KrXmlCompoundType,
                              KrFunction::KrTableFunctionVectorSearchToken> {
 public:
+    /// What happens at one end of the table and beyond it.
     using BOUNDARY_OPTION = KrVectorSearchEnums::BOUNDARY_OPTION;
+    /// How the segment of a value inside the table is found.
     using SEARCH_OPTION = KrVectorSearchEnums::SEARCH_OPTION;
 
     /// Makes the search from breakpoints and options. True.
@@ -32,20 +34,27 @@ public:
 
     /// Sets the breakpoints.
     virtual void independentVector(KrRealVector const& vector);
+    /// Sets what happens at the first breakpoint.
     virtual void lowerBoundaryOption(BOUNDARY_OPTION const& option);
+    /// Sets what happens at the last breakpoint.
     virtual void upperBoundaryOption(BOUNDARY_OPTION const& option);
+    /// Sets how the segment is found.
     virtual void searchOption(SEARCH_OPTION const& option);
 
     /// The search, as the last `init` made it.
     virtual KrVectorSearch<double> const& dimension() const { return dimension_; }
 
+    /// The breakpoints, in units of the variable.
     KrXmlRealVector const& independentVector() const { return independentVector_; }
+    /// What happens at the first breakpoint and beyond it; `LIMIT` at first.
     BOUNDARY_OPTION lowerBoundaryOption() const {
         return static_cast<BOUNDARY_OPTION>(lowerBoundaryOption_.value());
     }
+    /// What happens at the last breakpoint and beyond it; `LIMIT` at first.
     BOUNDARY_OPTION upperBoundaryOption() const {
         return static_cast<BOUNDARY_OPTION>(upperBoundaryOption_.value());
     }
+    /// How the segment is found; `LINEAR` at first.
     SEARCH_OPTION searchOption() const { return static_cast<SEARCH_OPTION>(searchOption_.value()); }
 
     KrBoolean read(KrXmlReader& reader) override;

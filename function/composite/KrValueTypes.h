@@ -25,8 +25,9 @@ using IndexedName = KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<std::str
 ///     </item>
 using NamedFunction = KrXmlPairType<IndexedName, KrScalarFunctionContainer>;
 
-/// A list of them, and a list of such lists.
+/// A list of scalar functions, each with its index and name.
 using NamedFunctionVector = KrXmlVectorType<NamedFunction>;
+/// Several such lists.
 using NamedFunctionVectors = KrXmlVectorType<NamedFunctionVector>;
 
 }  // namespace KrValueTypes

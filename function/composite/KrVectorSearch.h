@@ -83,6 +83,7 @@ public:
     /// Whether the table extrapolates at its smaller and at its larger end.
     virtual void getLimitOrExtrapolate(KrBoolean& atLow, KrBoolean& atHigh) const;
 
+    /// One without breakpoints, by value.
     static KrVectorSearch nullObject() { return KrVectorSearch(); }
 
     /// Compares breakpoints and options, not the last look-up.

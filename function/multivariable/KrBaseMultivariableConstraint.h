@@ -27,8 +27,9 @@ public:
     /// next call; zero where the gradient is.
     virtual KrRealVector const& gradient(KrRealVector const& x) const = 0;
 
-    // The same for a point that is an element's parameter.
+    /// The same for a point that is an element's parameter.
     virtual double evaluate(KrXmlRealVector const& x) const;
+    /// The same for a point that is an element's parameter.
     virtual KrRealVector const& gradient(KrXmlRealVector const& x) const;
 
     /// Scales the gradient buffer to length one. A zero vector, and one whose
@@ -41,6 +42,8 @@ public:
     bool operator==(KrBaseMultivariableConstraint const&) const = default;
 
 protected:
+    /// The gradient computed last, which `gradient` returns.
     mutable KrRealVector gradient_;
+    /// Room for a point that came as an element's parameter.
     mutable KrScratch<KrRealVector> point_;
 };

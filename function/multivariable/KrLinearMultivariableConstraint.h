@@ -33,6 +33,7 @@ public:
     double evaluate(KrRealVector const& x) const override;
     KrRealVector const& gradient(KrRealVector const& x) const override;
 
+    /// The value at the origin; 0 by default.
     virtual double offset() const { return offset_; }
     virtual void setOffset(double offset) { offset_ = offset; }
 

@@ -18,11 +18,12 @@ public:
     /// 4.
     KrU32 domainDim() const override;
 
+    /// The factor m; 1 by default.
     virtual double multiplier() const { return multiplier_; }
     virtual void setMultiplier(double multiplier) { multiplier_ = multiplier; }
 
-    // Functions compare as the base does, always equal: they are the same
-    // function whatever the scale of their values.
+    /// Functions compare as the base does, always equal: they are the same
+    /// function whatever the scale of their values.
     bool operator==(KrPowellsQuarticFunction const& other) const {
         return KrScalarMultivariableFunction::operator==(other);
     }

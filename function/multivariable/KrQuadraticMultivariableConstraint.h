@@ -44,6 +44,7 @@ public:
     double evaluate(KrRealVector const& x) const override;
     KrRealVector const& gradient(KrRealVector const& x) const override;
 
+    /// The value at the origin; 0 by default.
     virtual double offset() const { return offset_; }
     virtual void setOffset(double offset) { offset_ = offset; }
 
@@ -58,7 +59,7 @@ public:
     }
     /// Overwrites the coefficient, or lists it, the smaller index first.
     virtual void setSecondOrderCoefficient(KrU32 i, KrU32 j, double value);
-    // Those of x(i)^2.
+    /// The coefficient of x(i)^2.
     virtual double secondOrderCoefficient(KrU32 i) const { return secondOrderCoefficient(i, i); }
     virtual void setSecondOrderCoefficient(KrU32 i, double value) {
         setSecondOrderCoefficient(i, i, value);

@@ -13,8 +13,9 @@ public:
     KrScalarMultivariableFunction(KrScalarMultivariableFunction const&) = default;
     virtual ~KrScalarMultivariableFunction();
 
-    /// The interface has no data: an assignment changes nothing, and all are equal.
+    /// The interface has no data: an assignment changes nothing.
     KrScalarMultivariableFunction& operator=(KrScalarMultivariableFunction const&) = default;
+    /// All functions are equal here; a derived class may compare its own data.
     bool operator==(KrScalarMultivariableFunction const&) const { return true; }
 
     /// The value at `x`, which has `domainDim()` components.

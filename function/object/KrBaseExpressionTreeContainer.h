@@ -26,6 +26,7 @@ class KR_EXPORT KrBaseExpressionTreeContainer : public KrXmlBaseVariableCompound
 public:
     KrBaseExpressionTreeContainer() = default;
     KrBaseExpressionTreeContainer(KrBaseExpressionTreeContainer const&) = default;
+    /// Takes a clone of the element.
     KrBaseExpressionTreeContainer& operator=(KrBaseExpressionTreeContainer const& source) {
         if (this != &source) {
             KrXmlBaseVariableCompoundType::operator=(source);
@@ -35,7 +36,8 @@ public:
         return *this;
     }
 
-    // There is no move construction: a moved element would know the old container.
+    /// Takes the element itself. There is no move construction: a moved element would
+    /// know the old container.
     KrBaseExpressionTreeContainer& operator=(KrBaseExpressionTreeContainer&& source) noexcept {
         if (this != &source) {
             // The base's part alone: the element is moved in the next line.

@@ -11,13 +11,14 @@ class KrXmlBaseVariableCompoundType;
 /// container needs to include its elements, which may themselves hold containers.
 namespace KrCreators {
 
-// Each registers the classes of one family with `holder`.
-
-/// The linear function alone: a multipoint function in a container is created by
-/// the reader's own factory.
+/// Registers the linear function alone: a multipoint function in a container is
+/// created by the reader's own factory.
 KR_EXPORT void registerScalarFunctions(KrXmlBaseVariableCompoundType& holder);
+/// Registers the power and the S-curve.
 KR_EXPORT void registerUnitaryMaps(KrXmlBaseVariableCompoundType& holder);
+/// Registers the linear and the quadratic constraint.
 KR_EXPORT void registerConstraints(KrXmlBaseVariableCompoundType& holder);
+/// Registers the five optimizers, the sequence among them.
 KR_EXPORT void registerOptimizers(KrXmlBaseVariableCompoundType& holder);
 
 /// Registers the elements of a composite function with `holder`.

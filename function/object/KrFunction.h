@@ -14,6 +14,7 @@ namespace KrFunction {
 /// The namespace URI, "urn:zeibreku:function#", prefix of the names below.
 extern KR_EXPORT KrToken const ns;
 
+/// An element, a component, or the text of an enumeration.
 extern KR_EXPORT KrToken const KrAlphaToken;
 extern KR_EXPORT KrToken const KrAxisAlignedToken;
 extern KR_EXPORT KrToken const KrBetaToken;
@@ -85,7 +86,7 @@ extern KR_EXPORT KrToken const KrTableFunctionVectorSearchToken;
 extern KR_EXPORT KrToken const KrTauToken;
 extern KR_EXPORT KrToken const KrUnitaryMapContainerToken;
 
-// Attributes and the enumeration texts of the vector search: without a namespace.
+/// An attribute, or an enumeration text, of the vector search: without a namespace.
 extern KR_EXPORT KrToken const KrIndLowerBoundaryToken;
 extern KR_EXPORT KrToken const KrIndSearchToken;
 extern KR_EXPORT KrToken const KrIndUpperBoundaryToken;

@@ -14,6 +14,7 @@ class KR_EXPORT KrScalarFunctionContainer
                              KrBaseExpressionTreeContainer<KrBaseScalarFunction>,
                              KrFunction::KrScalarFunctionContainerToken> {
 public:
+    /// The function's `evaluate`; `x` without a function.
     virtual double evaluate(double const& x) const;
 
     void registerComponentCreators() override;

@@ -13,6 +13,7 @@ class KR_EXPORT KrUnitaryMapContainer
     : public KrElement<KrUnitaryMapContainer, KrBaseExpressionTreeContainer<KrBaseUnitaryMap>,
                        KrFunction::KrUnitaryMapContainerToken> {
 public:
+    /// The map's `evaluate`; `x` without a map.
     virtual double evaluate(double const& x) const;
 
     void registerComponentCreators() override;

@@ -72,6 +72,8 @@ public:
         return true;
     }
 
+    /// Removes the entry at `index` and its element; those behind it move up. False for
+    /// a bad index.
     virtual KrBoolean erase(KrU32 index) {
         if (index >= size()) {
             report(__PRETTY_FUNCTION__, "KrXmlVariableVectorType<ElementType>::erase: bad index, ",
@@ -109,6 +111,7 @@ public:
     /// The entries; null where one is empty.
     virtual std::vector<T*> const& vectorContainer() const { return entries_.list; }
 
+    /// Makes room for `count` entries, and adds none.
     virtual void reserve(KrU32 count) { entries_.list.reserve(count); }
 
     /// Cuts the list to `count` entries; never grows it.
@@ -119,6 +122,7 @@ public:
         }
     }
 
+    /// Removes every entry.
     virtual void clear() { resize(0); }
 
     /// Replaces the list by `count` clones of `element`, which may be one of the

@@ -104,6 +104,7 @@ public:
     /// shrink; returns the best signed value.
     virtual double singleStep(double sign, KrScalarMultivariableFunction const& f,
                               bool& done) const;
+    /// Finds the best and the worst of the values at the stencil.
     virtual void findMaxAndMin() const;
     /// The index of the smallest value, the lowest of equal ones.
     virtual KrU32 findMinIndex(KrRealVector const& values) const;

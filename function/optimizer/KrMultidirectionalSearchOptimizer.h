@@ -85,6 +85,7 @@ public:
     /// value. In no dimensions 0.0, and `done` stays as it was.
     virtual double singleStep(double sign, KrScalarMultivariableFunction const& f,
                               bool& done) const;
+    /// Finds the best and the worst vertex; of equal ones the lowest index.
     virtual void findMaxAndMin() const;
     /// The index of the smallest value, the lowest of equal ones.
     virtual KrU32 findMinIndex(KrRealVector const& values) const;

@@ -120,7 +120,9 @@ public:
     virtual void exchangeHighVertexAndContract(double sign, KrScalarMultivariableFunction const& f,
                                                KrU32 n, KrRealVector const& point,
                                                double value) const;
+    /// Finds the best and the worst vertex; of equal ones the lowest index.
     virtual void findMaxAndMin() const;
+    /// The centroid c: the mean of all vertices but the worst.
     virtual void calculateVertexMeanExcludingMaxPoint() const;
     /// The restart test, and the restart.
     virtual void restartIfNeeded(double const& sign, KrScalarMultivariableFunction const& f) const;

@@ -11,6 +11,8 @@ public:
     KrBaseScalarFunction(KrBaseScalarFunction const&) = default;
     KrBaseScalarFunction& operator=(KrBaseScalarFunction const&) = default;
 
+    /// The value at `x`, in the units of the range. Defined for every `x`; each class
+    /// says what it does beyond its data.
     virtual double evaluate(double const& x) const = 0;
 
     bool operator==(KrBaseScalarFunction const&) const = default;

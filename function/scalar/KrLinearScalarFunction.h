@@ -20,8 +20,10 @@ class KR_EXPORT KrLinearScalarFunction
 public:
     double evaluate(double const& x) const override;
 
+    /// The value at x = 0; 0 by default.
     virtual double startValue() const { return startValue_; }
     virtual void setStartValue(double value) { startValue_ = value; }
+    /// The value at x = 1; 1 by default.
     virtual double endValue() const { return endValue_; }
     virtual void setEndValue(double value) { endValue_ = value; }
 

@@ -13,6 +13,7 @@ class KR_EXPORT KrPowerUnitaryMap : public KrTaggedElement<KrPowerUnitaryMap, Kr
 public:
     double evaluate(double const& x) const override;
 
+    /// The exponent; 1 by default. With a negative one, f(0) is infinite.
     virtual double exponent() const { return exponent_; }
     virtual void setExponent(double exponent) { exponent_ = exponent; }
 

@@ -32,12 +32,19 @@ class KR_EXPORT KrSCurveUnitaryMap : public KrTaggedElement<KrSCurveUnitaryMap, 
 public:
     double evaluate(double const& x) const override;
 
+    /// The x at which f is 0.5, inside (0, 1); 0.5 by default.
     virtual double center() const { return center_; }
     virtual void setCenter(double center);
+    /// The slope at 0, as it was given; 0 by default. The curve's own is at most
+    /// 0.5 / center - 1e-7.
     virtual double initialSlope() const { return initialSlope_; }
     virtual void setInitialSlope(double slope);
+    /// The slope at 1, as it was given; 0 by default. The curve's own is at most
+    /// 0.5 / (1 - center) - 1e-7.
     virtual double finalSlope() const { return finalSlope_; }
     virtual void setFinalSlope(double slope);
+    /// The slope at the centre, as it was given; 4 by default. The curve's own is
+    /// more than 1 / center and 1 / (1 - center) less the end slope on that side.
     virtual double centerSlope() const { return centerSlope_; }
     virtual void setCenterSlope(double slope);
 
