@@ -9,9 +9,11 @@ set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # The file set brings its include folder along, but only clients with CMake 3.23 see it there.
 install(TARGETS krfoundation zeibreku EXPORT zeibrekuTargets
-    FILE_SET HEADERS DESTINATION ${headers_dir}
+    LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+    FILE_SET HEADERS DESTINATION ${headers_dir} COMPONENT development
     INCLUDES DESTINATION ${headers_dir})
-install(EXPORT zeibrekuTargets NAMESPACE zeibreku:: DESTINATION ${config_dir})
+install(EXPORT zeibrekuTargets NAMESPACE zeibreku:: DESTINATION ${config_dir}
+    COMPONENT development)
 
 configure_package_config_file(
     cmake/zeibrekuConfig.cmake.in ${PROJECT_BINARY_DIR}/zeibrekuConfig.cmake
@@ -23,7 +25,7 @@ write_basic_package_version_file(
 install(FILES
     ${PROJECT_BINARY_DIR}/zeibrekuConfig.cmake
     ${PROJECT_BINARY_DIR}/zeibrekuConfigVersion.cmake
-    DESTINATION ${config_dir})
+    DESTINATION ${config_dir} COMPONENT development)
 
 # The .pc file says where things are relative to itself, so that an installed tree can be moved
 # and `cmake --install --prefix` is enough to choose a place.
@@ -31,4 +33,5 @@ file(RELATIVE_PATH pkgconfig_to_prefix
     ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")
 configure_file(cmake/zeibreku.pc.in ${PROJECT_BINARY_DIR}/zeibreku.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zeibreku.pc DESTINATION ${pkgconfig_dir})
+install(FILES ${PROJECT_BINARY_DIR}/zeibreku.pc DESTINATION ${pkgconfig_dir}
+    COMPONENT development)

@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(format generated headers reference cppcheck clang tidy asan tsan benchmarks demo)
+all=(format generated headers reference cppcheck clang tidy asan tsan benchmarks packages demo)
 
 # build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
 build_and_test() {
@@ -106,6 +106,33 @@ check_benchmarks() {
             "build/release/benchmarks/$name" --benchmark_min_time=0.01
         fi
     done
+}
+
+# The Debian packages: made, judged, installed into a root of their own by dpkg, and used there.
+check_packages() {
+    local build=$PWD/build/package
+    cmake --preset package
+    cmake --build --preset package
+    rm -f "$build"/*.deb
+    cpack --preset package
+    lintian --allow-root --fail-on error "$build"/*.deb
+
+    local root=$build/root
+    rm -rf "$root" "$build/consumer"
+    mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates" "$root/var/log"
+    touch "$root/var/lib/dpkg/status"
+    # What they depend on is in the other root.
+    PATH=$PATH:/usr/sbin:/sbin fakeroot dpkg --root="$root" --force-depends -i "$build"/*.deb
+
+    local libraries
+    libraries=$(dirname "$(dirname "$(find "$root" -name zeibreku.pc)")")
+    export LD_LIBRARY_PATH=$libraries
+    cmake -S tests/consumer -B "$build/consumer" -D CMAKE_PREFIX_PATH="$root/usr"
+    cmake --build "$build/consumer"
+    "$build/consumer/consumer"
+    cmake -D compiler="${CXX:-c++}" -D pkg_config=pkg-config -D libdir="$libraries" \
+        -D source=tests/consumer/main.cpp -D program="$build/consumer/by_pkg_config" \
+        -P tests/consumer/pkg_config.cmake
 }
 
 check_demo() { scripts/demo.sh; }

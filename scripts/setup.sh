@@ -69,6 +69,9 @@ need_checks() {
     need cppcheck program cppcheck
     need python3 program python3
     need doxygen program doxygen
+    need lintian program lintian
+    need dpkg-dev program dpkg-shlibdeps
+    need fakeroot program fakeroot
     want libclang-rt-14-dev clang_runtime
 }
 

@@ -4,13 +4,18 @@ set(consumer_prefix ${consumer_dir}/prefix)
 
 # Old files go first: a header that is no longer installed must be missed.
 add_test(NAME consumer.clean COMMAND ${CMAKE_COMMAND} -E rm -rf ${consumer_dir})
-# The prefix is not the configured one, which shows that the installed files can be moved.
+# The prefix is not the configured one, and moves once more before it is used: no installed file may
+# know where it was.
 add_test(NAME consumer.install
     COMMAND ${CMAKE_COMMAND} --install ${PROJECT_BINARY_DIR} --config $<CONFIG>
-        --prefix ${consumer_prefix})
+        --prefix ${consumer_dir}/installed)
+add_test(NAME consumer.move
+    COMMAND ${CMAKE_COMMAND} -E rename ${consumer_dir}/installed ${consumer_prefix})
 set_tests_properties(consumer.clean PROPERTIES FIXTURES_SETUP consumer_clean)
 set_tests_properties(consumer.install PROPERTIES
-    FIXTURES_REQUIRED consumer_clean FIXTURES_SETUP consumer_prefix)
+    FIXTURES_REQUIRED consumer_clean FIXTURES_SETUP consumer_installed)
+set_tests_properties(consumer.move PROPERTIES
+    FIXTURES_REQUIRED consumer_installed FIXTURES_SETUP consumer_prefix)
 
 add_test(NAME consumer.find_package
     COMMAND ${CMAKE_CTEST_COMMAND}

@@ -1,0 +1,81 @@
+# Debian packages, by `cpack` in a build folder of the preset `package`: the run-time libraries,
+# what a client is built with, and the documentation.
+#
+# Both libraries are in one package: their versions and sonames always change together.
+find_program(GZIP_PROGRAM gzip)
+find_program(DPKG_PROGRAM dpkg-deb)
+if(NOT GZIP_PROGRAM OR NOT DPKG_PROGRAM)
+    return()
+endif()
+
+set(debian_dir ${PROJECT_SOURCE_DIR}/cmake/debian)
+set(runtime_package libzeibreku${PROJECT_VERSION_MAJOR})
+set(development_package libzeibreku-dev)
+set(documentation_package libzeibreku-doc)
+
+# Each package brings its copyright file and its changelog. None of these files, nor the
+# documentation, is part of a plain `cmake --install`.
+set(changelog ${PROJECT_BINARY_DIR}/debian/changelog.gz)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/debian)
+execute_process(
+    COMMAND ${GZIP_PROGRAM} -9nc ${debian_dir}/changelog
+    OUTPUT_FILE ${changelog}
+    COMMAND_ERROR_IS_FATAL ANY)
+foreach(component IN ITEMS runtime development documentation)
+    install(FILES ${debian_dir}/copyright ${changelog}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${${component}_package}
+        COMPONENT ${component} EXCLUDE_FROM_ALL)
+endforeach()
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${documentation_package}
+    COMPONENT documentation EXCLUDE_FROM_ALL)
+install(DIRECTORY docs
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${documentation_package}
+    COMPONENT documentation EXCLUDE_FROM_ALL
+    PATTERN reference EXCLUDE)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/reference/html
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${documentation_package}
+    COMPONENT documentation EXCLUDE_FROM_ALL)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL runtime development documentation)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "zeibreku developers <zeibreku@zeibreku.invalid>")
+set(CPACK_DEBIAN_PACKAGE_SOURCE ${PROJECT_NAME})
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
+set(about "Objects with settings, such as optimizers and tables, are read from XML and
+written to it. Every result is the same to the last bit on every machine.")
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# A trigger tells the linker of the libraries. CPack would write scripts that call ldconfig besides,
+# which no package should have, unless it is given some; these do not exist, and are passed over.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+    ${debian_dir}/triggers ${debian_dir}/postinst ${debian_dir}/postrm)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${about}
+This package holds the shared libraries.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development_package})
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS ${documentation_package})
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${about}
+This package holds the headers and what CMake and pkg-config need.")
+
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ${documentation_package})
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "${about}
+This package holds the guide and the reference of all classes.")
+
+include(CPack)
