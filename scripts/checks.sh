@@ -121,8 +121,9 @@ check_packages() {
     rm -rf "$root" "$build/consumer"
     mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates" "$root/var/log"
     touch "$root/var/lib/dpkg/status"
-    # What they depend on is in the other root.
-    PATH=$PATH:/usr/sbin:/sbin fakeroot dpkg --root="$root" --force-depends -i "$build"/*.deb
+    # What they depend on, and nothing else, is in the other root.
+    PATH=$PATH:/usr/sbin:/sbin fakeroot dpkg --root="$root" -i \
+        --ignore-depends=libc6,libexpat1,libgcc-s1,libstdc++6 "$build"/*.deb
 
     local libraries
     libraries=$(dirname "$(dirname "$(find "$root" -name zeibreku.pc)")")
