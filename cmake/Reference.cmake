@@ -11,6 +11,7 @@ set(DOXYGEN_WARN_AS_ERROR FAIL_ON_WARNINGS)
 
 set(DOXYGEN_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/reference)
 set(DOXYGEN_FILE_PATTERNS *.h KrFunction.cpp)  # which has the tokens' texts
+set(DOXYGEN_EXCLUDE_PATTERNS */internal/*)
 set(DOXYGEN_INPUT_FILTER "perl ${PROJECT_SOURCE_DIR}/docs/reference/filter.pl")
 set(DOXYGEN_USE_MDFILE_AS_MAINPAGE ${PROJECT_SOURCE_DIR}/docs/reference/mainpage.md)
 set(DOXYGEN_STRIP_FROM_PATH ${PROJECT_SOURCE_DIR})

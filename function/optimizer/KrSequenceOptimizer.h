@@ -39,7 +39,7 @@ public:
     double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
                        KrRealVector& result) const override;
 
-    /// How often the whole list is run.
+    /// How often the whole list is run; 1 by default.
     virtual KrU32 numberPasses() const { return numberPasses_; }
     virtual void setNumberPasses(KrU32 passes) { numberPasses_ = passes; }
     /// The optimizers in the order in which they run.
@@ -49,7 +49,7 @@ public:
     virtual void setOptimizerSequence(KrScalarMultivariableOptimizerVector const& optimizers) {
         optimizerSequence_ = optimizers;
     }
-    /// Whether all optimizers of a pass start from the same point.
+    /// Whether all optimizers of a pass start from the same point; false by default.
     virtual bool executeInParallel() const { return executeInParallel_; }
     virtual void setExecuteInParallel(bool parallel) { executeInParallel_ = parallel; }
 
