@@ -13,6 +13,11 @@ set(runtime_package libzeibreku${PROJECT_VERSION_MAJOR})
 set(development_package libzeibreku-dev)
 set(documentation_package libzeibreku-doc)
 
+file(STRINGS ${debian_dir}/changelog newest LIMIT_COUNT 1)
+if(NOT newest MATCHES "^${PROJECT_NAME} \\(${PROJECT_VERSION}\\) ")
+    message(FATAL_ERROR "cmake/debian/changelog begins with \"${newest}\", not ${PROJECT_VERSION}")
+endif()
+
 # Each package brings its copyright file and its changelog. None of these files, nor the
 # documentation, is part of a plain `cmake --install`.
 set(changelog ${PROJECT_BINARY_DIR}/debian/changelog.gz)
