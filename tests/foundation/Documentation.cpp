@@ -40,9 +40,11 @@ TEST(Documentation, SamplesAreRead) {
     XmlLint const lint(KrXml::schemaToString(factory));
     std::string seen;
     std::vector<std::string> found = samples(source / "README.md");
-    for (auto const& file : fs::directory_iterator(source / "docs")) {
-        for (std::string const& sample : samples(file.path())) {
-            found.push_back(sample);
+    for (auto const& file : fs::recursive_directory_iterator(source / "docs")) {
+        if (file.path().extension() == ".md") {
+            for (std::string const& sample : samples(file.path())) {
+                found.push_back(sample);
+            }
         }
     }
     for (std::string const& sample : found) {
