@@ -1,5 +1,10 @@
 add_run(powell "value +[0-9.]+e-[0-9]+\npoint .*\nevaluations +[0-9]+"
     ${example_dir}/nelder-mead.xml powell 3 -1 0 1)
+# Each search, from the start along the edges.
+foreach(settings IN ITEMS nelder-mead hooke-jeeves multidirectional implicit-filtering sequence)
+    add_run(${settings} "^24.2 -1.2 1\n7.22 -0.9 1\n(6.8 -1.2 1.3|27.62 -0.9 1.3)\n"
+        --trace ${example_dir}/${settings}.xml rosenbrock -1.2 1)
+endforeach()
 
 # What is refused: the reason, with its place.
 add_refusal(damaged "damaged.xml:5:5: optimizerContainer/nelderMead/alpha: expected a number, found \"1,5\""

@@ -1,12 +1,14 @@
 // Minimises a function by an optimizer that is restored from an XML file:
 //
-//   01_minimise SETTINGS.xml FUNCTION START...
+//   01_minimise [--trace] SETTINGS.xml FUNCTION START...
 //
 //   01_minimise nelder-mead.xml powell 3 -1 0 1
-//   01_minimise nelder-mead.xml rosenbrock -1.2 1
+//   01_minimise hooke-jeeves.xml rosenbrock -1.2 1
+//   01_minimise --trace nelder-mead.xml rosenbrock -1.2 1 > path.txt
 //
 // While the search runs, the program shows each new best value with the number of
-// evaluations: it watches the function, and the library knows nothing of it.
+// evaluations: it watches the function, and the library knows nothing of it. A trace
+// is a line "value point" for each evaluation instead, as plotting programs read it.
 
 #include "foundation/xml/KrXml.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
@@ -42,19 +44,22 @@ private:
 };
 
 /// Stands between the optimizer and a function, and prints a line whenever the
-/// best value has fallen to a tenth of the one printed last.
+/// best value has fallen to a tenth of the one printed last; in a trace always.
 class Watched : public KrScalarMultivariableFunction {
 public:
-    explicit Watched(KrScalarMultivariableFunction const& f) : f_(f) {}
+    Watched(KrScalarMultivariableFunction const& f, bool trace) : f_(f), trace_(trace) {}
     double evaluate(KrRealVector const& x) const override {
         double const value = f_.evaluate(x);
         ++evaluations_;
-        if (value < best_) {
-            best_ = value;
-            if (best_ < 0.1 * shown_) {
-                shown_ = best_;
-                std::printf("%12lu  %g\n", evaluations_, best_);
+        if (trace_) {
+            std::printf("%.10g", value);
+            for (double const component : x) {
+                std::printf(" %.10g", component);
             }
+            std::printf("\n");
+        } else if (value < 0.1 * shown_) {
+            shown_ = value;
+            std::printf("%12lu  %g\n", evaluations_, value);
         }
         return value;
     }
@@ -63,8 +68,8 @@ public:
 
 private:
     KrScalarMultivariableFunction const& f_;
+    bool trace_;
     mutable unsigned long evaluations_ = 0;
-    mutable double best_ = std::numeric_limits<double>::infinity();
     mutable double shown_ = std::numeric_limits<double>::infinity();
 };
 
@@ -87,8 +92,13 @@ int fail(std::string const& message) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    bool const trace = argc > 1 && std::strcmp(argv[1], "--trace") == 0;
+    if (trace) {
+        ++argv;
+        --argc;
+    }
     if (argc < 4) {
-        return fail("expected SETTINGS.xml FUNCTION START...");
+        return fail("expected [--trace] SETTINGS.xml FUNCTION START...");
     }
     KrRealVector start;
     for (int i = 3; i < argc; ++i) {
@@ -119,13 +129,16 @@ int main(int argc, char** argv) {
         return fail(std::string(argv[1]) + ": holds no optimizer");
     }
 
+    Watched const watched(*f, trace);
+    KrRealVector point;
+    if (trace) {
+        optimizer.findMinimum(watched, start, point);
+        return 0;
+    }
     std::printf("%s by %s\n", name.c_str(),
                 std::string(optimizer.topElement()->token().localName()).c_str());
     std::printf("%12s  %s\n", "evaluations", "best value");
-    Watched const watched(*f);
-    KrRealVector point;
     double const value = optimizer.findMinimum(watched, start, point);
-
     std::printf("\nvalue        %.17g\npoint       ", value);
     for (double const component : point) {
         std::printf(" %.17g", component);
