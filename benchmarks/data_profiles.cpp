@@ -8,6 +8,9 @@
 // Every evaluation counts, those of the first simplex and of batches included; what a search
 // evaluates after the budget is not looked at. A last table shows the other extreme, where a batch
 // costs as much as one evaluation.
+//
+// With --curves, the profiles of the smooth problems are printed instead for plotting, to the
+// tolerance 1e-3: a line of names, and one of percentages for each number of simplex gradients.
 
 #include "benchmarks/MoreWild.h"
 #include "foundation/math/KrRandom.h"
@@ -277,21 +280,26 @@ struct Goal {
 constexpr Goal goals[] = {{1e-1, 100}, {1e-3, 100}, {1e-5, 100}, {1e-7, 100},
                           {1e-3, 10},  {1e-3, 25},  {1e-3, 50}};
 constexpr std::size_t edgeGoal = 1;
+constexpr double curveTolerance = 1e-3;
 
 struct Profile {
     std::array<double, std::size(goals)> solved{};  // percent of the problems
+    std::array<double, budgetInGradients> curve{};  // the same for curveTolerance, by gradients - 1
     double used = 0.0;   // simplex gradients spent until the search ended
     double calls = 0.0;  // calls of the function per 100 evaluations
 };
 
-bool isSolved(std::vector<Observed::Improvement> const& improvements, KrU32 n, double lowest,
-              Goal const& goal) {
+/// The simplex gradients after which a problem counts as solved; more than the budget: it does not.
+KrU32 gradientsToSolve(std::vector<Observed::Improvement> const& improvements, KrU32 n,
+                       double lowest, double tolerance) {
     double const first = improvements.front().value;
-    double const decrease = (1.0 - goal.tolerance) * (first - lowest);
-    return std::any_of(improvements.begin(), improvements.end(), [&](auto const& improvement) {
-        return improvement.spent <= goal.gradients * (n + 1) &&
-               first - improvement.value >= decrease;
-    });
+    double const decrease = (1.0 - tolerance) * (first - lowest);
+    for (auto const& improvement : improvements) {
+        if (first - improvement.value >= decrease) {
+            return (improvement.spent + n) / (n + 1);
+        }
+    }
+    return budgetInGradients + 1;
 }
 
 double size(KrRealVector const& start) {
@@ -321,9 +329,15 @@ Profiles measure(Variant variant, BatchCost batchCost = BatchCost::likeItsPoints
         auto run = runs.begin();
         for (auto& byEdge : profiles) {
             for (Profile& profile : byEdge) {
+                auto const solvedAfter = [&](double tolerance) {
+                    return gradientsToSolve(run->improvements(), problem.n, lowest, tolerance);
+                };
                 for (std::size_t g = 0; g < std::size(goals); ++g) {
-                    profile.solved[g] +=
-                        100.0 * share * isSolved(run->improvements(), problem.n, lowest, goals[g]);
+                    bool const solved = solvedAfter(goals[g].tolerance) <= goals[g].gradients;
+                    profile.solved[g] += 100.0 * share * solved;
+                }
+                for (KrU32 g = solvedAfter(curveTolerance); g <= budgetInGradients; ++g) {
+                    profile.curve[g - 1] += 100.0 * share;
                 }
                 profile.used += share * run->spent() / (problem.n + 1.0);
                 profile.calls += 100.0 * share * run->calls() / run->evaluations();
@@ -365,13 +379,31 @@ void printEdges(char const* title, Profiles const& profiles) {
     std::printf("\n");
 }
 
+void printCurves(Profiles const& profiles) {
+    std::printf("\"simplex gradients\"");
+    for (Solver const& solver : solvers) {
+        std::printf(" \"%s\"", solver.name);
+    }
+    for (KrU32 g = 1; g <= budgetInGradients; ++g) {
+        std::printf("\n%u", g);
+        for (auto const& byEdge : profiles) {
+            std::printf(" %.1f", byEdge[profileEdge].curve[g - 1]);
+        }
+    }
+    std::printf("\n");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string_view(argv[1]) == "--curves") {
+        printCurves(measure(Variant::smooth));
+        return 0;
+    }
     for (int i = 1; i < argc; ++i) {
         // What runs all benchmarks gives each the same options; there is nothing to set here.
         if (!std::string_view(argv[i]).starts_with("--benchmark_")) {
-            std::fprintf(stderr, "usage: %s [--benchmark_...]\n", argv[0]);
+            std::fprintf(stderr, "usage: %s [--curves | --benchmark_...]\n", argv[0]);
             return 2;
         }
     }
