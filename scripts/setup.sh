@@ -5,6 +5,7 @@
 #   scripts/setup.sh test         the same, GoogleTest, xmllint, and libpng for an example
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
+#   scripts/setup.sh pictures     demo, and gnuplot
 #
 # Several may be given. What counts is whether a thing is there, not where it came from: a newer
 # CMake on the PATH is as good as the package.
@@ -86,14 +87,19 @@ need_benchmarks() {
     want libnlopt-cxx-dev test -e /usr/include/nlopt.hpp
 }
 
+need_pictures() {
+    need_demo
+    need gnuplot-nox program gnuplot
+}
+
 if (($# == 0)); then
     set -- demo
 fi
 for group in "$@"; do
     case $group in
-        demo | test | checks | benchmarks) "need_$group" ;;
+        demo | test | checks | benchmarks | pictures) "need_$group" ;;
         *)
-            echo "usage: scripts/setup.sh [demo|test|checks|benchmarks]..." >&2
+            echo "usage: scripts/setup.sh [demo|test|checks|benchmarks|pictures]..." >&2
             exit 2
             ;;
     esac

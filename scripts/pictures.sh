@@ -1,0 +1,360 @@
+#!/usr/bin/env bash
+# Makes the pictures of the documentation, docs/pictures, from what the examples and the data profiles
+# print. Without arguments all of them, otherwise those that are named:
+#
+#   scripts/pictures.sh convergence paths
+# shellcheck disable=SC2086  # a table's numbers are words of one text
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+export LC_ALL=C.UTF-8
+
+all=(unitary-maps table linear-search leaves constraint convergence paths data-profiles)
+
+examples=build/release/examples
+work=build/pictures
+pictures=docs/pictures
+
+# plot NAME WIDTH HEIGHT: runs gnuplot's commands from standard input. The colours are those of Okabe and
+# Ito, which colour-blind people tell apart.
+plot() {
+    {
+        cat <<END
+set terminal svg size $2,$3 rounded font "sans-serif,14" background "white"
+set output "$pictures/$1.svg"
+set encoding utf8
+set linetype 1 lc rgb "#0072B2" lw 2 dt 1
+set linetype 2 lc rgb "#D55E00" lw 2 dt 1
+set linetype 3 lc rgb "#009E73" lw 2 dt 1
+set linetype 4 lc rgb "#CC79A7" lw 2 dt 1
+set linetype 5 lc rgb "#E69F00" lw 2 dt 1
+set linetype 6 lc rgb "#000000" lw 1.5 dt (8, 4)
+set linetype 7 lc rgb "#777777" lw 1.5 dt (2, 3)
+set border lc rgb "#555555"
+set grid lc rgb "#dddddd" lt 1 lw 0.5 dt 1
+set tics nomirror
+set title font ",16" offset 0,-0.3
+END
+        cat
+    } >"$work/$1.gp"
+    gnuplot "$work/$1.gp"
+}
+
+# map NAME KIND COMPONENT VALUE...: tabulates a unitary map into a data file.
+map() {
+    local name=$1 kind=$2
+    shift 2
+    {
+        echo "<unitaryMapContainer xmlns=\"urn:zeibreku:function#\"><$kind>"
+        while (($# > 0)); do
+            echo "<$1>$2</$1>"
+            shift 2
+        done
+        echo "</$kind></unitaryMapContainer>"
+    } >"$work/$name.xml"
+    "$examples/02_functions" "$work/$name.xml" 0 1 250 >"$work/$name.txt"
+}
+
+picture_unitary-maps() {
+    map s1 sCurveUnitaryMap center 0.5
+    map s2 sCurveUnitaryMap center 0.5 centerSlope 20
+    map s3 sCurveUnitaryMap center 0.25 centerSlope 5
+    map s4 sCurveUnitaryMap center 0.75 initialSlope 0.6 finalSlope 1.9 centerSlope 0.8
+    local exponent
+    for exponent in 0.25 0.5 1 2 4; do
+        map "p$exponent" powerUnitaryMap exponent "$exponent"
+    done
+    plot unitary-maps 860 460 <<END
+set multiplot layout 1,2
+set size ratio 1
+set xrange [0:1]
+set yrange [0:1]
+set xlabel "x"
+set ylabel "f(x)" offset 1
+unset key
+set title "S-curves by centre and slopes"
+set label 1 "centre 0.25" right at 0.26,0.62 tc lt 3
+set label 2 "slope 20" right at 0.495,0.56 tc lt 2
+set label 3 "centre 0.5" at 0.6,0.72 tc lt 1
+set label 4 "centre 0.75" at 0.6,0.3 tc lt 4
+plot "$work/s1.txt" with lines lt 1, "$work/s2.txt" with lines lt 2, \
+    "$work/s3.txt" with lines lt 3, "$work/s4.txt" with lines lt 4
+set title "Power maps by exponent"
+set label 1 "1/4" left at 0.16,0.59 tc lt 1
+set label 2 "1/2" left at 0.35,0.55 tc lt 2
+set label 3 "1" at 0.52,0.49 tc lt 6
+set label 4 "2" at 0.68,0.42 tc lt 3
+set label 5 "4" at 0.83,0.4 tc lt 4
+plot "$work/p0.25.txt" with lines lt 1, "$work/p0.5.txt" with lines lt 2, \
+    "$work/p1.txt" with lines lt 6, "$work/p2.txt" with lines lt 3, "$work/p4.txt" with lines lt 4
+END
+}
+
+# table NAME SEARCH LOWER UPPER BREAKPOINTS VALUES: writes a table of one variable; the lists are words.
+table() {
+    cat >"$work/$1.xml" <<END
+<compositeFunctionContainer xmlns="urn:zeibreku:function#"><tableFunctionInterpolator>
+<independentData><tableFunctionVectorSearch searchOption="$2" lowerBoundaryOption="$3"
+    upperBoundaryOption="$4"><independentVector>$(printf '<item>%s</item>' $5)</independentVector>
+</tableFunctionVectorSearch></independentData>
+<dependentData><item>$(printf '<item>%s</item>' $6)</item></dependentData>
+</tableFunctionInterpolator></compositeFunctionContainer>
+END
+}
+
+# evaluate TABLE FROM TO COUNT: its values from left to right, "x ok y".
+evaluate() {
+    seq -f %.6f "$2" "$(awk "BEGIN { print ($3 - $2) / $4 }")" "$3" |
+        "$examples/04_tables" "$work/$1.xml" >"$work/$1.txt"
+}
+
+picture_table() {
+    local x="0 20 50 80 100" y="310 290 215 110 60"
+    table limited bisection limit limit "$x" "$y"
+    table extrapolated bisection extrapolate extrapolate "$x" "$y"
+    evaluate limited -20 120 140
+    evaluate extrapolated -20 120 140
+    paste <(printf '%s\n' $x) <(printf '%s\n' $y) >"$work/table.txt"
+    plot table 720 400 <<END
+set title "A table of five points, and what it says beyond its ends"
+set xlabel "x"
+set ylabel "y"
+set xrange [-20:120]
+set yrange [0:360]
+set key at 45,130
+set arrow 1 from 0,graph 0 to 0,graph 1 nohead lt 7
+set arrow 2 from 100,graph 0 to 100,graph 1 nohead lt 7
+plot "$work/extrapolated.txt" using 1:3 with lines lt 2 dt 2 title "extrapolate", \
+    "$work/limited.txt" using 1:3 with lines lt 1 title "limit", \
+    "$work/table.txt" with points pt 7 ps 0.8 lc rgb "black" title "breakpoints"
+END
+}
+
+picture_linear-search() {
+    local x="0 0.25 0.5 0.75 1 1.25 1.5 1.75 2 2.25 2.5 2.75 3" y="0 4 7 8 6 3 1 0 1 4 7 8 7"
+    table bisection bisection limit limit "$x" "$y"
+    table linear linear limit limit "$x" "$y"
+    evaluate bisection 0 3 300
+    evaluate linear 0 3 300
+    paste <(printf '%s\n' $x) <(printf '%s\n' $y) >"$work/fine.txt"
+    plot linear-search 720 400 <<END
+set title "Breakpoints 0.25 apart: linear search stays in its segment until x is 1 further"
+set xlabel "x, rising"
+set ylabel "y"
+set xrange [0:3]
+set key top center horizontal
+set yrange [-6:24]
+plot "$work/linear.txt" using 1:3 with lines lt 2 title "linear", \
+    "$work/bisection.txt" using 1:3 with lines lt 1 title "bisection", \
+    "$work/fine.txt" with points pt 7 ps 0.8 lc rgb "black" title "breakpoints"
+END
+}
+
+picture_leaves() {
+    # Cells of a tenth; rows that are alike are drawn as one.
+    local step=0.1 west=-2 east=7 south=-1 north=5
+    awk -v s=$step -v w=$west -v e=$east -v b=$south -v t=$north 'BEGIN {
+        for (j = 0; j < (t - b) / s - 1e-9; ++j)
+            for (i = 0; i < (e - w) / s - 1e-9; ++i) print w + (i + 0.5) * s, b + (j + 0.5) * s
+    }' | "$examples/04_tables" examples/04_tables/leaves.xml |
+        awk -v s=$step '
+            function flush() { for (k = 0; k < n; ++k) print west[k], low, east[k], high, leaf[k] }
+            function start_row(y) {
+                if (row != "" && row == rowBefore) high = last + s / 2
+                else if (row != "") {
+                    flush()
+                    low = last - s / 2; high = last + s / 2; n = m; rowBefore = row
+                    for (k = 0; k < m; ++k) { west[k] = W[k]; east[k] = E[k]; leaf[k] = L[k] }
+                }
+                row = ""; m = 0; last = y
+            }
+            { answer = $3 == "ok" ? $4 : 0 }
+            NR == 1 || $2 != last { start_row($2) }
+            m == 0 || L[m - 1] != answer { W[m] = $1 - s / 2; L[m++] = answer }
+            { E[m - 1] = $1 + s / 2; row = row " " answer }
+            END { start_row(""); flush() }' >"$work/leaves.txt"
+    plot leaves 720 500 <<END
+set title "Which of three tables answers, and where none does"
+set xlabel "first variable"
+set ylabel "second variable"
+set xrange [$west:$east]
+set yrange [$south:$north]
+unset grid
+set palette defined (0 "#eeeeee", 1 "#9ecae8", 2 "#f2c9a0", 3 "#a6dcc8")
+set cbrange [0:3]
+unset colorbox
+set style fill solid noborder
+set object 1 rect from 0,0 to 2,3 front fs empty border lc rgb "#0072B2" lw 3
+set object 2 rect from 1,2 to 4,4 front fs empty border lc rgb "#D55E00" lw 3
+set object 3 rect from 3,0 to 5,1 front fs empty border lc rgb "#009E73" lw 3
+set label 1 "table 1" at 1,1 center front
+set label 2 "table 2" at 3,3 center front
+set label 3 "table 3" at 4,0.5 center front
+set label 4 "1, extrapolating\nto the left" at -1,1.7 center front
+set label 5 "2, extrapolating upwards\nand to the right" at 5.5,4.3 center front
+set label 6 "none" at 6,1.2 center front
+set label 7 "none" at -1,4 center front
+set label 8 "none" at 2.5,-0.5 center front
+plot "$work/leaves.txt" using ((\$1 + \$3) / 2):((\$2 + \$4) / 2):1:3:2:4:5 \
+    with boxxyerror fillcolor palette notitle
+END
+}
+
+picture_constraint() {
+    # Along x for each y; between the rows a blank line, as contours want it.
+    local y
+    for y in $(seq -3 0.25 3); do
+        "$examples/02_functions" examples/02_functions/quadratic.xml -3 3 24 "$y" |
+            awk -v y="$y" '!/^#/ { print $1, y, $2, $3, $4 } END { print "" }'
+    done >"$work/constraint.txt"
+    plot constraint 600 560 <<END
+set contour base
+set cntrparam levels discrete -9, -6, -4, -2, 0, 3, 6, 9
+unset surface
+set table "$work/contours.txt"
+splot "$work/constraint.txt" using 1:2:3
+unset table
+set title "x₀ + x₀² + 2 x₀ x₁ − 3: contours and directions of its gradient"
+set xlabel "x₀"
+set ylabel "x₁"
+set size ratio 1
+set xrange [-3:3]
+set yrange [-3:3]
+set palette defined (-9 "#0072B2", 0 "#333333", 9 "#D55E00")
+set cbrange [-9:9]
+set cbtics 3
+set cblabel "value of the contour"
+# Every other one both ways.
+even(v) = abs(v * 2 - floor(v * 2 + 0.5)) < 0.01
+plot "$work/contours.txt" using 1:2:3 with lines lc palette lw 1.5 notitle, \
+    "$work/constraint.txt" using (even(\$1) && even(\$2) ? \$1 : 1/0):2:(\$4 * 0.35):(\$5 * 0.35) \
+        with vectors size 0.1,20 filled lc rgb "#555555" lw 1 notitle
+END
+}
+
+# trace SETTINGS FUNCTION START...: what a search evaluates, "number value best point".
+trace() {
+    local settings=$1
+    shift
+    "$examples/01_minimise" --trace "examples/01_minimise/$settings.xml" "$@" |
+        awk 'NR == 1 || $1 < best { best = $1 } { $1 = NR " " $1 " " best; print }' \
+            >"$work/$settings-$1.txt"
+}
+
+searches=(nelder-mead hooke-jeeves sequence implicit-filtering multidirectional)
+
+picture_convergence() {
+    local settings
+    for settings in "${searches[@]}"; do
+        trace "$settings" powell 3 -1 0 1
+        awk '$2 == $3' "$work/$settings-powell.txt" >"$work/$settings-steps.txt"
+    done
+    plot convergence 760 460 <<END
+set title "Five searches on Powell's quartic function from (3, −1, 0, 1)"
+set xlabel "evaluations"
+set ylabel "best value so far"
+set xrange [0:1200]
+set logscale y
+set yrange [1e-13:1e3]
+set format y "10^{%T}"
+set ytics 100
+set key top right samplen 3 maxrows 3
+plot for [i = 1:5] sprintf("$work/%s-steps.txt", \
+        word("nelder-mead hooke-jeeves sequence implicit-filtering multidirectional", i)) \
+    using 1:3 with steps lt i \
+    title word("nelderMead hookeJeeves sequenceOptimizer implicitFiltering multidirectionalSearch", i)
+END
+}
+
+picture_paths() {
+    local settings
+    for settings in "${searches[@]}"; do
+        trace "$settings" rosenbrock -1.2 1
+        # As many as a picture can show. A short line takes less room than a symbol.
+        head -n 250 "$work/$settings-rosenbrock.txt" |
+            awk '{ print $4 - 0.006, $5; print $4 + 0.006, $5; print "" }' >"$work/$settings-points.txt"
+        head -n 250 "$work/$settings-rosenbrock.txt" |
+            awk '$2 == $3 { print $4, $5 }' >"$work/$settings-path.txt"
+    done
+    # A contour of the value v is an ellipse in 1 - x and y - x².
+    awk 'BEGIN {
+        for (v = 1; v <= 1000; v *= 10) {
+            n = int(40 * sqrt(v)) + 40
+            for (i = 0; i <= n; ++i) {
+                t = i * 6.28318530718 / n
+                x = 1 - sqrt(v) * cos(t)
+                print x, x * x + sqrt(v / 100) * sin(t)
+            }
+            print ""
+        }
+    }' >"$work/valley.txt"
+    plot paths 960 620 <<END
+set multiplot layout 2,3 title \
+    "Five searches in Rosenbrock's valley from (−1.2, 1): the first 250 points, and the best of them in turn" font ",16"
+set xrange [-1.7:1.5]
+set yrange [-0.7:1.9]
+set size ratio -1
+unset grid
+unset key
+set xlabel "x" offset 0,0.5
+set ylabel "y" offset 1.5
+set tics 1
+do for [i = 1:5] {
+    name = word("nelder-mead hooke-jeeves sequence implicit-filtering multidirectional", i)
+    set title word("nelderMead hookeJeeves sequenceOptimizer implicitFiltering multidirectionalSearch", i)
+    plot "$work/valley.txt" with lines lc rgb "#cccccc" lw 1, \
+        sprintf("$work/%s-points.txt", name) with lines lc rgb "#56B4E9" lw 2.5, \
+        sprintf("$work/%s-path.txt", name) with lines lc rgb "#D55E00" lw 1.5, \
+        "+" using (-1.2):(1.0) every ::0::0 with points pt 7 ps 0.7 lc rgb "black", \
+        "+" using (1.0):(1.0) every ::0::0 with points pt 2 ps 1 lw 2 lc rgb "black"
+}
+unset title
+unset border
+unset tics
+unset xlabel
+unset ylabel
+set key at graph 0.05,0.75 left Left reverse samplen 2 spacing 1.4
+plot NaN with points pt 7 ps 0.7 lc rgb "black" title "start", \
+    NaN with points pt 2 ps 1 lw 2 lc rgb "black" title "minimum, 0 at (1, 1)", \
+    NaN with points pt 7 ps 0.4 lc rgb "#56B4E9" title "evaluated", \
+    NaN with lines lc rgb "#D55E00" lw 1.5 title "best so far", \
+    NaN with lines lc rgb "#cccccc" lw 1 title "contours, 1 to 1000"
+END
+}
+
+picture_data-profiles() {
+    build/release/benchmarks/data_profiles --curves >"$work/profiles.txt"
+    plot data-profiles 760 480 <<END
+set title "53 problems of Moré and Wild: how many are solved to 10^{−3}, by effort"
+set xlabel "evaluations / (n + 1)"
+set ylabel "problems solved, %"
+set xrange [0:100]
+set yrange [0:100]
+set key bottom right samplen 3
+set datafile columnheaders
+plot "$work/profiles.txt" using 1:"Sequence, chain" with lines lt 3 lw 3 title "sequenceOptimizer, chain", \
+    "" using 1:"Nelder-Mead" with lines lt 1 title "nelderMead", \
+    "" using 1:"Hooke-Jeeves, none" with lines lt 2 title "hookeJeeves", \
+    "" using 1:"Multidirectional" with lines lt 5 title "multidirectionalSearch", \
+    "" using 1:"Implicit filtering" with lines lt 4 title "implicitFiltering", \
+    "" using 1:"NLopt LN_NELDERMEAD" with lines lt 6 title "NLopt, Nelder-Mead", \
+    "" using 1:"GSL nmsimplex2" with lines lt 7 title "GSL, nmsimplex2"
+END
+}
+
+for name in "$@"; do
+    if ! declare -F "picture_$name" >/dev/null; then
+        echo "There is no picture '$name'; there are: ${all[*]}" >&2
+        exit 2
+    fi
+done
+
+set_up test benchmarks pictures
+cmake --preset release
+cmake --build --preset release --target 01_minimise 02_functions 04_tables data_profiles
+mkdir -p "$work" "$pictures"
+if (($# == 0)); then
+    set -- "${all[@]}"
+fi
+for name in "$@"; do
+    "picture_$name"
+done
