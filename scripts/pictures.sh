@@ -8,7 +8,8 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 export LC_ALL=C.UTF-8
 
-all=(unitary-maps table linear-search leaves constraint convergence paths data-profiles)
+all=(unitary-maps table linear-search leaves constraint convergence paths data-profiles
+    quadrature)
 
 examples=build/release/examples
 work=build/pictures
@@ -341,6 +342,29 @@ plot "$work/profiles.txt" using 1:"Sequence, chain" with lines lt 3 lw 3 title "
 END
 }
 
+picture_quadrature() {
+    "$examples/06_quadrature" >"$work/quadrature.txt"
+    plot quadrature 760 480 <<END
+set title "Gauss quadrature: error of the integral by order"
+set xlabel "order, the number of values of the function"
+set ylabel "error, from 5·10^{−16} on"
+floored(error) = error < 5e-16 ? 5e-16 : error
+set logscale xy
+set xrange [2:128]
+set xtics (2, 4, 8, 16, 32, 64, 128)
+set yrange [1e-16:1]
+set format y "10^{%T}"
+set ytics 100
+set key outside right center samplen 2 width -2 Left reverse
+plot "$work/quadrature.txt" using 1:(floored(\$2)) with linespoints lt 1 pt 7 ps 0.4 title "eˣ", \
+    "" using 1:(floored(\$3)) with linespoints lt 3 pt 7 ps 0.4 title "1 / (1 + 25 x²)", \
+    "" using 1:(floored(\$4)) with linespoints lt 4 pt 7 ps 0.4 title "cos 50 x", \
+    "" using 1:(floored(\$6)) with linespoints lt 2 pt 7 ps 0.4 title "√x", \
+    "" using 1:(floored(\$5)) with linespoints lt 5 pt 7 ps 0.4 title "|x − 0.3|", \
+    "" using 1:(floored(\$7)) with linespoints lt 6 pt 7 ps 0.4 title "1 / √x"
+END
+}
+
 for name in "$@"; do
     if ! declare -F "picture_$name" >/dev/null; then
         echo "There is no picture '$name'; there are: ${all[*]}" >&2
@@ -350,7 +374,8 @@ done
 
 set_up test benchmarks pictures
 cmake --preset release
-cmake --build --preset release --target 01_minimise 02_functions 04_tables data_profiles
+cmake --build --preset release --target 01_minimise 02_functions 04_tables 06_quadrature \
+    data_profiles
 mkdir -p "$work" "$pictures"
 if (($# == 0)); then
     set -- "${all[@]}"
