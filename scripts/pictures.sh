@@ -131,22 +131,32 @@ END
 }
 
 picture_linear-search() {
-    local x="0 0.25 0.5 0.75 1 1.25 1.5 1.75 2 2.25 2.5 2.75 3" y="0 4 7 8 6 3 1 0 1 4 7 8 7"
-    table bisection bisection limit limit "$x" "$y"
-    table linear linear limit limit "$x" "$y"
-    evaluate bisection 0 3 300
-    evaluate linear 0 3 300
-    paste <(printf '%s\n' $x) <(printf '%s\n' $y) >"$work/fine.txt"
-    plot linear-search 720 400 <<END
-set title "Breakpoints 0.25 apart: linear search stays in its segment until x is 1 further"
+    local name search x y="0 4 7 8 6 3 1 0 1 4 7 8 7"
+    for name in fine wide; do
+        case $name in
+            fine) x="0 0.25 0.5 0.75 1 1.25 1.5 1.75 2 2.25 2.5 2.75 3" ;;
+            wide) x="0 3 6 9 12 15 18 21 24 27 30 33 36" ;;
+        esac
+        for search in linear bisection; do
+            table "$name-$search" "$search" limit limit "$x" "$y"
+            evaluate "$name-$search" 0 "${x##* }" 300
+        done
+        paste <(printf '%s\n' $x) <(printf '%s\n' $y) >"$work/$name.txt"
+    done
+    plot linear-search 900 400 <<END
+set multiplot layout 1,2
 set xlabel "x, rising"
 set ylabel "y"
-set xrange [0:3]
-set key top center horizontal
-set yrange [-6:24]
-plot "$work/linear.txt" using 1:3 with lines lt 2 title "linear", \
-    "$work/bisection.txt" using 1:3 with lines lt 1 title "bisection", \
-    "$work/fine.txt" with points pt 7 ps 0.8 lc rgb "black" title "breakpoints"
+set yrange [-8:24]
+set key top center horizontal maxrows 1 samplen 1.5 width -1 font ",12"
+do for [name in "fine wide"] {
+    set title (name eq "fine" ? "Breakpoints 0.25 apart: linear stays too long" : \
+        "Breakpoints 3 apart: linear leaves early")
+    set xrange [0:(name eq "fine" ? 3 : 36)]
+    plot sprintf("$work/%s-linear.txt", name) using 1:3 with lines lt 2 title "linear", \
+        sprintf("$work/%s-bisection.txt", name) using 1:3 with lines lt 1 title "bisection", \
+        sprintf("$work/%s.txt", name) with points pt 7 ps 0.8 lc rgb "black" title "breakpoints"
+}
 END
 }
 

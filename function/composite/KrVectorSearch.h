@@ -31,8 +31,9 @@ class KR_EXPORT KrInterpolator;
 ///   more than 1.0 above the segment's first breakpoint. Where breakpoints are
 ///   closer than 1.0, it therefore stays and extrapolates from the segment it
 ///   is in, until x is 1.0 away: the slope that a trajectory sees does not
-///   change at every breakpoint. From the first and the last segment, and at
-///   first, it bisects.
+///   change at every breakpoint. Where they are further apart, it goes on to the
+///   next segment early and extrapolates from that backwards. From the first and
+///   the last segment, and at first, it bisects.
 /// - bisection: a value equal to a breakpoint belongs to the segment that begins
 ///   there.
 /// - equal_spaced: i = (x - v[0]) / (v[1] - v[0]) without its fraction, held
