@@ -1,6 +1,6 @@
 # Follows every link of the pages given as arguments to a file or a heading of the repository:
 #
-#   awk -f links.awk README.md docs/*.md docs/guide/*.md
+#   awk -f links.awk PAGE.md...
 
 # The anchor of a heading.
 function slug(text) {
@@ -14,7 +14,7 @@ function slug(text) {
 function resolve(page, link,    path, parts, n, i, out) {
     sub(/[^\/]*$/, "", page)
     n = split(page link, parts, "/")
-    path = ""
+    path = page ~ /^\// ? "/" : ""
     for (i = 1; i <= n; ++i) {
         if (parts[i] == "..") {
             sub(/[^\/]*\/$/, "", path)
