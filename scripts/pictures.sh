@@ -9,19 +9,23 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 export LC_ALL=C.UTF-8
 
 all=(unitary-maps table linear-search leaves constraint convergence paths data-profiles
-    quadrature)
+    quadrature random-fields)
 
 examples=build/release/examples
 work=build/pictures
 pictures=docs/pictures
 
-# plot NAME WIDTH HEIGHT: runs gnuplot's commands from standard input. The colours are those of Okabe and
+# plot FILE WIDTH HEIGHT: runs gnuplot's commands from standard input. The colours are those of Okabe and
 # Ito, which colour-blind people tell apart.
 plot() {
+    local terminal='svg font "sans-serif,14" background "white"'
+    if [[ $1 == *.png ]]; then
+        terminal='pngcairo font "sans-serif,10"'
+    fi
     {
         cat <<END
-set terminal svg size $2,$3 rounded font "sans-serif,14" background "white"
-set output "$pictures/$1.svg"
+set terminal $terminal rounded size $2,$3
+set output "$pictures/$1"
 set encoding utf8
 set linetype 1 lc rgb "#0072B2" lw 2 dt 1
 set linetype 2 lc rgb "#D55E00" lw 2 dt 1
@@ -64,7 +68,7 @@ picture_unitary-maps() {
     for exponent in 0.25 0.5 1 2 4; do
         map "p$exponent" powerUnitaryMap exponent "$exponent"
     done
-    plot unitary-maps 860 460 <<END
+    plot unitary-maps.svg 860 460 <<END
 set multiplot layout 1,2
 set size ratio 1
 set xrange [0:1]
@@ -115,7 +119,7 @@ picture_table() {
     evaluate limited -20 120 140
     evaluate extrapolated -20 120 140
     paste <(printf '%s\n' $x) <(printf '%s\n' $y) >"$work/table.txt"
-    plot table 720 400 <<END
+    plot table.svg 720 400 <<END
 set title "A table of five points, and what it says beyond its ends"
 set xlabel "x"
 set ylabel "y"
@@ -143,7 +147,7 @@ picture_linear-search() {
         done
         paste <(printf '%s\n' $x) <(printf '%s\n' $y) >"$work/$name.txt"
     done
-    plot linear-search 900 400 <<END
+    plot linear-search.svg 900 400 <<END
 set multiplot layout 1,2
 set xlabel "x, rising"
 set ylabel "y"
@@ -183,7 +187,7 @@ picture_leaves() {
             m == 0 || L[m - 1] != answer { W[m] = $1 - s / 2; L[m++] = answer }
             { E[m - 1] = $1 + s / 2; row = row " " answer }
             END { start_row(""); flush() }' >"$work/leaves.txt"
-    plot leaves 720 500 <<END
+    plot leaves.svg 720 500 <<END
 set title "Which of three tables answers, and where none does"
 set xlabel "first variable"
 set ylabel "second variable"
@@ -217,7 +221,7 @@ picture_constraint() {
         "$examples/02_functions" examples/02_functions/quadratic.xml -3 3 24 "$y" |
             awk -v y="$y" '!/^#/ { print $1, y, $2, $3, $4 } END { print "" }'
     done >"$work/constraint.txt"
-    plot constraint 600 560 <<END
+    plot constraint.svg 600 560 <<END
 set contour base
 set cntrparam levels discrete -9, -6, -4, -2, 0, 3, 6, 9
 unset surface
@@ -259,7 +263,7 @@ picture_convergence() {
         trace "$settings" powell 3 -1 0 1
         awk '$2 == $3' "$work/$settings-powell.txt" >"$work/$settings-steps.txt"
     done
-    plot convergence 760 460 <<END
+    plot convergence.svg 760 460 <<END
 set title "Five searches on Powell's quartic function from (3, −1, 0, 1)"
 set xlabel "evaluations"
 set ylabel "best value so far"
@@ -298,7 +302,7 @@ picture_paths() {
             print ""
         }
     }' >"$work/valley.txt"
-    plot paths 960 620 <<END
+    plot paths.svg 960 620 <<END
 set multiplot layout 2,3 title \
     "Five searches in Rosenbrock's valley from (−1.2, 1): the first 250 points, and the best of them in turn" font ",16"
 set xrange [-1.7:1.5]
@@ -334,7 +338,7 @@ END
 
 picture_data-profiles() {
     build/release/benchmarks/data_profiles --curves >"$work/profiles.txt"
-    plot data-profiles 760 480 <<END
+    plot data-profiles.svg 760 480 <<END
 set title "53 problems of Moré and Wild: how many are solved to 10^{−3}, by effort"
 set xlabel "evaluations / (n + 1)"
 set ylabel "problems solved, %"
@@ -354,7 +358,7 @@ END
 
 picture_quadrature() {
     "$examples/06_quadrature" >"$work/quadrature.txt"
-    plot quadrature 760 480 <<END
+    plot quadrature.svg 760 480 <<END
 set title "Gauss quadrature: error of the integral by order"
 set xlabel "order, the number of values of the function"
 set ylabel "error, from 5·10^{−16} on"
@@ -375,6 +379,93 @@ plot "$work/quadrature.txt" using 1:(floored(\$2)) with linespoints lt 1 pt 7 ps
 END
 }
 
+# correlation NAME FIELD_FILE: the function, what the turned samples make of it, and what is measured, each as
+# "distance correlation"; and a field in standard deviations.
+correlation() {
+    local name=$1 file=$2 variance seed
+    "$examples/02_functions" "$file" 0 24 240 | awk '!/^#/' >"$work/$name-function.txt"
+    variance=$(awk 'NR == 1 { print $2 }' "$work/$name-function.txt")
+    awk -v variance="$variance" '{ print $1, $2 / variance }' "$work/$name-function.txt" \
+        >"$work/$name-given.txt"
+    awk 'function at(x,    i) { i = int(10 * x); return y[i] + (10 * x - i) * (y[i + 1] - y[i]) }
+        { y[NR - 1] = $2 }
+        END {
+            for (d = 0; d <= 24; d += 0.5) {
+                sum = 0
+                for (i = 0; i < 400; ++i) {
+                    t = (i + 0.5) * 3.14159265359 / 800
+                    sum += at(d * cos(t)) * at(d * sin(t))
+                }
+                print d, sum / 400
+            }
+        }' "$work/$name-given.txt" >"$work/$name-expected.txt"
+    for seed in {1..20}; do
+        "$examples/05_random_field" "$file" 160 160 1 0 100 "$seed"
+    done | awk -v variance="$variance" '{
+            for (c = 1; c <= NF; ++c) rows[NR % 32, c] = $c
+            for (d = 0; d < 25; d += 2) {
+                for (c = 1; c + d <= NF; ++c) { sum[d] += $c * $(c + d); ++count[d] }
+                if ((NR - 1) % 160 >= d)
+                    for (c = 1; c <= NF; ++c) { sum[d] += $c * rows[(NR - d) % 32, c]; ++count[d] }
+            }
+        }
+        END { for (d = 0; d < 25; d += 2) print d, sum[d] / count[d] / variance }' \
+        >"$work/$name-measured.txt"
+    "$examples/05_random_field" "$file" 200 200 0.5 0 200 1 |
+        awk -v scale="$(awk "BEGIN { print 1 / sqrt($variance) }")" \
+            '{ for (c = 1; c <= NF; ++c) printf "%.3f ", $c * scale; print "" }' >"$work/$name-field.txt"
+}
+
+picture_random-fields() {
+    # A point for each distance between cells: between its points a function is linear, and few functions
+    # stay correlations when they are bent so.
+    awk 'BEGIN {
+        print "<scalarFunctionContainer xmlns=\"urn:zeibreku:function#\"><multipointScalarFunction><rangeValues>"
+        for (d = 0; d <= 150; d += 0.5) printf "<item>%.9f</item>\n", exp(-d / 10) * cos(d / 2)
+        print "</rangeValues><domainValues>"
+        for (d = 0; d <= 150; d += 0.5) printf "<item>%.1f</item>\n", d
+        print "</domainValues></multipointScalarFunction></scalarFunctionContainer>"
+    }' >"$work/wave.xml"
+    correlation exponential examples/05_random_field/exponential.xml
+    correlation triangular examples/05_random_field/triangular.xml
+    correlation wave "$work/wave.xml"
+    plot random-fields.png 960 640 <<END
+set multiplot layout 2,3 title \
+    "Random fields by correlation function, and the correlation measured in twenty of each" \
+    font ",12"
+set title font ",11"
+set palette defined (0 "#440154", 1 "#3b528b", 2 "#21918c", 3 "#5ec962", 4 "#fde725")
+set palette maxcolors 32
+set cbrange [-3:3]
+unset colorbox
+set size ratio 1
+unset grid
+set xtics 25
+set ytics 25
+set xlabel "x (dark −3, bright 3 standard deviations)"
+set ylabel "y"
+do for [name in "exponential triangular wave"] {
+    set title name . (name eq "wave" ? ", exp(−d/10) cos(d/2)" : \
+        name eq "triangular" ? ", 1 − d/10" : ", exp(−d/10)")
+    plot [0:100] [0:100] sprintf("$work/%s-field.txt", name) matrix using (\$1 * 0.5):(\$2 * 0.5):3 \
+        with image notitle
+}
+set size noratio
+set grid
+set xtics 5
+set ytics 0.5
+set xlabel "distance d"
+set ylabel "correlation"
+unset title
+set key top right samplen 2
+do for [name in "exponential triangular wave"] {
+    plot [0:24] [-0.6:1.05] sprintf("$work/%s-given.txt", name) with lines lt 6 title "given", \
+        sprintf("$work/%s-expected.txt", name) with lines lt 1 title "of turned samples", \
+        sprintf("$work/%s-measured.txt", name) with points pt 7 ps 0.8 lc rgb "#D55E00" title "measured"
+}
+END
+}
+
 for name in "$@"; do
     if ! declare -F "picture_$name" >/dev/null; then
         echo "There is no picture '$name'; there are: ${all[*]}" >&2
@@ -384,7 +475,7 @@ done
 
 set_up test benchmarks pictures
 cmake --preset release
-cmake --build --preset release --target 01_minimise 02_functions 04_tables 06_quadrature \
+cmake --build --preset release --target 01_minimise 02_functions 04_tables 05_random_field 06_quadrature \
     data_profiles
 mkdir -p "$work" "$pictures"
 if (($# == 0)); then
