@@ -92,8 +92,8 @@ KrBoolean KrXmlBaseVariableCompoundType::readValueFromToken(KrToken const& token
 void KrXmlBaseVariableCompoundType::processLibraries() {
     for (auto const& library : addLibraries()) {
         Kr::Print::instance().write(Kr::PrintType::Error,
-                                    "library \"%s\" is not loaded: loading code is off\n",
-                                    library.value());
+                                    "library %s is not loaded: loading code is off\n",
+                                    krXmlQuoted(library.value()));
     }
 }
 

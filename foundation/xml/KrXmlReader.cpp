@@ -4,10 +4,11 @@
 
 #include <expat.h>
 
+#include <cstring>
 #include <exception>
 #include <istream>
 #include <new>
-#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace {
@@ -20,6 +21,19 @@ bool isBlank(std::string_view text) {
         }
     }
     return true;
+}
+
+// As much of a text as a message shows.
+std::string_view shortened(std::string_view text) {
+    constexpr std::size_t longest = 60;
+    if (text.size() <= longest) {
+        return text;
+    }
+    std::size_t end = longest;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
+        --end;  // not inside a character of several bytes
+    }
+    return text.substr(0, end);
 }
 
 // Where a schema may be found: says nothing of the document's content.
@@ -105,11 +119,18 @@ public:
 private:
     static constexpr int chunkSize = 1 << 14;
 
-    struct TextHash {
+    // A set of tokens in which a name is found without making a token of it.
+    struct TokenHash {
         using is_transparent = void;
-        std::size_t operator()(std::string_view text) const {
+        std::size_t operator()(std::string const& text) const { return (*this)(text.c_str()); }
+        std::size_t operator()(char const* text) const {
             return std::hash<std::string_view>()(text);
         }
+    };
+    struct TokenEqual {
+        using is_transparent = void;
+        bool operator()(std::string const& a, std::string const& b) const { return a == b; }
+        bool operator()(char const* a, std::string const& b) const { return b == a; }
     };
     struct Free {
         void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
@@ -161,15 +182,16 @@ private:
         push({Kind::Failure, place()});
     }
 
-    KrToken const* intern(std::string_view name) {
-        if (!lastName_ || lastName_->first != name) {  // the items of a vector share one
+    KrToken const* intern(char const* name) {
+        if (!lastName_ ||
+            std::strcmp(lastName_->c_str(), name) != 0) {  // a vector's items share one
             auto known = names_.find(name);
             if (known == names_.end()) {
-                known = names_.emplace(name, KrToken(std::string(name))).first;
+                known = names_.insert(KrToken(name)).first;
             }
             lastName_ = &*known;
         }
-        return &lastName_->second;
+        return lastName_;
     }
 
     void start(char const* name, char const** attributes) {
@@ -246,9 +268,9 @@ private:
     std::vector<Attribute> attributes_;
     std::string texts_;
     std::size_t nextEvent_ = 0;
-    using Names = std::unordered_map<std::string, KrToken, TextHash, std::equal_to<>>;
-    Names names_;  // the names met so far, each once; entries never move
-    Names::value_type const* lastName_ = nullptr;
+    // The names met so far, each once; entries never move.
+    std::unordered_set<KrToken, TokenHash, TokenEqual> names_;
+    KrToken const* lastName_ = nullptr;
     std::size_t depth_ = 0;
     std::size_t depthLimit_ = defaultDepthLimit;
     Kind lastKind_ = Kind::Start;
@@ -433,7 +455,7 @@ std::string KrXmlReader::path() const {
         if (!path.empty()) {
             path += '/';
         }
-        path += element.token->localName();
+        path += shortened(element.token->localName());
     }
     return path;
 }
@@ -441,13 +463,10 @@ std::string KrXmlReader::path() const {
 void KrXmlReader::setDepthLimit(std::size_t limit) { parser_->setDepthLimit(limit); }
 
 std::string krXmlQuoted(std::string_view text) {
-    constexpr std::size_t longest = 60;
-    if (text.size() <= longest) {
-        return '"' + std::string(text) + '"';
+    // A line break would let a document forge messages.
+    std::string quoted(1, '"');
+    for (char const c : shortened(text)) {
+        quoted += c == '\n' ? "\\n" : c == '\r' ? "\\r" : c == '\t' ? "\\t" : std::string(1, c);
     }
-    std::size_t end = longest;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
-        --end;  // not inside a character of several bytes
-    }
-    return '"' + std::string(text.substr(0, end)) + "...\"";
+    return quoted + (shortened(text).size() < text.size() ? "...\"" : "\"");
 }

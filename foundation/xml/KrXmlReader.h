@@ -104,7 +104,8 @@ public:
     KrU32 line() const { return open_.empty() ? 1 : open_.back().place.line; }
     /// The column there, counted from 1.
     KrU32 column() const { return open_.empty() ? 1 : open_.back().place.column; }
-    /// The local names from the root to the current element, joined by '/'.
+    /// The local names from the root to the current element, joined by '/', and cut
+    /// where they are very long.
     std::string path() const;
     /// How much was refused so far; it never goes back.
     std::size_t errorCount() const { return errorCount_; }
@@ -149,7 +150,7 @@ private:
     bool stopped_ = false;  // malformed: there is no more to be had
 };
 
-/// `text` in double quotes for a message, cut where it is long.
+/// `text` in double quotes for a message, in one line, and cut where it is long.
 KR_EXPORT std::string krXmlQuoted(std::string_view text);
 
 /// Sets `value` from `text`, or refuses the text at the reader's current element.
