@@ -2,6 +2,15 @@
 
 #include <cstddef>
 
-/// How often the process has allocated by `operator new` so far. Always 0 under a
-/// sanitizer, which has an `operator new` of its own.
+// Under a sanitizer, which has an allocator of its own, the counts stay 0 and nothing
+// fails.
+
+/// How often the process has allocated memory so far.
 std::size_t allocationCount();
+
+/// How many of the allocations were not released yet.
+long liveAllocations();
+
+/// Makes the `count`-th allocation of this thread from now on fail, once; 0: none.
+/// False when the one that was asked for before has not come.
+bool failAllocation(std::size_t count);
