@@ -7,6 +7,7 @@
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
+constexpr std::size_t firstSize = 1 << 10;  // most documents are small
 constexpr std::size_t bufferSize = 1 << 16;
 
 // How many bytes the character at the start of `text` takes in UTF-8; 0 when it
@@ -63,7 +64,7 @@ std::string commentText(std::string const& text) {
 
 KrXmlWriter::KrXmlWriter(std::string const& writerText, std::ostream& stream)
     : stream_(stream), comment_(commentText(writerText)) {
-    buffer_.resize(bufferSize + bufferSize / 4);
+    buffer_.resize(firstSize);
 }
 
 KrXmlWriter::~KrXmlWriter() {
