@@ -5,7 +5,8 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(format generated headers reference cppcheck clang tidy asan tsan benchmarks packages demo)
+all=(format generated headers reference cppcheck clang tidy asan tsan coverage fuzz benchmarks
+    packages demo)
 
 # build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
 build_and_test() {
@@ -93,6 +94,24 @@ check_tsan() {
         fixed_addresses=(setarch -R)
     fi
     build_and_test tsan "${fixed_addresses[@]}"
+}
+
+# What the tests reach: all of the reader, which meets what anybody may send, and nearly all of the
+# rest.
+check_coverage() {
+    cmake --preset coverage
+    cmake --build --preset coverage
+    find build/coverage -name '*.gcda' -delete
+    ctest --preset coverage
+    local gcovr=(gcovr --root . --object-directory build/coverage --exclude-unreachable-branches)
+    "${gcovr[@]}" --filter foundation/ --filter function/ --fail-under-line 95 build/coverage
+    "${gcovr[@]}" --filter foundation/xml/KrXmlReader.cpp --fail-under-line 100 build/coverage
+}
+
+# About a minute, the same each time.
+check_fuzz() {
+    rm -rf build/fuzz/corpus
+    ZEIBREKU_FUZZ_SEED=1 scripts/fuzz.sh 200000
 }
 
 # Whether they run, not how fast: a figure taken beside other builds means nothing.

@@ -68,6 +68,7 @@ need_checks() {
     need clang-format eval 'program clang-format-14 || program clang-format'
     need clang-tidy eval 'program clang-tidy-14 || program clang-tidy'
     need cppcheck program cppcheck
+    need gcovr program gcovr
     need python3 program python3
     need doxygen program doxygen
     need lintian program lintian

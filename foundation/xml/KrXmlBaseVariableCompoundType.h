@@ -7,6 +7,7 @@
 #include "foundation/xml/KrXmlVectorType.h"
 
 #include <string>
+#include <utility>
 
 /// Base of containers and element vectors, whose children are elements of
 /// several classes, each created from its tag by the creator registered for it.
@@ -65,6 +66,13 @@ private:
         Creators& operator=(Creators const& source) {
             map.insert(source.map.begin(), source.map.end());
             registered = registered || source.registered;
+            return *this;
+        }
+        // Takes over what the map lacks, and allocates nothing: a document that was
+        // read replaces an object also when there is no more memory.
+        Creators& operator=(Creators&& source) noexcept {
+            map.merge(source.map);
+            registered = registered || std::exchange(source.registered, false);
             return *this;
         }
 
