@@ -165,6 +165,9 @@ KrBoolean replaceFile(std::string const& path,
     std::error_code error;
     fs::path const target = followed(path);
     fs::file_status const old = fs::status(target, error);
+    if (old.type() == fs::file_type::none) {  // such as links in a circle
+        return refuseFile(path, "cannot be written: " + error.message());
+    }
     if (fs::exists(old) && !fs::is_regular_file(old)) {
         return refuseFile(path, "cannot be written: not a regular file");
     }

@@ -119,18 +119,22 @@ public:
 private:
     static constexpr int chunkSize = 1 << 14;
 
-    // A set of tokens in which a name is found without making a token of it.
+    // For a set of tokens in which a name is found without making a token of it.
+    static std::string_view view(std::string const& text) { return text; }
+    static std::string_view view(char const* text) { return text; }
     struct TokenHash {
         using is_transparent = void;
-        std::size_t operator()(std::string const& text) const { return (*this)(text.c_str()); }
-        std::size_t operator()(char const* text) const {
-            return std::hash<std::string_view>()(text);
+        template <class T>
+        std::size_t operator()(T const& text) const {
+            return std::hash<std::string_view>()(view(text));
         }
     };
     struct TokenEqual {
         using is_transparent = void;
-        bool operator()(std::string const& a, std::string const& b) const { return a == b; }
-        bool operator()(char const* a, std::string const& b) const { return b == a; }
+        template <class A, class B>
+        bool operator()(A const& a, B const& b) const {
+            return view(a) == view(b);
+        }
     };
     struct Free {
         void operator()(XML_Parser parser) const { XML_ParserFree(parser); }

@@ -4,13 +4,13 @@
 #include "foundation/xml/KrXml.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
+#include "function/object/KrCreators.h"
 #include "function/object/KrMultivariableConstraintContainer.h"
 #include "function/object/KrMultivariableConstraintVector.h"
 #include "function/object/KrScalarFunctionContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerVector.h"
 #include "function/object/KrUnitaryMapContainer.h"
-#include "tests/contract/Elements.h"
 
 #include <algorithm>
 #include <bit>
@@ -46,27 +46,10 @@ bool as(KrXmlObject& object, Use use) {
     return (tried(dynamic_cast<T*>(&object)) || ...);
 }
 
-template <class... T>
-void registerAll(KrXmlFactory& factory) {
-    (factory.registerCreator(T().token(), T::creator), ...);
-}
-
-template <class... Entry>
-void registerElements(KrXmlFactory& factory, testing::Types<Entry...>) {
-    registerAll<typename Entry::Element...>(factory);
-}
-
 }  // namespace
 
 KrXmlFactory const& everyElement() {
-    static KrXmlFactory const factory = [] {
-        KrXmlFactory made;
-        registerElements(made, Elements());
-        registerAll<KrScalarFunctionContainer, KrUnitaryMapContainer, KrCompositeFunctionContainer,
-                    KrMultivariableConstraintContainer, KrScalarMultivariableOptimizerContainer,
-                    KrMultivariableConstraintVector, KrScalarMultivariableOptimizerVector>(made);
-        return made;
-    }();
+    static KrXmlFactory const factory = KrCreators::factory();
     return factory;
 }
 

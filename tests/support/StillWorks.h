@@ -6,7 +6,7 @@
 
 #include <string>
 
-/// Creates every element, container and vector by its tag.
+/// The library's factory.
 KrXmlFactory const& everyElement();
 
 /// What the object answers when it is put to use: a function at a few points, an
