@@ -100,8 +100,8 @@ check_tsan() {
 # rest.
 check_coverage() {
     cmake --preset coverage
+    find build/coverage -name '*.gcda' -delete  # they are of an earlier build
     cmake --build --preset coverage
-    find build/coverage -name '*.gcda' -delete
     ctest --preset coverage
     local gcovr=(gcovr --root . --object-directory build/coverage --exclude-unreachable-branches)
     "${gcovr[@]}" --filter foundation/ --filter function/ --fail-under-line 95 build/coverage

@@ -23,14 +23,17 @@ sed 's/.*/"&"/' "$work/names" >"$work/dictionary"
 while read -r name; do
     echo "<$name xmlns=\"urn:zeibreku:function#\"/>" >"$work/seeds/empty-$name.xml"
 done <"$work/names"
-cp examples/*/*.xml "$work/seeds"
+for file in examples/*/*.xml; do
+    cp "$file" "$work/seeds/${file//\//-}"
+done
 
-# Half of the time would go into stack traces of allocations, and into deciding what is rare.
-export ASAN_OPTIONS=malloc_context_size=2:quarantine_size_mb=8:detect_leaks=1
+# Most of the time would go into stack traces of allocations and into filling them, and into deciding
+# what is rare and what could be shorter.
+export ASAN_OPTIONS=malloc_context_size=1:quarantine_size_mb=4:max_malloc_fill_size=0
 fuzz() {
     local target=$1
     shift
-    "$work/fuzz/fuzz_$target" -entropic=0 -detect_leaks=0 -timeout=20 -max_len=400 \
+    "$work/fuzz/fuzz_$target" -entropic=0 -reduce_inputs=0 -detect_leaks=0 -timeout=20 -max_len=400 \
         -seed="${ZEIBREKU_FUZZ_SEED:-0}" -print_final_stats=1 -verbosity=0 \
         -dict="$work/dictionary" -artifact_prefix="$work/finding-" "$@" "$work/corpus/$target"
 }

@@ -118,6 +118,9 @@ TEST(HostileInput, IsRefusedAtItsPlace) {
         {inAlpha("1\n\t&#13;a.xml:9:9: %n"), "1:64: " + element + "/alpha",
          "a number, found \"1\\n\\t\\ra.xml:9:9: %n\""},
         {inAlpha("\x1b[2J"), "1:71: " + element + "/alpha", token},
+        // Cut at 60 bytes, or ahead of a character that would be cut in two.
+        {inAlpha(std::string(59, 'x') + "\xC3\xA9"), "1:64: " + element + "/alpha",
+         "a number, found \"" + std::string(59, 'x') + "...\""},
         {inReals(" count='-1'"), "1:64: " + reals, "an integer from 0 to 4294967295, found \"-1\""},
         {inReals(" count='1' size='3'"), "1:64: " + reals,
          "a known attribute, found attribute \"size\""},

@@ -172,6 +172,9 @@ TEST(XmlDocuments, UnreadChildrenArePassedOver) {
     }
     EXPECT_EQ(seen, "a/b a/d a/g ");
     EXPECT_TRUE(reader.finish());
+    std::string_view behind = "text";
+    EXPECT_FALSE(reader.readText(behind));
+    EXPECT_EQ(behind, "");
     EXPECT_EQ(reader.errorCount(), 0U);
 }
 
