@@ -15,10 +15,11 @@ namespace {
 KrCompositeFunctionBranch& KrCompositeFunctionBranch::operator=(
     KrCompositeFunctionBranch const& source) {
     if (this != &source) {
+        KrCompositeFunctionBranch copy(source);  // which may be part of a child
         KrTaggedElement::operator=(source);
-        left_ = source.left_;
-        right_ = source.right_;
-        result_ = source.result_;
+        left_ = std::move(copy.left_);
+        right_ = std::move(copy.right_);
+        result_ = std::move(copy.result_);
         setContainer(container());  // of the new children
     }
     return *this;
@@ -27,28 +28,28 @@ KrCompositeFunctionBranch& KrCompositeFunctionBranch::operator=(
 KrRealVector const& KrCompositeFunctionBranch::evaluate(KrRealVector const& point,
                                                         KrBoolean& ok) const {
     ok = false;
-    bool leftAsked = false;
-    bool rightAsked = false;
+    KrRealVector const* leftValues = nullptr;
+    KrRealVector const* rightValues = nullptr;
     // Takes the child's values, whether it has an answer or not. A child that had
     // none is not asked a second time: it would say the same again, and with two
     // questions at each level a deep tree would take for ever.
-    auto const ask = [&](Child const& child, bool& asked) {
-        if (!asked) {
-            asked = true;
-            result_ = child->evaluate(point, ok);
+    auto const ask = [&](Child const& child, KrRealVector const*& values) {
+        if (!values) {
+            values = &child->evaluate(point, ok);
         }
+        result_ = *values;
     };
     if (left_ && left_->isInBounds(point)) {
-        ask(left_, leftAsked);
+        ask(left_, leftValues);
     }
     if (!ok && right_ && right_->isInBounds(point)) {
-        ask(right_, rightAsked);
+        ask(right_, rightValues);
     }
     if (!ok && left_ && left_->ableToExtrap(point)) {
-        ask(left_, leftAsked);
+        ask(left_, leftValues);
     }
     if (!ok && right_ && right_->ableToExtrap(point)) {
-        ask(right_, rightAsked);
+        ask(right_, rightValues);
     }
     return result_;
 }

@@ -28,7 +28,8 @@ public:
     using KrTaggedElement::KrTaggedElement;
     KrCompositeFunctionBranch() = default;
     KrCompositeFunctionBranch(KrCompositeFunctionBranch const&) = default;
-    /// Takes clones of the children, and gives them this branch's container.
+    /// Takes clones of the children, and gives them this branch's container. `source`
+    /// may be part of a child.
     KrCompositeFunctionBranch& operator=(KrCompositeFunctionBranch const& source);
     ~KrCompositeFunctionBranch() override = default;
 

@@ -17,12 +17,13 @@ KrBoolean KrCompositeFunctionElement::isInBounds(KrRealVector const& point) cons
 }
 
 KrBoolean KrCompositeFunctionElement::ableToExtrap(KrRealVector const& point) const {
-    if (point.size() > bounds_.size() || point.size() > limitOrExtrapolate_.size()) {
+    if (point.size() > bounds_.size()) {
         return false;
     }
     for (std::size_t i = 0; i < point.size(); ++i) {
-        bool const mayGoBelow = limitOrExtrapolate_[i][0];
-        bool const mayGoAbove = limitOrExtrapolate_[i][1];
+        bool const hasFlags = i < limitOrExtrapolate_.size();
+        bool const mayGoBelow = hasFlags && limitOrExtrapolate_[i][0];
+        bool const mayGoAbove = hasFlags && limitOrExtrapolate_[i][1];
         if ((point[i] < bounds_[i][0] && !mayGoBelow) ||
             (point[i] > bounds_[i][1] && !mayGoAbove)) {
             return false;

@@ -42,7 +42,7 @@ public:
     virtual KrBoolean isInBounds(KrRealVector const& point) const;
 
     /// Whether each coordinate is inside, or beyond a face where the element may
-    /// extrapolate.
+    /// extrapolate: nowhere, as long as `limitOrExtrapolate` was not determined.
     virtual KrBoolean ableToExtrap(KrRealVector const& point) const;
 
     bool operator==(KrCompositeFunctionElement const&) const = default;

@@ -30,8 +30,11 @@ public:
     KrBaseExpressionTreeContainer& operator=(KrBaseExpressionTreeContainer const& source) {
         if (this != &source) {
             KrXmlBaseVariableCompoundType::operator=(source);
+            bool const hasElement = static_cast<bool>(source.topElement_);
             topElement_ = source.topElement_;
-            setTopElementContainerToThis();
+            if (hasElement) {
+                setTopElementContainerToThis();
+            }
         }
         return *this;
     }
@@ -44,7 +47,9 @@ public:
             KrXmlBaseVariableCompoundType::operator=(
                 static_cast<KrXmlBaseVariableCompoundType&&>(source));
             topElement_ = std::move(source.topElement_);
-            setTopElementContainerToThis();
+            if (topElement_) {
+                setTopElementContainerToThis();
+            }
         }
         return *this;
     }

@@ -80,8 +80,9 @@ private:
                          KrRealVector& result) const;
 
     KrXmlBasicType<KrU32> numberPasses_{1};
-    KrScalarMultivariableOptimizerVector optimizerSequence_;
     KrXmlBasicType<bool> executeInParallel_{false};
-
     mutable KrScratch<State> state_;
+    // The last member, since a sequence may be assigned one of its own list, which
+    // is gone as soon as the list is.
+    KrScalarMultivariableOptimizerVector optimizerSequence_;
 };

@@ -27,18 +27,36 @@ using Bounds = KrCompositeFunctionElement::Bounds;
 using Flags = KrCompositeFunctionElement::Flags;
 using Enums = KrVectorSearchEnums;
 
+// One variable of a table, and at which ends the table goes on.
+struct Axis {
+    double low, high;
+    bool goesBelow = false, goesAbove = false;
+};
+
+Table table(std::vector<Axis> const& axes, KrRealVector const& values) {
+    Table result;
+    for (Axis const& axis : axes) {
+        KrTableFunctionVectorSearch search;
+        search.independentVector({axis.low, axis.high});
+        search.lowerBoundaryOption(axis.goesBelow ? Enums::EXTRAPOLATE : Enums::LIMIT);
+        search.upperBoundaryOption(axis.goesAbove ? Enums::EXTRAPOLATE : Enums::LIMIT);
+        result.independentDataPushBack(search);
+    }
+    result.dependentDataPushBack(values);
+    result.init();
+    return result;
+}
+
 // A table over [low, high] with the values `a` and `b` at its ends.
 Table table(double low, double high, double a, double b,
             Enums::BOUNDARY_OPTION boundary = Enums::LIMIT) {
-    KrTableFunctionVectorSearch search;
-    search.independentVector({low, high});
-    search.lowerBoundaryOption(boundary);
-    search.upperBoundaryOption(boundary);
-    Table result;
-    result.independentDataPushBack(search);
-    result.dependentDataPushBack({a, b});
-    result.init();
-    return result;
+    bool const beyond = boundary != Enums::LIMIT;
+    return table({{low, high, beyond, beyond}}, {a, b});
+}
+
+// Of two variables, with the same value everywhere.
+Table flat(Axis const& x, Axis const& y, double value) {
+    return table({x, y}, KrRealVector(4, value));
 }
 
 Branch branch(KrCompositeFunctionElement const& left, KrCompositeFunctionElement const& right) {
@@ -143,7 +161,8 @@ TEST(CompositeFunction, BranchAsksTheChildThatCoversThePoint) {
         {left, table(1, 2, 100, 200, limit), {3}, "no"},
         {left, apart, {1.5}, "ok 15"},
         {left, apart, {-1}, "ok -10"},
-        {apart, left, {0.5}, "ok 5"},  // the box goes before extrapolation
+        {table(0, 1, 7, 7, beyond), apart, {1.5}, "ok 7"},  // the left one goes first
+        {apart, left, {0.5}, "ok 5"},                       // the box goes before extrapolation
         {branch(left, table(2, 3, 7, 7)), apart, {1.5}, "ok 15"},
         {left, apart, {}, "ok nan"},  // no coordinate is wanting to be inside
         {left, apart, {0.5, 1}, "no"},
@@ -185,6 +204,39 @@ TEST(CompositeFunction, StaleValuesStayAndAreCompared) {
     EXPECT_EQ(answer(nested, {5}), "ok 50");
     EXPECT_EQ(answer(nested, {4}), "no 50");
     EXPECT_EQ(answer(nested, {1.5}), "no 5");
+    // So does the right one, asked for its box, after the left one, which may go
+    // beyond: both are boxes with a gap at the point.
+    Container const gaps = container(
+        branch(branch(flat({0, 1, false, true}, {0, 1}, 1), flat({1, 2}, {0, 1, false, true}, 1)),
+               branch(flat({10, 11}, {10, 11}, 2), flat({12, 13}, {12, 13}, 3))));
+    EXPECT_EQ(answer(gaps, {0.5, 0.5}), "ok 1");
+    EXPECT_EQ(answer(gaps, {12.5, 12.5}), "ok 3");
+    EXPECT_EQ(answer(gaps, {11.5, 11.5}), "no 3");
+}
+
+TEST(CompositeFunction, EachFaceOfABoxCountsByItself) {
+    struct {
+        std::vector<Axis> axes;
+        KrRealVector point;
+        bool isInBounds, ableToExtrap;
+    } const cases[] = {
+        {{{0, 1, true, false}}, {-1}, false, true},
+        {{{0, 1, true, false}}, {2}, false, false},
+        {{{0, 1, false, true}}, {-1}, false, false},
+        {{{0, 1, false, true}}, {2}, false, true},
+        {{{1, 0, true, false}}, {2}, false, true},  // the first breakpoint is the largest
+        {{{0, 1, true, true}, {5, 6}}, {0.5, 5.5}, true, true},
+        {{{0, 1, true, true}, {5, 6}}, {9, 5.5}, false, true},
+        {{{0, 1, true, true}, {5, 6}}, {0.5, 9}, false, false},
+    };
+    for (auto const& c : cases) {
+        Table f = table(c.axes, KrRealVector(std::size_t{1} << c.axes.size()));
+        f.initBounds();
+        EXPECT_EQ(f.isInBounds(c.point), c.isInBounds) << &c - cases;
+        EXPECT_EQ(f.ableToExtrap(c.point), c.isInBounds) << &c - cases;  // no flags yet
+        f.initLimitOrExtrapolate();
+        EXPECT_EQ(f.ableToExtrap(c.point), c.ableToExtrap) << &c - cases;
+    }
 }
 
 TEST(CompositeFunction, BoxesAndFlagsJoinThoseOfBothChildren) {
@@ -201,12 +253,13 @@ TEST(CompositeFunction, BoxesAndFlagsJoinThoseOfBothChildren) {
     f.setTopElement(top);
     EXPECT_EQ(f.bounds(), (Bounds{{-5, 3}}));
     EXPECT_FALSE(f == before);
+    f.setTopElement(branch(flat({0, 1}, {4, 5, true}, 0), flat({2, 3}, {6, 7, false, true}, 0)));
+    EXPECT_EQ(f.bounds(), (Bounds{{0, 3}, {4, 7}}));
+    EXPECT_EQ(f.topElement()->limitOrExtrapolate(), (Flags{{false, false}, {true, true}}));
     // Children of different dimensions: the first one's count.
-    Table flat = table(0, 1, 0, 1);
-    flat.independentDataPushBack(flat.independentData()[0]);
-    flat.init();
-    EXPECT_EQ(container(branch(table(2, 3, 2, 3), flat)).bounds(), (Bounds{{0, 3}}));
-    EXPECT_EQ(container(branch(flat, table(2, 3, 2, 3))).bounds(), (Bounds{{0, 3}, {0, 1}}));
+    Table const two = flat({0, 1}, {0, 1}, 0);
+    EXPECT_EQ(container(branch(table(2, 3, 2, 3), two)).bounds(), (Bounds{{0, 3}}));
+    EXPECT_EQ(container(branch(two, table(2, 3, 2, 3))).bounds(), (Bounds{{0, 3}, {0, 1}}));
 }
 
 TEST(CompositeFunction, TheWholeTreeKnowsItsContainer) {
@@ -237,6 +290,10 @@ TEST(CompositeFunction, TheWholeTreeKnowsItsContainer) {
     dynamic_cast<Branch&>(*top.left()) = dynamic_cast<Branch const&>(*moved.topElement());
     EXPECT_TRUE(treeKnows(&top, &f));
     EXPECT_TRUE(treeKnows(moved.topElement(), &moved));
+    Branch const part(dynamic_cast<Branch const&>(*top.left()));
+    top = dynamic_cast<Branch const&>(*top.left());  // part of what it replaces
+    EXPECT_TRUE(top == part);
+    EXPECT_TRUE(treeKnows(&top, &f));
     Container const empty;
     f = empty;
     EXPECT_EQ(f.topElement(), nullptr);

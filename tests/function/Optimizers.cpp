@@ -611,6 +611,14 @@ TEST(Sequence, IsTheListThatItWasGiven) {
     ASSERT_TRUE(KrXml::fromString(KrXml::toString(sequence), back));
     EXPECT_TRUE(back == sequence);
     EXPECT_FALSE(back.equalsDefault());
+    // One of its own list, with all that it has.
+    KrSequenceOptimizer inner;
+    inner.setExecuteInParallel(true);
+    inner.setOptimizerSequence(list);
+    list.exchange(1, inner);
+    back.setOptimizerSequence(list);
+    back = dynamic_cast<KrSequenceOptimizer const&>(back.optimizerSequence()[1]);
+    EXPECT_TRUE(back == inner);
 }
 
 TEST(Sequence, KeepsTheEarlierOfEqualAnswers) {

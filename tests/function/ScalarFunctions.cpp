@@ -78,7 +78,24 @@ TEST(ScalarFunctions, MultipointFunctionTakesTheSegmentThatEndsAtX) {
     }
 }
 
+// Counts how often a container is to tell its element.
+struct Telling : KrScalarFunctionContainer {
+    static inline int count = 0;
+    void setTopElementContainerToThis() override { ++count; }
+};
+
 TEST(ScalarFunctions, ContainersCreateWhatTheyRegister) {
+    Telling target;
+    Telling const empty;
+    Telling full;
+    full.setTopElement(KrLinearScalarFunction());
+    Telling::count = 0;
+    target = empty;
+    target = Telling();
+    EXPECT_EQ(Telling::count, 0);
+    target = full;
+    target = std::move(full);
+    EXPECT_EQ(Telling::count, 2);
     std::string const ns = " xmlns='urn:zeibreku:function#'>";
     std::string const multipoint = "<scalarFunctionContainer" + ns +
                                    "<multipointScalarFunction><rangeValues><item>7</item>"
