@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdarg>
+#include <cstdint>
 #include <limits>
 #include <utility>
 
@@ -12,6 +13,7 @@ namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
 constexpr std::size_t largest = std::numeric_limits<std::size_t>::max();
+constexpr std::size_t largestPrinted = std::numeric_limits<std::int64_t>::max();
 
 // The number of grid points; `largest` when it is too large to be counted.
 template <class Searches>
@@ -56,7 +58,7 @@ void KrInterpolator<Value>::init(std::vector<std::vector<Value>> tables,
             Kr::PrintType::Mismatch,
             "KrInterpolator Error:\n   Vector size, %d, not compatible with "
             "independent variable sizes, %d\n",
-            tables_.front().size(), points);
+            tables_.front().size(), std::min(points, largestPrinted));
     }
 }
 
@@ -142,6 +144,16 @@ auto KrInterpolator<Value>::initLimitOrExtrapolate() -> Flags const& {
 }
 
 template <class Value>
+void KrInterpolator<Value>::swap(KrInterpolator& other) noexcept {
+    std::swap(tables_, other.tables_);
+    std::swap(searches_, other.searches_);
+    std::swap(bounds_, other.bounds_);
+    std::swap(limitOrExtrapolate_, other.limitOrExtrapolate_);
+    std::swap(grid_, other.grid_);
+    std::swap(result_, other.result_);
+}
+
+template <class Value>
 void KrInterpolator<Value>::measure() const {
     Grid& grid = *grid_;
     grid = Grid();
@@ -149,7 +161,7 @@ void KrInterpolator<Value>::measure() const {
     grid.coordinates = searches_.size();
     grid.evaluateAtPoint = answerNaN<AtPoint>;
     grid.evaluateAtLast = answerNaN<AtLast>;
-    grid.result.resize(tables_.size());
+    result_->resize(tables_.size());
     std::size_t const points = pointCount(searches_);
     if (tables_.empty() || points == 0 || points == largest) {
         return;
@@ -200,8 +212,8 @@ std::vector<Value> const& KrInterpolator<Value>::answerNaN(KrInterpolator const&
     for (std::size_t d = 0; d < self.searches_.size(); ++d) {
         locate(self.searches_[d], d);
     }
-    std::ranges::fill(self.grid_->result, nan<Value>);
-    return self.grid_->result;
+    std::ranges::fill(*self.result_, nan<Value>);
+    return *self.result_;
 }
 
 // The number of axes is known to the compiler, which keeps the corners apart in
@@ -283,8 +295,8 @@ template <class Value>
 template <class SumCell>
 [[gnu::always_inline]] inline std::vector<Value> const& KrInterpolator<Value>::sumTables(
     std::size_t first, SumCell sumCell) const {
-    Grid& grid = *grid_;
-    Value* result = grid.result.data();
+    Grid const& grid = *grid_;
+    Value* result = result_->data();
     if (first < grid.room) {
         for (std::vector<Value> const& table : tables_) {
             *result++ = sumCell(table.data() + first);
@@ -295,7 +307,7 @@ template <class SumCell>
             *result++ = isInside ? sumCell(table.data() + first) : nan<Value>;
         }
     }
-    return grid.result;
+    return *result_;
 }
 
 template class KrInterpolator<double>;

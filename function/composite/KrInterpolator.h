@@ -46,9 +46,13 @@ public:
 
     KrInterpolator() = default;
     KrInterpolator(KrInterpolator const&) = default;
-    KrInterpolator(KrInterpolator&&) noexcept = default;
     KrInterpolator& operator=(KrInterpolator const&) = default;
-    KrInterpolator& operator=(KrInterpolator&&) noexcept = default;
+    /// The source gets what this one held, so that it can be used as before.
+    KrInterpolator(KrInterpolator&& source) noexcept { swap(source); }
+    KrInterpolator& operator=(KrInterpolator&& source) noexcept {
+        swap(source);
+        return *this;
+    }
     virtual ~KrInterpolator() = default;
 
     /// A copy on the heap, owned by the caller.
@@ -60,7 +64,8 @@ public:
     virtual void init(std::vector<std::vector<Value>> tables,
                       std::vector<KrVectorSearch<Value>> searches);
 
-    /// Removes all tables and dimensions; `bounds` and `limitOrExtrapolate` stay.
+    /// Removes all tables and dimensions; `bounds`, `limitOrExtrapolate` and the
+    /// values of the last evaluation stay.
     virtual void init();
 
     /// Appends a copy of `search` as the slowest dimension so far.
@@ -133,9 +138,9 @@ private:
         // Of the corners without the last axis, when there are more than three.
         std::vector<std::size_t> offsets;
         std::vector<Value> weights;
-        std::vector<Value> result;
     };
 
+    void swap(KrInterpolator& other) noexcept;
     void measure() const;
     std::vector<Value> const& evaluateUnprepared(std::vector<Value> const& point) const;
     template <class Locate>
@@ -154,6 +159,7 @@ private:
     Bounds bounds_;
     Flags limitOrExtrapolate_;
     mutable KrUncompared<Grid> grid_;
+    mutable KrUncompared<std::vector<Value>> result_;
 };
 
 extern template class KrInterpolator<double>;

@@ -293,8 +293,10 @@ TEST(Interpolator, SumsItsCornersInOrder) {
     EXPECT_EQ(clone->evaluate(), (Reals{10, 1}));
     clone->addInterpolator({0, 0, 1});
     EXPECT_FALSE(*clone == f);
-    EXPECT_EQ(clone->evaluate(1.5), (Reals{30, 2.5, 0.5}));
+    Reals const& result = clone->evaluate(1.5);
+    EXPECT_EQ(result, (Reals{30, 2.5, 0.5}));
     clone->init();
+    EXPECT_EQ(result, (Reals{30, 2.5, 0.5}));  // until the next evaluation
     EXPECT_TRUE(clone->evaluate().empty());
     EXPECT_EQ(clone->bounds(), f.bounds());  // stay
     clone->addDimension(searchOf({0, 1}, Search::LINEAR));
@@ -303,6 +305,12 @@ TEST(Interpolator, SumsItsCornersInOrder) {
     EXPECT_EQ(clone->evaluate(0.25, 0.5)[0], 0.375 * 1 + 0.125 * 2 + 0.375 * 4 + 0.125 * 8);
     *clone = f;
     EXPECT_EQ(clone->evaluate(1.5), (Reals{30, 2.5}));
+    Interpolator moved(std::move(*clone));
+    EXPECT_TRUE(clone->evaluate(1.5).empty());
+    EXPECT_EQ(moved.evaluate(1.5), (Reals{30, 2.5}));
+    *clone = std::move(moved);
+    EXPECT_EQ(clone->evaluate(), (Reals{30, 2.5}));
+    EXPECT_TRUE(moved.evaluate(1.5).empty());
 }
 
 TEST(Interpolator, ReportsTheSizeOfItsFirstTableAlone) {
@@ -322,6 +330,9 @@ TEST(Interpolator, ReportsTheSizeOfItsFirstTableAlone) {
     EXPECT_EQ(f.evaluate(0.5, 0.5), (Reals{0, 0}));
     EXPECT_TRUE(std::isnan(f.evaluate(0.5, 1.5)[0]));
     EXPECT_EQ(f.evaluate()[1], 0);
+    f.init({{1, 2}}, std::vector<Search>(8, searchOf(Reals(256), Search::LINEAR)));
+    EXPECT_TRUE(captured.messages.back().text.ends_with(
+        "size, 2, not compatible with independent variable sizes, 9223372036854775807\n"));
 }
 
 TEST(Interpolator, AnswersWhatAFileCanHold) {
