@@ -43,13 +43,24 @@ KR_EXPORT KrBoolean readTextInto(std::string const& text, KrXmlObject& object,
 KR_EXPORT KrBoolean replaceFile(std::string const& path,
                                 std::function<KrBoolean(std::ostream&)> const& write);
 
+/// Takes away the value of `copy`, a copy of `object`. What clients have registered
+/// with `object`, at any depth, it keeps, and an element knows the same container.
+template <class T>
+void forgetValue(T& copy, T const& object) {
+    copy = T();
+    copy.setSpecified(false);  // which no assignment of values needs to do
+    if constexpr (requires { copy.setContainer(object.container()); }) {
+        copy.setContainer(object.container());
+    }
+}
+
 /// Reads by `read(fresh)` into an object with default values, and moves it to
 /// `object` when that was true.
 template <class T, class Read>
 KrBoolean replaceByNew(T& object, Read read) {
     static_assert(!std::is_abstract_v<T>, "a document is read into an object of a concrete class");
-    T fresh(object);  // has what clients have registered with it, at any depth,
-    fresh = T();      // and nothing of its value
+    T fresh(object);
+    forgetValue(fresh, object);
     if (!read(fresh)) {
         return false;
     }

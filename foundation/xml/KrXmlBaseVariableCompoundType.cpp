@@ -16,6 +16,7 @@ void KrXmlBaseVariableCompoundType::accept(KrXmlObjectVisitor* visitor) { visito
 KrBoolean KrXmlBaseVariableCompoundType::read(KrXmlReader& reader) {
     prepare();
     KrXmlObject::read(reader);
+    addLibraries_.setSpecified(false);
     bool const noAttributes = reader.refuseAttributes();
     bool const childrenRead =
         krXmlReadChildren(reader, [this](KrToken const& token, KrXmlReader& from) {
@@ -81,12 +82,14 @@ KrXmlCreatorMap const& KrXmlBaseVariableCompoundType::creatorMap() const {
 
 KrBoolean KrXmlBaseVariableCompoundType::readValueFromToken(KrToken const& token,
                                                             KrXmlReader& reader) {
-    if (token == KrXml::KrAddLibrariesToken) {
+    if (!(token == KrXml::KrAddLibrariesToken)) {
+        return false;
+    }
+    if (krXmlGiveOnce(addLibraries_, reader)) {
         addLibraries_.read(reader);
         processLibraries();
-        return true;
     }
-    return false;
+    return true;
 }
 
 void KrXmlBaseVariableCompoundType::processLibraries() {

@@ -31,6 +31,17 @@ KrBoolean krXmlReadChildren(KrXmlReader& reader, ReadChild readChild) {
     }
 }
 
+/// Marks `part` as specified by the child on which the reader stands; when an earlier
+/// child has done so, refuses this one and is false.
+inline KrBoolean krXmlGiveOnce(KrXmlObject& part, KrXmlReader& reader) {
+    if (part.specified()) {
+        return reader.refuse("each component once",
+                             "a second " + krXmlQuoted(reader.token().localName()));
+    }
+    part.setSpecified(true);
+    return true;
+}
+
 /// Writes `object` as a whole element: `tag` around its content.
 inline KrBoolean krXmlWriteElement(KrXmlWriter& writer, KrToken const& tag,
                                    KrXmlObject const& object) {

@@ -170,11 +170,7 @@ KrBoolean KrXmlCompoundType::readValueFromToken(KrToken const& token, KrXmlReade
     if (component->readOnly) {
         return true;
     }
-    if (component->object->specified()) {
-        return reader.refuse("each component once", "a second " + krXmlQuoted(token.localName()));
-    }
-    component->object->setSpecified(true);
-    return component->object->read(reader);
+    return krXmlGiveOnce(*component->object, reader) && component->object->read(reader);
 }
 
 KrBoolean KrXmlCompoundType::readValueFromSpecialToken(KrToken const& token, KrXmlReader& reader) {

@@ -37,8 +37,10 @@ public:
 
     /// What a document lacks takes its default; a refused one changes nothing.
     KrBoolean read(KrXmlReader& reader) override {
-        F first;
-        S second;
+        F first(first_);
+        S second(second_);
+        KrXml::internal::forgetValue(first, first_);
+        KrXml::internal::forgetValue(second, second_);
         if (!KrXmlPair::read(reader, first, second)) {
             return false;
         }

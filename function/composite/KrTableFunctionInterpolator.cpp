@@ -46,7 +46,11 @@ void KrTableFunctionInterpolator::independentDataPushBack(
 }
 
 KrBoolean KrTableFunctionInterpolator::read(KrXmlReader& reader) {
-    return KrCompositeFunctionElement::read(reader) && init();
+    bool const good = KrCompositeFunctionElement::read(reader);
+    if (good) {
+        init();
+    }
+    return good;
 }
 
 void KrTableFunctionInterpolator::registerComponents() {

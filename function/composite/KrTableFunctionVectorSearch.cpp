@@ -33,7 +33,11 @@ void KrTableFunctionVectorSearch::searchOption(SEARCH_OPTION const& option) {
 }
 
 KrBoolean KrTableFunctionVectorSearch::read(KrXmlReader& reader) {
-    return KrXmlCompoundType::read(reader) && init();
+    bool const good = KrXmlCompoundType::read(reader);
+    if (good) {
+        init();
+    }
+    return good;
 }
 
 void KrTableFunctionVectorSearch::registerComponents() {

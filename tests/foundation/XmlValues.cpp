@@ -224,6 +224,15 @@ TEST(XmlValues, PairsHaveTwoPartsInAnyOrder) {
            ":54: item/first: expected a known element, found element \"first\""}}) {
         EXPECT_EQ(refusal(content, pair), message + "<string>:1" + place + "\n");
     }
+    // An enumeration has the texts of the one that was set, in each reading.
+    KrXmlPairType<U32, KrXmlEnumType<KrU32>> named;
+    KrXmlEnumType<KrU32> mode;
+    mode.setEnumString(1, "all");
+    named.setSecond(mode);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(refusal("<second>all</second>", named), "");
+    }
+    EXPECT_EQ(named.second().value(), 1U);
 }
 
 TEST(XmlValues, EnumerationsWriteTheirTexts) {

@@ -6,6 +6,7 @@
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrTableFunctionInterpolator.h"
 #include "function/composite/KrValueTypes.h"
+#include "function/scalar/KrMultipointScalarFunction.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"
 
@@ -72,9 +73,17 @@ Container container(KrCompositeFunctionElement const& top) {
     return result;
 }
 
-std::string document(std::string const& content) {
-    return "<compositeFunctionContainer xmlns='urn:zeibreku:function#'>" + content +
-           "</compositeFunctionContainer>";
+std::string document(std::string const& content,
+                     std::string const& root = "compositeFunctionContainer") {
+    return "<" + root + " xmlns='urn:zeibreku:function#'>" + content + "</" + root + ">";
+}
+
+// Reads a document into `element` itself, as the framework does inside of one.
+template <class Element>
+bool reads(Element& element, std::string const& content) {
+    std::istringstream stream(document(content, std::string(element.token().localName())));
+    KrXmlReader reader(stream);
+    return element.read(reader);
 }
 
 std::string tableText(std::string const& low, std::string const& high, std::string const& value) {
@@ -314,9 +323,11 @@ TEST(CompositeFunction, DocumentsKeepEveryBit) {
         EXPECT_EQ(answer(read, {x}), answer(f, {x}));
     }
     // A branch is described with what its container creates.
-    std::string const schema = KrXml::schemaToString(f);
+    read.registerComponentCreator(KrFunction::ns + "mine", Table::creator);
+    std::string const schema = KrXml::schemaToString(read);
     EXPECT_NE(schema.find("compositeFunctionBranch"), std::string::npos);
     EXPECT_NE(schema.find("equal_spaced"), std::string::npos);
+    EXPECT_NE(schema.find("mine"), schema.rfind("mine"));
 }
 
 TEST(CompositeFunction, ThirdChildReplacesTheSecond) {
@@ -331,12 +342,8 @@ TEST(CompositeFunction, ThirdChildReplacesTheSecond) {
     EXPECT_EQ(answer(f, {2}), "no 3");
 
     // An unknown one removes the second, and is refused with its place.
-    std::istringstream stream(
-        document("<compositeFunctionBranch>" + children + "<spline/></compositeFunctionBranch>"));
-    KrXmlReader reader(stream, "f.xml");
     CapturedMessages const captured;
-    reader.onElement();
-    f.read(reader);
+    reads(f, "<compositeFunctionBranch>" + children + "<spline/></compositeFunctionBranch>");
     EXPECT_NE(captured.text().find("compositeFunctionContainer/compositeFunctionBranch/spline: "
                                    "expected a known element, found element \"spline\""),
               std::string::npos);
@@ -344,18 +351,47 @@ TEST(CompositeFunction, ThirdChildReplacesTheSecond) {
     EXPECT_NE(dynamic_cast<Branch const&>(*f.topElement()).left(), nullptr);
 }
 
-TEST(CompositeFunction, BranchWithoutAContainerReadsNoChild) {
+TEST(CompositeFunction, BranchReadsItsChildrenByItsContainer) {
+    std::string const child = "<tableFunctionInterpolator/>";
+    std::string const text = document("\n" + child + child, "compositeFunctionBranch");
+    Container const home;
+    Branch inside(&home);
+    EXPECT_TRUE(KrXml::fromString(text, inside));
+    EXPECT_TRUE(inside.right() && treeKnows(&inside, &home));
+    EXPECT_TRUE(reads(inside, child));  // in place of both
+    EXPECT_TRUE(inside.left() && !inside.right());
+
     Branch alone = branch(table(0, 1, 0, 1), table(1, 2, 1, 2));
     CapturedMessages const captured;
-    EXPECT_FALSE(KrXml::fromString(
-        "<compositeFunctionBranch xmlns='urn:zeibreku:function#'>\n<tableFunctionInterpolator/>"
-        "</compositeFunctionBranch>",
-        alone));
+    EXPECT_FALSE(KrXml::fromString(text, alone));
     ASSERT_FALSE(captured.messages.empty());
     EXPECT_EQ(captured.messages[0].text,
               "Bad token: urn:zeibreku:function#tableFunctionInterpolator on line 2\n");
     EXPECT_EQ(static_cast<int>(captured.messages[0].type), 4);
     EXPECT_NE(alone.left(), nullptr);
+}
+
+// Counts the calls of `init`, which fail.
+template <class Element>
+struct Failing : Element {
+    KrBoolean init() override { return ++calls == 0; }
+    int calls = 0;
+};
+
+TEST(CompositeFunction, IsPreparedWhenItWasRead) {
+    CapturedMessages const captured;
+    auto const check = [](auto element) {
+        EXPECT_FALSE(reads(element, "<other/>"));
+        EXPECT_EQ(element.calls, 0);
+        EXPECT_TRUE(reads(element, ""));  // whatever comes of the preparation
+        EXPECT_EQ(element.calls, 1);
+    };
+    check(Failing<Table>());
+    check(Failing<KrTableFunctionVectorSearch>());
+    Container f;
+    EXPECT_FALSE(reads(f, "text" + tableText("0", "1", "1")));
+    ASSERT_NE(f.topElement(), nullptr);
+    EXPECT_TRUE(f.bounds().empty() && f.topElement()->bounds().empty());
 }
 
 // As deep as a document may be; every branch covers the point by its box, and no
@@ -413,6 +449,16 @@ TEST(ValueTypes, ListsOfNamedFunctionsGoThroughDocuments) {
     EXPECT_TRUE(read == again);
     EXPECT_EQ(again[0][0].second().evaluate(0.25), 0.25);
     EXPECT_EQ(again[0][0].first().second().value(), "drag");
+    // What a client has registered with a part is still there to read the next.
+    KrValueTypes::NamedFunction named;
+    KrScalarFunctionContainer functions;
+    functions.registerComponentCreator(KrMultipointScalarFunction::classToken(),
+                                       KrMultipointScalarFunction::creator);
+    named.setSecond(functions);
+    EXPECT_TRUE(reads(named, "<second><multipointScalarFunction/></second>"));
+    EXPECT_NE(named.second().topElement(), nullptr);
+    EXPECT_TRUE(reads(named, ""));
+    EXPECT_EQ(named.second().topElement(), nullptr);  // but not its value
 }
 
 }  // namespace

@@ -94,6 +94,13 @@ TEST(OptimizerContainer, ReadsTheLastOptimizer) {
     ASSERT_TRUE(KrXml::fromString(KrXml::toString(container), back));
     EXPECT_TRUE(back == container);
 
+    // What its own creator makes may be no optimizer; a reader's factory is asked then.
+    back.registerComponentCreator(KrFunction::KrNelderMeadToken, KrXmlRealVector::creator);
+    KrXmlFactory factory;
+    factory.registerCreator(KrFunction::KrNelderMeadToken, KrNelderMeadOptimizer::creator);
+    EXPECT_TRUE(KrXml::fromString(document("<nelderMead/>"), back, &factory));
+    EXPECT_NE(back.topElement(), nullptr);
+
     // An unknown tag empties the container and is refused.
     std::istringstream stream(document("<nelderMead/><other/>"));
     KrXmlReader reader(stream);
@@ -126,6 +133,21 @@ TEST(OptimizerContainer, KeepsLibraryNamesAndLoadsNothing) {
     Container back;
     ASSERT_TRUE(KrXml::fromString(KrXml::toString(container), back));
     EXPECT_TRUE(back == container);
+    Container assigned;
+    assigned = container;
+    EXPECT_TRUE(assigned == container);
+    // A second list is refused.
+    for (std::string const again : {"<addLibraries/>", ""}) {
+        std::istringstream stream(
+            document("<addLibraries><item>a</item></addLibraries>" + again + "<nelderMead/>"));
+        KrXmlReader reader(stream, "f.xml");
+        EXPECT_TRUE(assigned.read(reader));
+        EXPECT_EQ(reader.errorCount(), again.empty() ? 0U : 1U);
+        EXPECT_EQ(assigned.addLibraries().size(), 1U);  // the first one
+    }
+    EXPECT_NE(captured.text().find("optimizerContainer/addLibraries: expected each component once, "
+                                   "found a second \"addLibraries\"\n"),
+              std::string::npos);
     back.setAddLibraries({});
     EXPECT_EQ(KrXml::toString(back).find("addLibraries"), std::string::npos);
 }
