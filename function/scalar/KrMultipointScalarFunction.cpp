@@ -14,7 +14,8 @@ double KrMultipointScalarFunction::evaluate(double const& x) const {
         return range.size() == 0 ? 0.0 : range[0].value();
     }
     KrU32 i = 0;
-    while (i < count && x > domain[i]) {  // a NaN stops at once
+    // A NaN stops the scan, be it x or an abscissa: nothing says that x lies behind it.
+    while (i < count && x > domain[i]) {
         ++i;
     }
     bool const below = i == 0;

@@ -22,7 +22,8 @@
 /// longer list has more than the other is passed over. One point, or range values
 /// without a domain, make a constant, the first range value; no range values 0.0.
 /// Where a segment's abscissae are equal, a table value is returned: that of
-/// the second point below the table, of the last one above it. NaN gives NaN.
+/// the second point below the table, of the last one above it. NaN counts as
+/// below the table, and gives NaN unless a table value is returned.
 ///
 /// Cost: the abscissae are scanned from the first on, so that an evaluation takes
 /// time in proportion to the number of points below x, some milliseconds for a

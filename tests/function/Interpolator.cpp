@@ -111,6 +111,9 @@ TEST(VectorSearch, WalkStaysInItsSegmentUntilOneUnitAway) {
     Search assigned;
     assigned = searchOf({0, 10, 20, 30}, Search::LINEAR);
     EXPECT_EQ(lookUp(assigned, 5).index, 0u);
+    EXPECT_EQ(lookUp(assigned, 15).index, 1u);
+    assigned.init({0, 10, 20, 30}, limit, limit, Search::LINEAR);
+    EXPECT_EQ(lookUp(assigned, 5).index, 0u);  // what was found before is forgotten
 }
 
 TEST(VectorSearch, BoundsFlagsAndEquality) {
@@ -157,6 +160,10 @@ TEST(VectorSearch, UndefinedOptionIsReportedAndKeepsTheSegment) {
     ASSERT_EQ(captured.messages.size(), 2u);
     EXPECT_EQ(captured.messages[1].text, "KrVectorSearch Error -- Search option not defined:  7");
     EXPECT_EQ(static_cast<int>(captured.messages[1].type), 4);
+    for (int i = 0; i < 3; ++i) {
+        lookUp(search, 2.5);
+    }
+    EXPECT_EQ(captured.messages.size(), 5u);  // each is reported
 }
 
 // A random grid, in the library's form and in the plain one.

@@ -39,7 +39,7 @@ TEST(ScalarFunctions, LinearFunctionEqualsItsContainer) {
     EXPECT_EQ(container.topElement()->container(), nullptr);
     for (double x = -3.0; x < 4.0; x += 0.01) {
         EXPECT_EQ(container.evaluate(x), function.evaluate(x));
-        EXPECT_NEAR(function.evaluate(x), 3.0 - 3.7 * x, 1e-14);
+        EXPECT_EQ(function.evaluate(x), (1.0 - x) * 3.0 + x * -0.7);
     }
 }
 
@@ -67,6 +67,8 @@ TEST(ScalarFunctions, MultipointFunctionTakesTheSegmentThatEndsAtX) {
                        {{0, 3, 1, 4}, {0, 3, 5, 8}, 2, 2},
                        {{2, 1, 0}, {0, 1, 2}, 5, -3},
                        {{0, nan, 2}, {0, 1, 2}, 1, nan},
+                       {{nan, 1, 2}, {1, 2, 3}, 1.5, nan},
+                       {{0, 0, 1}, {1, 2, 4}, nan, 2},
                        {{-INFINITY, INFINITY}, {1, 2}, INFINITY, nan}};
     for (auto const& row : cases) {
         KrMultipointScalarFunction function;
@@ -147,6 +149,11 @@ TEST(UnitaryMaps, SCurvePassesItsPointsWithItsLimitedSlopes) {
         map.setCenterSlope(slope);
         return map;
     };
+    // Worked out apart from the library; another order of the factors has other bits.
+    EXPECT_EQ(mapOf(0.78, 0.23, 0.59, 9.49).evaluate(0.62), 0x1.73a745a3f311cp-3);
+    EXPECT_EQ(mapOf(0.78, 0.23, 0.59, 9.49).evaluate(0.85), 0x1.a7a1e589d2fd9p-1);
+    EXPECT_EQ(mapOf(0.76, 0.49, 0.53, 8.82).evaluate(0.61), 0x1.3a2b52bf38929p-2);
+    EXPECT_EQ(mapOf(0.76, 0.49, 0.53, 8.82).evaluate(0.83), 0x1.a156015033d9ap-1);
     struct {
         double center, initial, final, slope;
         bool limited;
