@@ -66,7 +66,8 @@ public:
     }
 
     void registerComponents() override;
-    /// Who has the components may change the lists.
+    /// Who has the components may change the lists, until the next evaluation or
+    /// look-up: after that the lists are to be fetched anew before they are changed.
     KrXmlComponentMap& componentMap() override;
 
     bool operator==(KrQuadraticMultivariableConstraint const&) const = default;
