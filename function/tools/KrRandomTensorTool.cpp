@@ -129,7 +129,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t tileRows = 16;
+    static constexpr std::size_t tileRows = 64;
     static constexpr std::size_t tileColumns = 128;
 
     template <bool hold>
