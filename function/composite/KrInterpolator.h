@@ -49,6 +49,7 @@ public:
     KrInterpolator& operator=(KrInterpolator const&) = default;
     /// The source gets what this one held, so that it can be used as before.
     KrInterpolator(KrInterpolator&& source) noexcept { swap(source); }
+    /// The two change places.
     KrInterpolator& operator=(KrInterpolator&& source) noexcept {
         swap(source);
         return *this;
