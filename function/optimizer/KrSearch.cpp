@@ -16,7 +16,7 @@ void moveAlong(KrU32 i, double step, KrReArray& points, KrU32 row) {
 
 // No memory holds the points of that many dimensions, which a client's -1 asks for;
 // their number would not fit the indices of an array either.
-void refuseToHold(KrU32 n) {
+void requireThatMemoryHolds(KrU32 n) {
     if (n > std::numeric_limits<KrU32>::max() / 2) {
         throw std::bad_alloc();
     }
@@ -34,7 +34,7 @@ void copyStart(KrRealVector const& start, KrRealVector& point) {
 
 void seedSimplex(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
                  double defaultEdgeLength, double scale, KrReArray& simplex) {
-    refuseToHold(n);
+    requireThatMemoryHolds(n);
     simplex.resizeArray(n + 1, n);
     copyStart(start, simplex[0]);
     for (KrU32 i = 0; i < n; ++i) {
@@ -44,7 +44,7 @@ void seedSimplex(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edge
 
 void seedStencil(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
                  double defaultEdgeLength, double scale, KrReArray& stencil) {
-    refuseToHold(n);
+    requireThatMemoryHolds(n);
     stencil.resizeArray(2 * n + 1, n);
     copyStart(start, stencil[0]);
     for (KrU32 i = 0; i < n; ++i) {
