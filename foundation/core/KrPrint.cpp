@@ -117,14 +117,17 @@ Integer toInteger(double value) {
 
 template <class Value>
 void appendConverted(std::string& text, std::string const& directive, Value value) {
-    int const length = std::snprintf(nullptr, 0, directive.c_str(), value);
-    if (length > 0) {
-        std::size_t const start = text.size();
-        text.resize(start + static_cast<std::size_t>(length) + 1);
-        std::snprintf(text.data() + start, static_cast<std::size_t>(length) + 1, directive.c_str(),
-                      value);
-        text.pop_back();
+    char room[64];  // for nearly all; what is longer is converted again
+    int const length = std::snprintf(room, sizeof room, directive.c_str(), value);
+    std::size_t const size = length > 0 ? static_cast<std::size_t>(length) : 0;
+    if (size < sizeof room) {
+        text.append(room, size);
+        return;
     }
+    std::size_t const start = text.size();
+    text.resize(start + size + 1);
+    std::snprintf(text.data() + start, size + 1, directive.c_str(), value);
+    text.pop_back();
 }
 
 // The printf conversions, driven by the types that the arguments really have.
@@ -204,7 +207,13 @@ private:
             case 'G':
             case 'a':
             case 'A': appendConverted(text_, directive + conversion, argument.asReal()); break;
-            case 's': appendConverted(text_, directive + 's', argument.asText().c_str()); break;
+            case 's':
+                if (directive == "%") {
+                    text_ += argument.asText().c_str();
+                } else {
+                    appendConverted(text_, directive + 's', argument.asText().c_str());
+                }
+                break;
             case 'p': appendConverted(text_, directive + 'p', argument.asPointer()); break;
             default: break;
         }

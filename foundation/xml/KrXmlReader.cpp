@@ -70,6 +70,8 @@ public:
         if (!expat_) {
             throw std::bad_alloc();
         }
+        events_.reserve(64);  // a small document needs no more room
+        texts_.reserve(512);
         XML_SetUserData(expat_.get(), this);
         XML_SetElementHandler(expat_.get(), onStart, onEnd);
         XML_SetCharacterDataHandler(expat_.get(), onText);
@@ -153,7 +155,7 @@ private:
         stream_.read(static_cast<char*>(buffer), chunkSize);
         int const count = static_cast<int>(stream_.gcount());
         bool const unreadable = stream_.bad();
-        finished_ = count == 0;
+        finished_ = count < chunkSize;
         XML_Status const status = XML_ParseBuffer(expat_.get(), count, finished_);
         if (exception_) {
             std::rethrow_exception(std::exchange(exception_, nullptr));
@@ -283,7 +285,9 @@ private:
 };
 
 KrXmlReader::KrXmlReader(std::istream& stream, std::string const& fileName)
-    : parser_(std::make_unique<Parser>(stream)), fileName_(fileName) {}
+    : parser_(std::make_unique<Parser>(stream)), fileName_(fileName) {
+    open_.reserve(8);
+}
 
 KrXmlReader::~KrXmlReader() = default;
 

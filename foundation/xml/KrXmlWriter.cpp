@@ -65,6 +65,7 @@ std::string commentText(std::string const& text) {
 KrXmlWriter::KrXmlWriter(std::string const& writerText, std::ostream& stream)
     : stream_(stream), comment_(commentText(writerText)) {
     buffer_.resize(firstSize);
+    levels_.reserve(8);
 }
 
 KrXmlWriter::~KrXmlWriter() {
@@ -83,16 +84,15 @@ void KrXmlWriter::startElement(KrToken const& token) {
         levels_.emplace_back();
     }
     Level const& level = levels_[depth_];
-    std::string const& text = token;
-    if (level.token != text || level.start.empty()) {
+    if (level.tags.empty() || !(level.token == token)) {
         name(depth_, token);
     }
     newLine();
-    put(level.start);
+    put(level.start());
     if (level.declares) {
         put(" xmlns=\"");
         inAttribute_ = true;
-        putEscaped(level.uri);
+        putEscaped(level.token.namespaceUri());
         inAttribute_ = false;
         put('"');
     }
@@ -113,7 +113,7 @@ void KrXmlWriter::endElement() {
         if (content_ == Content::Elements) {
             newLine();
         }
-        put(levels_[depth_].end);
+        put(levels_[depth_].end());
     }
     content_ = Content::Elements;
     if (depth_ == 0) {
@@ -188,17 +188,20 @@ void KrXmlWriter::startDocument() {
 // Makes an element `token` of a level; refuses a local name that is no name of XML.
 void KrXmlWriter::name(std::size_t index, KrToken const& token) {
     Level& level = levels_[index];
-    std::string const local(token.localName());
+    level.token = token;
+    std::string_view const local = level.token.localName();
     if (!isName(local)) {
         refuse("element name \"" + token.text() + '"');
     }
-    level.token = token;
-    level.uri = token.namespaceUri();
-    level.start = '<' + local;
-    level.end = "</" + local + '>';
-    level.declares = level.uri != (index == 0 ? "" : levels_[index - 1].uri);
+    level.endTag = 1 + local.size();
+    level.tags.clear();
+    level.tags.reserve(2 * local.size() + 4);
+    level.tags.append("<").append(local).append("</").append(local).append(">");
+    std::string_view const enclosing =
+        index == 0 ? std::string_view() : levels_[index - 1].token.namespaceUri();
+    level.declares = level.token.namespaceUri() != enclosing;
     if (index + 1 < levels_.size()) {
-        levels_[index + 1].start.clear();  // it stood in another element
+        levels_[index + 1].tags.clear();  // it stood in another element
     }
 }
 
@@ -226,7 +229,7 @@ void KrXmlWriter::putEscaped(std::string_view text) {
         char const c = text.front();
         if (length == 0) {
             refuse("a text that XML cannot carry, in element " +
-                   (depth_ == 0 ? "" : levels_[depth_ - 1].start.substr(1)));
+                   (depth_ == 0 ? "" : std::string(levels_[depth_ - 1].start().substr(1))));
             return;
         }
         if (c == '&') {

@@ -62,11 +62,13 @@ private:
     // An open element, or the last one that stood so deep: siblings of one name are
     // written from the same texts.
     struct Level {
-        std::string token;
-        std::string uri;
-        std::string start;      // "<name"
-        std::string end;        // "</name>"
-        bool declares = false;  // its namespace, which is not the enclosing element's
+        KrToken token;
+        std::string tags;        // "<name</name>"
+        std::size_t endTag = 0;  // where in it "</name>" begins
+        bool declares = false;   // its namespace, which is not the enclosing element's
+
+        std::string_view start() const { return std::string_view(tags).substr(0, endTag); }
+        std::string_view end() const { return std::string_view(tags).substr(endTag); }
     };
     enum class Content { None, Text, Elements };
 

@@ -55,10 +55,11 @@ KrXmlFactory const& everyElement() {
 
 KrRealVector run(KrXmlObject& object) {
     KrRealVector answers;
+    answers.reserve(64);
     auto const add = [&](KrRealVector const& more) {
         answers.insert(answers.end(), more.begin(), more.end());
     };
-    std::vector<KrRealVector> const points = {
+    static std::vector<KrRealVector> const points = {
         {}, {0.25}, {infinity, -1.0}, {1.0, std::nan(""), 0.5}, {3.0, -1.0, 0.0, 1.0}};
     auto const runFunction = [&](auto& function) {
         for (double const x : {-1.0, 0.0, 0.5, 2.0, infinity, std::nan("")}) {
