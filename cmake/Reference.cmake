@@ -26,7 +26,7 @@ set(DOXYGEN_EXPAND_ONLY_PREDEF YES)
 set(DOXYGEN_PREDEFINED KR_EXPORT=)
 # What only the public templates need.
 set(DOXYGEN_EXCLUDE_SYMBOLS
-    *internal* KrSearch KrXmlPair KrXmlVector "KrXmlText<*" KrCoefficientIndex*
+    *internal* KrXmlPair KrXmlVector "KrXmlText<*" KrCoefficientIndex*
     KrSparseCoefficients*)
 
 set(DOXYGEN_GENERATE_LATEX NO)

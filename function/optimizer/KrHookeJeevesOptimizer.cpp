@@ -2,7 +2,7 @@
 
 #include "foundation/core/KrPrint.h"
 #include "foundation/math/KrMath.h"
-#include "function/optimizer/KrSearch.h"
+#include "function/optimizer/internal/KrSearch.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "function/optimizer/KrImplicitFilteringOptimizer.h"
 
-#include "function/optimizer/KrSearch.h"
+#include "function/optimizer/internal/KrSearch.h"
 
 #include <algorithm>
 #include <cmath>

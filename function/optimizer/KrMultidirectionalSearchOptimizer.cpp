@@ -1,6 +1,6 @@
 #include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
 
-#include "function/optimizer/KrSearch.h"
+#include "function/optimizer/internal/KrSearch.h"
 
 #include <algorithm>
 

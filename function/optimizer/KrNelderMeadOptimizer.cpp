@@ -1,7 +1,7 @@
 #include "function/optimizer/KrNelderMeadOptimizer.h"
 
 #include "foundation/math/KrMath.h"
-#include "function/optimizer/KrSearch.h"
+#include "function/optimizer/internal/KrSearch.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,12 +30,12 @@ double KrNelderMeadOptimizer::search(double sign, KrScalarMultivariableFunction 
     initialize(sign, f, start, 1.0);
     s.evaluations = 0;  // the first simplex is not charged
     s.expansions = 0;
-    bool done = maxTotalSteps_ == 0;
+    bool done = maxTotalSteps() == 0;
     for (KrU32 step = 0; !done;) {
         singleStep(sign, f, done);
         if (!done) {
             restartIfNeeded(sign, f);
-            done = ++step >= maxTotalSteps_;
+            done = ++step >= maxTotalSteps();
         }
     }
     result = s.simplex[s.minIndex];
@@ -49,11 +49,11 @@ void KrNelderMeadOptimizer::initialize(double sign, KrScalarMultivariableFunctio
     // Should the function throw, no value and no index may outlast its vertex.
     s.values.clear();
     s.minIndex = s.maxIndex = 0;
-    KrSearch::seedSimplex(n, start, simplexEdgeLengths_, defaultSimplexEdgeLength_, scale,
+    KrSearch::seedSimplex(n, start, simplexEdgeLengths(), defaultSimplexEdgeLength(), scale,
                           s.simplex);
     s.distances.origin = Distances::nowhere;
     s.share = 1.0 / n;
-    s.mean.resize(n);
+    s.centroid.resize(n);
     s.reflected.resize(n);
     s.expanded.resize(n);
     s.contracted.resize(n);
@@ -76,8 +76,8 @@ double KrNelderMeadOptimizer::singleStep(double sign, KrScalarMultivariableFunct
     double const worstValue = s.values[s.maxIndex];
     double const bestValue = s.values[s.minIndex];
 
-    KrSearch::combine(1.0 + alpha_, s.mean, -alpha_, worst, s.reflected);
-    KrSearch::combine(gamma_, s.reflected, 1.0 - gamma_, s.mean, s.expanded);
+    double const a = alpha();
+    KrSearch::combine(1.0 + a, s.centroid, -a, worst, s.reflected);
     double const reflectedValue = evaluate(sign, f, s.reflected);
 
     bool const beatsBest = reflectedValue < bestValue;
@@ -88,8 +88,10 @@ double KrNelderMeadOptimizer::singleStep(double sign, KrScalarMultivariableFunct
     if (beatsBest) {
         // The expanded point is compared with the old best value, not with the
         // reflected one: Nelder and Mead's own rule.
+        double const g = gamma();
+        KrSearch::combine(g, s.reflected, 1.0 - g, s.centroid, s.expanded);
         double const expandedValue = evaluate(sign, f, s.expanded);
-        if (expandedValue < bestValue && s.expansions < maxExpansionSteps_) {
+        if (expandedValue < bestValue && s.expansions < maxExpansionSteps()) {
             ++s.expansions;
             exchangeHighVertex(n, s.expanded, expandedValue);
         } else {
@@ -101,12 +103,13 @@ double KrNelderMeadOptimizer::singleStep(double sign, KrScalarMultivariableFunct
         bool const reflectionHelps = !(reflectedValue > worstValue);
         KrRealVector const& base = reflectionHelps ? s.reflected : worst;
         double const baseValue = reflectionHelps ? reflectedValue : worstValue;
-        KrSearch::combine(beta_, base, 1.0 - beta_, s.mean, s.contracted);
+        double const b = beta();
+        KrSearch::combine(b, base, 1.0 - b, s.centroid, s.contracted);
         double const contractedValue = evaluate(sign, f, s.contracted);
         // Compared with the old worst value even where the base is the reflected
         // point.
         bool const contractionHelps = contractedValue < worstValue;
-        bool const canAffordShrink = s.evaluations + n + 1 <= maxFunctionEvaluations_;
+        bool const canAffordShrink = s.evaluations + n + 1 <= maxFunctionEvaluations();
         if (contractionHelps) {
             exchangeHighVertex(n, s.contracted, contractedValue);
         } else if (canAffordShrink) {
@@ -114,8 +117,8 @@ double KrNelderMeadOptimizer::singleStep(double sign, KrScalarMultivariableFunct
         }
     }
 
-    done = stoppingThreshold_ > s.values[s.maxIndex] - s.values[s.minIndex] ||
-           s.evaluations >= maxFunctionEvaluations_;
+    done = stoppingThreshold() > s.values[s.maxIndex] - s.values[s.minIndex] ||
+           s.evaluations >= maxFunctionEvaluations();
     return s.values[s.minIndex];
 }
 
@@ -127,19 +130,19 @@ void KrNelderMeadOptimizer::exchangeHighVertex(KrU32 n, KrRealVector const& poin
     }
     n = std::min({n, s.simplex.numColumns(), static_cast<KrU32>(point.size())});
     double const* const from = point.data();
-    double* const mean = s.mean.data();
+    double* const centroid = s.centroid.data();
     double* const exchanged = s.simplex[s.maxIndex].data();
-    // The mean gains the vertex that comes in and loses the one that is worst then.
+    // The centroid gains the vertex that comes in and loses the one that is worst then.
     for (KrU32 j = 0; j < n; ++j) {
         exchanged[j] = from[j];
-        mean[j] += exchanged[j] * s.share;
+        centroid[j] += exchanged[j] * s.share;
     }
     s.values[s.maxIndex] = value;
     s.distances.forget(s.maxIndex);
     findMaxAndMin();
     double const* const worst = s.simplex[s.maxIndex].data();
     for (KrU32 j = 0; j < n; ++j) {
-        mean[j] -= worst[j] * s.share;
+        centroid[j] -= worst[j] * s.share;
     }
 }
 
@@ -154,7 +157,7 @@ void KrNelderMeadOptimizer::exchangeHighVertexAndContract(double sign,
     exchangeHighVertex(n, point, value);
     n = s.simplex.numColumns();
     KrRealVector const& best = s.simplex[s.minIndex];
-    double const kept = sigma_;
+    double const kept = sigma();
     for (KrU32 i = 0; i < s.simplex.numRows(); ++i) {
         if (i != s.minIndex) {
             KrRealVector& vertex = s.simplex[i];
@@ -180,16 +183,16 @@ void KrNelderMeadOptimizer::findMaxAndMin() const {
 void KrNelderMeadOptimizer::calculateVertexMeanExcludingMaxPoint() const {
     State& s = *state_;
     KrU32 const n = s.simplex.numColumns();
-    std::fill(s.mean.begin(), s.mean.end(), 0.0);
+    std::fill(s.centroid.begin(), s.centroid.end(), 0.0);
     for (KrU32 i = 0; i < s.simplex.numRows(); ++i) {
         if (i != s.maxIndex) {
             KrRealVector const& vertex = s.simplex[i];
             for (KrU32 j = 0; j < n; ++j) {
-                s.mean[j] += vertex[j];
+                s.centroid[j] += vertex[j];
             }
         }
     }
-    for (double& component : s.mean) {
+    for (double& component : s.centroid) {
         component *= s.share;
     }
 }
@@ -200,7 +203,7 @@ void KrNelderMeadOptimizer::restartIfNeeded(double const& sign,
     if (s.values.empty()) {
         return;
     }
-    bool const isDue = s.evaluationsSinceRestart > restartCheckPeriod_;
+    bool const isDue = s.evaluationsSinceRestart > restartCheckPeriod();
     if (isDue && hasStalled()) {
         s.restartPoint = s.simplex[s.minIndex];
         initialize(sign, f, s.restartPoint, 1.0);
@@ -215,21 +218,22 @@ void KrNelderMeadOptimizer::restartIfNeeded(double const& sign,
 bool KrNelderMeadOptimizer::hasStalled() const {
     State& s = *state_;
     double const spread = s.values[s.maxIndex] - s.values[s.minIndex];
-    if (stoppingThreshold_ > spread) {
+    if (stoppingThreshold() > spread) {
         return true;
     }
     KrU32 const n = s.simplex.numColumns();
-    double const e = eta_;
+    double const e = eta();
     double const decrease = s.previousWorstValue - s.values[s.maxIndex];
     s.distances.measureFrom(s.minIndex, n);
 
     // A sum of squares only grows as it is summed, so a part of a distance bounds
     // the ratio from above; where the bound is already within the decrease, the
     // vertex cannot decide and the rest of its distance is not needed. That holds
-    // where no difference is NaN: the mean is finite only if all vertices but the
+    // where no difference is NaN: the centroid is finite only if all vertices but the
     // worst are.
     bool const canBound = e >= 0.0 && std::isfinite(e) && decrease >= 0.0 &&
-                          KrSearch::isFinite(s.mean) && KrSearch::isFinite(s.simplex[s.maxIndex]);
+                          KrSearch::isFinite(s.centroid) &&
+                          KrSearch::isFinite(s.simplex[s.maxIndex]);
     auto const ratio = [&s](KrU32 i) {
         double const rise = s.values[i] - s.values[s.minIndex];
         return rise * rise / KrMath::nonZeroPos(s.distances.sum[i]);

@@ -146,11 +146,11 @@ private:
     };
 
     struct State {
-        bool taken = false;   // by a search
-        KrReArray simplex;    // row i is vertex i
-        KrRealVector values;  // signed value of each vertex
-        KrRealVector mean;    // of all vertices but the worst
-        double share = 0.0;   // of one vertex in the mean, 1/n
+        bool taken = false;     // by a search
+        KrReArray simplex;      // row i is vertex i
+        KrRealVector values;    // signed value of each vertex
+        KrRealVector centroid;  // of all vertices but the worst
+        double share = 0.0;     // of one vertex in the centroid, 1/n
         KrRealVector reflected;
         KrRealVector expanded;
         KrRealVector contracted;

@@ -1,6 +1,6 @@
 #include "function/optimizer/KrSequenceOptimizer.h"
 
-#include "function/optimizer/KrSearch.h"
+#include "function/optimizer/internal/KrSearch.h"
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";

@@ -1,4 +1,4 @@
-#include "function/optimizer/KrSearch.h"
+#include "function/optimizer/internal/KrSearch.h"
 
 #include <algorithm>
 #include <limits>
