@@ -67,8 +67,9 @@ void KrVectorSearch<Value>::getWeight(Value& lowerWeight, Value& upperWeight) co
 
 template <class Value>
 void KrVectorSearch<Value>::getBounds(Value& low, Value& high) const {
-    if (size_ == 0) {
-        low = high = std::numeric_limits<Value>::quiet_NaN();
+    if (size_ == 0) {  // a box that holds nothing, and adds nothing to another
+        low = std::numeric_limits<Value>::infinity();
+        high = -low;
         return;
     }
     low = breakpoints().front();

@@ -78,7 +78,8 @@ public:
     /// Their weights.
     virtual void getWeight(Value& lowerWeight, Value& upperWeight) const;
 
-    /// The smaller and the larger end of the table; NaN for an empty one.
+    /// The smaller and the larger end of the table; INF and -INF of an empty one, which
+    /// has nothing between them.
     virtual void getBounds(Value& low, Value& high) const;
 
     /// Whether the table extrapolates at its smaller and at its larger end.
