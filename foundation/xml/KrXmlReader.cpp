@@ -1,9 +1,12 @@
 #include "foundation/xml/KrXmlReader.h"
 
 #include "foundation/core/KrPrint.h"
+#include "foundation/xml/internal/KrUtf8.h"
 
 #include <expat.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <exception>
 #include <istream>
@@ -23,17 +26,27 @@ bool isBlank(std::string_view text) {
     return true;
 }
 
-// As much of a text as a message shows.
-std::string_view shortened(std::string_view text) {
-    constexpr std::size_t longest = 60;
-    if (text.size() <= longest) {
-        return text;
+// What a terminal or a reader of messages would obey instead of showing it: controls,
+// line and paragraph ends, and what turns the direction of text.
+bool isControl(char32_t code) {
+    return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x61C || code == 0x200E ||
+           code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
+}
+
+std::string escaped(char32_t code) {
+    switch (code) {
+        case '\n': return "\\n";
+        case '\r': return "\\r";
+        case '\t': return "\\t";
+        default: break;
     }
-    std::size_t end = longest;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
-        --end;  // not inside a character of several bytes
-    }
-    return text.substr(0, end);
+    char digits[8];
+    return "\\u{" +
+           std::string(
+               digits,
+               std::to_chars(digits, digits + sizeof digits, static_cast<KrU32>(code), 16).ptr) +
+           '}';
 }
 
 // Where a schema may be found: says nothing of the document's content.
@@ -123,7 +136,7 @@ private:
 
     // For a set of tokens in which a name is found without making a token of it.
     static std::string_view view(std::string const& text) { return text; }
-    static std::string_view view(char const* text) { return text; }
+    static std::string_view view(std::string_view text) { return text; }
     struct TokenHash {
         using is_transparent = void;
         template <class T>
@@ -188,12 +201,15 @@ private:
         push({Kind::Failure, place()});
     }
 
-    KrToken const* intern(char const* name) {
-        if (!lastName_ ||
-            std::strcmp(lastName_->c_str(), name) != 0) {  // a vector's items share one
+    // A name begins with its whole namespace, which a document writes once for any
+    // number of names: what is longer than any token is cut.
+    KrToken const* intern(char const* text) {
+        constexpr std::size_t longest = 1000;
+        std::string_view const name(text, strnlen(text, longest));
+        if (!lastName_ || view(*lastName_) != name) {  // a vector's items share one
             auto known = names_.find(name);
             if (known == names_.end()) {
-                known = names_.insert(KrToken(name)).first;
+                known = names_.insert(KrToken(std::string(name))).first;
             }
             lastName_ = &*known;
         }
@@ -301,13 +317,17 @@ KrXmlReader::Step KrXmlReader::step(std::string_view& text) {
         open_.pop_back();
         ended_ = false;
     }
+    stopped_ = true;  // until the step is done: where memory ends, so does the document
     Parser::Event const* const event = parser_->next();
+    if (event && event->kind == Parser::Kind::Start) {
+        open_.push_back({event->token, event->place});
+    }
+    stopped_ = event && event->kind == Parser::Kind::Failure;
     if (!event) {
         return Step::None;
     }
     switch (event->kind) {
         case Parser::Kind::Start:
-            open_.push_back({event->token, event->place});
             parser_->nextAttribute = event->begin;
             parser_->attributesEnd = event->end;
             return Step::Start;
@@ -316,10 +336,7 @@ KrXmlReader::Step KrXmlReader::step(std::string_view& text) {
             textPlace_ = event->place;
             text = parser_->text(event->begin, event->end);
             return Step::Text;
-        default:
-            stopped_ = true;
-            refuseAt(event->place, parser_->expected, parser_->found);
-            return Step::None;
+        default: refuseAt(event->place, parser_->expected, parser_->found); return Step::None;
     }
 }
 
@@ -458,23 +475,40 @@ std::size_t KrXmlReader::depth() {
 }
 
 std::string KrXmlReader::path() const {
+    constexpr std::size_t ends = 4;  // so many names are shown of each end of a deep path
     std::string path;
-    for (OpenElement const& element : open_) {
-        if (!path.empty()) {
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+        if (i > 0) {
             path += '/';
         }
-        path += shortened(element.token->localName());
+        if (i == ends && open_.size() > 2 * ends + 1) {
+            path += "...";
+            i = open_.size() - ends - 1;
+        } else {
+            path += krXmlPrintable(open_[i].token->localName());
+        }
     }
     return path;
 }
 
 void KrXmlReader::setDepthLimit(std::size_t limit) { parser_->setDepthLimit(limit); }
 
-std::string krXmlQuoted(std::string_view text) {
-    // A line break would let a document forge messages.
-    std::string quoted(1, '"');
-    for (char const c : shortened(text)) {
-        quoted += c == '\n' ? "\\n" : c == '\r' ? "\\r" : c == '\t' ? "\\t" : std::string(1, c);
+std::string krXmlPrintable(std::string_view text, std::size_t longest) {
+    std::string printable;
+    for (std::string_view rest = text; !rest.empty();) {
+        auto const [code, length] = krUtf8Character(rest);
+        std::size_t const taken = std::max<std::size_t>(length, 1);
+        if (text.size() - rest.size() + taken > longest) {
+            return printable + "...";
+        }
+        if (length == 0 || isControl(code)) {
+            printable += escaped(code);
+        } else {
+            printable += rest.substr(0, taken);
+        }
+        rest.remove_prefix(taken);
     }
-    return quoted + (shortened(text).size() < text.size() ? "...\"" : "\"");
+    return printable;
 }
+
+std::string krXmlQuoted(std::string_view text) { return '"' + krXmlPrintable(text) + '"'; }

@@ -104,8 +104,8 @@ public:
     KrU32 line() const { return open_.empty() ? 1 : open_.back().place.line; }
     /// The column there, counted from 1.
     KrU32 column() const { return open_.empty() ? 1 : open_.back().place.column; }
-    /// The local names from the root to the current element, joined by '/', and cut
-    /// where they are very long.
+    /// The local names from the root to the current element, joined by '/'; of more than
+    /// nine the first and the last four. Each is as `krXmlPrintable` makes it.
     std::string path() const;
     /// How much was refused so far; it never goes back.
     std::size_t errorCount() const { return errorCount_; }
@@ -150,7 +150,11 @@ private:
     bool stopped_ = false;  // malformed: there is no more to be had
 };
 
-/// `text` in double quotes for a message, in one line, and cut where it is long.
+/// `text` as a message may show it: controls, line ends and what turns the direction of
+/// text escaped (`\n`, `\u{85}`), and cut after `longest` bytes.
+KR_EXPORT std::string krXmlPrintable(std::string_view text, std::size_t longest = 60);
+
+/// `text` as `krXmlPrintable` makes it, in double quotes.
 KR_EXPORT std::string krXmlQuoted(std::string_view text);
 
 /// Sets `value` from `text`, or refuses the text at the reader's current element.

@@ -1,7 +1,9 @@
 #include "foundation/xml/KrXmlWriter.h"
 
 #include "foundation/core/KrPrint.h"
+#include "foundation/xml/internal/KrUtf8.h"
 
+#include <algorithm>
 #include <ostream>
 
 namespace {
@@ -13,39 +15,40 @@ constexpr std::size_t bufferSize = 1 << 16;
 // How many bytes the character at the start of `text` takes in UTF-8; 0 when it
 // is malformed or no character of XML 1.0.
 std::size_t characterLength(std::string_view text) {
-    auto const byte = [&](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-    };
-    unsigned const lead = byte(0);
-    if (lead < 0x80) {
-        return lead >= 0x20 || lead == '\t' || lead == '\n' || lead == '\r' ? 1 : 0;
-    }
-    std::size_t const length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    unsigned code = lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0U) != 0x80) {
-            return 0;
-        }
-        code = code << 6 | (byte(i) & 0x3FU);
-    }
-    constexpr unsigned smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    bool const surrogate = code >= 0xD800 && code <= 0xDFFF;
-    bool const valid = lead >= 0xC2 && lead <= 0xF4 && code >= smallest[length] &&
-                       code <= 0x10FFFF && !surrogate && code != 0xFFFE && code != 0xFFFF;
-    return valid ? length : 0;
+    auto const [code, length] = krUtf8Character(text);
+    bool const control = code < 0x20 && code != '\t' && code != '\n' && code != '\r';
+    return control || code == 0xFFFE || code == 0xFFFF ? 0 : length;
 }
 
-bool isName(std::string_view text) {
-    auto const isLetter = [](unsigned char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c >= 0x80;
+// Whether the local name is one of XML 1.0: letters of most alphabets, and what may
+// follow a first one. A colon divides it from a prefix, which only a name without a
+// namespace brings along.
+bool isName(KrToken const& token) {
+    struct Range {
+        char32_t first, last;
     };
-    for (char const c : text) {
-        if (!isLetter(static_cast<unsigned char>(c)) && !(c >= '0' && c <= '9') && c != '-' &&
-            c != '.' && c != ':') {
+    static constexpr Range letters[] = {
+        {'A', 'Z'},       {'a', 'z'},       {'_', '_'},       {0xC0, 0xD6},     {0xD8, 0xF6},
+        {0xF8, 0x2FF},    {0x370, 0x37D},   {0x37F, 0x1FFF},  {0x200C, 0x200D}, {0x2070, 0x218F},
+        {0x2C00, 0x2FEF}, {0x3001, 0xD7FF}, {0xF900, 0xFDCF}, {0xFDF0, 0xFFFD}, {0x10000, 0xEFFFF}};
+    static constexpr Range others[] = {
+        {'0', '9'}, {'-', '.'}, {0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}};
+    auto const isIn = [](auto const& ranges, char32_t code) {
+        return std::ranges::any_of(
+            ranges, [=](Range range) { return code >= range.first && code <= range.last; });
+    };
+    std::string_view const name = token.localName();
+    bool const colons = token.namespaceUri().empty();
+    for (std::string_view rest = name; !rest.empty();) {
+        auto const [code, length] = krUtf8Character(rest);
+        bool const follows =
+            rest.size() < name.size() && (isIn(others, code) || (code == ':' && colons));
+        if (length == 0 || !(isIn(letters, code) || follows)) {
             return false;
         }
+        rest.remove_prefix(length);
     }
-    return !text.empty() && isLetter(static_cast<unsigned char>(text.front()));
+    return !name.empty();
 }
 
 // A comment may not contain "--" nor end with '-'.
@@ -125,7 +128,7 @@ void KrXmlWriter::endElement() {
 }
 
 void KrXmlWriter::startAttribute(KrToken const& token) {
-    if (!isName(token.localName())) {
+    if (!isName(token)) {
         refuse("attribute name \"" + token.text() + '"');
     }
     put(' ');
@@ -190,7 +193,7 @@ void KrXmlWriter::name(std::size_t index, KrToken const& token) {
     Level& level = levels_[index];
     level.token = token;
     std::string_view const local = level.token.localName();
-    if (!isName(local)) {
+    if (!isName(token)) {
         refuse("element name \"" + token.text() + '"');
     }
     level.endTag = 1 + local.size();

@@ -142,7 +142,7 @@ KrBoolean KrCompositeFunctionBranch::readValueFromSpecialToken(KrToken const& to
                                                                KrXmlReader& reader) {
     if (!container()) {
         Kr::Print::instance().write(Kr::PrintType::Error, "Bad token: %s on line %d\n",
-                                    token.text(), reader.line());
+                                    krXmlPrintable(token.text(), 200), reader.line());
         return false;
     }
     Child child(Child::castOrDelete(container()->newObjectFromToken(token)));

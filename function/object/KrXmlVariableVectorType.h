@@ -224,8 +224,8 @@ public:
         }
         if (!element) {
             report(__PRETTY_FUNCTION__,
-                   "KrXmlVariableVectorType::readValueFromToken() error:\n\t\"", token,
-                   "\" tag not registered.\n");
+                   "KrXmlVariableVectorType::readValueFromToken() error:\n\t\"",
+                   krXmlPrintable(token.text(), 200), "\" tag not registered.\n");
             return false;
         }
         element->read(reader);
