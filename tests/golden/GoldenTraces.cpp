@@ -11,12 +11,13 @@
 
 #include "foundation/xml/KrXml.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
+#include "tests/support/Bits.h"
 #include "tests/support/TestFunctions.h"
+#include "tests/support/Texts.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -24,10 +25,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-bool sameBits(double a, double b) {
-    return (a != a && b != b) || std::memcmp(&a, &b, sizeof a) == 0;
-}
 
 KrRealVector numbers(std::istringstream& words) {
     KrRealVector result;
@@ -56,8 +53,7 @@ TEST_P(GoldenTraces, EveryPointIsAsRecorded) {
         std::string kind;
         words >> kind;
         if (kind == "settings") {
-            ASSERT_TRUE(KrXml::fromString("<optimizerContainer xmlns='urn:zeibreku:function#'>" +
-                                              line.substr(kind.size()) + "</optimizerContainer>",
+            ASSERT_TRUE(KrXml::fromString(document("optimizerContainer", line.substr(kind.size())),
                                           optimizer));
         } else if (kind == "search") {
             std::string direction;
@@ -77,22 +73,15 @@ TEST_P(GoldenTraces, EveryPointIsAsRecorded) {
             next = 0;
         } else if (kind == "=") {
             ASSERT_EQ(next, evaluations.size());
-            KrRealVector const expected = numbers(words);
-            ASSERT_EQ(found.size(), expected.size());
-            for (std::size_t i = 0; i < found.size(); ++i) {
-                ASSERT_TRUE(sameBits(found[i], expected[i])) << "result " << i;
-            }
+            ASSERT_EQ(bits(found), bits(numbers(words)));
             ++searches;
         } else {
             ASSERT_LT(next, evaluations.size());
             Evaluation const& evaluation = evaluations[next++];
-            KrRealVector const expected = numbers(words);
             ASSERT_EQ(evaluation.inBatch, kind == "B");
-            ASSERT_EQ(evaluation.point.size() + 1, expected.size());
-            for (std::size_t i = 0; i < evaluation.point.size(); ++i) {
-                ASSERT_TRUE(sameBits(evaluation.point[i], expected[i])) << "component " << i;
-            }
-            ASSERT_TRUE(sameBits(evaluation.value, expected.back()));
+            KrRealVector made = evaluation.point;
+            made.push_back(evaluation.value);
+            ASSERT_EQ(bits(made), bits(numbers(words)));
         }
     }
     EXPECT_GT(searches, 0U);
