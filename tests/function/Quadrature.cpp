@@ -3,13 +3,13 @@
 #include "foundation/xml/KrXml.h"
 #include "function/tools/KrGaussQuadrature.h"
 #include "tests/support/CapturedMessages.h"
+#include "tests/support/Texts.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -43,10 +43,7 @@ KrGaussQuadrature quadratureOf(KrU32 order) {
 
 // As a generic read sets it: the order, and no tables.
 void readOrder(KrGaussQuadrature& quadrature, KrU32 order) {
-    std::istringstream stream("<gaussQuadrature xmlns='urn:zeibreku:function#'><order>" +
-                              std::to_string(order) + "</order></gaussQuadrature>");
-    KrXmlReader reader(stream);
-    EXPECT_TRUE(quadrature.read(reader));
+    EXPECT_TRUE(reads(quadrature, component("order", std::to_string(order))));
     EXPECT_EQ(quadrature.order(), order);
 }
 
@@ -75,9 +72,6 @@ Legendre legendre(KrU32 n, Quad x) {
     return {value, n * (before - x * value) / (1 - x * x)};
 }
 
-// Rounding a number in 113 bits to a double gives the nearest one.
-double nearest(Quad value) { return static_cast<double>(value); }
-
 TEST(GaussQuadrature, TablesAreTheNearestDoubles) {
     KrGaussQuadrature const quadrature;
     for (KrU32 const n : orders) {
@@ -96,32 +90,14 @@ TEST(GaussQuadrature, TablesAreTheNearestDoubles) {
                 root -= p.value / p.slope;
             }
             Quad const slope = legendre(n, root).slope;
-            EXPECT_EQ(x[i], nearest(root));
-            EXPECT_EQ(w[i], nearest(2 / ((1 - root * root) * slope * slope)));
+            EXPECT_EQ(x[i], static_cast<double>(root));
+            EXPECT_EQ(w[i], static_cast<double>(2 / ((1 - root * root) * slope * slope)));
         }
     }
-}
-
-TEST(GaussQuadrature, IsExactUpToItsDegree) {
-    constexpr double epsilon = std::numeric_limits<double>::epsilon();
-    for (KrU32 const n : orders) {
-        KrGaussQuadrature const quadrature = quadratureOf(n);
-        for (KrU32 degree = 0; degree < 2 * n; ++degree) {
-            SCOPED_TRACE(testing::Message() << "order " << n << ", degree " << degree);
-            Function const power([degree](double x) { return std::pow(x, degree); });
-            EXPECT_NEAR(quadrature.integrate(power, 0.0, 1.0), 1.0 / (degree + 1.0), 10 * epsilon);
-            EXPECT_NEAR(quadrature.integrate(power, -1.0, 1.0),
-                        degree % 2 ? 0.0 : 2.0 / (degree + 1.0), 10 * epsilon);
-        }
-    }
-    EXPECT_EQ(quadratureOf(3).integrate(Function([](double x) { return x * x; }), -1.0, 1.0),
-              0.6666666666666667);
 }
 
 TEST(GaussQuadrature, EvaluatesInPairsFromTheMiddleOutwards) {
-    struct {
-        double a, b;
-    } const intervals[] = {{0.3, 1.7}, {1.7, 0.3}, {-1e3, 1e-3}, {2.5, 2.5}};
+    std::pair<double, double> const intervals[] = {{0.3, 1.7}, {1.7, 0.3}, {-1e3, 1e-3}};
     for (KrU32 const n : orders) {
         KrGaussQuadrature const quadrature = quadratureOf(n);
         double const* x = nullptr;
@@ -145,7 +121,6 @@ TEST(GaussQuadrature, EvaluatesInPairsFromTheMiddleOutwards) {
             Function const f(cubic);
             EXPECT_EQ(quadrature.integrate(f, a, b), half * sum);  // to the last bit
             EXPECT_EQ(f.points, points);
-            EXPECT_EQ(f.points.size(), n);
             EXPECT_EQ(quadrature.integrate(f, b, a), -(half * sum));
         }
     }
@@ -159,8 +134,7 @@ TEST(GaussQuadrature, ReportsAnOrderThatItHasNot) {
         quadrature.setOrder(order);
         EXPECT_EQ(captured.text(),
                   "The order of " + std::to_string(order) + " is not supported.\n");
-        ASSERT_EQ(captured.messages.size(), 1U);
-        EXPECT_EQ(static_cast<int>(captured.messages[0].type), 4);
+        EXPECT_EQ(static_cast<int>(captured.messages.at(0).type), 4);
         EXPECT_EQ(quadrature.order(), 7U);
         EXPECT_EQ(evaluationsOf(quadrature), 7U);
         double const* x = &mark;
@@ -180,24 +154,20 @@ TEST(GaussQuadrature, AReadOrderIsFollowedWhereThereAreTables) {
     for (KrU32 const order : {0U, 1U, 21U, 129U, 4294967295U}) {
         readOrder(quadrature, order);
         EXPECT_EQ(evaluationsOf(quadrature), 5U);  // the last that was set
-        KrGaussQuadrature const copy(quadrature);
-        KrGaussQuadrature assigned;
-        EXPECT_FALSE(assigned == copy);
-        assigned = copy;
-        EXPECT_TRUE(assigned == quadrature);
-        EXPECT_EQ(evaluationsOf(copy), 5U);
-        EXPECT_EQ(evaluationsOf(assigned), 5U);
+        EXPECT_EQ(evaluationsOf(KrGaussQuadrature(quadrature)), 5U);
         // Another rule in reserve makes no difference.
         KrGaussQuadrature other;
+        EXPECT_FALSE(other == quadrature);
         readOrder(other, order);
-        EXPECT_EQ(evaluationsOf(other), 10U);
         EXPECT_TRUE(other == quadrature);
+        EXPECT_EQ(evaluationsOf(other), 10U);
+        other = quadrature;
+        EXPECT_EQ(evaluationsOf(other), 5U);
     }
     EXPECT_TRUE(captured.messages.empty());
     // A document replaces the whole object.
-    ASSERT_TRUE(KrXml::fromString(
-        "<gaussQuadrature xmlns='urn:zeibreku:function#'><order>1</order></gaussQuadrature>",
-        quadrature));
+    std::string const text = document("gaussQuadrature", component("order", "1"));
+    ASSERT_TRUE(KrXml::fromString(text, quadrature));
     EXPECT_EQ(evaluationsOf(quadrature), 10U);
     readOrder(quadrature, 12);
     quadrature.setOrder(quadrature.order());
