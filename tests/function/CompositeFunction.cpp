@@ -275,19 +275,6 @@ TEST(CompositeFunction, TheWholeTreeKnowsItsContainer) {
     EXPECT_EQ(f.topElement(), nullptr);
 }
 
-TEST(CompositeFunction, DocumentsKeepEveryBit) {
-    Table deep = table(1.0 / 3.0, 0.1 + 0.2 + 1.0, 1e-308, 1e22 / 7.0, Enums::EXTRAPOLATE);
-    deep.dependentDataPushBack({-0.0, std::numeric_limits<double>::infinity()});
-    deep.init();
-    Container const f = container(branch(branch(deep, table(2, 3, 2, 3)), table(4, 5, 4, 5)));
-    Container read;
-    ASSERT_TRUE(KrXml::fromString(KrXml::toString(f), read));
-    EXPECT_TRUE(read == f);
-    for (double const x : {-1.0, 0.4, 2.7, 3.5, 9.0}) {
-        EXPECT_EQ(answer(read, {x}), answer(f, {x}));
-    }
-}
-
 TEST(CompositeFunction, ABranchIsDescribedWithWhatItsContainerCreates) {
     Container f;
     f.registerComponentCreator(KrFunction::ns + "mine", Table::creator);

@@ -26,7 +26,6 @@
 #include <numeric>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -89,24 +88,16 @@ private:
     KrScalarMultivariableFunction const& f_;
 };
 
-// Does something at one of its evaluations.
-class Interrupted : public KrScalarMultivariableFunction {
-public:
-    Interrupted(KrScalarMultivariableFunction const& f, std::size_t at, std::function<void()> act)
-        : f_(f), left_(at), act_(std::move(act)) {}
-    double evaluate(KrRealVector const& x) const override {
-        if (--left_ == 0) {
-            act_();
-        }
-        return f_.evaluate(x);
-    }
-    KrU32 domainDim() const override { return f_.domainDim(); }
-
-private:
-    KrScalarMultivariableFunction const& f_;
-    mutable std::size_t left_;
-    std::function<void()> act_;
-};
+// The function, which does something at one of its evaluations.
+TestFunction interrupted(KrScalarMultivariableFunction const& f, std::size_t at,
+                         std::function<void()> act) {
+    return {f.domainDim(), [&f, at, act](KrRealVector const& x, KrU32) mutable {
+                if (--at == 0) {
+                    act();
+                }
+                return f.evaluate(x);
+            }};
+}
 
 struct Search {
     double value;
@@ -183,15 +174,15 @@ TEST(Optimizers, MayBeInterruptedAtAnyEvaluation) {
         std::size_t const count = search.evaluations.size();
         for (std::size_t n = 1; n <= count; n += 1 + count / 200) {
             KrRealVector point{7.0};
-            Interrupted const throwing(powell, n, [] { throw std::runtime_error("client"); });
+            auto const fail = [] { throw std::runtime_error("client"); };
             KrRandom::seed(1);
-            EXPECT_THROW(optimizer.findMinimum(throwing, powellStart, point), std::runtime_error);
+            EXPECT_THROW(optimizer.findMinimum(interrupted(powell, n, fail), powellStart, point),
+                         std::runtime_error);
             if (n % 7 == 1) {
                 expectSame(minimise(optimizer, powell, powellStart), search);
             }
-            Interrupted const nested(powell, n,
-                                     [&] { expectSame(minimise(optimizer, bowl, start), inner); });
-            Search const outer = minimise(optimizer, nested, powellStart);
+            auto const nest = [&] { expectSame(minimise(optimizer, bowl, start), inner); };
+            Search const outer = minimise(optimizer, interrupted(powell, n, nest), powellStart);
             if (settings.find("random") == std::string::npos) {  // both draw from one stream
                 expectSame(outer, search);
             }
@@ -220,11 +211,9 @@ TEST(Optimizers, SpendWhatTheirMethodNeeds) {
         {simplex("nelderMead", noThreshold + budget(7)), "constant:4", 5 + 7},
         {simplex("nelderMead", noThreshold + budget(8)), "constant:4", 5 + 9},
         {hookeJeeves("none", budget(0)), "powell:1", 1},
-        {hookeJeeves("none", budget(1)), "powell:1", 1},
         {hookeJeeves("none", budget(2)), "powell:1", 2},
         {hookeJeeves("none", budget(9)), "powell:1", 9 + 1},  // a pattern point
         {hookeJeeves("rotated", budget(8)), "powell:1", 8},
-        {hookeJeeves("rotated", budget(30)), "powell:1", 30},
         // Eleven explorations of 2n, ten contractions between them.
         {"<hookeJeeves/>", "constant:3", 1 + 22 * 3},
         {"<hookeJeeves/>", "constant:13", 1 + 22 * 13},
@@ -236,7 +225,6 @@ TEST(Optimizers, SpendWhatTheirMethodNeeds) {
         // A step is 2n. A flat simplex has no spread left; with no threshold the budget
         // ends it.
         {simplex("multidirectionalSearch", budget(0)), "powell:1", 5},
-        {simplex("multidirectionalSearch", budget(8)), "powell:1", 5 + 8},
         {simplex("multidirectionalSearch", budget(9)), "powell:1", 5 + 16},
         {"<multidirectionalSearch/>", "constant:3", 4 + 6},
         {simplex("multidirectionalSearch", noThreshold), "constant:3", 4 + 300},
@@ -292,28 +280,6 @@ TEST(Optimizers, AllocateNothingInASearchButTheFirst) {
     }
 }
 
-TEST(Optimizers, MaySearchOnSeveralThreads) {
-    KrPowellsQuarticFunction const powell;
-    std::vector<std::string> const settings = allSettings();
-    std::vector<Container> optimizers;
-    std::vector<KrRealVector> points(settings.size());
-    for (std::string const& text : settings) {
-        optimizers.push_back(read(text));
-    }
-    std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < settings.size(); ++i) {
-        threads.emplace_back([&, i] { optimizers[i].findMinimum(powell, powellStart, points[i]); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    for (std::size_t i = 0; i < settings.size(); ++i) {
-        if (settings[i].find("random") == std::string::npos) {
-            EXPECT_EQ(points[i], minimise(*optimizers[i].topElement(), powell, powellStart).point);
-        }
-    }
-}
-
 TEST(Optimizers, AreTheSameInContainersAndVectors) {
     Container const container;
     KrScalarMultivariableOptimizerVector const vector;
@@ -351,8 +317,9 @@ TEST(Optimizers, DoNothingBeforeASearchWasSetUp) {
     nelderMead.exchangeHighVertex(9, {1.0}, 1.0);  // no more than both have
     // Nor after an exception in a smaller simplex.
     TestFunction const plane(2, sphere);
-    Interrupted const throwing(plane, 1, [] { throw std::runtime_error("client"); });
-    EXPECT_THROW(nelderMead.initialize(1.0, throwing, {}, 1.0), std::runtime_error);
+    auto const fail = [] { throw std::runtime_error("client"); };
+    EXPECT_THROW(nelderMead.initialize(1.0, interrupted(plane, 1, fail), {}, 1.0),
+                 std::runtime_error);
     nelderMead.exchangeHighVertex(4, powellStart, 1.0);
     nelderMead.findMaxAndMin();
     nelderMead.singleStep(1.0, powell, done);
@@ -453,31 +420,26 @@ TEST(HookeJeeves, ReportsAStartOfAnotherSize) {
 TEST(HookeJeeves, AnUnknownModeExploresNothingAndSaysSoAtEachUpdate) {
     KrPowellsQuarticFunction const powell;
     KrHookeJeevesOptimizer optimizer;
-    Search const before = minimise(optimizer, powell, powellStart);
     optimizer.setDirectionsMode(7);
-    struct {
-        KrU32 budget;
-        std::size_t evaluations, messages;
-    } const cases[] = {{300, 1 + 22 * 4, 11}, {9, 9, 1}};  // nothing is left of 9 for an update
-    for (auto const& row : cases) {
-        CapturedMessages const captured;
-        optimizer.setMaxFunctionEvaluations(row.budget);
-        Search const search = minimise(KrHookeJeevesOptimizer(optimizer), powell, powellStart);
-        EXPECT_EQ(search.evaluations.size(), row.evaluations);
-        for (Evaluation const& evaluation : search.evaluations) {
-            EXPECT_EQ(evaluation.point, powellStart);
-        }
-        ASSERT_EQ(captured.messages.size(), row.messages);
-        for (Kr::Message const& message : captured.messages) {
-            EXPECT_EQ(message.text, "KrHookeJeevesOptimizer::updateDirections(): bad mode: 7\n");
-            EXPECT_EQ(static_cast<int>(message.type), 4);
-        }
+    CapturedMessages captured;
+    Search const search = minimise(KrHookeJeevesOptimizer(optimizer), powell, powellStart);
+    EXPECT_EQ(search.evaluations.size(), 1U + 22U * 4U);
+    for (Evaluation const& evaluation : search.evaluations) {
+        EXPECT_EQ(evaluation.point, powellStart);
     }
+    EXPECT_EQ(captured.messages.size(), 11U);
+    for (Kr::Message const& message : captured.messages) {
+        EXPECT_EQ(message.text, "KrHookeJeevesOptimizer::updateDirections(): bad mode: 7\n");
+        EXPECT_EQ(static_cast<int>(message.type), 4);
+    }
+    // The budget that ends with an exploration leaves no update.
+    captured.messages.clear();
+    optimizer.setMaxFunctionEvaluations(9);
+    minimise(KrHookeJeevesOptimizer(optimizer), powell, powellStart);
+    EXPECT_EQ(captured.messages.size(), 1U);
     // On the object of a search it explores by that one's directions.
-    CapturedMessages const captured;
-    optimizer.setMaxFunctionEvaluations(300);
     optimizer.setDirectionsMode(1);
-    minimise(optimizer, powell, powellStart);
+    Search const before = minimise(optimizer, powell, powellStart);
     optimizer.setDirectionsMode(7);
     expectSame(before, minimise(optimizer, powell, powellStart));
 }
@@ -546,9 +508,9 @@ TEST(HookeJeeves, NeedsNoStackForItsMoves) {
         onSmallStack([&] {
             auto const endless = functionByName(name);
             bool reached = false;
-            Interrupted const f(*endless, many, [&] { reached = true; });
             KrRealVector point{1.0};
-            optimizer.findMinimum(f, point, point);
+            optimizer.findMinimum(interrupted(*endless, many, [&] { reached = true; }), point,
+                                  point);
             EXPECT_TRUE(reached) << name;
         });
     }

@@ -2,6 +2,7 @@
 
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -10,9 +11,9 @@
 /// A function given by its dimension and a callable on the point.
 class TestFunction : public KrScalarMultivariableFunction {
 public:
-    using Formula = double (*)(KrRealVector const& x, KrU32 n);
+    using Formula = std::function<double(KrRealVector const& x, KrU32 n)>;
 
-    TestFunction(KrU32 n, Formula formula) : n_(n), formula_(formula) {}
+    TestFunction(KrU32 n, Formula formula) : n_(n), formula_(std::move(formula)) {}
     double evaluate(KrRealVector const& x) const override { return formula_(x, n_); }
     KrU32 domainDim() const override { return n_; }
 
