@@ -45,6 +45,7 @@ TEST(RandomField, HasTheBitsAndTheDrawsOfItsPlainForm) {
         {8, 6, exponential, 0.5, 3.0, 100},
         {131, 18, exponential, 0.25, -1.0, 33},  // beyond a tile and a batch both ways
         {5, 40, exponential, 1.0, 0.0, 17},
+        {1, 65536, exponential, 1.0, 0.0, 1},  // most of it beyond the grid
         {1, 1, exponential, 1.0, 0.0, 1},
         {0, 0, exponential, 1.0, 1.0, 5},
         {0, 3, exponential, 1.0, 1.0, 2},
@@ -101,49 +102,6 @@ TEST(RandomField, HasTheMeanVarianceAndCorrelationsAlongBothAxes) {
     // along both axes of the turned grid, rounded to its cells.
     EXPECT_NEAR(alongRow / fields, 0.5809, error);
     EXPECT_NEAR(alongColumn / fields, 0.5809, error);
-}
-
-TEST(RandomField, SeedsDetermineFieldsAndToolsShareTheStream) {
-    Correlation correlation(exponential);
-    KrRandomTensorTool tool;
-    KrRandomTensorTool other;
-    auto const field = [&](KrRandomTensorTool const& by) {
-        KrReArray array;
-        by.getGaussianRandomArray(array, 12, 9, correlation, 1.0, 0.0);
-        return array;
-    };
-    tool.setRandomSeed(5);
-    KrReArray const first = field(tool);
-    KrReArray const second = field(other);
-    EXPECT_NE(first, second);
-    other.setRandomSeed(5);
-    EXPECT_EQ(field(other), first);
-    EXPECT_EQ(field(tool), second);
-}
-
-// The squares of the sides wrap around in 32 bits: the grid is small, and the cells
-// beyond it take what is at its edge.
-TEST(RandomField, HoldsCellsBeyondTheGridAtItsEdge) {
-    constexpr KrU32 rows = 65536;
-    KrReArray const array = fieldOf(1, rows, exponential, 1.0, 0.0, 1);
-    ASSERT_EQ(array.numRows(), rows);
-    KrRandom::seed(11);
-    double const factor = std::sqrt(std::sqrt(2.0));  // the grid has two cells each way
-    double const below = exponential(1.0) / std::sqrt(2.0) / factor;
-    double const rest = std::sqrt(std::sqrt(2.0) - below * below);
-    KrRealVector u[2];
-    for (KrRealVector& values : u) {
-        KrRealVector const z = KrRandom::normalRandoms(0.0, 1.0, 2);
-        values = {factor * z[0], below * z[0] + rest * z[1]};
-    }
-    double const angle = KrRandom::uniformRealRandom(0.0, 2.0 * std::numbers::pi);
-    for (KrU32 r = 0; r < rows; ++r) {
-        double const x = -0.5;
-        double const y = r - 0.5 * rows;
-        bool const a = x * std::cos(angle) - y * std::sin(angle) + 1.0 >= 1.0;
-        bool const b = x * std::sin(angle) + y * std::cos(angle) + 1.0 >= 1.0;
-        ASSERT_NEAR(array[r][0], u[0][b] * u[1][a], 1e-12) << r;
-    }
 }
 
 TEST(RandomField, OddArgumentsGiveFiniteFields) {

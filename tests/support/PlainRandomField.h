@@ -11,7 +11,7 @@
 
 /// A random field in its plain form, step by step and without anything done for
 /// speed; the library gives the same bits, which the tests compare, in less time,
-/// which the benchmarks measure. The squares of the sides must fit into 32 bits.
+/// which the benchmarks measure.
 struct PlainRandomField {
     using Matrix = std::vector<std::vector<double>>;
 
@@ -52,9 +52,13 @@ struct PlainRandomField {
     static Matrix field(KrU32 columns, KrU32 rows, KrBaseScalarFunction const& correlation,
                         double spacing, double mean, KrU32 samples) {
         Matrix array(rows, std::vector<double>(columns, mean));
-        auto const side =
-            static_cast<KrU32>(std::ceil(std::sqrt(1.0 * rows * rows + 1.0 * columns * columns))) +
-            1;
+        // Where the squares of the sides wrap around, the grid is smaller than the field,
+        // and the cells beyond it take what is at its edge.
+        KrU32 const squares = rows * rows + columns * columns;
+        KrU32 const side = static_cast<KrU32>(std::ceil(std::sqrt(squares))) + 1;
+        auto const held = [side](double position) {
+            return static_cast<std::size_t>(std::clamp(std::floor(position), 0.0, side - 1.0));
+        };
         double const c0 = correlation.evaluate(0.0);
         double const scale = 1.0 / std::sqrt(c0 >= 1e-300 ? c0 : 1e-300);
         Matrix matrix(side, std::vector<double>(side));
@@ -85,10 +89,9 @@ struct PlainRandomField {
                 for (KrU32 c = 0; c < columns; ++c) {
                     double const x = c - 0.5 * columns;
                     double const y = r - 0.5 * rows;
-                    double const a = std::floor(x * cosine - y * sine + 0.5 * side);
-                    double const b = std::floor(x * sine + y * cosine + 0.5 * side);
-                    array[r][c] +=
-                        weight * product[static_cast<std::size_t>(b)][static_cast<std::size_t>(a)];
+                    std::size_t const a = held(x * cosine - y * sine + 0.5 * side);
+                    std::size_t const b = held(x * sine + y * cosine + 0.5 * side);
+                    array[r][c] += weight * product[b][a];
                 }
             }
         }
