@@ -116,8 +116,9 @@ std::string randomDocument(Random& random, KrU32 n, KrU32 shape, Model& model) {
             model.second.emplace(Pair(i, j), value);
         }
     };
+    KrU32 const first = random.below(2);  // on the diagonal, or beside it
     for (KrU32 i = 0; i < range; ++i) {
-        for (KrU32 j = i; j < range; ++j) {
+        for (KrU32 j = i + first; j < range; ++j) {
             if (shape == 0 || (shape == 1 && j - i < 4 && random.below(20) != 0)) {
                 addPair(i, j);  // all in order, or bands with holes
             } else if (shape == 2 && random.below(range) < 2) {

@@ -52,6 +52,7 @@ TEST(NelderMead, RestartTestDecidesAsTheWholeSumsDo) {
         start[30] = ignored;  // where it is infinite, distances are NaN
         optimizer.initialize(1.0, recording, start, 1.0);
         std::vector<Evaluation> simplex(made);
+        auto const rebuild = [&] { simplex.assign(made.end() - (n + 1), made.end()); };
         double previousWorst = 0.0;
         int restarts = 0;
         for (int step = 0; step < 400; ++step) {
@@ -60,14 +61,15 @@ TEST(NelderMead, RestartTestDecidesAsTheWholeSumsDo) {
             std::size_t const before = made.size();
             bool done = false;
             optimizer.singleStep(1.0, recording, done);
-            if (made.size() - before > 2) {
-                break;  // a shrink: the vertices cannot be followed from outside
-            }
-            // The reflected point comes in, or the second one as the published rules say.
             Evaluation const& reflected = made[before];
-            bool const second = made.size() - before == 2 &&
-                                (reflected.value >= lowest || made.back().value < lowest);
-            *worst = second ? made.back() : reflected;
+            if (made.size() - before > 2) {  // a shrink, which evaluates each vertex
+                rebuild();
+            } else if (made.size() - before == 2 &&
+                       (reflected.value >= lowest || made.back().value < lowest)) {
+                *worst = made.back();  // the expanded or the contracted point
+            } else {
+                *worst = reflected;
+            }
 
             Evaluation const best = std::ranges::min(simplex, {}, &Evaluation::value);
             double const high = std::ranges::max(simplex, {}, &Evaluation::value).value;
@@ -89,7 +91,7 @@ TEST(NelderMead, RestartTestDecidesAsTheWholeSumsDo) {
             ASSERT_EQ(made.size() != evaluated, expected) << "eta " << eta << ", step " << step;
             if (expected) {
                 ++restarts;
-                simplex.assign(made.end() - (n + 1), made.end());
+                rebuild();
             }
             previousWorst = std::ranges::max(simplex, {}, &Evaluation::value).value;
         }

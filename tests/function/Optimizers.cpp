@@ -315,6 +315,7 @@ TEST(Optimizers, DoNothingBeforeASearchWasSetUp) {
     nelderMead.calculateVertexMeanExcludingMaxPoint();
     nelderMead.initialize(1.0, powell, powellStart, 1.0);
     nelderMead.exchangeHighVertex(9, {1.0}, 1.0);  // no more than both have
+    nelderMead.exchangeHighVertex(9, KrRealVector(9, 1.0), 1.0);
     // Nor after an exception in a smaller simplex.
     TestFunction const plane(2, sphere);
     auto const fail = [] { throw std::runtime_error("client"); };
@@ -450,6 +451,7 @@ TEST(HookeJeeves, RedrawsRandomOrthonormalDirections) {
     optimizer.setDefaultEdgeLength(1.0);
     Search const search = minimise(optimizer, *functionByName("constant:5"), KrRealVector(n, 0.0));
     ASSERT_EQ(search.evaluations.size(), 1U + 22U * n);
+    optimizer.newExploratoryMove();  // does nothing: the function may not live on
     auto const dotProduct = [&](std::size_t step, std::size_t other) {
         KrRealVector const& a = search.evaluations[1 + 2 * step].point;
         KrRealVector const& b = search.evaluations[1 + 2 * other].point;
