@@ -59,7 +59,7 @@ std::string sequence(std::string const& parallel, std::string const& optimizers)
 }
 
 std::vector<std::string> allSettings() {
-    std::string const all = simplex("implicitFiltering") + hookeJeeves("random") +
+    std::string const all = simplex("implicitFiltering") + hookeJeeves("rotated") +
                             simplex("multidirectionalSearch") + simplex("nelderMead");
     return {simplex("nelderMead", component("restartCheckPeriod", "3")),
             simplex("multidirectionalSearch"),
@@ -155,6 +155,13 @@ TEST(Optimizers, KeepTheirPromises) {
             Container const clone(container);
             EXPECT_TRUE(clone == container);
             expectSame(minimise(*clone.topElement(), f, start), search);
+
+            // What a start lacks is 0, whatever was searched before.
+            CapturedMessages const captured;
+            KrRealVector const incomplete{start[0], start[1]};
+            KrRealVector complete = incomplete;
+            complete.resize(start.size());
+            expectSame(minimise(optimizer, f, incomplete), minimise(optimizer, f, complete));
         }
     }
 }
@@ -238,12 +245,16 @@ TEST(Optimizers, SpendWhatTheirMethodNeeds) {
          5 + 60 * 5},
         {"<implicitFiltering/>", "constant:0", 1 + 300},
         {"<sequenceOptimizer/>", "sphere:2", 1},
+        {component("sequenceOptimizer", component("numberPasses", "0") +
+                                            component("optimizerSequence", "<nelderMead/>")),
+         "sphere:2", 1},
     };
     for (auto const& row : cases) {
         auto const f = functionByName(row.function);
         Search const search =
             minimise(*read(row.settings).topElement(), *f, KrRealVector(f->domainDim(), 1.0));
         EXPECT_EQ(search.evaluations.size(), row.evaluations) << row.settings << row.function;
+        EXPECT_EQ(search.value, f->evaluate(search.point));
     }
 }
 
@@ -385,14 +396,17 @@ TEST(MultidirectionalSearch, TakesNewDataBesideTheBestVertex) {
 TEST(ImplicitFiltering, FollowsTheSlopePastALowerPointOfTheStencil) {
     struct {
         char const* function;
+        double edge;
         double tau;
         bool shrinks;
-    } const cases[] = {
-        {"linear0:1", 0.01, false}, {"linear0:2", 0.01, true}, {"linear0:2", 0.0, false}};
+    } const cases[] = {{"linear0:1", 0.5, 0.01, false},
+                       {"linear0:1", -0.5, 0.01, false},
+                       {"linear0:2", 0.5, 0.01, true},
+                       {"linear0:2", 0.5, 0.0, false}};
     for (auto const& row : cases) {
         auto const f = functionByName(row.function);
         KrImplicitFilteringOptimizer optimizer;
-        optimizer.setDefaultSimplexEdgeLength(0.5);
+        optimizer.setDefaultSimplexEdgeLength(row.edge);
         optimizer.setLineSearchInitialLambdaMultiplier(0.25);
         optimizer.setTau(row.tau);
         optimizer.initialize(1.0, *f, {1.0, 1.0}, 1.0);

@@ -192,8 +192,10 @@ TEST(UnitaryMaps, SCurveReportsACentreOutOfRangeAndIsTheIdentity) {
         CapturedMessages const captured;
         KrSCurveUnitaryMap map;
         map.setCenter(center);
+        map.setInitialSlope(0.1);
+        map.setFinalSlope(0.1);
         map.setCenterSlope(3.0);
-        ASSERT_EQ(captured.messages.size(), 2U);  // each computation reports
+        ASSERT_EQ(captured.messages.size(), 4U);  // each computation reports
         std::string const printed = center >= 1.0 ? "1" : "0";
         EXPECT_EQ(captured.messages[1].text,
                   "KrSCurveUnitaryMap::calculateCoefficients(): center (" + printed +
