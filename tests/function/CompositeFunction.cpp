@@ -149,6 +149,9 @@ TEST(CompositeFunction, BranchAsksTheChildThatCoversThePoint) {
     }
     EXPECT_EQ(answer(container(left), {0.5, 1}), "ok 5");  // a table alone answers everywhere
     EXPECT_EQ(answer(Container(), {1}), "no -1");
+    Table again = left;
+    again.init();  // anew, not in addition
+    EXPECT_EQ(answer(container(again), {0.5}), "ok 5");
     // A missing child is passed over, and covers nothing.
     Branch half;
     half.setRight(left);
