@@ -6,16 +6,16 @@
 #include "function/optimizer/KrSequenceOptimizer.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"
+#include "tests/support/Files.h"
 #include "tests/support/StillWorks.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <clocale>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <locale>
 #include <new>
@@ -23,110 +23,97 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
-std::string content(fs::path const& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::string example(std::string const& name) {
     return ZEIBREKU_SOURCE_DIR "/examples/" + name + ".xml";
 }
 
-std::string const examples[] = {example("02_functions/quadratic"), example("02_functions/s-curve"),
-                                example("03_compare/sequence"), example("04_tables/aerodynamics")};
+std::string const quadratic = example("02_functions/quadratic");
+std::string const sequenceFile = example("03_compare/sequence");
+std::string const tables = example("04_tables/aerodynamics");
+std::string const examples[] = {quadratic, example("02_functions/s-curve"), sequenceFile, tables};
 
-class FailingSurroundings : public testing::Test {
-protected:
-    FailingSurroundings() {
-        std::string name = (fs::temp_directory_path() / "zeibreku-XXXXXX").string();
-        folder = ::mkdtemp(name.data());
-    }
-    ~FailingSurroundings() override { fs::remove_all(folder); }
-
-    long filesInFolder() const {
-        return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
-    }
-
-    // Has every allocation of `work` fail in turn: it throws, or is false, and leaks
-    // nothing. In the end it succeeds.
-    static void failEach(std::function<bool()> const& work) {
-        Kr::Print::Sink const before = Kr::Print::instance().setSink([](auto const&) {});
-        EXPECT_TRUE(work());
-        bool failed = liveAllocations() > 0;  // a sanitizer lets none fail
-        long live = 0;
-        for (std::size_t k = 1; failed; ++k) {
-            bool good = false;
-            failAllocation(k);
-            try {
-                good = work();
-            } catch (std::bad_alloc const&) {
-            }
-            failed = failAllocation(0);
-            EXPECT_TRUE(good || failed) << k;
-            live = k == 1 ? liveAllocations() : live;  // the first throw makes what stays
-            EXPECT_EQ(liveAllocations(), live) << k;
-        }
-        Kr::Print::instance().setSink(before);
-    }
-
-    template <class T>
-    static void failReadsOf(std::string const& path) {
-        SCOPED_TRACE(path);
-        failEach([&] {
-            T target;
-            bool read = false;
-            try {
-                read = KrXml::readFile(path, target);
-            } catch (std::bad_alloc const&) {
-            }
-            EXPECT_TRUE(read || target == T());
-            return read;
-        });
-    }
-
-    fs::path folder;
-};
-
-TEST_F(FailingSurroundings, MemoryThatRunsOutLeavesNothingHalf) {
-    failReadsOf<KrMultivariableConstraintContainer>(examples[0]);
-    failReadsOf<KrSequenceOptimizer>(examples[2]);
-    failReadsOf<KrCompositeFunctionContainer>(examples[3]);
+KrSequenceOptimizer sequenceOfExample() {
     KrSequenceOptimizer sequence;
-    ASSERT_TRUE(KrXml::readFile(examples[2], sequence));
+    EXPECT_TRUE(KrXml::readFile(sequenceFile, sequence));
+    return sequence;
+}
+
+// Whether `work` succeeds; running out of memory is a failure like any other.
+template <class Work>
+bool good(Work const& work) {
+    try {
+        return work();
+    } catch (std::bad_alloc const&) {
+        return false;
+    }
+}
+
+// Has every allocation of `work` fail in turn: it throws, or is false, and leaks
+// nothing. In the end it succeeds.
+void failEach(std::function<bool()> const& work) {
+    Kr::Print::Sink const before = Kr::Print::instance().setSink([](auto const&) {});
+    EXPECT_TRUE(work());
+    bool failed = liveAllocations() > 0;  // a sanitizer lets none fail
+    long live = 0;
+    for (std::size_t k = 1; failed; ++k) {
+        failAllocation(k);
+        bool const succeeded = good(work);
+        failed = failAllocation(0);
+        EXPECT_TRUE(succeeded || failed) << k;
+        live = k == 1 ? liveAllocations() : live;  // the first throw makes what stays
+        EXPECT_EQ(liveAllocations(), live) << k;
+    }
+    Kr::Print::instance().setSink(before);
+}
+
+template <class T>
+void failReadsOf(std::string const& path) {
+    SCOPED_TRACE(path);
+    failEach([&] {
+        T target;
+        bool const read = good([&] { return KrXml::readFile(path, target); });
+        EXPECT_TRUE(read || target == T());
+        return read;
+    });
+}
+
+TEST(FailingSurroundings, MemoryThatRunsOutLeavesNothingHalf) {
+    failReadsOf<KrMultivariableConstraintContainer>(quadratic);
+    failReadsOf<KrSequenceOptimizer>(sequenceFile);
+    failReadsOf<KrCompositeFunctionContainer>(tables);
+    KrSequenceOptimizer const sequence = sequenceOfExample();
     std::string const text = KrXml::toString(sequence);
     failEach([&] { return KrXml::toString(sequence) == text; });
     failEach([&] {
         std::unique_ptr<KrXmlObject> const clone(sequence.clone());
         return sequence.equality(clone.get());
     });
-    fs::path const path = folder / "a.xml";
+    TemporaryFolder const folder;
+    std::string const path = folder / "a.xml";
     failEach([&] {
-        bool written = false;
-        try {
-            written = KrXml::writeFile(path.string(), sequence);
-        } catch (std::bad_alloc const&) {
-        }
-        EXPECT_TRUE(written || (content(path) == text && filesInFolder() == 1));
+        bool const written = good([&] { return KrXml::writeFile(path, sequence); });
+        EXPECT_TRUE(written || (content(path) == text && folder.fileCount() == 1));
         return written;
     });
 }
 
-TEST_F(FailingSurroundings, FilesThatCannotBeWrittenAreAsTheyWere) {
-    KrSequenceOptimizer sequence;
-    ASSERT_TRUE(KrXml::readFile(examples[2], sequence));
-    std::string const file = (folder / "a.xml").string();
+TEST(FailingSurroundings, FilesThatCannotBeUsedAreNamedAndStayAsTheyWere) {
+    KrSequenceOptimizer sequence = sequenceOfExample();
+    TemporaryFolder const folder;
+    std::string const file = folder / "a.xml";
     std::ofstream(file) << "old";
-    fs::create_symlink("loop", folder / "loop");
+    std::filesystem::create_symlink("loop", folder / "loop");
+    ::mkfifo((folder / "pipe").c_str(), 0600);  // no device: a fault would replace it
     struct {
         std::string path;
         char const* reason;
     } const cases[] = {
+        {folder / "absent/b.xml", "No such file or directory"},
         {file + "/b.xml", "Not a directory"},
-        {(folder / std::string(300, 'x')).string(), "File name too long"},
-        {(folder / "loop").string(), "Too many levels of symbolic links"},
-        {"/dev/full", "not a regular file"},
+        {folder / std::string(300, 'x'), "File name too long"},
+        {folder / "loop", "Too many levels of symbolic links"},
+        {folder.path, "not a regular file"},
+        {folder / "pipe", "not a regular file"},
         {"", "No such file or directory"},
         {"%s%n\n/b.xml", "No such file or directory"},
     };
@@ -141,7 +128,7 @@ TEST_F(FailingSurroundings, FilesThatCannotBeWrittenAreAsTheyWere) {
     ::getrlimit(RLIMIT_FSIZE, &limit);
     rlimit const small{100, limit.rlim_max};
     auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
-    CapturedMessages const captured;
+    CapturedMessages captured;
     ::setrlimit(RLIMIT_FSIZE, &small);
     bool const written = KrXml::writeFile(file, sequence);
     ::setrlimit(RLIMIT_FSIZE, &limit);
@@ -149,7 +136,7 @@ TEST_F(FailingSurroundings, FilesThatCannotBeWrittenAreAsTheyWere) {
     EXPECT_FALSE(written);
     EXPECT_EQ(captured.text(), file + ": cannot be written: File too large\n");
     EXPECT_EQ(content(file), "old");
-    EXPECT_EQ(filesInFolder(), 2);
+    EXPECT_EQ(folder.fileCount(), 3);
     std::ofstream full("/dev/full");
     if (full) {
         KrXmlWriter writer("", full);
@@ -157,9 +144,15 @@ TEST_F(FailingSurroundings, FilesThatCannotBeWrittenAreAsTheyWere) {
         writer.endElement();
         EXPECT_FALSE(writer.good());
     }
+    captured.messages.clear();
+    EXPECT_FALSE(KrXml::readFile(cases[0].path, sequence));
+    EXPECT_FALSE(KrXml::readFile(folder.path, sequence));
+    EXPECT_EQ(captured.text(), cases[0].path + ": cannot be read: No such file or directory\n" +
+                                   folder.path.string() +
+                                   ":1:1: : expected a readable document, found a read error\n");
 }
 
-TEST_F(FailingSurroundings, LocalesChangeNoByte) {
+TEST(FailingSurroundings, LocalesChangeNoByte) {
     struct Comma : std::numpunct<char> {
         char do_decimal_point() const override { return ','; }
         char do_thousands_sep() const override { return '.'; }
@@ -170,23 +163,19 @@ TEST_F(FailingSurroundings, LocalesChangeNoByte) {
         CapturedMessages const captured;
         std::string all;
         for (std::string const& path : examples) {
-            std::string const text = content(path);
-            std::istringstream stream(std::string(2000, '\n') + text.substr(text.find("?>") + 2));
-            KrXmlReader reader(stream);
-            std::unique_ptr<KrXmlObject> const object(
-                everyElement().newObjectFromToken(reader.token()));
-            object->read(reader);
-            reader.refuse("a place", std::to_string(reader.errorCount()));
+            std::unique_ptr<KrXmlObject> const object = KrXml::readFile(path, everyElement());
             all += KrXml::toString(*object) + KrXml::schemaToString(*object);
             for (double const answer : run(*object)) {
                 Kr::Print::ostream(Kr::PrintType::Error, "") << answer << ' ' << 12345 << true;
             }
         }
+        KrXml::fromString(std::string(2000, '\n') + "<a/>", everyElement());
         Kr::Print::instance().write(Kr::PrintType::Error, "%d %u\n", 12345, 12345U);
         return all + captured.text();
     };
     std::string const expected = everything();
     EXPECT_NE(expected.find("12345"), std::string::npos);
+    EXPECT_NE(expected.find(":2001:1:"), std::string::npos);
     std::locale const before = std::locale::global(std::locale(std::locale(), new Comma));
     std::string const classic = std::setlocale(LC_ALL, nullptr);
     for (char const* const name : {"de_DE.UTF-8", "fr_FR.UTF-8"}) {  // where they are installed
@@ -197,15 +186,11 @@ TEST_F(FailingSurroundings, LocalesChangeNoByte) {
     std::locale::global(before);
 }
 
-TEST_F(FailingSurroundings, ThreadsWithTheirOwnObjectsDoNotMeet) {
+TEST(FailingSurroundings, ThreadsWithTheirOwnObjectsDoNotMeet) {
     auto const work = [] {
         std::vector<KrRealVector> answers;
         for (std::string const& path : examples) {
-            std::ifstream stream(path);
-            KrXmlReader reader(stream);
-            std::unique_ptr<KrXmlObject> const object(
-                everyElement().newObjectFromToken(reader.token()));
-            EXPECT_TRUE(object->read(reader));
+            std::unique_ptr<KrXmlObject> const object = KrXml::readFile(path, everyElement());
             std::unique_ptr<KrXmlObject> const back(object->clone());
             EXPECT_TRUE(KrXml::internal::readTextInto(KrXml::toString(*object), *back, nullptr));
             EXPECT_FALSE(KrXml::internal::readTextInto("<a/>", *back, nullptr));

@@ -3,19 +3,18 @@
 
 #include "benchmarks/Memory.h"
 #include "foundation/xml/KrXml.h"
-#include "foundation/xml/KrXmlCompoundType.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
 #include "tests/support/CapturedMessages.h"
+#include "tests/support/Files.h"
 #include "tests/support/SmallStack.h"
 #include "tests/support/StillWorks.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>
 
-#include <fstream>
 #include <memory>
 #include <sstream>
 
@@ -73,8 +72,6 @@ TEST(HostileInput, IsRefusedAtItsPlace) {
         return in("<nelderMead><simplexEdgeLengths" + attributes + "/></nelderMead>");
     };
     std::string const xml = "well-formed XML, found ";
-    std::string const token = xml + "not well-formed (invalid token)";
-    std::string const noNumber = xml + "reference to invalid character number";
     std::string const noType = "no document type declaration, found <!DOCTYPE";
     std::string const holder = "optimizerContainer";
     std::string const element = holder + "/nelderMead";
@@ -84,40 +81,30 @@ TEST(HostileInput, IsRefusedAtItsPlace) {
         std::string place;
         std::string expected;
     } const cases[] = {
+        {"", "1:1: ", xml + "no element found"},
+        {in("") + "<more/>", "1:73: ", xml + "junk after document element"},
+        {in("<nelderMead>\n<alpha>1</beta></nelderMead>"), "2:11: " + element + "/alpha",
+         xml + "mismatched tag"},
         {"<a:optimizerContainer/>", "1:1: ", xml + "unbound prefix"},
         {"<optimizerContainer xmlns='urn:zeibreku:function'/>",
          "1:1: urn:zeibreku:functionoptimizerContainer",
          "element \"urn:zeibreku:function#optimizerContainer\", found element "
          "\"urn:zeibreku:functionoptimizerContainer\""},
+        {in("\n  <nelderMeat><alpha>x</alpha></nelderMeat>"), "2:3: " + holder + "/nelderMeat",
+         "a known element, found element \"nelderMeat\""},
         {in("<nelderMead xmlns=''/>"), "1:52: " + element,
          "a known element, found element \"nelderMead\""},
         {in("<a:nelderMead xmlns:a='urn:zeibreku:function#' a:count='1'/>"), "1:52: " + element,
          "a known attribute, found attribute \"count\""},
-        {in("<nelderMead a='1' a='2'/>"), "1:70: " + holder, xml + "duplicate attribute"},
-        {in("") + end, "1:74: ", token},
-        {inAlpha("&undefined;"), "1:71: " + element + "/alpha", xml + "undefined entity"},
-        {inAlpha("1&#0;"), "1:72: " + element + "/alpha", noNumber},
-        {inAlpha("&#xFFFFFFFFFF;"), "1:71: " + element + "/alpha", noNumber},
+        {in("<nelderMead><alpha>1</alpha><beta>2</beta><alpha>3</alpha></nelderMead>"),
+         "1:94: " + element + "/alpha", "each component once, found a second \"alpha\""},
         {"<!DOCTYPE a SYSTEM 'file:///etc/passwd'>" + in(""), "1:40: ", noType},
-        {"<!DOCTYPE a [<!ENTITY % p SYSTEM 'file:///dev/zero'> %p;]>" + in(""), "1:13: ", noType},
         {"<!DOCTYPE a [<!ENTITY a 'ha'><!ENTITY b '&a;&a;'>]><a>&b;</a>", "1:13: ", noType},
-        {in("<!DOCTYPE a>"), "1:54: " + holder, token},
-        {in("<!-- a -- b -->"), "1:61: " + holder, token},
-        {in("]]>"), "1:54: " + holder, token},
-        {in("<?xml version='1.0'?>"), "1:52: " + holder,
-         xml + "XML or text declaration not at start of entity"},
         {"<?xml version='1.0' encoding='UTF-7'?>" + in(""), "1:31: ", xml + "unknown encoding"},
-        {"<?xml version='1.0' encoding='UTF-16'?>" + in(""),
-         "1:31: ", xml + "encoding specified in XML declaration is incorrect"},
-        {in(std::string("\0", 1)), "1:52: " + holder, token},
-        {in("") + std::string("\0", 1), "1:73: ", token},
-        {in("\xC0\x80"), "1:52: " + holder, token},
-        {in("\xED\xA0\x80"), "1:52: " + holder, token},
-        {std::string("\xFF\xFE\0\0<\0\0\0", 8), "1:2: ", token},
+        {in("") + std::string("\0", 1), "1:73: ", xml + "not well-formed (invalid token)"},
         {in("%s%n%d"), "1:52: " + holder, "elements alone, found text \"%s%n%d\""},
         {inAlpha("1\n\t&#13;a.xml:9:9: %n"), "1:64: " + element + "/alpha",
          "a number, found \"1\\n\\t\\ra.xml:9:9: %n\""},
-        {inAlpha("\x1b[2J"), "1:71: " + element + "/alpha", token},
         // Cut at 60 bytes, or ahead of a character that would be cut in two.
         {inAlpha(std::string(59, 'x') + "\xC3\xA9"), "1:64: " + element + "/alpha",
          "a number, found \"" + std::string(59, 'x') + "...\""},
@@ -130,6 +117,14 @@ TEST(HostileInput, IsRefusedAtItsPlace) {
          "urn:zeibreku:function#random, urn:zeibreku:function#rotated, found \"none\""},
         {in("<nelderMead/><nelderMead/><alpha/>"), "1:78: " + holder + "/alpha",
          "a known element, found element \"alpha\""},
+        // Every fault is told, not the first alone.
+        {in("<nelderMead a='1'><b/>\n \n  stray <alpha/></nelderMead>"), "1:52: " + element,
+         "a known attribute, found attribute \"a\"\n"
+         "<string>:1:70: optimizerContainer/nelderMead/b: expected a known element, found element "
+         "\"b\"\n"
+         "<string>:3:3: optimizerContainer/nelderMead: expected elements alone, found text "
+         "\"stray\"\n"
+         "<string>:3:9: optimizerContainer/nelderMead/alpha: expected a number, found \"\""},
     };
     for (auto const& test : cases) {
         EXPECT_EQ(refusal(test.document),
@@ -138,52 +133,12 @@ TEST(HostileInput, IsRefusedAtItsPlace) {
     }
 }
 
-// No component takes any of these, as it stands or as an item.
-TEST(HostileInput, NoComponentTakesABadValue) {
-    int refused = 0;
-    for (auto const& [tag, creator] : everyElement().creatorMap()) {
-        std::unique_ptr<KrXmlObject> const created(creator());
-        auto* const element = dynamic_cast<KrXmlCompoundType*>(created.get());
-        if (!element) {
-            continue;
-        }
-        std::string const name(tag.localName());
-        auto const expectRefusal = [&](std::string const& attributes, std::string const& content) {
-            std::string const document =
-                "<" + name + ns + attributes + ">\n" + content + "</" + name + ">";
-            CapturedMessages const captured;
-            std::unique_ptr<KrXmlObject> const read = readByRoot(document);
-            EXPECT_EQ(KrXml::toString(*read), KrXml::toString(*created)) << document;
-            ASSERT_FALSE(captured.messages.empty()) << document;
-            EXPECT_NE(
-                captured.text().find("<string>:" + std::to_string(attributes.empty() + 1) + ":"),
-                std::string::npos)
-                << document << captured.text();
-            ++refused;
-        };
-        for (char const* const bad : {"1e999", "0x10", "1,5", "-1,", "1 2", "x"}) {
-            std::string const value = bad;
-            for (auto const& component : element->componentMap()) {
-                std::string const part(component.token.localName());
-                for (std::string const& content : {value, "<item>" + value + "</item>",
-                                                   "<item><first>" + value + "</first></item>"}) {
-                    expectRefusal("", "<" + part + ">" + content + "</" + part + ">");
-                }
-            }
-            for (auto const& attribute : element->attributeComponentMap()) {
-                expectRefusal(" " + attribute.token.text() + "='" + value + "'", "");
-            }
-        }
-    }
-    EXPECT_GT(refused, 1000);
-}
-
 TEST(HostileInput, DocumentsMayBeDamagedAtAnyByte) {
     for (char const* const name :
          {"01_minimise/nelder-mead", "02_functions/quadratic", "02_functions/s-curve",
           "03_compare/sequence", "04_tables/aerodynamics"}) {
-        std::ifstream file(ZEIBREKU_SOURCE_DIR "/examples/" + std::string(name) + ".xml");
-        std::string const whole{std::istreambuf_iterator<char>(file), {}};
+        std::string const whole =
+            content(ZEIBREKU_SOURCE_DIR "/examples/" + std::string(name) + ".xml");
         ASSERT_FALSE(whole.empty()) << name;
         CapturedMessages captured;
         for (std::size_t at = 0; at + 2 < whole.size(); ++at) {
@@ -236,23 +191,16 @@ TEST(HostileInput, SizesCostInProportion) {
     } const cases[] = {
         {"element name", inContainer("<" + name + "/>"), 1},
         {"attribute name", inContainer("<nelderMead " + name + "='1'/>"), 1},
-        {"attribute value", inContainer("<nelderMead a='" + name + "'/>"), 1},
         {"namespace", inContainer("<nelderMead xmlns='" + name + "'/>"), 1},
-        {"unclosed name", root + "<" + name, 1},
         {"digits", inAlpha(std::string(large, '1')), 1},
         {"zeros", inAlpha(std::string(large, '0') + "1"), 0},
         {"blanks", inAlpha(std::string(large, ' ') + "1"), 0},
-        {"text", inAlpha(name), 1},
         {"character references", inAlpha(times(large / 4, "&#9;")), 1},
         {"stray text", inContainer(name), 1},
         {"comment", inContainer("<!--" + name + "-->"), 0},
-        {"instruction", inContainer("<?a " + name + "?>"), 0},
         {"CDATA", inAlpha("<![CDATA[" + name + "]]>"), 1},
         {"declaration", "<?xml version='1.0' encoding='" + name + "'?>", 1},
         {"document type", "<!DOCTYPE " + name + "[<!ENTITY a 'b'>]>" + root + end, 1},
-        {"enumeration",
-         inContainer("<hookeJeeves><directionsMode>" + name + "</directionsMode></hookeJeeves>"),
-         1},
         {"library name", inContainer("<addLibraries><item>" + name + "</item></addLibraries>"), 0},
         {"attributes", inContainer("<nelderMead" + attributes + "/>"), 100'000},
         {"unknown children", inContainer(times(200'000, "<a/>")), 200'000},
@@ -263,8 +211,6 @@ TEST(HostileInput, SizesCostInProportion) {
          inContainer(sequence + times(200'000, "<nelderMead/>") +
                      "</optimizerSequence></sequenceOptimizer>"),
          0, 200'000},
-        {"libraries",
-         inContainer("<addLibraries>" + times(200'000, "<item>a</item>") + "</addLibraries>"), 0},
         {"nesting", inContainer(times(100'000, "<a>") + times(100'000, "</a>")), 2},
         {"sequences", inContainer(times(100'000, sequence)), 1},
         {"branches", "<compositeFunctionContainer" + ns + ">" + times(100'000, branch), 1},

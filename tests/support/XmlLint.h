@@ -1,12 +1,11 @@
 #pragma once
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cstdio>
-#include <fstream>
 #include <string>
 
 /// Judges documents under a schema by xmllint, which is not ours.
@@ -18,17 +17,16 @@ public:
         return installed;
     }
 
-    explicit XmlLint(std::string const& schema) { std::ofstream(folder_.path / "a.xsd") << schema; }
+    explicit XmlLint(std::string const& schema) { std::ofstream(folder_ / "a.xsd") << schema; }
 
     /// What there is to say against the document; nothing when it is valid. A schema
     /// that is none fails the test.
     std::string complaints(std::string const& document) const {
-        std::ofstream(folder_.path / "a.xml") << document;
+        std::ofstream(folder_ / "a.xml") << document;
         std::string const at = "cd '" + folder_.path.string() + "' && ";
         int const status =
             std::system((at + "xmllint --noout --schema a.xsd a.xml 2> said").c_str());
-        std::ifstream file(folder_.path / "said");
-        std::string const said{std::istreambuf_iterator<char>(file), {}};
+        std::string const said = content(folder_ / "said");
         constexpr int invalid = 3;
         EXPECT_TRUE(status == 0 || WEXITSTATUS(status) == invalid) << said;
         return status == 0 ? "" : said;
