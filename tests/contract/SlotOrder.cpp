@@ -2,31 +2,19 @@
 // both compilers a pointer to a virtual member function holds its offset in the
 // table, so that the order can be read off.
 
+#include "tests/contract/Elements.h"
+
 #include "foundation/xml/KrBaseExpressionTreeElement.h"
 #include "foundation/xml/KrXmlBaseVariableCompoundType.h"
-#include "function/composite/KrCompositeFunctionBranch.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrInterpolator.h"
-#include "function/composite/KrTableFunctionInterpolator.h"
-#include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
-#include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 #include "function/object/KrMultivariableConstraintContainer.h"
 #include "function/object/KrMultivariableConstraintVector.h"
 #include "function/object/KrScalarFunctionContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerVector.h"
 #include "function/object/KrUnitaryMapContainer.h"
-#include "function/optimizer/KrHookeJeevesOptimizer.h"
-#include "function/optimizer/KrImplicitFilteringOptimizer.h"
-#include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
-#include "function/optimizer/KrNelderMeadOptimizer.h"
-#include "function/optimizer/KrSequenceOptimizer.h"
-#include "function/scalar/KrLinearScalarFunction.h"
-#include "function/scalar/KrMultipointScalarFunction.h"
-#include "function/scalar/KrPowerUnitaryMap.h"
-#include "function/scalar/KrSCurveUnitaryMap.h"
-#include "function/tools/KrGaussQuadrature.h"
 #include "function/tools/KrRandomTensorTool.h"
 
 #include <gtest/gtest.h>
@@ -47,23 +35,21 @@ std::size_t slot(Member member) {
 template <class... Members>
 std::size_t expectSlots(std::size_t first, Members... members) {
     for (std::size_t const actual : {slot(members)...}) {
-        EXPECT_EQ(actual, first++);
+        EXPECT_EQ(actual, first++) << __PRETTY_FUNCTION__;  // which names the class
     }
     return first;
 }
 
-template <class C>
+template <class T>
 std::size_t expectObjectSlots() {
-    using T = C;
     return expectSlots(2, &T::accept, &T::clone, &T::xmlInit, &T::read, &T::readAttribute,
                        &T::write, &T::writeSchema, &T::createSchema, &T::xmlInitialized,
                        &T::setXmlInitialized, &T::specified, &T::setSpecified, &T::isBasicType,
                        &T::equalsDefault, &T::equality, &T::newObject, &T::token);
 }
 
-template <class C>
+template <class T>
 std::size_t expectCompoundSlots() {
-    using T = C;
     return expectSlots(
         expectObjectSlots<T>(), &T::readAttributes, &T::readElements, &T::writeAttributes,
         &T::writeElements, &T::writeSchemaAttributes, &T::writeSchemaElements,
@@ -76,9 +62,8 @@ std::size_t expectCompoundSlots() {
         &T::isReadOnlyAttribute);
 }
 
-template <class C>
+template <class T>
 std::size_t expectElementSlots() {
-    using T = C;
     return expectSlots(expectCompoundSlots<T>(), &T::container, &T::setContainer);
 }
 
@@ -88,13 +73,23 @@ std::size_t expectOptimizerSlots() {
 }
 
 // The slots of containers and vectors, up to where the two part.
-template <class C>
+template <class T>
 std::size_t expectVariableCompoundSlots() {
-    using T = C;
     return expectSlots(expectObjectSlots<T>(), &T::registerComponentCreators,
                        &T::registerComponentCreator, &T::newObjectFromToken, &T::addLibraries,
                        &T::setAddLibraries, &T::creatorMap, &T::readValueFromToken,
                        &T::processLibraries);
+}
+
+template <class V, class T>
+std::size_t expectVectorSlots() {
+    return expectSlots(
+        expectVariableCompoundSlots<V>(), static_cast<T const& (V::*)(KrU32) const>(&V::operator[]),
+        static_cast<T& (V::*)(KrU32)>(&V::operator[]), &V::exchange,
+        static_cast<KrBoolean (V::*)(KrU32)>(&V::erase),
+        static_cast<KrBoolean (V::*)(KrU32, KrU32)>(&V::erase), &V::pushBack, &V::vectorContainer,
+        &V::reserve, &V::resize, &V::clear, &V::assign, &V::size, &V::writeHeaderToStream,
+        &V::writeBodyToStream, &V::appendElementToStream, &V::writeFooterToStream);
 }
 
 template <class C, class T>
@@ -105,87 +100,61 @@ std::size_t expectContainerSlots() {
                        &C::setAndDeleteTopElementPointer, &C::setTopElementContainerToThis);
 }
 
-TEST(SlotOrder, Functions) {
+TEST(SlotOrder, FunctionsAndTools) {
     using F = KrPowellsQuarticFunction;
     expectSlots(2, &F::evaluate, &F::evaluateMultiple, &F::domainDim, &F::multiplier,
                 &F::setMultiplier);
+    using R = KrRandomTensorTool;
+    expectSlots(2, &R::setRandomSeed, &R::numRandomSamples, &R::setNumRandomSamples,
+                &R::getGaussianRandomArray);
+    using G = KrGaussQuadrature;
+    expectSlots(expectCompoundSlots<G>(), &G::order, &G::setOrder, &G::integrate,
+                &G::obtainAbscissasAndWeights);
 }
 
-TEST(SlotOrder, RandomTensorTool) {
-    using T = KrRandomTensorTool;
-    expectSlots(2, &T::setRandomSeed, &T::numRandomSamples, &T::setNumRandomSamples,
-                &T::getGaussianRandomArray);
-}
-
-TEST(SlotOrder, NelderMead) {
-    using T = KrNelderMeadOptimizer;
-    expectSlots(expectOptimizerSlots<T>(), &T::alpha, &T::setAlpha, &T::beta, &T::setBeta,
-                &T::gamma, &T::setGamma, &T::sigma, &T::setSigma, &T::stoppingThreshold,
-                &T::setStoppingThreshold, &T::maxTotalSteps, &T::setMaxTotalSteps,
-                &T::maxFunctionEvaluations, &T::setMaxFunctionEvaluations, &T::restartCheckPeriod,
-                &T::setRestartCheckPeriod, &T::eta, &T::setEta, &T::maxExpansionSteps,
-                &T::setMaxExpansionSteps, &T::simplexEdgeLengths, &T::setSimplexEdgeLengths,
-                &T::defaultSimplexEdgeLength, &T::setDefaultSimplexEdgeLength, &T::initialize,
-                &T::singleStep, &T::exchangeHighVertex, &T::exchangeHighVertexAndContract,
-                &T::findMaxAndMin, &T::calculateVertexMeanExcludingMaxPoint, &T::restartIfNeeded);
-}
-
-TEST(SlotOrder, HookeJeeves) {
-    using T = KrHookeJeevesOptimizer;
-    expectSlots(expectOptimizerSlots<T>(), &T::reductionFactor, &T::setReductionFactor,
-                &T::minTotalReduction, &T::setMinTotalReduction, &T::maxFunctionEvaluations,
-                &T::setMaxFunctionEvaluations, &T::edgeLengths, &T::setEdgeLengths,
-                &T::defaultEdgeLength, &T::setDefaultEdgeLength, &T::directionsMode,
-                &T::setDirectionsMode, &T::initialize, &T::newExploratoryMove, &T::transitionalMove,
-                &T::patternContraction, &T::explore, &T::initializeDirections,
-                &T::updateDirections);
-}
-
-TEST(SlotOrder, MultidirectionalSearch) {
-    using T = KrMultidirectionalSearchOptimizer;
-    expectSlots(expectOptimizerSlots<T>(), &T::alpha, &T::setAlpha, &T::beta, &T::setBeta,
-                &T::gamma, &T::setGamma, &T::stoppingThreshold, &T::setStoppingThreshold,
-                &T::maxFunctionEvaluations, &T::setMaxFunctionEvaluations, &T::simplexEdgeLengths,
-                &T::setSimplexEdgeLengths, &T::defaultSimplexEdgeLength,
-                &T::setDefaultSimplexEdgeLength, &T::initialize, &T::singleStep, &T::findMaxAndMin,
-                &T::findMinIndex, &T::setNewData);
-}
-
-TEST(SlotOrder, ImplicitFiltering) {
-    using T = KrImplicitFilteringOptimizer;
-    expectSlots(expectOptimizerSlots<T>(), &T::lineSearchAlpha, &T::setLineSearchAlpha,
-                &T::lineSearchBeta, &T::setLineSearchBeta, &T::lineSearchMaxIterations,
-                &T::setLineSearchMaxIterations, &T::tau, &T::setTau, &T::maxFunctionEvaluations,
-                &T::setMaxFunctionEvaluations, &T::simplexEdgeLengths, &T::setSimplexEdgeLengths,
-                &T::defaultSimplexEdgeLength, &T::setDefaultSimplexEdgeLength,
-                &T::simplexScaleFactor, &T::setSimplexScaleFactor,
-                &T::lineSearchInitialLambdaMultiplier, &T::setLineSearchInitialLambdaMultiplier,
-                &T::initialize, &T::singleStep, &T::findMaxAndMin, &T::findMinIndex);
-}
-
-TEST(SlotOrder, Sequence) {
-    using T = KrSequenceOptimizer;
-    expectSlots(expectOptimizerSlots<T>(), &T::numberPasses, &T::setNumberPasses,
-                &T::optimizerSequence, &T::setOptimizerSequence, &T::executeInParallel,
-                &T::setExecuteInParallel);
-}
-
-TEST(SlotOrder, OptimizerVector) {
-    using T = KrScalarMultivariableOptimizerVector;
-    using E = KrScalarMultivariableOptimizer;
-    expectSlots(
-        expectVariableCompoundSlots<T>(), static_cast<E const& (T::*)(KrU32) const>(&T::operator[]),
-        static_cast<E& (T::*)(KrU32)>(&T::operator[]), &T::exchange,
-        static_cast<bool (T::*)(KrU32)>(&T::erase),
-        static_cast<bool (T::*)(KrU32, KrU32)>(&T::erase), &T::pushBack, &T::vectorContainer,
-        &T::reserve, &T::resize, &T::clear, &T::assign, &T::size, &T::writeHeaderToStream,
-        &T::writeBodyToStream, &T::appendElementToStream, &T::writeFooterToStream);
-}
-
-TEST(SlotOrder, OptimizerContainer) {
-    using T = KrScalarMultivariableOptimizerContainer;
-    expectSlots(expectContainerSlots<T, KrScalarMultivariableOptimizer>(), &T::findMinimum,
-                &T::findMaximum);
+TEST(SlotOrder, Optimizers) {
+    using N = KrNelderMeadOptimizer;
+    expectSlots(expectOptimizerSlots<N>(), &N::alpha, &N::setAlpha, &N::beta, &N::setBeta,
+                &N::gamma, &N::setGamma, &N::sigma, &N::setSigma, &N::stoppingThreshold,
+                &N::setStoppingThreshold, &N::maxTotalSteps, &N::setMaxTotalSteps,
+                &N::maxFunctionEvaluations, &N::setMaxFunctionEvaluations, &N::restartCheckPeriod,
+                &N::setRestartCheckPeriod, &N::eta, &N::setEta, &N::maxExpansionSteps,
+                &N::setMaxExpansionSteps, &N::simplexEdgeLengths, &N::setSimplexEdgeLengths,
+                &N::defaultSimplexEdgeLength, &N::setDefaultSimplexEdgeLength, &N::initialize,
+                &N::singleStep, &N::exchangeHighVertex, &N::exchangeHighVertexAndContract,
+                &N::findMaxAndMin, &N::calculateVertexMeanExcludingMaxPoint, &N::restartIfNeeded);
+    using H = KrHookeJeevesOptimizer;
+    expectSlots(expectOptimizerSlots<H>(), &H::reductionFactor, &H::setReductionFactor,
+                &H::minTotalReduction, &H::setMinTotalReduction, &H::maxFunctionEvaluations,
+                &H::setMaxFunctionEvaluations, &H::edgeLengths, &H::setEdgeLengths,
+                &H::defaultEdgeLength, &H::setDefaultEdgeLength, &H::directionsMode,
+                &H::setDirectionsMode, &H::initialize, &H::newExploratoryMove, &H::transitionalMove,
+                &H::patternContraction, &H::explore, &H::initializeDirections,
+                &H::updateDirections);
+    using M = KrMultidirectionalSearchOptimizer;
+    expectSlots(expectOptimizerSlots<M>(), &M::alpha, &M::setAlpha, &M::beta, &M::setBeta,
+                &M::gamma, &M::setGamma, &M::stoppingThreshold, &M::setStoppingThreshold,
+                &M::maxFunctionEvaluations, &M::setMaxFunctionEvaluations, &M::simplexEdgeLengths,
+                &M::setSimplexEdgeLengths, &M::defaultSimplexEdgeLength,
+                &M::setDefaultSimplexEdgeLength, &M::initialize, &M::singleStep, &M::findMaxAndMin,
+                &M::findMinIndex, &M::setNewData);
+    using I = KrImplicitFilteringOptimizer;
+    expectSlots(expectOptimizerSlots<I>(), &I::lineSearchAlpha, &I::setLineSearchAlpha,
+                &I::lineSearchBeta, &I::setLineSearchBeta, &I::lineSearchMaxIterations,
+                &I::setLineSearchMaxIterations, &I::tau, &I::setTau, &I::maxFunctionEvaluations,
+                &I::setMaxFunctionEvaluations, &I::simplexEdgeLengths, &I::setSimplexEdgeLengths,
+                &I::defaultSimplexEdgeLength, &I::setDefaultSimplexEdgeLength,
+                &I::simplexScaleFactor, &I::setSimplexScaleFactor,
+                &I::lineSearchInitialLambdaMultiplier, &I::setLineSearchInitialLambdaMultiplier,
+                &I::initialize, &I::singleStep, &I::findMaxAndMin, &I::findMinIndex);
+    using S = KrSequenceOptimizer;
+    expectSlots(expectOptimizerSlots<S>(), &S::numberPasses, &S::setNumberPasses,
+                &S::optimizerSequence, &S::setOptimizerSequence, &S::executeInParallel,
+                &S::setExecuteInParallel);
+    expectVectorSlots<KrScalarMultivariableOptimizerVector, KrScalarMultivariableOptimizer>();
+    using C = KrScalarMultivariableOptimizerContainer;
+    expectSlots(expectContainerSlots<C, KrScalarMultivariableOptimizer>(), &C::findMinimum,
+                &C::findMaximum);
 }
 
 TEST(SlotOrder, ScalarFunctionsAndUnitaryMaps) {
@@ -237,15 +206,7 @@ TEST(SlotOrder, Constraints) {
     expectSlots(expectContainerSlots<C, KrBaseMultivariableConstraint>(),
                 evaluateOf<C, KrRealVector>, evaluateOf<C, KrXmlRealVector>,
                 gradientOf<C, KrRealVector>, gradientOf<C, KrXmlRealVector>);
-    using V = KrMultivariableConstraintVector;
-    using T = KrBaseMultivariableConstraint;
-    expectSlots(
-        expectVariableCompoundSlots<V>(), static_cast<T const& (V::*)(KrU32) const>(&V::operator[]),
-        static_cast<T& (V::*)(KrU32)>(&V::operator[]), &V::exchange,
-        static_cast<KrBoolean (V::*)(KrU32)>(&V::erase),
-        static_cast<KrBoolean (V::*)(KrU32, KrU32)>(&V::erase), &V::pushBack, &V::vectorContainer,
-        &V::reserve, &V::resize, &V::clear, &V::assign, &V::size, &V::writeHeaderToStream,
-        &V::writeBodyToStream, &V::appendElementToStream, &V::writeFooterToStream);
+    expectVectorSlots<KrMultivariableConstraintVector, KrBaseMultivariableConstraint>();
 }
 
 TEST(SlotOrder, VectorSearchAndInterpolator) {
@@ -263,24 +224,20 @@ TEST(SlotOrder, VectorSearchAndInterpolator) {
                 &I::initBounds, &I::initLimitOrExtrapolate);
 }
 
-TEST(SlotOrder, TableFunctionVectorSearch) {
-    using T = KrTableFunctionVectorSearch;
-    expectSlots(expectCompoundSlots<T>(), &T::init,
-                static_cast<void (T::*)(KrRealVector const&)>(&T::independentVector),
-                static_cast<void (T::*)(T::BOUNDARY_OPTION const&)>(&T::lowerBoundaryOption),
-                static_cast<void (T::*)(T::BOUNDARY_OPTION const&)>(&T::upperBoundaryOption),
-                static_cast<void (T::*)(T::SEARCH_OPTION const&)>(&T::searchOption), &T::dimension);
-}
-
-template <class C>
+template <class T>
 std::size_t expectCompositeSlots() {
-    using T = C;
     return expectSlots(expectElementSlots<T>(), &T::evaluate, &T::bounds, &T::limitOrExtrapolate,
                        &T::initBounds, &T::initLimitOrExtrapolate, &T::isInBounds,
                        &T::ableToExtrap);
 }
 
-TEST(SlotOrder, CompositeFunctions) {
+TEST(SlotOrder, TablesAndCompositeFunctions) {
+    using V = KrTableFunctionVectorSearch;
+    expectSlots(expectCompoundSlots<V>(), &V::init,
+                static_cast<void (V::*)(KrRealVector const&)>(&V::independentVector),
+                static_cast<void (V::*)(V::BOUNDARY_OPTION const&)>(&V::lowerBoundaryOption),
+                static_cast<void (V::*)(V::BOUNDARY_OPTION const&)>(&V::upperBoundaryOption),
+                static_cast<void (V::*)(V::SEARCH_OPTION const&)>(&V::searchOption), &V::dimension);
     using B = KrCompositeFunctionBranch;
     expectSlots(expectCompositeSlots<B>(), &B::left, &B::setLeft, &B::right, &B::setRight);
     using T = KrTableFunctionInterpolator;
@@ -288,12 +245,6 @@ TEST(SlotOrder, CompositeFunctions) {
                 &T::independentDataPushBack);
     using C = KrCompositeFunctionContainer;
     expectSlots(expectContainerSlots<C, KrCompositeFunctionElement>(), &C::evaluate, &C::bounds);
-}
-
-TEST(SlotOrder, GaussQuadrature) {
-    using T = KrGaussQuadrature;
-    expectSlots(expectCompoundSlots<T>(), &T::order, &T::setOrder, &T::integrate,
-                &T::obtainAbscissasAndWeights);
 }
 
 }  // namespace

@@ -5,26 +5,24 @@
 #include "foundation/xml/KrXmlCompoundType.h"
 #include "function/object/KrCreators.h"
 #include "tests/support/CapturedMessages.h"
+#include "tests/support/Files.h"
 #include "tests/support/XmlLint.h"
 
 #include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string content(fs::path const& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+fs::path const source = ZEIBREKU_SOURCE_DIR;
 
 // What stands in blocks fenced as XML.
-std::vector<std::string> samples(fs::path const& path) {
+std::vector<std::string> samples() {
+    std::string text = content(source / "README.md");
+    for (auto const& file : fs::recursive_directory_iterator(source / "docs")) {
+        text += file.path().extension() == ".md" ? content(file.path()) : "";
+    }
     std::string const fence = "\n```";
-    std::string const text = content(path);
     std::vector<std::string> found;
     for (std::size_t at = 0; (at = text.find(fence + "xml\n", at)) != std::string::npos;) {
         at += fence.size() + 4;
@@ -33,21 +31,11 @@ std::vector<std::string> samples(fs::path const& path) {
     return found;
 }
 
-fs::path const source = ZEIBREKU_SOURCE_DIR;
-
 TEST(Documentation, SamplesAreRead) {
     KrXmlFactory const factory = KrCreators::factory();
     XmlLint const lint(KrXml::schemaToString(factory));
     std::string seen;
-    std::vector<std::string> found = samples(source / "README.md");
-    for (auto const& file : fs::recursive_directory_iterator(source / "docs")) {
-        if (file.path().extension() == ".md") {
-            for (std::string const& sample : samples(file.path())) {
-                found.push_back(sample);
-            }
-        }
-    }
-    for (std::string const& sample : found) {
+    for (std::string const& sample : samples()) {
         CapturedMessages const captured;
         EXPECT_TRUE(KrXml::fromString(sample, factory)) << sample;
         EXPECT_EQ(captured.text(), "") << sample;
@@ -71,35 +59,37 @@ std::string defaultText(KrXmlObject const& component) {
     return document.substr(begin, document.rfind("</") - begin);
 }
 
-TEST(Documentation, TablesHoldEveryComponent) {
+TEST(Documentation, TablesHoldTheComponentsInTheirOrderWithTheirDefaults) {
     std::string const text = content(source / "docs" / "xml-format.md");
+    std::string const rowStart = "\n| `";
     KrXmlFactory const factory = KrCreators::factory();
     for (auto const& [token, creator] : factory.creatorMap()) {
         std::unique_ptr<KrXmlObject> const object(creator());
         std::string const heading = "\n### `" + std::string(token.localName()) + "`\n";
-        std::size_t at = text.find(heading);
+        std::size_t const at = text.find(heading);
         ASSERT_NE(at, std::string::npos) << heading;
         std::string const section = text.substr(at, text.find("\n### ", at + 1) - at);
         std::size_t row = 0;
-        auto* const element = dynamic_cast<KrXmlCompoundType*>(object.get());
-        if (!element) {
-            EXPECT_NE(section.find("No components"), std::string::npos) << heading;
-            continue;
-        }
-        element->xmlInit();
-        for (auto const* const map :
-             {&element->componentMap(), &element->attributeComponentMap()}) {
-            for (auto const& component : *map) {
+        auto const expectRows = [&](KrXmlComponentMap const& components, bool areAttributes) {
+            for (auto const& component : components) {
+                row = section.find(rowStart, row + 1);
+                ASSERT_NE(row, std::string::npos) << heading << component.token;
+                std::string const line = section.substr(row, section.find('\n', row + 1) - row);
                 std::string const name =
-                    "\n| `" + std::string(component.token.localName()) + "` | ";
-                row = section.find(name, row + 1);  // in their order
-                ASSERT_NE(row, std::string::npos) << heading << name;
-                std::string const line = section.substr(row + 1, section.find('\n', row + 1) - row);
+                    rowStart + std::string(component.token.localName()) + "` | ";
+                EXPECT_TRUE(line.starts_with(name)) << line << " is not of " << component.token;
+                EXPECT_EQ(line.starts_with(name + "attribute"), areAttributes) << line;
                 EXPECT_NE(line.find(" | " + defaultText(*component.object) + " | "),
                           std::string::npos)
                     << line;
             }
+        };
+        if (auto* const element = dynamic_cast<KrXmlCompoundType*>(object.get())) {
+            element->xmlInit();
+            expectRows(element->componentMap(), false);
+            expectRows(element->attributeComponentMap(), true);
         }
+        EXPECT_EQ(section.find(rowStart, row + 1), std::string::npos) << heading;
     }
 }
 
