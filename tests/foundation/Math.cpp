@@ -41,7 +41,7 @@ TEST(Random, TheEngineIsTheStandardOne) {
 }
 
 // Moments and tails of a sample: each bound is about five standard errors.
-TEST(Random, NormalsAreNormalAndUniformsUniform) {
+TEST(Random, NormalsAreNormal) {
     KrRandom::seed(7);
     constexpr KrU32 count = 200'000;
     KrRealVector const z = KrRandom::normalRandoms(0.0, 1.0, count);
@@ -58,13 +58,6 @@ TEST(Random, NormalsAreNormalAndUniformsUniform) {
     EXPECT_NEAR(moments[3], 0.0, 0.045);
     EXPECT_NEAR(moments[4], 3.0, 0.11);
     EXPECT_NEAR(beyondTwo, 0.0455, 0.0024);
-    double sum = 0.0;
-    for (KrU32 i = 0; i < count; ++i) {
-        double const u = KrMath::unifRand();
-        ASSERT_TRUE(u >= 0.0 && u < 1.0);
-        sum += u / count;
-    }
-    EXPECT_NEAR(sum, 0.5, 0.0035);
 }
 
 TEST(ReArray, ResizesKeepingOrFilling) {
@@ -79,15 +72,6 @@ TEST(ReArray, ResizesKeepingOrFilling) {
     EXPECT_EQ(KrReArray().numRows(), 0U);
 }
 
-KrReArray arrayOf(std::vector<KrRealVector> const& rows) {
-    KrReArray array(static_cast<KrU32>(rows.size()),
-                    rows.empty() ? 0 : static_cast<KrU32>(rows[0].size()));
-    for (KrU32 i = 0; i < array.numRows(); ++i) {
-        array[i] = rows[i];
-    }
-    return array;
-}
-
 TEST(ReArray, CholeskyFactors) {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     struct {
@@ -100,13 +84,17 @@ TEST(ReArray, CholeskyFactors) {
          true},
         // The second pivot is zero: its column is left out, the rest goes on.
         {{{1, 1, 1}, {1, 1, 1}, {1, 1, 5}}, {{1, 0, 0}, {1, 0, 0}, {1, 0, 2}}, false},
-        {{{0, 0}, {0, 0}}, {{0, 0}, {0, 0}}, false},
         {{{nan, 0}, {1, 4}}, {{0, 0}, {0, 2}}, false},
         {{{4, 1, 1}, {2, 5, 1}}, {{2, 0}, {1, 2}}, false},  // not square
         {{}, {}, true},
     };
     for (auto const& test : cases) {
-        KrReArray array = arrayOf(test.matrix);
+        std::vector<KrRealVector> const& rows = test.matrix;
+        KrReArray array(static_cast<KrU32>(rows.size()),
+                        static_cast<KrU32>(rows.empty() ? 0 : rows[0].size()));
+        for (KrU32 i = 0; i < array.numRows(); ++i) {
+            array[i] = rows[i];
+        }
         EXPECT_EQ(array.choleskyDecomposition(array), test.positiveDefinite);  // in place
         EXPECT_EQ(array.rows(), test.factor);
     }
