@@ -96,7 +96,6 @@ TEST(ElementVector, IsEditedAsItSays) {
         NamedVector vector = vectorOf(row.start);
         row.edit(vector);
         EXPECT_EQ(vector.names(), row.names) << row.start;
-        EXPECT_EQ(vector.size(), std::string(row.names).size());
         EXPECT_EQ(captured.text(), "");
         NamedVector copy = vectorOf("Z");
         copy = vector;
@@ -120,30 +119,27 @@ TEST(ElementVector, IsEditedAsItSays) {
 TEST(ElementVector, ReportsABadIndexAndChangesNothing) {
     std::string const prefix = "KrXmlVariableVectorType<ElementType>::";
     std::string const attempt = "Will attempt to return the first vector element.\n";
-    auto const first = [](Named const& element) { return element.name_.value() == "A"; };
     struct {
-        bool (*call)(NamedVector&, bool (*)(Named const&));
+        bool (*call)(NamedVector&);
         std::string text;
         char const* operation;
     } const cases[] = {
-        {[](NamedVector& v, auto is) { return is(v[7]); }, "bad index\n" + attempt, "operator[]"},
-        {[](NamedVector& v, auto is) { return is(std::as_const(v)[7]); },
+        {[](NamedVector& v) { return &v[7] == &v[0]; }, "bad index\n" + attempt, "operator[]"},
+        {[](NamedVector& v) { return &std::as_const(v)[7] == &v[0]; },
          prefix + "operator[]: bad index\n" + attempt, "operator[]"},
-        {[](NamedVector& v, auto) { return !v.exchange(5, Named('X')); },
+        {[](NamedVector& v) { return !v.exchange(5, Named('X')); },
          prefix + "exchange: bad index, 5\n", "exchange("},
-        {[](NamedVector& v, auto) { return !v.erase(5); }, prefix + "erase: bad index, 5\n",
-         "erase("},
-        {[](NamedVector& v, auto) { return !v.erase(2, 2); },
+        {[](NamedVector& v) { return !v.erase(5); }, prefix + "erase: bad index, 5\n", "erase("},
+        {[](NamedVector& v) { return !v.erase(2, 2); },
          prefix + "erase: bad first/last indices: 2/2\n", "erase("},
-        {[](NamedVector& v, auto) { return !v.erase(0, 5); },
+        {[](NamedVector& v) { return !v.erase(0, 5); },
          prefix + "erase: bad first/last indices: 0/5\n", "erase("},
     };
     for (auto const& row : cases) {
         NamedVector vector = vectorOf("ABCDE");
         CapturedMessages const captured;
-        EXPECT_TRUE(row.call(vector, first)) << row.text;
+        EXPECT_TRUE(row.call(vector)) << row.text;
         EXPECT_EQ(captured.text(), row.text);
-        EXPECT_EQ(captured.messages.size(), row.text.ends_with(attempt) ? 2U : 1U);
         for (auto const& message : captured.messages) {
             EXPECT_EQ(static_cast<int>(message.type), 4);
             EXPECT_NE(message.context.find(row.operation), std::string::npos) << message.context;
@@ -163,27 +159,24 @@ TEST(ElementVector, ReadsAndWritesInDocumentOrder) {
     NamedVector vector = vectorOf("ABC");
     vector.erase(0, 1);
     vector.exchange(1, Named('<'));
-    std::string const text = KrXml::toString(vector);
-    EXPECT_EQ(text,
+    EXPECT_EQ(KrXml::toString(vector),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
               "<namedVector xmlns=\"urn:zeibreku:function#\" count=\"2\">\n"
               "  <named>\n    <alpha>&lt;</alpha>\n  </named>\n</namedVector>\n");
 
-    std::string const root = "<namedVector xmlns='urn:zeibreku:function#' count='4294967295'>";
-    auto const named = [](char const* tag, char name) {
-        return std::string("<") + tag + "><alpha>" + name + "</alpha></" + tag + ">";
-    };
+    std::string const document =
+        "<namedVector xmlns='urn:zeibreku:function#' count='4294967295'>"
+        "<named><alpha>P</alpha></named><other><alpha>Q</alpha></other>"
+        "<foreign><alpha>R</alpha></foreign></namedVector>";
     KrXmlFactory factory;
     factory.registerCreator(otherToken, Other::creator);
     factory.registerCreator(foreignToken, Other::creator);
-    std::string const children =
-        named("named", 'P') + named("other", 'Q') + named("foreign", 'R') + "</namedVector>";
-    ASSERT_TRUE(KrXml::fromString(root + children, vector, &factory));
+    ASSERT_TRUE(KrXml::fromString(document, vector, &factory));
     EXPECT_EQ(vector.names(), "PQR");
     EXPECT_LT(vector.vectorContainer().capacity(), 10000U);  // the count is no more than a hint
 
     // Without the factory the two are unknown: they add nothing and are reported.
-    std::istringstream stream(root + children);
+    std::istringstream stream(document);
     KrXmlReader reader(stream);
     CapturedMessages const captured;
     EXPECT_FALSE(vector.read(reader));
@@ -205,13 +198,13 @@ TEST(ElementVector, ReadsAndWritesInDocumentOrder) {
 TEST(ElementVector, IsWrittenPieceByPiece) {
     NamedVector const vector = vectorOf("AB");
     std::ostringstream stream;
+    stream.setstate(std::ios::failbit);
     KrXmlWriter* writer = nullptr;
+    EXPECT_FALSE(vector.writeHeaderToStream(stream, writer, "", vectorToken));
+    EXPECT_EQ(writer, nullptr);
     EXPECT_FALSE(vector.writeBodyToStream(writer));
     EXPECT_FALSE(vector.appendElementToStream(writer, vector[0]));
     EXPECT_FALSE(vector.writeFooterToStream(writer));
-    stream.setstate(std::ios::failbit);
-    EXPECT_FALSE(vector.writeHeaderToStream(stream, writer, "", vectorToken));
-    EXPECT_EQ(writer, nullptr);
     stream.clear();
     ASSERT_TRUE(vector.writeHeaderToStream(stream, writer, "by pieces", vectorToken));
     EXPECT_TRUE(vector.writeBodyToStream(writer));
