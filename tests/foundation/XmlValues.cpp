@@ -94,8 +94,9 @@ TEST(XmlValues, AValueHoldsTextAlone) {
 
 TEST(XmlValues, EveryDoubleReadsBackToTheSameBits) {
     KrXmlRealVector reals;
-    for (double const value : {0.0, -0.0, 0.1, 1e-5, 1e22, 5e-324, 1.7976931348623157e308,
-                               std::numeric_limits<double>::infinity()}) {
+    for (double const value :
+         {0.0, -0.0, 0.1, 1e-5, 1e22, 5e-324, 1.7976931348623157e308,
+          std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()}) {
         reals.pushBack(Real(value));
     }
     std::mt19937_64 engine(3);
@@ -124,7 +125,7 @@ TEST(XmlValues, StringsReadBackAsTheyAre) {
     // What XML cannot carry is refused rather than written wrong.
     for (std::string const& text :
          {std::string("a\0b", 3), std::string("\x01"), std::string("\xC3"), std::string("\xC0\x80"),
-          std::string("\xED\xA0\x80"), std::string("\xF5\x80\x80\x80"),
+          std::string("\xE0\x80\x80"), std::string("\xED\xA0\x80"), std::string("\xF5\x80\x80\x80"),
           std::string("\xEF\xBF\xBF")}) {
         CapturedMessages const captured;
         EXPECT_EQ(KrXml::toString(Text(text)), "");
