@@ -229,11 +229,14 @@ TEST(XmlClients, NoFailureIsLeftUnsaid) {
               "<string>:1:1: ramp: expected a ramp that can be read, found another\n"
               "cannot be written: element ramp\n"
               "cannot be written: element item\n");
-    std::ostringstream stream;
-    KrXmlWriter writer("", stream);
-    writer.startElement(KrToken("urn:a#b c"));
-    EXPECT_FALSE(writer.good());
-    EXPECT_EQ(captured.messages.back().text, "cannot be written: element name \"urn:a#b c\"\n");
+    for (std::string const name : {"b c", "a:b", "-a", "1", "\xFF", "\xC3\x97", "\xE2\x80\xA8", "",
+                                   "a-1.b_\xC3\xA9\xCE\xB1"}) {
+        std::ostringstream stream;
+        KrXmlWriter writer("", stream);
+        writer.startElement(KrToken("urn:a#" + name));
+        EXPECT_EQ(writer.good(), name.starts_with("a-1")) << name;
+    }
+    EXPECT_EQ(captured.messages.back().text, "cannot be written: element name \"urn:a#\"\n");
 }
 
 // An element that holds a container keeps what its client registered there.
