@@ -37,8 +37,8 @@ public:
     /// so that nothing else gets another coefficient.
     void setCoefficient(KrU32 row, KrU32 column, double value) {
         Key const key = keyOf(row, column);
-        pad(key);
-        bool const indexed = !areFew();
+        // Once there are repetitions of the key, nothing may fail before it has its value.
+        bool const indexed = !pad(key) && !areFew();
         KrU32 position;
         if (indexed) {
             if (!index_.isBuilt() || index_.isWorn()) {
@@ -59,10 +59,12 @@ public:
             coefficients_[position] = value;
             return;
         }
-        if (indexed) {
-            index_.append(key, indices_.size());
-        }
+        // In this order, so that what fails leaves the key without a coefficient, which
+        // reads as 0.0.
         indices_.pushBack(itemOf(key));
+        if (indexed) {
+            index_.append(key, indices_.size() - 1);
+        }
         coefficients_.pushBack(KrXmlBasicType<double>(value));
     }
 
@@ -138,17 +140,20 @@ private:
         return position < coefficients_.size() ? coefficients_[position].value() : 0.0;
     }
 
-    void pad(Key key) {
+    // Whether there was anything to pad, which leaves no index.
+    bool pad(Key key) {
         if (indices_.size() == coefficients_.size()) {
-            return;
+            return false;
         }
         dropIndex();
+        indices_.reserve(coefficients_.size());
         while (indices_.size() < coefficients_.size()) {
             indices_.pushBack(itemOf(key));
         }
         while (coefficients_.size() < indices_.size()) {
             coefficients_.pushBack(KrXmlBasicType<double>(0.0));
         }
+        return true;
     }
 
     void build() const {
@@ -160,7 +165,7 @@ private:
         index_.build(keys, {coefficients_.begin(), coefficients_.end()});
     }
 
+    mutable KrCoefficientIndex index_;  // ahead of the lists: an assignment drops it first
     KrXmlVectorType<Item> indices_;
     KrXmlRealVector coefficients_;
-    mutable KrCoefficientIndex index_;
 };
