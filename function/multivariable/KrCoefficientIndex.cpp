@@ -21,12 +21,13 @@ bool KrCoefficientIndex::maySkipZeros(double start, std::vector<double> const& x
 }
 
 void KrCoefficientIndex::build(std::vector<Key> const& keys, std::vector<double> const& values) {
+    clear();  // until the last line
     rows_.clear();
     keys_.clear();
     coefficients_.clear();
     positions_.clear();
     appended_.clear();
-    leadingRows_ = 0;
+    KrU32 leadingRows = 0;
     std::vector<KrU32> order(keys.size());
     std::iota(order.begin(), order.end(), 0);
     if (!std::is_sorted(keys.begin(), keys.end())) {
@@ -45,7 +46,7 @@ void KrCoefficientIndex::build(std::vector<Key> const& keys, std::vector<double>
             continue;
         }
         if (rows_.empty() || rows_.back().number != row) {
-            leadingRows_ += row == rows_.size() ? 1 : 0;
+            leadingRows += row == rows_.size() ? 1 : 0;
             rows_.push_back({row, static_cast<KrU32>(keys_.size()), column, 0});
         }
         rows_.back().run += column == rows_.back().firstColumn + rows_.back().run ? 1 : 0;
@@ -54,6 +55,7 @@ void KrCoefficientIndex::build(std::vector<Key> const& keys, std::vector<double>
         positions_.push_back(position);
     }
     rows_.push_back({none, static_cast<KrU32>(keys_.size()), none, 0});
+    leadingRows_ = leadingRows;
     built_ = true;
 }
 
