@@ -155,16 +155,21 @@ void KrInterpolator<Value>::swap(KrInterpolator& other) noexcept {
 
 template <class Value>
 void KrInterpolator<Value>::measure() const {
-    Grid& grid = *grid_;
-    grid = Grid();
+    Grid grid = measured();
+    result_->resize(tables_.size());
+    *grid_ = std::move(grid);
+}
+
+template <class Value>
+auto KrInterpolator<Value>::measured() const -> Grid {
+    Grid grid;
     grid.measured = true;
     grid.coordinates = searches_.size();
     grid.evaluateAtPoint = answerNaN<AtPoint>;
     grid.evaluateAtLast = answerNaN<AtLast>;
-    result_->resize(tables_.size());
     std::size_t const points = pointCount(searches_);
     if (tables_.empty() || points == 0 || points == largest) {
-        return;
+        return grid;
     }
     std::size_t stride = 1;
     for (std::size_t d = 0; d < searches_.size(); ++d) {
@@ -179,12 +184,12 @@ void KrInterpolator<Value>::measure() const {
     // The corners of a cell lie apart, so that a table of fewer values lacks one.
     std::size_t const axisCount = grid.axes.size();
     if (std::size_t{1} << axisCount > longest.size()) {
-        return;
+        return grid;
     }
     grid.evaluateAtPoint = roadOf<AtPoint>(axisCount);
     grid.evaluateAtLast = roadOf<AtLast>(axisCount);
     if (axisCount < manyAxes) {
-        return;
+        return grid;
     }
     grid.offsets = {0};
     for (std::size_t a = 0; a + 1 < axisCount; ++a) {
@@ -195,6 +200,7 @@ void KrInterpolator<Value>::measure() const {
         }
     }
     grid.weights.resize(grid.offsets.size());
+    return grid;
 }
 
 template <class Value>

@@ -46,7 +46,12 @@ public:
 
     KrInterpolator() = default;
     KrInterpolator(KrInterpolator const&) = default;
-    KrInterpolator& operator=(KrInterpolator const&) = default;
+    /// Takes everything, or nothing when memory runs out.
+    KrInterpolator& operator=(KrInterpolator const& source) {
+        KrInterpolator copy(source);
+        swap(copy);
+        return *this;
+    }
     /// The source gets what this one held, so that it can be used as before.
     KrInterpolator(KrInterpolator&& source) noexcept { swap(source); }
     /// The two change places.
@@ -143,6 +148,7 @@ private:
 
     void swap(KrInterpolator& other) noexcept;
     void measure() const;
+    Grid measured() const;
     std::vector<Value> const& evaluateUnprepared(std::vector<Value> const& point) const;
     template <class Locate>
     static Road<Locate> roadOf(std::size_t axisCount);
