@@ -8,7 +8,21 @@
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
+
+// Marks a map as registered while it is filled, since who fills it may look at it,
+// and from then on unless that fails.
+template <class Fill>
+void registerOnce(bool& registered, Fill fill) {
+    registered = true;
+    try {
+        fill();
+    } catch (...) {
+        registered = false;
+        throw;
+    }
 }
+
+}  // namespace
 
 void KrXmlComponentMap::add(KrToken const& token, KrXmlObject* object, bool readOnly) {
     entries_.push_back({token, object, readOnly});
@@ -147,8 +161,8 @@ KrXmlComponentMap& KrXmlCompoundType::attributeComponentMap() {
 
 KrXmlComponentMap& KrXmlCompoundType::specialDescriptorMap() {
     if (!maps().specialsRegistered) {
-        maps().specialsRegistered = true;
-        createSpecialDescriptorMap();
+        maps().specials.clear();  // of a registration that failed
+        registerOnce(maps().specialsRegistered, [this] { createSpecialDescriptorMap(); });
     }
     return maps().specials;
 }
@@ -199,8 +213,7 @@ void KrXmlCompoundType::newSpecialDescriptorMap() { maps().specials.clear(); }
 
 void KrXmlCompoundType::createComponentMap() {
     newComponentMap();
-    maps().registered = true;
-    registerComponents();
+    registerOnce(maps().registered, [this] { registerComponents(); });
 }
 
 void KrXmlCompoundType::createAttributeComponentMap() { createComponentMap(); }
