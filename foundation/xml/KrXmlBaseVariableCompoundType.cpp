@@ -69,13 +69,18 @@ KrXmlCreatorMap const& KrXmlBaseVariableCompoundType::creatorMap() const {
         // What can be created is no part of the value, which is why a const object
         // may have it registered.
         auto& self = const_cast<KrXmlBaseVariableCompoundType&>(*this);
-        self.creators_->registered = true;
-        KrXmlCreatorMap const added = std::move(self.creators_->map);
-        self.creators_->map.clear();
-        self.registerComponentCreators();
-        for (auto const& [token, creator] : added) {
-            self.registerComponentCreator(token, creator);  // a client's own come last
+        Creators& creators = *self.creators_;
+        KrXmlCreatorMap kept = std::exchange(creators.map, {});  // those of a client
+        creators.registered = true;  // who registers may look at the map
+        try {
+            self.registerComponentCreators();
+            kept.merge(creators.map);  // beside them, what they do not replace
+        } catch (...) {
+            creators.registered = false;
+            creators.map.swap(kept);
+            throw;
         }
+        creators.map.swap(kept);
     }
     return creators_->map;
 }
