@@ -62,10 +62,10 @@ public:
 
     void copyRow(std::size_t i, KrRealVector& row) const {
         double const* const panel = values_.data() + start(i / height) + i % height;
-        row.assign(size_, 0.0);
         for (std::size_t j = 0; j <= i; ++j) {
             row[j] = panel[j * height];
         }
+        std::fill(row.begin() + static_cast<std::ptrdiff_t>(i) + 1, row.end(), 0.0);
     }
 
 private:
@@ -120,19 +120,25 @@ void KrReArray::resizeArray(KrU32 rows, KrU32 columns) {
     if (rows == numRows() && columns == columns_) {
         return;
     }
-    rows_.resize(rows);
+    // Whatever fails, all rows have the length that the array says.
+    rows_.resize(std::min(rows, numRows()));
+    for (KrRealVector& row : rows_) {
+        row.reserve(columns);
+    }
     for (KrRealVector& row : rows_) {
         row.resize(columns);
     }
     columns_ = columns;
+    while (numRows() < rows) {
+        rows_.emplace_back(columns);
+    }
 }
 
 void KrReArray::resizeArrayAndFill(KrU32 rows, KrU32 columns, double value) {
-    rows_.resize(rows);
+    resizeArray(rows, columns);
     for (KrRealVector& row : rows_) {
-        row.assign(columns, value);
+        std::ranges::fill(row, value);
     }
-    columns_ = columns;
 }
 
 KrBoolean KrReArray::choleskyDecomposition(KrReArray& factor) const {
@@ -150,8 +156,7 @@ KrBoolean KrReArray::choleskyDecomposition(KrReArray& factor) const {
             }
         }
     }
-    factor.rows_.resize(n);
-    factor.columns_ = n;
+    factor.resizeArray(n, n);
     for (KrU32 i = 0; i < n; ++i) {
         panels.copyRow(i, factor.rows_[i]);
     }

@@ -15,6 +15,16 @@ public:
     /// `rows` rows of `columns` zeros.
     KrReArray(KrU32 rows, KrU32 columns) { resizeArray(rows, columns); }
 
+    KrReArray(KrReArray const&) = default;
+    KrReArray(KrReArray&&) noexcept = default;
+    /// Takes everything, or nothing when memory runs out.
+    KrReArray& operator=(KrReArray source) noexcept {
+        rows_.swap(source.rows_);
+        columns_ = source.columns_;
+        return *this;
+    }
+    ~KrReArray() = default;
+
     /// The number of points, where the array is a list of points.
     KrU32 numRows() const { return static_cast<KrU32>(rows_.size()); }
     /// The length of each row; that of a point.
