@@ -21,13 +21,13 @@ template <class Value>
 void KrVectorSearch<Value>::init(std::vector<Value> const& vector,
                                  BOUNDARY_OPTION lowerBoundaryOption,
                                  BOUNDARY_OPTION upperBoundaryOption, SEARCH_OPTION searchOption) {
+    auto const copy = std::make_shared<Value[]>(vector.size());  // before anything is changed
+    std::ranges::copy(vector, copy.get());
     *this = KrVectorSearch();
     lowerBoundaryOption_ = lowerBoundaryOption;
     upperBoundaryOption_ = upperBoundaryOption;
     searchOption_ = searchOption;
     size_ = vector.size();
-    auto const copy = std::make_shared<Value[]>(size_);
-    std::ranges::copy(vector, copy.get());
     vector_ = copy;
     if (size_ < 2) {
         return;
