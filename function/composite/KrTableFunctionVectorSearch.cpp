@@ -45,6 +45,9 @@ void KrTableFunctionVectorSearch::registerComponents() {
     registerAttributeComponent(KrFunction::KrIndSearchToken, &searchOption_);
     registerAttributeComponent(KrFunction::KrIndLowerBoundaryToken, &lowerBoundaryOption_);
     registerAttributeComponent(KrFunction::KrIndUpperBoundaryToken, &upperBoundaryOption_);
+}
+
+void KrTableFunctionVectorSearch::xmlInit() {
     for (auto* const boundary : {&lowerBoundaryOption_, &upperBoundaryOption_}) {
         boundary->setEnumString(KrVectorSearchEnums::LIMIT, KrFunction::KrBoundaryLimitToken);
         boundary->setEnumString(KrVectorSearchEnums::EXTRAPOLATE,
@@ -53,4 +56,5 @@ void KrTableFunctionVectorSearch::registerComponents() {
     searchOption_.setEnumString(KrVectorSearchEnums::LINEAR, KrFunction::KrSearchLinearToken);
     searchOption_.setEnumString(KrVectorSearchEnums::BISECTION, KrFunction::KrSearchBisectionToken);
     searchOption_.setEnumString(KrVectorSearchEnums::EQUAL_SPACED, KrFunction::KrSearchEqualToken);
+    KrTaggedElement::xmlInit();
 }

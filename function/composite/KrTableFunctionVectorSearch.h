@@ -59,6 +59,7 @@ public:
 
     KrBoolean read(KrXmlReader& reader) override;
     void registerComponents() override;
+    void xmlInit() override;
 
     bool operator==(KrTableFunctionVectorSearch const&) const = default;
 
