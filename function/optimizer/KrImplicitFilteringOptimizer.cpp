@@ -47,6 +47,7 @@ void KrImplicitFilteringOptimizer::initialize(double sign, KrScalarMultivariable
                                               KrRealVector const& start, double scale) const {
     State& s = *state_;
     KrU32 const n = f.domainDim();
+    s.values.clear();  // should the function throw, none may outlast its point
     KrSearch::seedStencil(n, start, simplexEdgeLengths(), defaultSimplexEdgeLength(), scale,
                           s.stencil);
     s.gradient.resize(n);
@@ -63,7 +64,8 @@ double KrImplicitFilteringOptimizer::singleStep(double sign, KrScalarMultivariab
     State& s = *state_;
     KrU32 const n = s.stencil.numColumns();
     done = false;
-    if (n == 0 || s.values.size() != s.stencil.numRows()) {  // no stencil was built yet
+    // No stencil was built yet.
+    if (n == 0 || s.values.empty() || s.values.size() != s.stencil.numRows()) {
         return 0.0;
     }
     Slope const slope = differenceGradient();

@@ -47,12 +47,14 @@ void KrMultidirectionalSearchOptimizer::initialize(double sign,
                                                    KrRealVector const& start, double scale) const {
     State& s = *state_;
     KrU32 const n = f.domainDim();
+    // Should the function throw, no value and no index may outlast its vertex.
+    s.values.clear();
+    s.minIndex = s.maxIndex = 0;
     KrSearch::seedSimplex(n, start, simplexEdgeLengths(), defaultSimplexEdgeLength(), scale,
                           s.simplex);
     for (TrialSet* trial : {&s.reflected, &s.expanded, &s.contracted}) {
         trial->points.resizeArray(n, n);
     }
-    s.minIndex = 0;  // a vertex that is there, should the function throw
     KrSearch::evaluateBatch(sign, f, s.simplex.rows(), s.values);
     *evaluations_ += n + std::uint64_t{1};
     findMaxAndMin();

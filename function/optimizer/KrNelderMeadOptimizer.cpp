@@ -283,16 +283,17 @@ void KrNelderMeadOptimizer::sumDistance(KrU32 vertex, KrU32 upTo) const {
 
 void KrNelderMeadOptimizer::Distances::measureFrom(KrU32 vertex, KrU32 count) {
     if (origin != vertex) {
-        origin = vertex;
+        origin = nowhere;
         sum.assign(count, 0.0);
         summed.assign(count, 0);
+        origin = vertex;
     }
 }
 
 void KrNelderMeadOptimizer::Distances::forget(KrU32 vertex) {
     if (vertex == origin) {
         origin = nowhere;
-    } else if (vertex < sum.size()) {
+    } else if (origin != nowhere && vertex < sum.size()) {
         sum[vertex] = 0.0;
         summed[vertex] = 0;
     }
