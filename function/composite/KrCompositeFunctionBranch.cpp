@@ -138,6 +138,8 @@ void KrCompositeFunctionBranch::writeSchema(KrXmlSchema& schema) const {
     schema.endGroup();
 }
 
+// The container alone creates children, and the reader's factory is not asked: what a
+// branch may hold is one list for the whole tree, which its schema shows.
 KrBoolean KrCompositeFunctionBranch::readValueFromSpecialToken(KrToken const& token,
                                                                KrXmlReader& reader) {
     if (!container()) {

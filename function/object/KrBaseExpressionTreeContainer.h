@@ -30,9 +30,8 @@ public:
     KrBaseExpressionTreeContainer& operator=(KrBaseExpressionTreeContainer const& source) {
         if (this != &source) {
             KrXmlBaseVariableCompoundType::operator=(source);
-            bool const hasElement = static_cast<bool>(source.topElement_);
             topElement_ = source.topElement_;
-            if (hasElement) {
+            if (topElement_) {
                 setTopElementContainerToThis();
             }
         }
@@ -115,11 +114,7 @@ public:
         if (KrXmlBaseVariableCompoundType::readValueFromToken(token, reader)) {
             return true;
         }
-        setAndDeleteTopElementPointer(KrOwned<T>::castOrDelete(newObjectFromToken(token)));
-        if (!topElement_ && reader.factory()) {
-            setAndDeleteTopElementPointer(
-                KrOwned<T>::castOrDelete(reader.factory()->newObjectFromToken(token)));
-        }
+        setAndDeleteTopElementPointer(createChild<T>(token, reader));
         if (!topElement_) {
             return false;
         }
