@@ -16,7 +16,7 @@ KrCompositeFunctionBranch& KrCompositeFunctionBranch::operator=(
     KrCompositeFunctionBranch const& source) {
     if (this != &source) {
         KrCompositeFunctionBranch copy(source);  // which may be part of a child
-        KrTaggedElement::operator=(source);
+        KrTaggedElement::operator=(static_cast<KrTaggedElement&&>(copy));  // the base's part
         left_ = std::move(copy.left_);
         right_ = std::move(copy.right_);
         result_ = std::move(copy.result_);

@@ -2,8 +2,26 @@
 
 #include "function/object/KrCreators.h"
 
+#include <utility>
+
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
+}
+
+KrCompositeFunctionContainer& KrCompositeFunctionContainer::operator=(
+    KrCompositeFunctionContainer const& source) {
+    if (this != &source) {
+        *this = KrCompositeFunctionContainer(source);
+    }
+    return *this;
+}
+
+KrCompositeFunctionContainer& KrCompositeFunctionContainer::operator=(
+    KrCompositeFunctionContainer&& source) noexcept {
+    Bounds bounds = std::move(source.bounds_);  // which the old element may take with it
+    KrElement::operator=(static_cast<KrElement&&>(source));
+    bounds_ = std::move(bounds);
+    return *this;
 }
 
 void KrCompositeFunctionContainer::evaluate(KrRealVector const& x, KrRealVector& y,

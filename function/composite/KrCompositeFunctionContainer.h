@@ -27,6 +27,14 @@ public:
     /// For each variable two numbers, the smallest and the largest value.
     using Bounds = KrCompositeFunctionElement::Bounds;
 
+    KrCompositeFunctionContainer() = default;
+    KrCompositeFunctionContainer(KrCompositeFunctionContainer const&) = default;
+    /// Takes a clone of the element. `source` may be part of the present one.
+    KrCompositeFunctionContainer& operator=(KrCompositeFunctionContainer const& source);
+    /// Takes the element itself. `source` may be part of the present one.
+    KrCompositeFunctionContainer& operator=(KrCompositeFunctionContainer&& source) noexcept;
+    ~KrCompositeFunctionContainer() override = default;
+
     /// Sets `y` to the values at `x`; `ok` tells whether `x` is covered. Where it is
     /// not, `y` becomes the values of an earlier evaluation. Without a top element
     /// `ok` is false, and `y` is left as it was.

@@ -63,6 +63,11 @@ Branch branch(KrCompositeFunctionElement const& left, KrCompositeFunctionElement
     return result;
 }
 
+KrToken const holderToken("holder");
+struct Holder : KrElement<Holder, Table, holderToken> {
+    Container held;
+};
+
 Container container(KrCompositeFunctionElement const& top) {
     Container result;
     result.setTopElement(top);
@@ -269,6 +274,17 @@ TEST(CompositeFunction, TheWholeTreeKnowsItsContainer) {
     top = left;
     EXPECT_TRUE(top == source);
     EXPECT_TRUE(treeKnows(&top, &f));
+    // And a container that a client's element holds, in the place of the one around it.
+    Holder holder;
+    holder.held = container(table(5, 6, 5, 6));
+    for (auto const assign : {+[](Container&to, Container&from) { to = from; },
+                              +[](Container&to, Container&from) { to = std::move(from); }}) {
+        f.setTopElement(holder);
+        assign(f, dynamic_cast<Holder&>(*f.topElement()).held);
+        EXPECT_EQ(f.bounds(), (Bounds{{5, 6}}));
+        EXPECT_EQ(answer(f, {5.5}), "ok 5.5");
+        EXPECT_TRUE(treeKnows(f.topElement(), &f));
+    }
     f = Container();
     EXPECT_EQ(f.topElement(), nullptr);
 }
