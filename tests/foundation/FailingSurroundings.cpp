@@ -1,9 +1,19 @@
 // Memory, files, locales and threads that are not as one would wish.
 
+#include "foundation/math/KrRandom.h"
 #include "foundation/xml/KrXml.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
+#include "function/composite/KrInterpolator.h"
+#include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/object/KrMultivariableConstraintContainer.h"
+#include "function/object/KrScalarFunctionContainer.h"
+#include "function/optimizer/KrHookeJeevesOptimizer.h"
+#include "function/optimizer/KrImplicitFilteringOptimizer.h"
+#include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
+#include "function/optimizer/KrNelderMeadOptimizer.h"
 #include "function/optimizer/KrSequenceOptimizer.h"
+#include "function/scalar/KrLinearScalarFunction.h"
+#include "function/tools/KrRandomTensorTool.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Files.h"
@@ -14,10 +24,13 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <bit>
 #include <clocale>
 #include <csignal>
+#include <cstdint>
 #include <functional>
 #include <locale>
+#include <memory>
 #include <new>
 #include <thread>
 
@@ -220,6 +233,141 @@ TEST(FailingSurroundings, ThreadsWithTheirOwnObjectsDoNotMeet) {
         }));
     }
     EXPECT_EQ(captured.messages.size(), 4U * 161U);
+}
+
+// Has every allocation of `work` on a copy of `object` fail in turn. Done once more, it
+// gives what it gives on a fresh copy.
+template <class T, class Work>
+void failOnce(char const* name, T const& object, Work work) {
+    CapturedMessages const captured;
+    auto const fresh = std::make_unique<T>(object);
+    auto const expected = work(*fresh);
+    bool failed = true;
+    for (std::size_t k = 1; failed; ++k) {
+        auto const used = std::make_unique<T>(object);
+        failAllocation(k);
+        try {
+            work(*used);
+        } catch (std::bad_alloc const&) {
+        }
+        failed = failAllocation(0);
+        ASSERT_EQ(work(*used), expected) << name << ", allocation " << k;
+    }
+}
+
+struct Plane : KrScalarMultivariableFunction {
+    explicit Plane(KrU32 theDimension) : dimension(theDimension) {}
+    double evaluate(KrRealVector const& x) const override { return x[0] + 3.0 * x.back(); }
+    KrU32 domainDim() const override { return dimension; }
+    KrU32 dimension;
+};
+
+TEST(FailedOnce, ElementsAreAsGoodAsBefore) {
+    auto const everything = [](KrOwned<KrXmlObject>& object) {
+        std::string text = KrXml::toString(*object) + KrXml::schemaToString(*object);
+        for (double const answer : run(*object)) {
+            text += std::to_string(std::bit_cast<std::uint64_t>(answer)) + ' ';
+        }
+        return text;
+    };
+    for (auto const& [token, creator] : everyElement().creatorMap()) {
+        failOnce(token.text().c_str(), KrOwned<KrXmlObject>(creator()), everything);
+    }
+    for (std::string const& path : examples) {
+        failOnce(path.c_str(), KrOwned(KrXml::readFile(path, everyElement()).release()),
+                 everything);
+    }
+    std::string const document = content(sequenceFile);
+    failOnce("read", KrSequenceOptimizer(), [&](auto& optimizer) {
+        KrXml::internal::readTextInto(document, optimizer, nullptr);
+        return KrXml::toString(optimizer);
+    });
+    KrHookeJeevesOptimizer turning;
+    turning.setDirectionsMode(3);
+    failOnce("rotated", KrOwned<KrXmlObject>(turning.clone()), everything);
+
+    auto const moveByHand = [](auto& optimizer) {
+        bool done = false;
+        optimizer.singleStep(1.0, Plane(3), done);  // of what is left
+        optimizer.initialize(1.0, Plane(2), {}, 1.0);
+        optimizer.initialize(1.0, Plane(3), {}, 1.0);
+        return optimizer.singleStep(1.0, Plane(3), done);
+    };
+    failOnce("by hand", KrNelderMeadOptimizer(), moveByHand);
+    failOnce("by hand", KrMultidirectionalSearchOptimizer(), moveByHand);
+    failOnce("by hand", KrImplicitFilteringOptimizer(), moveByHand);
+
+    KrScalarFunctionContainer own;  // with a client's creator under a tag of the library
+    auto* const creator = turning.creator;
+    own.registerComponentCreator(KrFunction::KrLinearScalarFunctionToken, creator);
+    failOnce("creators", own, [creator](auto& container) {
+        auto const& map = container.creatorMap();
+        return map.at(KrFunction::KrLinearScalarFunctionToken) == creator ? map.size() : 0;
+    });
+}
+
+TEST(FailedOnce, ArraysAndTablesAreAsGoodAsBefore) {
+    static KrReArray const other(4, 5);
+    for (auto* const change : {+[](KrReArray& array) { array.resizeArray(5, 4); },
+                               +[](KrReArray& array) { array.resizeArrayAndFill(5, 4, 2.0); },
+                               +[](KrReArray& array) { other.choleskyDecomposition(array); },
+                               +[](KrReArray& array) { array = other; }}) {
+        failOnce("array", KrReArray(3, 2), [change](auto& array) {
+            for (KrRealVector const& row : array.rows()) {
+                EXPECT_EQ(row.size(), array.numColumns());  // whatever is left
+            }
+            change(array);
+            return array.rows();
+        });
+    }
+    failOnce("field", KrRandomTensorTool(), [](auto const& tool) {
+        KrLinearScalarFunction correlation;
+        correlation.setStartValue(1.0);
+        KrReArray field;
+        KrRandom::seed(1);
+        tool.getGaussianRandomArray(field, 5, 4, correlation, 0.1, 2.0);
+        return field;
+    });
+
+    KrVectorSearch<double> search;
+    search.init({0.0, 1.0}, search.LIMIT, search.LIMIT, search.BISECTION);
+    failOnce("search", search, [](auto& s) {
+        s.lookUp(0.5);
+        s.init({0.0, 1.0, 2.0, 4.0}, s.LIMIT, s.LIMIT, s.LINEAR);
+        s.lookUp(3.0);
+        KrRealVector weights(2);
+        s.getWeight(weights[0], weights[1]);
+        return weights;
+    });
+    KrInterpolator<double> small;
+    KrInterpolator<double> large;
+    small.addDimension(search);
+    small.addInterpolator({1.0, 2.0});
+    for (double const value : {2.0, 3.0, 4.0, 5.0, 6.0}) {
+        large.addDimension(search);
+        large.addInterpolator(KrRealVector(32, value));
+    }
+    KrRealVector const point(128, 0.5);
+    failOnce("interpolator", small, [&](auto& interpolator) {
+        interpolator.evaluate(point);
+        interpolator = large;
+        return interpolator.evaluate(point);
+    });
+
+    KrLinearMultivariableConstraint sparse;
+    for (KrU32 i = 0; i < 64; ++i) {
+        sparse.setCoefficient(2 * i, i);
+    }
+    failOnce("constraint", sparse, [&](auto& constraint) {
+        constraint.coefficient(1);  // makes an index
+        constraint.setCoefficient(999, 7.0);
+        constraint.setCoefficient(1, 7.0);
+        KrRealVector answers = constraint.gradient(point);
+        answers.push_back(constraint.evaluate(point));
+        constraint = sparse;
+        answers.push_back(constraint.coefficient(1) + constraint.coefficient(2));
+        return answers;
+    });
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 
 #include <cstddef>
 
-// Under a sanitizer, which has an allocator of its own, the counts stay 0 and nothing
-// fails.
+// Under a sanitizer, which has an allocator of its own, the counts stay 0, and of the
+// allocations those of `operator new` alone are made to fail.
 
 /// How often the process has allocated memory so far.
 std::size_t allocationCount();
