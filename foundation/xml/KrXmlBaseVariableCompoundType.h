@@ -4,7 +4,6 @@
 #include "foundation/core/KrMember.h"
 #include "foundation/xml/KrXmlFactory.h"
 #include "foundation/xml/KrXmlObject.h"
-#include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlVectorType.h"
 
 #include <string>
@@ -57,17 +56,6 @@ public:
 
     /// Compares the library lists: what can be created is no part of the value.
     bool operator==(KrXmlBaseVariableCompoundType const&) const = default;
-
-protected:
-    /// A new `T` for the child `token`, owned by the caller: from the object's own
-    /// creators, else from the reader's factory; null when neither has a `T` for it.
-    template <class T>
-    T* createChild(KrToken const& token, KrXmlReader const& reader) const {
-        T* const own = KrOwned<T>::castOrDelete(newObjectFromToken(token));
-        return own || !reader.factory()
-                   ? own
-                   : KrOwned<T>::castOrDelete(reader.factory()->newObjectFromToken(token));
-    }
 
 private:
     // A copy can create what its source can. An assignment takes away nothing: what

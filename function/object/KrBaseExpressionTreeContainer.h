@@ -114,7 +114,11 @@ public:
         if (KrXmlBaseVariableCompoundType::readValueFromToken(token, reader)) {
             return true;
         }
-        setAndDeleteTopElementPointer(createChild<T>(token, reader));
+        setAndDeleteTopElementPointer(KrOwned<T>::castOrDelete(newObjectFromToken(token)));
+        if (!topElement_ && reader.factory()) {
+            setAndDeleteTopElementPointer(
+                KrOwned<T>::castOrDelete(reader.factory()->newObjectFromToken(token)));
+        }
         if (!topElement_) {
             return false;
         }

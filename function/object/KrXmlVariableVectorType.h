@@ -218,7 +218,10 @@ public:
         if (KrXmlBaseVariableCompoundType::readValueFromToken(token, reader)) {
             return true;
         }
-        std::unique_ptr<T> element(createChild<T>(token, reader));
+        std::unique_ptr<T> element(KrOwned<T>::castOrDelete(newObjectFromToken(token)));
+        if (!element && reader.factory()) {
+            element.reset(KrOwned<T>::castOrDelete(reader.factory()->newObjectFromToken(token)));
+        }
         if (!element) {
             report(__PRETTY_FUNCTION__,
                    "KrXmlVariableVectorType::readValueFromToken() error:\n\t\"",
