@@ -25,6 +25,8 @@ double KrGaussQuadrature::integrate(KrRealRealUnaryFunction const& f, double a, 
     KrU32 n = rule_->order;
     double const* x = rule_->abscissas;
     double const* w = rule_->weights;
+    // Reading sets the order and leaves the rule alone: of an order without tables there
+    // is none to take, and this one is left to integrate by.
     if (order_ != n) {
         if (Rule const read = rule(order_); read.abscissas) {
             n = read.order;
@@ -50,14 +52,21 @@ double KrGaussQuadrature::integrate(KrRealRealUnaryFunction const& f, double a, 
 
 void KrGaussQuadrature::obtainAbscissasAndWeights(KrU32 order, double const*& abscissas,
                                                   double const*& weights) const {
-    // The rows of the orders 2, 3, ... 20 come first.
-    for (Rule const& rule : std::span(rules_).subspan(std::min(order - 2, 19U))) {
+    if (Rule const* const found = row(order)) {
+        abscissas = found->abscissas;
+        weights = found->weights;
+    }
+}
+
+KrGaussQuadrature::Rule const* KrGaussQuadrature::row(KrU32 order) {
+    // The orders 2, 3, ... 20 stand in the rows 0, 1, ... 18, and the larger ones behind.
+    std::size_t const first = order < 2 ? 0 : std::min(order - 2, 19U);
+    for (Rule const& rule : std::span(rules_).subspan(first)) {
         if (rule.order == order) {
-            abscissas = rule.abscissas;
-            weights = rule.weights;
-            return;
+            return &rule;
         }
     }
+    return nullptr;
 }
 
 KrGaussQuadrature::Rule KrGaussQuadrature::rule(KrU32 order) const {

@@ -20,7 +20,9 @@
 /// The orders 2 to 20, 32, 64, 96, 100 and 128 are supported. Nodes and weights are
 /// tables of correctly rounded doubles, see scripts/gauss_legendre.py. A document
 /// sets the order and nothing else: the quadrature integrates by it when it is
-/// supported, and otherwise by the last order that was set (10 when none was).
+/// supported. When it is not, `order` tells it all the same, and the rule stays: that
+/// of the last order that was set (10 when none was) after a bare `read`, and that of
+/// order 10 after `KrXml::readFile` and `fromString`, which replace the object.
 ///
 /// Cost: n evaluations of the function and some nanoseconds; nothing is allocated.
 /// After reading, `setOrder(order())` spares each integral the search for its tables.
@@ -59,10 +61,13 @@ private:
     };
     static Rule const rules_[24];
 
-    // The tables of `order`; null pointers when it is not supported.
+    // The row of `order`, null when it is not supported.
+    static Rule const* row(KrU32 order);
+    // The tables of `order` as `obtainAbscissasAndWeights` gives them, which a derived
+    // class may override; null pointers when it is not supported.
     Rule rule(KrU32 order) const;
 
     KrXmlBasicType<KrU32> order_{10};
     // That of the last order that was set: a document may hold any order.
-    KrUncompared<Rule> rule_{rule(order_)};
+    KrUncompared<Rule> rule_{*row(order_)};
 };
