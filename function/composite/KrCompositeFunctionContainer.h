@@ -15,10 +15,15 @@
 ///       </compositeFunctionBranch>
 ///     </compositeFunctionContainer>
 ///
-/// Setting the top element, or reading it, determines the boxes of the whole tree
-/// and gives every element in it this container, by which branches create their
-/// children. What changes inside the tree afterwards does so only when the top
-/// element is set again.
+/// `setTopElement`, and reading, determine the boxes of the whole tree and give every
+/// element in it this container, by which branches create their children. What changes
+/// inside the tree afterwards does so only when the top element is set again, by
+/// `container.setTopElement(*container.topElement())`.
+///
+/// `setAndDeleteTopElementPointer` takes the element as it is and determines no boxes:
+/// a new branch then answers nowhere, `ok` being false, until `setTopElement` follows as
+/// above, or `initBounds` and `initLimitOrExtrapolate` of the element. `bounds` of the
+/// container stays the old one unless it is `setTopElement`.
 class KR_EXPORT KrCompositeFunctionContainer
     : public KrElement<KrCompositeFunctionContainer,
                        KrBaseExpressionTreeContainer<KrCompositeFunctionElement>,
