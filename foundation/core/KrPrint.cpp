@@ -21,11 +21,17 @@ using Kr::Print;
 using Kr::PrintArgument;
 using Kr::PrintType;
 
+// Some messages have no line end of their own: here they would run together.
+void writeToStandardError(Message const& message) {
+    bool const ended = !message.text.empty() && message.text.back() == '\n';
+    std::fputs((ended ? message.text : message.text + '\n').c_str(), stderr);
+}
+
 struct Output {
     // Recursive, so that a sink may itself print or install another sink.
     std::recursive_mutex mutex;
-    std::shared_ptr<Print::Sink const> sink = std::make_shared<Print::Sink const>(
-        [](Message const& message) { std::fputs(message.text.c_str(), stderr); });
+    std::shared_ptr<Print::Sink const> sink =
+        std::make_shared<Print::Sink const>(writeToStandardError);
 
     void send(Message const& message) {
         std::lock_guard const lock(mutex);

@@ -21,7 +21,7 @@ enum class PrintType : int {
 struct Message {
     PrintType type;       ///< how grave it is
     std::string context;  ///< the signature of the function that speaks; may be empty
-    std::string text;     ///< the message alone, with its own line ends
+    std::string text;     ///< the message alone, with its own line ends; few have none
 };
 
 /// What a message can show as a number.
@@ -82,8 +82,8 @@ private:
 };
 
 /// The logging facility of the libraries. Every message goes to one sink, which
-/// a client may replace; the default sink writes the text to standard error.
-/// All operations may be called from several threads: messages reach the sink
+/// a client may replace; the default sink writes the text to standard error, and a
+/// line end where it has none. All operations may be called from several threads: messages reach the sink
 /// one at a time.
 ///
 ///     Kr::Print::instance().write(Kr::PrintType::Error, "bad mode: %d\n", mode);

@@ -93,6 +93,14 @@ TEST(Print, SinkMayPrintReplaceItselfAndThrow) {
     EXPECT_EQ(captured.text(), "firstthird");
 }
 
+TEST(Print, TheDefaultSinkEndsEachLine) {
+    testing::internal::CaptureStderr();
+    for (char const* const text : {"one", "two\n", "three\n\tmore"}) {
+        Kr::Print::instance().write(Kr::PrintType::Warning, text);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "one\ntwo\nthree\n\tmore\n");
+}
+
 TEST(Print, MessagesOfThreadsNeverInterleave) {
     CapturedMessages captured;
     auto const speak = [](char letter) {
