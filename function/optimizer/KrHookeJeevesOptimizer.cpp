@@ -10,10 +10,6 @@
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
-struct Mode {
-    enum : KrU32 { none, axisAligned, random, rotated };
-};
-
 void setIdentity(KrReArray& matrix, KrU32 n) {
     matrix.resizeArrayAndFill(n, n, 0.0);
     for (KrU32 i = 0; i < n; ++i) {
@@ -207,7 +203,7 @@ bool KrHookeJeevesOptimizer::explore() const {
     if (s.trialPoint.size() < n) {  // no search has come this far
         return false;
     }
-    bool const alongAxes = directionsMode() == Mode::none;
+    bool const alongAxes = directionsMode() == none;
     if (!alongAxes) {
         s.directions.resizeArray(n, n);  // the mode may have been set since the last update
     }
@@ -283,14 +279,14 @@ void KrHookeJeevesOptimizer::updateDirections() const {
     State& s = *state_;
     KrU32 const n = static_cast<KrU32>(s.stepSigns.size());
     KrU32 const mode = directionsMode();
-    if (mode != Mode::none) {
+    if (mode != none) {
         s.directions.resizeArray(n, n);
     }
     switch (mode) {
-        case Mode::none: break;
-        case Mode::axisAligned: setIdentity(s.directions, n); break;
-        case Mode::random: setRandomOrthonormal(s.directions); break;
-        case Mode::rotated:
+        case none: break;
+        case axisAligned: setIdentity(s.directions, n); break;
+        case random: setRandomOrthonormal(s.directions); break;
+        case rotated:
             if (s.directionUpdates == 0) {
                 setIdentity(s.directions, n);
             } else if (n > 0) {
@@ -316,9 +312,9 @@ void KrHookeJeevesOptimizer::registerComponents() {
 }
 
 void KrHookeJeevesOptimizer::xmlInit() {
-    directionsMode_.setEnumString(Mode::none, KrFunction::KrNoneToken);
-    directionsMode_.setEnumString(Mode::axisAligned, KrFunction::KrAxisAlignedToken);
-    directionsMode_.setEnumString(Mode::random, KrFunction::KrRandomToken);
-    directionsMode_.setEnumString(Mode::rotated, KrFunction::KrRotatedToken);
+    directionsMode_.setEnumString(none, KrFunction::KrNoneToken);
+    directionsMode_.setEnumString(axisAligned, KrFunction::KrAxisAlignedToken);
+    directionsMode_.setEnumString(random, KrFunction::KrRandomToken);
+    directionsMode_.setEnumString(rotated, KrFunction::KrRotatedToken);
     KrTaggedElement::xmlInit();
 }

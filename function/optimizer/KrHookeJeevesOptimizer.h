@@ -28,15 +28,15 @@
 ///       <directionsMode>urn:zeibreku:function#none</directionsMode>
 ///     </hookeJeeves>
 ///
-/// | `directionsMode` | text        | directions                                   |
-/// |------------------|-------------|----------------------------------------------|
-/// | 0                | none        | the coordinate axes                          |
-/// | 1                | axisAligned | the columns of an identity matrix            |
-/// | 2                | random      | orthonormal, redrawn at each contraction     |
-/// | 3                | rotated     | two of them turned by 45 degrees at each     |
-/// |                  |             | contraction but the first, from the identity |
+/// | `directionsMode` | directions                                   |
+/// |------------------|----------------------------------------------|
+/// | `none`           | the coordinate axes                          |
+/// | `axisAligned`    | the columns of an identity matrix            |
+/// | `random`         | orthonormal, redrawn at each contraction     |
+/// | `rotated`        | two of them turned by 45 degrees at each     |
+/// |                  | contraction but the first, from the identity |
 ///
-/// A text carries the namespace, as in the sample. Another mode is reported at
+/// In a document the name carries the namespace, as in the sample. Another mode is reported at
 /// each contraction and leaves the directions as they are, zeros at first.
 ///
 /// Every evaluation is charged, that at the start point included; a pattern move
@@ -55,6 +55,9 @@ class KR_EXPORT KrHookeJeevesOptimizer
     : public KrTaggedElement<KrHookeJeevesOptimizer, KrScalarMultivariableOptimizer,
                              KrFunction::KrHookeJeevesToken> {
 public:
+    /// The sets of directions, by the names that documents have for them.
+    enum DIRECTIONS_MODE : KrU32 { none = 0, axisAligned = 1, random = 2, rotated = 3 };
+
     double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
                        KrRealVector& result) const override;
     double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
@@ -76,7 +79,7 @@ public:
     /// The same for each coordinate that `edgeLengths` does not reach.
     virtual double defaultEdgeLength() const { return defaultEdgeLength_; }
     virtual void setDefaultEdgeLength(double length) { defaultEdgeLength_ = length; }
-    /// The set of directions, 0 to 3 as above.
+    /// The set of directions, a `DIRECTIONS_MODE`.
     virtual KrU32 directionsMode() const { return directionsMode_; }
     virtual void setDirectionsMode(KrU32 mode) { directionsMode_ = mode; }
 
@@ -146,7 +149,7 @@ private:
     KrXmlBasicType<KrU32> maxFunctionEvaluations_{300};
     KrXmlRealVector edgeLengths_;
     KrXmlBasicType<double> defaultEdgeLength_{0.01};
-    KrXmlEnumType<KrU32> directionsMode_{0};
+    KrXmlEnumType<KrU32> directionsMode_{none};
 
     mutable KrScratch<State> state_;
 };
