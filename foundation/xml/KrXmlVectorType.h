@@ -36,6 +36,17 @@ inline std::size_t room(std::size_t size, std::size_t stated) {
     return size >= stated / 8 ? stated : std::min(doubled, stated);
 }
 
+/// What a program lists the items of a vector as: the items, or where these are values
+/// of documents, the plain values.
+template <class E>
+struct PlainValue {
+    using Type = E;  ///< the item itself
+};
+template <class T>
+struct PlainValue<KrXmlBasicType<T>> {
+    using Type = T;  ///< what the item holds
+};
+
 }  // namespace KrXmlVector
 
 /// A list of values, or of elements of one class, as an object of a document.
@@ -44,11 +55,28 @@ inline std::size_t room(std::size_t size, std::size_t stated) {
 /// that were read, that is reported, and the items count.
 ///
 ///     <simplexEdgeLengths count="2"><item>0.5</item><item>0.25</item></simplexEdgeLengths>
+///
+/// In a program it is made of plain values, and gives them back:
+///
+///     optimizer.setSimplexEdgeLengths(KrXmlRealVector::fromValues({0.5, 0.25}));
+///     KrXmlRealVector const& lengths = optimizer.simplexEdgeLengths();
+///     KrRealVector const values(lengths.begin(), lengths.end());
 template <class E>
 class KR_EXPORT KrXmlVectorType
     : public KrElement<KrXmlVectorType<E>, KrXmlObject, KrXml::KrItemToken> {
 public:
+    /// The item as a program lists it: the plain value where the item is a value.
+    using Value = typename KrXmlVector::PlainValue<E>::Type;
+
     KrXmlVectorType() = default;
+
+    /// A vector of `values`, which may be a list in braces. By name, since a constructor
+    /// would make f({1.0, 2.0}) ambiguous where f takes a KrRealVector as well.
+    static KrXmlVectorType fromValues(std::vector<Value> const& values) {
+        KrXmlVectorType vector;
+        vector.items_.assign(values.begin(), values.end());
+        return vector;
+    }
 
     /// The item at `index`, which must exist.
     E& operator[](KrU32 index) { return items_[index]; }

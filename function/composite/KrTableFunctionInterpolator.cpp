@@ -31,13 +31,7 @@ KrBoolean KrTableFunctionInterpolator::init() {
 }
 
 void KrTableFunctionInterpolator::dependentDataPushBack(KrRealVector const& table) {
-    auto const count = static_cast<KrU32>(table.size());
-    KrXmlRealVector values;
-    values.resize(count);
-    for (KrU32 i = 0; i < count; ++i) {
-        values[i] = table[i];
-    }
-    dependentData_.pushBack(values);
+    dependentData_.pushBack(KrXmlRealVector::fromValues(table));
 }
 
 void KrTableFunctionInterpolator::independentDataPushBack(

@@ -13,11 +13,7 @@ KrBoolean KrTableFunctionVectorSearch::init() {
 }
 
 void KrTableFunctionVectorSearch::independentVector(KrRealVector const& vector) {
-    auto const count = static_cast<KrU32>(vector.size());
-    independentVector_.resize(count);
-    for (KrU32 i = 0; i < count; ++i) {
-        independentVector_[i] = vector[i];
-    }
+    independentVector_ = KrXmlRealVector::fromValues(vector);
 }
 
 void KrTableFunctionVectorSearch::lowerBoundaryOption(BOUNDARY_OPTION const& option) {

@@ -3,6 +3,7 @@
 #include "foundation/xml/KrXmlEnumType.h"
 #include "foundation/xml/KrXmlPairType.h"
 #include "foundation/xml/KrXmlVectorType.h"
+#include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "tests/support/CapturedMessages.h"
 
 #include <gtest/gtest.h>
@@ -163,6 +164,22 @@ TEST(XmlValues, VectorsTakeTheCountForAHint) {
     EXPECT_EQ(captured.messages.back().text,
               "KrXmlVectorType Error: XML parser should be in data mode\n");
     EXPECT_EQ(reals.size(), 1U);
+}
+
+TEST(XmlValues, VectorsAreMadeOfPlainValues) {
+    KrRealVector const values{0.5, -0.0, 1e300};
+    auto const reals = KrXmlRealVector::fromValues(values);
+    EXPECT_EQ(KrRealVector(reals.begin(), reals.end()), values);
+    EXPECT_TRUE(KrXmlRealVector::fromValues({}) == KrXmlRealVector());
+    // One value is a list of one; flags are no numbers, and items are taken as they are.
+    EXPECT_EQ(KrXmlVectorType<U32>::fromValues({3})[0].value(), 3U);
+    EXPECT_TRUE(KrXmlVectorType<KrXmlBasicType<bool>>::fromValues({false, true})[1].value());
+    EXPECT_EQ(KrXmlVectorType<Text>::fromValues({"a", "b c"})[1].value(), "b c");
+    EXPECT_TRUE(KrXmlVectorType<KrXmlRealVector>::fromValues({reals, {}})[0] == reals);
+    // No conversion by the way: a list in braces still means a plain vector.
+    static_assert(!std::is_convertible_v<KrRealVector, KrXmlRealVector>);
+    static_assert(!std::is_constructible_v<KrXmlRealVector, int>);
+    EXPECT_EQ(KrLinearMultivariableConstraint().evaluate({1.0, 2.0}), 0.0);
 }
 
 TEST(XmlValues, VectorsNestAndEdit) {

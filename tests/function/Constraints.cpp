@@ -319,8 +319,7 @@ TEST(Constraints, ContainersStandInForTheConstraintThatTheyRead) {
                                            "<quadraticMultivariableConstraint/>" +
                                                component("linearMultivariableConstraint", linear)),
                                   container));
-    x.pushBack(KrXmlBasicType<double>(1.0));
-    x.pushBack(KrXmlBasicType<double>(2.0));
+    x = KrXmlRealVector::fromValues({1.0, 2.0});
     EXPECT_EQ(container.evaluate(x), -8.0);
     EXPECT_EQ(container.evaluate(KrRealVector{1, 3}), -12.0);
     EXPECT_EQ(container.gradient(x), KrRealVector({0, -1}));

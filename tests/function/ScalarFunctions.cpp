@@ -19,14 +19,6 @@ namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-KrXmlRealVector vectorOf(std::initializer_list<double> values) {
-    KrXmlRealVector vector;
-    for (double const value : values) {
-        vector.pushBack(KrXmlBasicType<double>(value));
-    }
-    return vector;
-}
-
 TEST(ScalarFunctions, LinearFunctionEqualsItsContainer) {
     KrLinearScalarFunction function;
     KrScalarFunctionContainer container;
@@ -43,7 +35,7 @@ TEST(ScalarFunctions, LinearFunctionEqualsItsContainer) {
 
 TEST(ScalarFunctions, MultipointFunctionTakesTheSegmentThatEndsAtX) {
     struct {
-        std::initializer_list<double> domain, range;
+        KrRealVector domain, range;
         double x, value;
     } const cases[] = {// Among them jumps, lists of two lengths, and unsorted and descending ones.
                        {{0, 1, 2}, {0, 10, 0}, 0.5, 5},
@@ -70,8 +62,8 @@ TEST(ScalarFunctions, MultipointFunctionTakesTheSegmentThatEndsAtX) {
                        {{-INFINITY, INFINITY}, {1, 2}, INFINITY, nan}};
     for (auto const& row : cases) {
         KrMultipointScalarFunction function;
-        function.setDomainValues(vectorOf(row.domain));
-        function.setRangeValues(vectorOf(row.range));
+        function.setDomainValues(KrXmlRealVector::fromValues(row.domain));
+        function.setRangeValues(KrXmlRealVector::fromValues(row.range));
         double const value = function.evaluate(row.x);
         EXPECT_TRUE(value == row.value || (std::isnan(value) && std::isnan(row.value)))
             << &row - cases << ": " << value;
