@@ -29,6 +29,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <random>
@@ -294,7 +295,8 @@ void writeTable(std::string const& path) {
 
 int measureMemory() {
     std::string const path =
-        "/tmp/zeibreku-benchmark-" + std::to_string(std::random_device()()) + ".xml";
+        std::filesystem::temp_directory_path() /
+        ("zeibreku-benchmark-" + std::to_string(std::random_device()()) + ".xml");
     writeTable(path);
     printMemory("before");
     KrCompositeFunctionContainer f;

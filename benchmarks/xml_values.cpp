@@ -11,6 +11,7 @@
 
 #include <charconv>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <ostream>
 #include <random>
@@ -38,7 +39,8 @@ KrXmlRealVector const& values() {
 std::string const& path() {
     static std::string const name = [] {
         std::string const file =
-            "/tmp/zeibreku-benchmark-" + std::to_string(std::random_device()()) + ".xml";
+            std::filesystem::temp_directory_path() /
+            ("zeibreku-benchmark-" + std::to_string(std::random_device()()) + ".xml");
         KrXml::writeFile(file, values());
         return file;
     }();

@@ -34,7 +34,8 @@ public:
 
     /// Makes the object ready for reading and writing. The framework calls it
     /// before it first reads, writes or describes the object; values are not
-    /// touched. Marks the object initialised and not specified.
+    /// touched. Marks the object initialised, so that this happens once, and not
+    /// specified, since no document has given it yet.
     virtual void xmlInit();
 
     /// Reads the content of the element on which the reader stands, to its end

@@ -33,6 +33,7 @@ KrToken const& tagOf(KrElement<Derived, Base, Tag> const*) {
     return Tag;
 }
 
+// Where a class names a creator for containers, clients find that one in their maps.
 template <class Element>
 constexpr KrXmlCreator creatorOf() {
     if constexpr (requires { Element::xmlObjectCreator(); }) {

@@ -6,8 +6,7 @@
 class KrXmlBaseVariableCompoundType;
 
 /// Which classes of each family a container or vector can create, and all of them
-/// together, in one place:
-/// the source is the only file that knows every concrete element, so that no
+/// together. The source is the only file that knows every concrete element: no
 /// container needs to include its elements, which may themselves hold containers.
 namespace KrCreators {
 

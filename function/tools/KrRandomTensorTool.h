@@ -8,10 +8,11 @@
 /// Random fields: two-dimensional arrays of Gaussian values around a mean, whose
 /// correlation between two cells is a given function of their distance.
 ///
-/// A field is a sum of n = numRandomSamples samples, each a separable field that
-/// is turned by a random angle (a turning-bands scheme in the plane, after
-/// G. Matheron, "The intrinsic random functions and their applications", Advances
-/// in Applied Probability 5 (1973)):
+/// A field is a sum of n = numRandomSamples samples, each the product of two
+/// sequences along axes that are turned by a random angle: a sum of randomly rotated
+/// separable fields. It is kin to the turning bands of G. Matheron, "The intrinsic
+/// random functions and their applications", Advances in Applied Probability 5
+/// (1973), which sum functions of one coordinate along random directions.
 ///
 ///     field[r][c] = mean + sum of u1[b] u2[a] / sqrt(n)
 ///
