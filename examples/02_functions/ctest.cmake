@@ -9,7 +9,7 @@ add_refusal(damaged "damaged.xml:6:7: ${place}: expected an integer from 0 to 42
     ${example_dir}/damaged.xml 0 1 1)
 add_refusal(unknown "unknown.xml:3:3: unitaryMapContainer/linearScalarFunction: expected a known"
     ${example_dir}/unknown.xml 0 1 1)
-add_refusal(foreign "ctest.cmake:1:[0-9]+: : expected well-formed XML" ${example_dir}/ctest.cmake 0 1 1)
+add_refusal(foreign "ctest.cmake:1:[0-9]+: expected well-formed XML" ${example_dir}/ctest.cmake 0 1 1)
 add_refusal(other "optimizer.xml: expected a container of .* found \"optimizerContainer\""
     ${example_dir}/optimizer.xml 0 1 1)
 add_refusal(missing "absent.xml: cannot be read" absent.xml 0 1 1)

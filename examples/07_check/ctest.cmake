@@ -20,7 +20,7 @@ add_refusal(several
     "${problems}absent.xml: cannot be read: No such file.*line.xml: good.*04_tables/unknown.xml:3:5: "
     ${example_dir}/damaged.xml absent.xml ${example_dir}/../02_functions/line.xml
     ${example_dir}/../04_tables/unknown.xml)
-add_refusal(foreign "ctest.cmake:1:[0-9]+: : expected well-formed XML" ${example_dir}/ctest.cmake)
+add_refusal(foreign "ctest.cmake:1:[0-9]+: expected well-formed XML" ${example_dir}/ctest.cmake)
 add_refusal(nothing "expected FILE.xml... or --schema")
 add_test(NAME example.07_check.schema
     COMMAND sh -c "\"$1\" --schema | diff -u \"$2\" -" sh

@@ -57,10 +57,6 @@ void readRoot(KrXmlReader& reader, KrXmlObject& object) {
     }
 }
 
-std::string foundElement(KrXmlReader& reader) {
-    return "element " + krXmlQuoted(reader.token().text());
-}
-
 KrBoolean readDocument(std::istream& stream, std::string const& name, KrXmlObject& object,
                        KrXmlFactory const* factory) {
     KrXmlReader reader(stream, name);
@@ -69,7 +65,8 @@ KrBoolean readDocument(std::istream& stream, std::string const& name, KrXmlObjec
         if (reader.token() == object.token()) {
             readRoot(reader, object);
         } else {
-            reader.refuse("element " + krXmlQuoted(object.token().text()), foundElement(reader));
+            reader.refuse("element " + krXmlQuoted(object.token().text()),
+                          "element " + krXmlQuoted(reader.token().text()));
         }
     }
     reader.finish();
@@ -205,7 +202,13 @@ std::unique_ptr<KrXmlObject> read(KrXmlReader& reader, KrXmlFactory const& facto
         if (object) {
             readRoot(reader, *object);
         } else {
-            reader.refuse("a known element", foundElement(reader));
+            reader.refuseElement([&] {
+                std::vector<KrToken> known;
+                for (auto const& [token, creator] : factory.creatorMap()) {
+                    known.push_back(token);
+                }
+                return known;
+            });
         }
     }
     reader.finish();

@@ -18,11 +18,18 @@ KrBoolean KrXmlBaseVariableCompoundType::read(KrXmlReader& reader) {
     KrXmlObject::read(reader);
     addLibraries_.setSpecified(false);
     bool const noAttributes = reader.refuseAttributes();
-    bool const childrenRead =
-        krXmlReadChildren(reader, [this](KrToken const& token, KrXmlReader& from) {
-            return readValueFromToken(token, from);
-        });
-    return childrenRead && noAttributes;
+    auto const readChild = [this](KrToken const& token, KrXmlReader& from) {
+        return readValueFromToken(token, from);
+    };
+    auto const known = [this] {
+        std::vector<KrToken> tags;
+        for (auto const& [token, creator] : creatorMap()) {
+            tags.push_back(token);
+        }
+        tags.push_back(KrXml::KrAddLibrariesToken);
+        return tags;
+    };
+    return krXmlReadChildren(reader, readChild, known) && noAttributes;
 }
 
 KrBoolean KrXmlBaseVariableCompoundType::write(KrXmlWriter& writer) const {

@@ -7,14 +7,15 @@
 /// The loop over an element's children that all objects with children share.
 /// `readChild(token, reader)` takes one child, on whose start tag the reader
 /// stands; what it leaves of the child is passed over. A child that it answers
-/// false for without saying why is refused as unknown. True when every child
-/// was taken and there was nothing else.
+/// false for without saying why is refused as unknown, and so is text; the message
+/// lists `known`. True when every child was taken and there was nothing else.
 template <class ReadChild>
-KrBoolean krXmlReadChildren(KrXmlReader& reader, ReadChild readChild) {
+KrBoolean krXmlReadChildren(KrXmlReader& reader, ReadChild readChild,
+                            KrXmlReader::KnownTags const& known = {}) {
     bool good = true;
     for (;;) {
         std::size_t const errors = reader.errorCount();
-        bool const more = reader.nextChild();
+        bool const more = reader.nextChild(known);
         good = good && reader.errorCount() == errors;  // text between the children
         if (!more) {
             return good && !reader.malformed();
@@ -24,7 +25,7 @@ KrBoolean krXmlReadChildren(KrXmlReader& reader, ReadChild readChild) {
         if (!readChild(token, reader)) {
             good = false;
             if (reader.errorCount() == errors) {
-                reader.refuse("a known element", "element " + krXmlQuoted(token.localName()));
+                reader.refuseElement(known);
             }
         }
         reader.close(depth);

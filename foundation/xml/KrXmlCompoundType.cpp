@@ -83,8 +83,17 @@ KrBoolean KrXmlCompoundType::readElements(KrXmlReader& reader) {
     for (auto const& component : componentMap()) {
         component.object->setSpecified(false);
     }
-    return krXmlReadChildren(reader, [this](KrToken const& token, KrXmlReader& from) {
+    auto const readChild = [this](KrToken const& token, KrXmlReader& from) {
         return readValueFromToken(token, from);
+    };
+    return krXmlReadChildren(reader, readChild, [this] {
+        std::vector<KrToken> known;
+        for (auto const* map : {&componentMap(), &specialDescriptorMap()}) {
+            for (auto const& child : *map) {
+                known.push_back(child.token);
+            }
+        }
+        return known;
     });
 }
 

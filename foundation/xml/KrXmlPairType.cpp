@@ -6,14 +6,13 @@
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
-bool refusePart(KrXmlReader const& reader) {
+void refusePart(KrXmlReader const& reader) {
     Kr::Print::instance().write(
         Kr::PrintType::Error,
         "KrXmlPairType Error: file not valid.\n\tFormat not correct.\n\tFile: %s\n\tLine: %u"
         "\tExpected %s or %s",
         reader.fileName(), reader.line(), KrXml::KrFirstToken.c_str(),
         KrXml::KrSecondToken.c_str());
-    return false;
 }
 
 }  // namespace
@@ -27,12 +26,12 @@ KrBoolean read(KrXmlReader& reader, KrXmlObject& first, KrXmlObject& second) {
                                   : token == KrXml::KrSecondToken ? &second
                                                                   : nullptr;
         if (!part || part->specified()) {
-            return refusePart(from);
+            refusePart(from);
         }
-        part->setSpecified(true);
-        return part->read(from);
+        return part && krXmlGiveOnce(*part, from) && part->read(from);
     };
-    return krXmlReadChildren(reader, readPart) && noAttributes;
+    auto const known = [] { return std::vector{KrXml::KrFirstToken, KrXml::KrSecondToken}; };
+    return krXmlReadChildren(reader, readPart, known) && noAttributes;
 }
 
 KrBoolean write(KrXmlWriter& writer, KrXmlObject const& first, KrXmlObject const& second) {

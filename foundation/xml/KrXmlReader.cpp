@@ -49,6 +49,21 @@ std::string escaped(char32_t code) {
            '}';
 }
 
+// " (alpha, beta)", of the first few.
+std::string listed(KrXmlReader::KnownTags const& known) {
+    constexpr std::size_t most = 5;
+    std::string list;
+    std::size_t count = 0;
+    for (KrToken const& tag : known ? known() : std::vector<KrToken>()) {
+        if (++count > most) {
+            list += ", ...";
+            break;
+        }
+        list.append(count == 1 ? " (" : ", ").append(tag.localName());
+    }
+    return count == 0 ? list : list + ')';
+}
+
 // Where a schema may be found: says nothing of the document's content.
 bool isSchemaLocation(std::string_view name) {
     constexpr std::string_view instance = "http://www.w3.org/2001/XMLSchema-instance";
@@ -176,7 +191,9 @@ private:
         if (unreadable) {
             fail("a readable document", "a read error");
         } else if (status != XML_STATUS_OK && XML_GetErrorCode(expat_.get()) != XML_ERROR_ABORTED) {
-            fail("well-formed XML", XML_ErrorString(XML_GetErrorCode(expat_.get())));
+            XML_Error const error = XML_GetErrorCode(expat_.get());
+            fail("well-formed XML", error == XML_ERROR_NO_ELEMENTS ? "the end of the document"
+                                                                   : XML_ErrorString(error));
         }
     }
 
@@ -349,13 +366,15 @@ bool KrXmlReader::begin() {
     return !stopped_ && !open_.empty();
 }
 
-KrBoolean KrXmlReader::nextChild() {
+KrBoolean KrXmlReader::nextChild() { return nextChild(KnownTags()); }
+
+KrBoolean KrXmlReader::nextChild(KnownTags const& known) {
     std::string_view text;
     bool strayText = false;  // a long one comes in several pieces, and is refused once
     while (begin()) {
         switch (step(text)) {
             case Step::Start: return true;
-            case Step::Text: strayText = strayText || isStray(text); break;
+            case Step::Text: strayText = strayText || isStray(text, known); break;
             default: return false;
         }
     }
@@ -428,6 +447,17 @@ KrBoolean KrXmlReader::refuse(std::string const& expected, std::string const& fo
     return refuseAt({line(), column()}, expected, found);
 }
 
+KrBoolean KrXmlReader::refuseElement(KnownTags const& known) {
+    KrToken const& tag = token();
+    for (KrToken const& other : known ? known() : std::vector<KrToken>()) {
+        if (other.localName() == tag.localName() && !(other == tag)) {
+            return refuse("element " + krXmlQuoted(other.text()),
+                          "element " + krXmlQuoted(tag.text()));
+        }
+    }
+    return refuse("a known element" + listed(known), "element " + krXmlQuoted(tag.localName()));
+}
+
 KrBoolean KrXmlReader::refuseAttribute() {
     return refuse("a known attribute", "attribute " + krXmlQuoted(attributeName().localName()));
 }
@@ -442,13 +472,14 @@ KrBoolean KrXmlReader::refuseAttributes() {
 
 bool KrXmlReader::refuseAt(Place place, std::string const& expected, std::string const& found) {
     ++errorCount_;
-    Kr::Print::instance().write(Kr::PrintType::Error, "%s:%u:%u: %s: expected %s, found %s\n",
-                                fileName_, place.line, place.column, path(), expected, found);
+    std::string const where = open_.empty() ? "" : path() + ": ";
+    Kr::Print::instance().write(Kr::PrintType::Error, "%s:%u:%u: %sexpected %s, found %s\n",
+                                fileName_, place.line, place.column, where, expected, found);
     return false;
 }
 
 // Refuses text between elements, unless it is white space.
-bool KrXmlReader::isStray(std::string_view text) {
+bool KrXmlReader::isStray(std::string_view text, KnownTags const& known) {
     std::string_view const visible = krXmlTrimmed(text);
     if (visible.empty()) {
         return false;
@@ -458,7 +489,7 @@ bool KrXmlReader::isStray(std::string_view text) {
         textPlace_.line += newLine;
         textPlace_.column = newLine ? 1 : textPlace_.column + 1;
     }
-    refuseAt(textPlace_, "elements alone", "text " + krXmlQuoted(visible));
+    refuseAt(textPlace_, "elements alone" + listed(known), "text " + krXmlQuoted(visible));
     return true;
 }
 

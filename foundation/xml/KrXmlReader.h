@@ -6,6 +6,7 @@
 #include "foundation/xml/KrXmlText.h"
 
 #include <cstddef>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -32,7 +33,8 @@ class KrXmlFactory;
 ///
 /// Whatever is refused, malformed text included, is printed as one message
 /// "FILE:LINE:COLUMN: PATH: expected ..., found ..." with lines and columns
-/// counted from 1, and counted. The count never goes back. A document type
+/// counted from 1, without "PATH: " outside the root element, and counted. The
+/// count never goes back. A document type
 /// declaration is refused, so that no entity is expanded and nothing external
 /// is fetched, and so is nesting deeper than the limit. After malformed text the
 /// reader finds no further children.
@@ -57,6 +59,12 @@ public:
     /// was met instead, which ends the current element.
     KrBoolean nextChild();
 
+    /// Tells the tags that may stand at a place; asked only when a message lists them.
+    using KnownTags = std::function<std::vector<KrToken>()>;
+
+    /// The same. When text stands where a child may, the message lists `known`.
+    KrBoolean nextChild(KnownTags const& known);
+
     /// Moves to the next attribute of the current element's start tag.
     KrBoolean nextAttribute();
 
@@ -74,6 +82,10 @@ public:
 
     /// Prints and counts a refusal at the current element. Returns false.
     KrBoolean refuse(std::string const& expected, std::string const& found);
+
+    /// Refuses the current element as none of `known`, which the message lists unless
+    /// the namespace alone is wrong. Returns false.
+    KrBoolean refuseElement(KnownTags const& known);
 
     /// Refuses the current attribute as unknown. Returns false.
     KrBoolean refuseAttribute();
@@ -136,7 +148,7 @@ private:
     bool begin();
     Step step(std::string_view& text);
     bool refuseAt(Place place, std::string const& expected, std::string const& found);
-    bool isStray(std::string_view text);
+    bool isStray(std::string_view text, KnownTags const& known);
 
     std::unique_ptr<Parser> parser_;
     std::string fileName_;

@@ -109,16 +109,17 @@ public:
         std::optional<KrU32> count;
         std::vector<E> items;  // ours stay as they were until all are read
         bool const attributesRead = KrXmlVector::readCount(reader, count);
+        auto const readItem = [&](KrToken const& token, KrXmlReader& from) {
+            if (!(token == tag)) {
+                return false;
+            }
+            if (items.size() == items.capacity()) {
+                items.reserve(KrXmlVector::room(items.size(), count.value_or(0)));
+            }
+            return items.emplace_back().read(from);
+        };
         bool const itemsRead =
-            krXmlReadChildren(reader, [&](KrToken const& token, KrXmlReader& from) {
-                if (!(token == tag)) {
-                    return false;
-                }
-                if (items.size() == items.capacity()) {
-                    items.reserve(KrXmlVector::room(items.size(), count.value_or(0)));
-                }
-                return items.emplace_back().read(from);
-            });
+            krXmlReadChildren(reader, readItem, [&] { return std::vector{tag}; });
         if (!attributesRead || !itemsRead) {
             return false;
         }

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -119,6 +120,16 @@ TYPED_TEST(ElementContract, RefusedDocumentsSayWhereAndChangeNothing) {
     std::string const tag(element.token().localName());
     std::string const root = "<" + tag + " xmlns='urn:zeibreku:function#'";
     std::string const start = root + " colour='red'>";
+    std::string known;  // the components, the first few of them
+    for (auto const& component : element.componentMap()) {
+        known += known.empty() ? " (" : ", ";
+        if (std::count(known.begin(), known.end(), ',') == 5) {
+            known += "...";
+            break;
+        }
+        known += component.token.localName();
+    }
+    known += known.empty() ? "" : ")";
     auto const at = [](std::size_t column) {
         return "<string>:1:" + std::to_string(column) + ": ";
     };
@@ -130,10 +141,9 @@ TYPED_TEST(ElementContract, RefusedDocumentsSayWhereAndChangeNothing) {
         refusals += message.text.starts_with("<string>") ? message.text : "";
     }
     EXPECT_EQ(refusals, at(1) + tag + ": expected a known attribute, found attribute \"colour\"\n" +
-                            at(start.size() + 1) + tag +
-                            "/nothing: expected a known element, found element \"nothing\"\n" +
-                            at(start.size() + 11) + tag +
-                            ": expected elements alone, found text \"stray\"\n");
+                            at(start.size() + 1) + tag + "/nothing: expected a known element" +
+                            known + ", found element \"nothing\"\n" + at(start.size() + 11) + tag +
+                            ": expected elements alone" + known + ", found text \"stray\"\n");
     EXPECT_TRUE(element == before);
     // What a document lacks takes its default.
     ASSERT_TRUE(KrXml::fromString(root + "/>", element));

@@ -164,7 +164,7 @@ TEST(FailingSurroundings, FilesThatCannotBeUsedAreNamedAndStayAsTheyWere) {
     EXPECT_FALSE(KrXml::readFile(folder.path, sequence));
     EXPECT_EQ(captured.text(), cases[0].path + ": cannot be read: No such file or directory\n" +
                                    folder.path.string() +
-                                   ":1:1: : expected a readable document, found a read error\n");
+                                   ":1:1: expected a readable document, found a read error\n");
 }
 
 TEST(FailingSurroundings, LocalesChangeNoByte) {

@@ -43,7 +43,7 @@ TEST(XmlDocuments, AStreamThatFailsIsNoDocument) {
     KrXmlReader reader(stream, "a.xml");
     EXPECT_FALSE(reader.onElement());
     EXPECT_FALSE(reader.finish());
-    EXPECT_EQ(captured.text(), "a.xml:1:1: : expected a readable document, found a read error\n");
+    EXPECT_EQ(captured.text(), "a.xml:1:1: expected a readable document, found a read error\n");
     EXPECT_EQ(reader.errorCount(), 1U);
     // A stream that throws for its owner throws through the reader.
     std::istream throwing(&buffer);

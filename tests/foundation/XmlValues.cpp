@@ -152,7 +152,7 @@ TEST(XmlValues, VectorsTakeTheCountForAHint) {
     for (auto const& [content, attributes, message] :
          {std::tuple{"", " count=\"two\"", ":1: item: expected an integer, found \"two\""},
           {"<item>1</item><itm>2</itm>", "",
-           ":52: item/itm: expected a known element, found element \"itm\""},
+           ":52: item/itm: expected a known element (item), found element \"itm\""},
           {"<item>1</item><item>x</item>", "", ":52: item/item: expected a number, found \"x\""}}) {
         EXPECT_EQ(refusal(content, reals, attributes), std::string("<string>:1") + message + "\n");
     }
@@ -215,9 +215,10 @@ TEST(XmlValues, PairsHaveTwoPartsInAnyOrder) {
         "\tExpected urn:zeibreku:function#first or urn:zeibreku:function#second";
     for (auto const& [content, place] :
          {std::pair{"<third>3</third>",
-                    ":38: item/third: expected a known element, found element \"third\""},
+                    ":38: item/third: expected a known element (first, second), found element "
+                    "\"third\""},
           {"<first>1</first><first>3</first>",
-           ":54: item/first: expected a known element, found element \"first\""}}) {
+           ":54: item/first: expected each component once, found a second \"first\""}}) {
         EXPECT_EQ(refusal(content, pair), message + "<string>:1" + place + "\n");
     }
     // An enumeration has the texts of the one that was set, in each reading.

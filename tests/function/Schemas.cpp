@@ -258,10 +258,12 @@ TEST(AnyElement, IsReadByItsRoot) {
     EXPECT_FALSE(KrXml::fromString("<nelderMead/>", factory));
     EXPECT_FALSE(KrXml::fromString(element("nelderMead", "") + 'x', factory));
     EXPECT_FALSE(KrXml::readFile("absent.xml", factory));
-    EXPECT_EQ(captured.text(),
-              "<string>:1:1: nelderMead: expected a known element, found element \"nelderMead\"\n"
-              "<string>:1:57: : expected well-formed XML, found junk after document element\n"
-              "absent.xml: cannot be read: No such file or directory\n");
+    EXPECT_EQ(
+        captured.text(),
+        "<string>:1:1: nelderMead: expected element \"urn:zeibreku:function#nelderMead\", found "
+        "element \"nelderMead\"\n"
+        "<string>:1:57: expected well-formed XML, found junk after document element\n"
+        "absent.xml: cannot be read: No such file or directory\n");
 }
 
 }  // namespace
