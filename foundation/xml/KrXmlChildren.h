@@ -14,9 +14,10 @@ KrBoolean krXmlReadChildren(KrXmlReader& reader, ReadChild readChild,
                             KrXmlReader::KnownTags const& known = {}) {
     bool good = true;
     for (;;) {
-        std::size_t const errors = reader.errorCount();
+        std::size_t errors = reader.errorCount();
         bool const more = reader.nextChild(known);
         good = good && reader.errorCount() == errors;  // text between the children
+        errors = reader.errorCount();
         if (!more) {
             return good && !reader.malformed();
         }

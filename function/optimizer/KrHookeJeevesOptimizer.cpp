@@ -203,7 +203,7 @@ bool KrHookeJeevesOptimizer::explore() const {
     if (s.trialPoint.size() < n) {  // no search has come this far
         return false;
     }
-    bool const alongAxes = directionsMode() == none;
+    bool const alongAxes = directionsMode() == NONE;
     if (!alongAxes) {
         s.directions.resizeArray(n, n);  // the mode may have been set since the last update
     }
@@ -279,14 +279,14 @@ void KrHookeJeevesOptimizer::updateDirections() const {
     State& s = *state_;
     KrU32 const n = static_cast<KrU32>(s.stepSigns.size());
     KrU32 const mode = directionsMode();
-    if (mode != none) {
+    if (mode != NONE) {
         s.directions.resizeArray(n, n);
     }
     switch (mode) {
-        case none: break;
-        case axisAligned: setIdentity(s.directions, n); break;
-        case random: setRandomOrthonormal(s.directions); break;
-        case rotated:
+        case NONE: break;
+        case AXIS_ALIGNED: setIdentity(s.directions, n); break;
+        case RANDOM: setRandomOrthonormal(s.directions); break;
+        case ROTATED:
             if (s.directionUpdates == 0) {
                 setIdentity(s.directions, n);
             } else if (n > 0) {
@@ -312,9 +312,9 @@ void KrHookeJeevesOptimizer::registerComponents() {
 }
 
 void KrHookeJeevesOptimizer::xmlInit() {
-    directionsMode_.setEnumString(none, KrFunction::KrNoneToken);
-    directionsMode_.setEnumString(axisAligned, KrFunction::KrAxisAlignedToken);
-    directionsMode_.setEnumString(random, KrFunction::KrRandomToken);
-    directionsMode_.setEnumString(rotated, KrFunction::KrRotatedToken);
+    directionsMode_.setEnumString(NONE, KrFunction::KrNoneToken);
+    directionsMode_.setEnumString(AXIS_ALIGNED, KrFunction::KrAxisAlignedToken);
+    directionsMode_.setEnumString(RANDOM, KrFunction::KrRandomToken);
+    directionsMode_.setEnumString(ROTATED, KrFunction::KrRotatedToken);
     KrTaggedElement::xmlInit();
 }

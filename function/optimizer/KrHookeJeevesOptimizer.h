@@ -28,15 +28,15 @@
 ///       <directionsMode>urn:zeibreku:function#none</directionsMode>
 ///     </hookeJeeves>
 ///
-/// | `directionsMode` | directions                                   |
-/// |------------------|----------------------------------------------|
-/// | `none`           | the coordinate axes                          |
-/// | `axisAligned`    | the columns of an identity matrix            |
-/// | `random`         | orthonormal, redrawn at each contraction     |
-/// | `rotated`        | two of them turned by 45 degrees at each     |
-/// |                  | contraction but the first, from the identity |
+/// | `directionsMode` | text        | directions                                   |
+/// |------------------|-------------|----------------------------------------------|
+/// | `NONE`           | none        | the coordinate axes                          |
+/// | `AXIS_ALIGNED`   | axisAligned | the columns of an identity matrix            |
+/// | `RANDOM`         | random      | orthonormal, redrawn at each contraction     |
+/// | `ROTATED`        | rotated     | two of them turned by 45 degrees at each     |
+/// |                  |             | contraction but the first, from the identity |
 ///
-/// In a document the name carries the namespace, as in the sample. Another mode is reported at
+/// A text carries the namespace, as in the sample. Another mode is reported at
 /// each contraction and leaves the directions as they are, zeros at first.
 ///
 /// Every evaluation is charged, that at the start point included; a pattern move
@@ -55,8 +55,8 @@ class KR_EXPORT KrHookeJeevesOptimizer
     : public KrTaggedElement<KrHookeJeevesOptimizer, KrScalarMultivariableOptimizer,
                              KrFunction::KrHookeJeevesToken> {
 public:
-    /// The sets of directions, by the names that documents have for them.
-    enum DIRECTIONS_MODE : KrU32 { none = 0, axisAligned = 1, random = 2, rotated = 3 };
+    /// The sets of directions, numbered as recorded settings have them.
+    enum DIRECTIONS_MODE : KrU32 { NONE = 0, AXIS_ALIGNED = 1, RANDOM = 2, ROTATED = 3 };
 
     double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
                        KrRealVector& result) const override;
@@ -149,7 +149,7 @@ private:
     KrXmlBasicType<KrU32> maxFunctionEvaluations_{300};
     KrXmlRealVector edgeLengths_;
     KrXmlBasicType<double> defaultEdgeLength_{0.01};
-    KrXmlEnumType<KrU32> directionsMode_{none};
+    KrXmlEnumType<KrU32> directionsMode_{NONE};
 
     mutable KrScratch<State> state_;
 };

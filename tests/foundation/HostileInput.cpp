@@ -125,15 +125,13 @@ TEST(HostileInput, IsRefusedAtItsPlace) {
         {in("<nelderMead/><nelderMead/><alpha/>"), "1:78: " + holder + "/alpha",
          "a known element" + family + ", found element \"alpha\""},
         // Every fault is told, not the first alone.
-        {in("<nelderMead a='1'>\n \n  stray <alpha/><b/></nelderMead>"), "1:52: " + element,
+        {in("<nelderMead a='1'>\n \n  stray <b/><alpha/></nelderMead>"), "1:52: " + element,
          "a known attribute, found attribute \"a\"\n"
          "<string>:3:3: optimizerContainer/nelderMead: expected elements alone (alpha, beta, "
-         "gamma, sigma, "
-         "stoppingThreshold, ...), found text \"stray\"\n"
-         "<string>:3:9: optimizerContainer/nelderMead/alpha: expected a number, found \"\"\n"
-         "<string>:3:17: optimizerContainer/nelderMead/b: expected a known element (alpha, beta, "
-         "gamma, "
-         "sigma, stoppingThreshold, ...), found element \"b\""},
+         "gamma, sigma, stoppingThreshold, ...), found text \"stray\"\n"
+         "<string>:3:9: optimizerContainer/nelderMead/b: expected a known element (alpha, beta, "
+         "gamma, sigma, stoppingThreshold, ...), found element \"b\"\n"
+         "<string>:3:13: optimizerContainer/nelderMead/alpha: expected a number, found \"\""},
     };
     for (auto const& test : cases) {
         EXPECT_EQ(refusal(test.document),

@@ -309,7 +309,7 @@ TEST(Optimizers, DoNothingBeforeASearchWasSetUp) {
     EXPECT_EQ(filtering.singleStep(1.0, powell, done), 0.0);
     EXPECT_FALSE(done);
     KrHookeJeevesOptimizer rotated;
-    rotated.setDirectionsMode(KrHookeJeevesOptimizer::rotated);
+    rotated.setDirectionsMode(KrHookeJeevesOptimizer::ROTATED);
     rotated.newExploratoryMove();
     rotated.transitionalMove();
     rotated.patternContraction();
@@ -450,7 +450,7 @@ TEST(HookeJeeves, AnUnknownModeExploresNothingAndSaysSoAtEachUpdate) {
     minimise(KrHookeJeevesOptimizer(optimizer), powell, powellStart);
     EXPECT_EQ(captured.messages.size(), 1U);
     // On the object of a search it explores by that one's directions.
-    optimizer.setDirectionsMode(KrHookeJeevesOptimizer::axisAligned);
+    optimizer.setDirectionsMode(KrHookeJeevesOptimizer::AXIS_ALIGNED);
     Search const before = minimise(optimizer, powell, powellStart);
     optimizer.setDirectionsMode(7);
     expectSame(before, minimise(optimizer, powell, powellStart));
@@ -508,7 +508,7 @@ TEST(HookeJeeves, HandsOverFromStateToState) {
     EXPECT_EQ(recording.evaluations.size(), search.evaluations.size());
     // A mode that is set meanwhile finds no directions yet, and no room for them.
     optimizer.initialize(1.0, recording, powellStart, 1.0);
-    optimizer.setDirectionsMode(KrHookeJeevesOptimizer::rotated);
+    optimizer.setDirectionsMode(KrHookeJeevesOptimizer::ROTATED);
     EXPECT_FALSE(optimizer.explore());
 }
 
