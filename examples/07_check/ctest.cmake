@@ -21,7 +21,20 @@ add_refusal(several
     ${example_dir}/damaged.xml absent.xml ${example_dir}/../02_functions/line.xml
     ${example_dir}/../04_tables/unknown.xml)
 add_refusal(foreign "ctest.cmake:1:[0-9]+: expected well-formed XML" ${example_dir}/ctest.cmake)
-add_refusal(nothing "expected FILE.xml... or --schema")
+# A name and a text keep their blanks, and the place is said once.
+add_test(NAME example.07_check.blanks COMMAND sh -c [=[
+    printf '<nelderMead xmlns="urn:zeibreku:function#"><alpha>a  b</alpha></nelderMead>' >'c  d.xml'
+    "$1" 'c  d.xml' | grep -x 'c  d.xml:1:44: nelderMead/alpha: expected a number, found "a  b"']=]
+    sh $<TARGET_FILE:${example}>)
+# What cannot be told: a wrong call, and an answer that nobody gets.
+add_test(NAME example.07_check.untold COMMAND sh -c [=[
+    "$1"; test $? = 2 || exit 1
+    "$1" --schema "$2"; test $? = 2 || exit 1
+    "$1" --schema >/dev/full; test $? = 2 || exit 1
+    "$1" "$2" >/dev/full; test $? = 2 && echo told]=]
+    sh $<TARGET_FILE:${example}> ${example_dir}/../02_functions/line.xml)
+set_tests_properties(example.07_check.untold PROPERTIES
+    PASS_REGULAR_EXPRESSION "expected FILE.*expected FILE.*No space left.*No space left.*told")
 add_test(NAME example.07_check.schema
     COMMAND sh -c "\"$1\" --schema | diff -u \"$2\" -" sh
         $<TARGET_FILE:${example}> ${PROJECT_SOURCE_DIR}/schemas/zeibreku.xsd)

@@ -1,6 +1,6 @@
 // Checks XML files: reads each by its root element, whatever element of the
 // library that is, and prints every problem with its place, a line for each. The
-// exit status is 1 when there was any.
+// exit status is 1 when there was any, and 2 when it could not be told.
 //
 //   07_check FILE.xml...
 //   07_check --schema          prints the XML Schema of all elements
@@ -14,17 +14,23 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <sstream>
+#include <new>
 #include <string>
 
 namespace {
 
-/// A message's text on one line.
-std::string onOneLine(std::string const& text) {
-    std::istringstream words(text);
+/// A message's text on one line: a blank for each line end and the tabs behind it.
+std::string onOneLine(std::string text) {
+    while (text.ends_with('\n')) {
+        text.pop_back();
+    }
     std::string line;
-    for (std::string word; words >> word;) {
-        line += (line.empty() ? "" : " ") + word;
+    for (char const c : text) {
+        if (c != '\n' && c != '\t') {
+            line += c;
+        } else if (!line.ends_with(' ')) {
+            line += ' ';
+        }
     }
     return line;
 }
@@ -41,7 +47,8 @@ std::string withPlace(std::string const& text, KrXmlReader const& reader) {
 
 bool isGood(std::string const& path, KrXmlFactory const& factory) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
+    file.peek();  // a folder is opened, and fails only here
+    if (file.fail()) {
         std::printf("%s: cannot be read: %s\n", path.c_str(), std::strerror(errno));
         return false;
     }
@@ -49,7 +56,7 @@ bool isGood(std::string const& path, KrXmlFactory const& factory) {
     bool good = true;
     auto const previous = Kr::Print::instance().setSink([&](Kr::Message const& message) {
         good = false;
-        std::printf("%s\n", withPlace(onOneLine(message.text), reader).c_str());
+        std::printf("%s\n", onOneLine(withPlace(message.text, reader)).c_str());
     });
     auto const object = KrXml::read(reader, factory);
     Kr::Print::instance().setSink(previous);
@@ -60,22 +67,36 @@ bool isGood(std::string const& path, KrXmlFactory const& factory) {
     return good;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    if (argc < 2) {
-        std::fprintf(stderr, "07_check: expected FILE.xml... or --schema\n");
-        return 1;
-    }
+/// Whether all of the files, or the schema, are good.
+bool areGood(int argc, char** argv) {
     KrXmlFactory const factory = KrCreators::factory();  // a client adds elements of his own
     if (std::strcmp(argv[1], "--schema") == 0) {
         std::string const schema = KrXml::schemaToString(factory);
         std::fputs(schema.c_str(), stdout);
-        return schema.empty() ? 1 : 0;
+        return !schema.empty();
     }
     bool good = true;
     for (int i = 1; i < argc; ++i) {
         good = isGood(argv[i], factory) && good;
     }
-    return good ? 0 : 1;
+    return good;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2 || (std::strcmp(argv[1], "--schema") == 0 && argc > 2)) {
+        std::fprintf(stderr, "07_check: expected FILE.xml... or --schema\n");
+        return 2;
+    }
+    try {
+        bool const good = areGood(argc, argv);
+        if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
+            return good ? 0 : 1;
+        }
+        std::perror("07_check: standard output");
+    } catch (std::bad_alloc const&) {
+        std::fprintf(stderr, "07_check: out of memory\n");
+    }
+    return 2;
 }
