@@ -25,7 +25,7 @@ KrBoolean read(KrXmlReader& reader, KrXmlObject& first, KrXmlObject& second) {
         KrXmlObject* const part = token == KrXml::KrFirstToken    ? &first
                                   : token == KrXml::KrSecondToken ? &second
                                                                   : nullptr;
-        if (!part || part->specified()) {
+        if (!part) {
             refusePart(from);
         }
         return part && krXmlGiveOnce(*part, from) && part->read(from);

@@ -213,13 +213,16 @@ TEST(XmlValues, PairsHaveTwoPartsInAnyOrder) {
     std::string const message =
         "KrXmlPairType Error: file not valid.\n\tFormat not correct.\n\tFile: <string>\n\tLine: 1"
         "\tExpected urn:zeibreku:function#first or urn:zeibreku:function#second";
-    for (auto const& [content, place] :
-         {std::pair{"<third>3</third>",
-                    ":38: item/third: expected a known element (first, second), found element "
-                    "\"third\""},
+    for (auto const& [content, refused] :
+         {std::pair<char const*, std::string>{
+              "<third>3</third>",
+              message +
+                  "<string>:1:38: item/third: expected a known element (first, second), found "
+                  "element \"third\"\n"},
           {"<first>1</first><first>3</first>",
-           ":54: item/first: expected each component once, found a second \"first\""}}) {
-        EXPECT_EQ(refusal(content, pair), message + "<string>:1" + place + "\n");
+           "<string>:1:54: item/first: expected each component once, found a second "
+           "\"first\"\n"}}) {
+        EXPECT_EQ(refusal(content, pair), refused);
     }
     // An enumeration has the texts of the one that was set, in each reading.
     KrXmlPairType<U32, KrXmlEnumType<KrU32>> named;
