@@ -2,7 +2,7 @@
 # Installs what building needs, as Debian packages, and only what is missing.
 #
 #   scripts/setup.sh demo         compiler, CMake, Ninja, pkg-config, expat
-#   scripts/setup.sh test         the same, GoogleTest, xmllint, and libpng for an example
+#   scripts/setup.sh test         the same, GoogleTest, xmllint, locales, and libpng for an example
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
 #   scripts/setup.sh pictures     demo, and gnuplot
@@ -59,6 +59,7 @@ need_test() {
     need_demo
     need libgtest-dev library gtest
     need libxml2-utils program xmllint
+    need locales test -e /usr/share/i18n/locales/de_DE
     need libpng-dev library libpng
 }
 

@@ -11,7 +11,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -85,7 +87,8 @@ KrBoolean writeDocument(std::ostream& stream, KrXmlObject const& object) {
 KrBoolean openFile(std::string const& path, std::ifstream& stream) {
     errno = 0;
     stream.open(path, std::ios::binary);
-    return stream.good() || refuseFile(path, "cannot be read: " + lastSystemError());
+    stream.peek();  // a folder is opened, and fails only here
+    return !stream.fail() || refuseFile(path, "cannot be read: " + lastSystemError());
 }
 
 // What messages call a document that is no file.
@@ -141,6 +144,52 @@ bool synchronise(fs::path const& path) {
     return done;
 }
 
+// A write beyond the limit on a file's size ends the process by a signal, unless the
+// thread holds it back: then the write fails, with the reason.
+class FileSizeSignal {
+public:
+    FileSizeSignal() {
+        sigset_t pending;
+        ::sigpending(&pending);
+        ours_ = sigismember(&pending, SIGXFSZ) == 0;
+        ::sigemptyset(&signal_);
+        sigaddset(&signal_, SIGXFSZ);
+        ::pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+    }
+    ~FileSizeSignal() {
+        timespec const now{};
+        if (ours_) {
+            ::sigtimedwait(&signal_, nullptr, &now);  // there is one at most
+        }
+        ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    FileSizeSignal(FileSizeSignal const&) = delete;
+    FileSizeSignal& operator=(FileSizeSignal const&) = delete;
+
+private:
+    sigset_t signal_;
+    sigset_t before_;
+    bool ours_;
+};
+
+KrBoolean refuseWriting(std::string const& path) {
+    return refuseFile(path, "cannot be written: " + lastSystemError());
+}
+
+// Puts what `write` has to say into `file`; messages call it `path`.
+KrBoolean fillFile(fs::path const& file, std::string const& path,
+                   std::function<KrBoolean(std::ostream&)> const& write) {
+    errno = 0;
+    std::ofstream stream(file, std::ios::binary | std::ios::trunc);
+    bool const opened = stream.is_open();
+    bool const written = opened && write(stream);
+    if (opened && !written && stream.good()) {
+        return refuseFile(path, "not written");  // for the reason that was given already
+    }
+    stream.close();
+    return (written && stream.good()) || refuseWriting(path);
+}
+
 }  // namespace
 
 namespace internal {
@@ -158,38 +207,37 @@ KrBoolean readTextInto(std::string const& text, KrXmlObject& object, KrXmlFactor
 
 KrBoolean replaceFile(std::string const& path,
                       std::function<KrBoolean(std::ostream&)> const& write) {
-    auto const failed = [&] { return refuseFile(path, "cannot be written: " + lastSystemError()); };
+    FileSizeSignal const heldBack;
     std::error_code error;
-    fs::path const target = followed(path);
-    fs::file_status const old = fs::status(target, error);
+    fs::file_status const old = fs::status(path, error);
     if (old.type() == fs::file_type::none) {  // such as links in a circle
         return refuseFile(path, "cannot be written: " + error.message());
     }
     if (fs::exists(old) && !fs::is_regular_file(old)) {
-        return refuseFile(path, "cannot be written: not a regular file");
+        return fillFile(path, path, write);  // a pipe or a device has no content to keep
+    }
+    fs::path const target = followed(path);
+    if (fs::exists(old) && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
+        return refuseWriting(path);
     }
     fs::path const fresh = createBeside(target);
     if (fresh.empty()) {
-        return failed();
+        return refuseWriting(path);
     }
     struct Cleanup {
         fs::path const& name;
         ~Cleanup() { ::unlink(name.c_str()); }  // nothing is left of it once it was renamed
     } const cleanup{fresh};
-    std::ofstream stream(fresh, std::ios::binary | std::ios::trunc);
-    errno = 0;
-    bool const written = write(stream);
-    if (!written && stream.good()) {
-        return refuseFile(path, "not written");  // for the reason that was given already
+    if (!fillFile(fresh, path, write)) {
+        return false;
     }
-    stream.close();
-    if (!written || !stream || !synchronise(fresh)) {
-        return failed();
+    if (!synchronise(fresh)) {
+        return refuseWriting(path);
     }
     if (fs::exists(old)) {
         fs::permissions(fresh, old.permissions(), error);
     }
-    return std::rename(fresh.c_str(), target.c_str()) == 0 || failed();
+    return std::rename(fresh.c_str(), target.c_str()) == 0 || refuseWriting(path);
 }
 
 }  // namespace internal

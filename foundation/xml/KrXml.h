@@ -107,7 +107,9 @@ KR_EXPORT std::unique_ptr<KrXmlObject> read(KrXmlReader& reader, KrXmlFactory co
 /// Writes the document of `object` beside `path` and then renames it over
 /// `path`, so that at every moment the old or the new file is whole; when the
 /// result is false, the old file is untouched. An existing file keeps its
-/// permissions; a symbolic link is followed.
+/// permissions, and one that the process may not write to is refused; a symbolic
+/// link is followed. What is no regular file, such as a pipe or `/dev/stdout` on
+/// one, is written to as it stands.
 KR_EXPORT KrBoolean writeFile(std::string const& path, KrXmlObject const& object);
 
 /// The document of `object`; empty on failure.
