@@ -57,7 +57,11 @@ public:
     }
 
     void writeSchema(KrXmlSchema& schema) const override {
-        schema.simpleType(KrXmlText<T>::schemaType);
+        if constexpr (requires { KrXmlText<T>::schemaLargest; }) {
+            schema.simpleType(KrXmlText<T>::schemaType, {}, KrXmlText<T>::schemaLargest);
+        } else {
+            schema.simpleType(KrXmlText<T>::schemaType);
+        }
     }
 
     bool isBasicType() const override { return true; }

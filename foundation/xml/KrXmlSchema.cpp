@@ -74,7 +74,7 @@ KrXmlSchema::~KrXmlSchema() = default;
 void KrXmlSchema::startGroup(Group group) {
     bool const isChoice = group == Group::Choice || group == Group::List;
     open_ = &open_->add(group == Group::All ? "xs:all" : isChoice ? "xs:choice" : "xs:sequence");
-    if (isChoice) {
+    if (isChoice || group == Group::Together) {
         open_->with("minOccurs", "0");
     }
     if (group == Group::List) {
@@ -84,10 +84,14 @@ void KrXmlSchema::startGroup(Group group) {
 
 void KrXmlSchema::endGroup() { open_ = open_->parent; }
 
+KrBoolean KrXmlSchema::describes(KrToken const& tag) const {
+    std::string_view const uri = tag.namespaceUri();
+    return uri == targetNamespace_ || (uri.empty() && open_ != root_.get());
+}
+
 void KrXmlSchema::element(KrToken const& tag, KrXmlObject const& object) {
     std::string const uri(tag.namespaceUri());
-    bool const isRoot = open_ == root_.get();
-    if (uri != targetNamespace_ && (isRoot || !uri.empty())) {
+    if (!describes(tag)) {
         foreignElement(uri);
         return;
     }
@@ -95,7 +99,7 @@ void KrXmlSchema::element(KrToken const& tag, KrXmlObject const& object) {
     if (uri != targetNamespace_) {
         node.with("form", "unqualified");
     }
-    if (!isRoot && open_->name != "xs:choice") {
+    if (open_->attributes.empty()) {  // neither the root nor a group that may be missing
         node.with("minOccurs", "0");
     }
     describe(node, object);
@@ -129,7 +133,22 @@ void KrXmlSchema::attribute(KrToken const& tag, KrXmlObject const& object) {
     describe(open_->add("xs:attribute").with("name", std::string(tag.localName())), object);
 }
 
-void KrXmlSchema::simpleType(std::string const& base, std::vector<std::string> const& texts) {
+void KrXmlSchema::simpleType(std::string const& base, std::vector<std::string> const& texts,
+                             std::string const& largest) {
+    if (!largest.empty()) {
+        // Met often, and therefore described once, under a name that says it.
+        auto const [type, isNew] = typeNames_.try_emplace(base + largest, "upTo" + largest);
+        if (isNew) {
+            root_->add("xs:simpleType")
+                .with("name", type->second)
+                .add("xs:restriction")
+                .with("base", base)
+                .add("xs:maxInclusive")
+                .with("value", largest);
+        }
+        open_->with("type", type->second);
+        return;
+    }
     if (texts.empty()) {
         open_->with("type", base);
         return;

@@ -39,6 +39,7 @@ public:
         Sequence,  ///< each child at most once, in the order given
         Choice,    ///< one of the children, or none
         List,      ///< the children any number of times, in any order
+        Together,  ///< all of the children, in the order given, or none
     };
 
     /// Describes elements of `targetNamespace`, and those without a namespace.
@@ -47,7 +48,8 @@ public:
     KrXmlSchema(KrXmlSchema const&) = delete;
     KrXmlSchema& operator=(KrXmlSchema const&) = delete;
 
-    /// Opens a group of children; a choice or a list may stand in a sequence.
+    /// Opens a group of children. One inside a sequence, or inside children that stand
+    /// together, may be a choice or a list; children together may end a sequence.
     void startGroup(Group group);
     /// Closes the group that was opened last.
     void endGroup();
@@ -60,9 +62,14 @@ public:
     /// An optional attribute `tag` with the value of `object`.
     void attribute(KrToken const& tag, KrXmlObject const& object);
 
-    /// The content is a text of the XML Schema type `base`, and one of `texts`
-    /// where there are any.
-    void simpleType(std::string const& base, std::vector<std::string> const& texts = {});
+    /// The content is a text of the XML Schema type `base`: at most `largest` where
+    /// that is not empty, else one of `texts` where there are any.
+    void simpleType(std::string const& base, std::vector<std::string> const& texts = {},
+                    std::string const& largest = "");
+
+    /// Whether elements of this tag are described, and not let through as those of
+    /// another namespace.
+    KrBoolean describes(KrToken const& tag) const;
 
     /// Whether the run-time class of `object` has been described already.
     KrBoolean described(KrXmlObject const& object) const;
@@ -81,7 +88,7 @@ private:
     void foreignElement(std::string const& uri);
 
     std::string targetNamespace_;
-    std::map<std::string, std::string> typeNames_;  // by class
+    std::map<std::string, std::string> typeNames_;  // by class, and by what a bounded type is
     std::unique_ptr<Node> root_;
     Node* open_;  // what the calls of a writeSchema add to
 };

@@ -7,11 +7,14 @@
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
-// Drops white space and one leading '+', which std::from_chars does not take;
-// what is left of "+-1" is then malformed to it, as it should be.
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool startsNumber(char c) { return isDigit(c) || c == '.'; }
+
+// Drops white space, and a '+' ahead of a number, which std::from_chars does not
+// take. With "+INF" and "+-1" the '+' stays, and they are malformed.
 std::string_view numberText(std::string_view text) {
     text = krXmlTrimmed(text);
-    if (text.size() > 1 && text.front() == '+' && text[1] != '-') {
+    if (text.size() > 1 && text.front() == '+' && startsNumber(text[1])) {
         text.remove_prefix(1);
     }
     return text;
@@ -54,8 +57,7 @@ KrXmlParse KrXmlText<double>::parse(std::string_view text, double& value) {
     // A number begins with a digit or a point. What does not is one of the three
     // names of XML Schema; std::from_chars would also take "inf" and "nan".
     std::size_t const sign = text.starts_with('-') ? 1 : 0;
-    char const first = text.size() > sign ? text[sign] : ' ';
-    if ((first >= '0' && first <= '9') || first == '.') {
+    if (text.size() > sign && startsNumber(text[sign])) {
         return parseNumber(text, value);
     }
     constexpr double infinity = std::numeric_limits<double>::infinity();
@@ -80,10 +82,16 @@ std::string_view KrXmlText<double>::format(double value, KrXmlTextRoom& room) {
 
 KrXmlParse KrXmlText<KrU32>::parse(std::string_view text, KrU32& value) {
     text = numberText(text);
-    KrXmlParse const result = parseNumber(text, value);
-    bool const negative = text.size() > 1 && text.front() == '-' &&
-                          text.find_first_not_of("0123456789", 1) == std::string_view::npos;
-    return negative ? KrXmlParse::OutOfRange : result;
+    if (!text.starts_with('-')) {
+        return parseNumber(text, value);
+    }
+    KrU32 opposite = 0;
+    KrXmlParse const result = parseNumber(text.substr(1), opposite);
+    if (result == KrXmlParse::Good && opposite > 0) {
+        return KrXmlParse::OutOfRange;
+    }
+    value = result == KrXmlParse::Good ? 0 : value;
+    return result;
 }
 
 std::string_view KrXmlText<KrU32>::format(KrU32 value, KrXmlTextRoom& room) {

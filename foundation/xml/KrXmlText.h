@@ -14,7 +14,8 @@ enum class KrXmlParse { Good, Malformed, OutOfRange };
 /// where it stands. It does not depend on the locale. For each `T`:
 ///
 /// - `expected`, `range`: what a message calls it, and one that is not too large;
-/// - `schemaType`: its XML Schema type;
+/// - `schemaType`: its XML Schema type, and `schemaLargest`: the largest value of
+///   that type which is one, where there are larger ones;
 /// - `parse(text, value)`: sets `value` when the whole of `text`, but for white
 ///   space around it, is a value; otherwise leaves it as it was;
 /// - `format(value, room)`: the text, in `room` where it needs any.
@@ -36,12 +37,14 @@ struct KR_EXPORT KrXmlText<double> {
     static std::string_view format(double value, KrXmlTextRoom& room);
 };
 
-/// Decimal digits, 0 to 4294967295.
+/// Decimal digits, 0 to 4294967295, and "-0".
 template <>
 struct KR_EXPORT KrXmlText<KrU32> {
     static constexpr char const* expected = "an integer";
     static constexpr char const* range = "an integer from 0 to 4294967295";
-    static constexpr char const* schemaType = "xs:unsignedInt";
+    // Not xs:unsignedInt, which some validators take neither white space nor '+' for.
+    static constexpr char const* schemaType = "xs:nonNegativeInteger";
+    static constexpr char const* schemaLargest = "4294967295";
     static KrXmlParse parse(std::string_view text, KrU32& value);
     static std::string_view format(KrU32 value, KrXmlTextRoom& room);
 };

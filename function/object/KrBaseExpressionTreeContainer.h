@@ -94,10 +94,7 @@ public:
     void writeSchema(KrXmlSchema& schema) const override {
         // Not the base's: it describes a list of what can be created, this is one.
         KrXmlObject::writeSchema(schema);  // NOLINT(bugprone-parent-virtual-call)
-        schema.startGroup(KrXmlSchema::Group::Sequence);
-        schema.element(KrXml::KrAddLibrariesToken, addLibraries());
-        if (!creatorMap().empty()) {
-            schema.startGroup(KrXmlSchema::Group::Choice);
+        writeSchemaGroup(schema, KrXmlSchema::Group::Choice, [&] {
             for (auto const& [token, creator] : creatorMap()) {
                 KrOwned<T> const element(KrOwned<T>::castOrDelete(newObjectFromToken(token)));
                 if (element) {
@@ -105,9 +102,7 @@ public:
                     schema.element(token, *element);
                 }
             }
-            schema.endGroup();
-        }
-        schema.endGroup();
+        });
     }
 
     KrBoolean readValueFromToken(KrToken const& token, KrXmlReader& reader) override {
