@@ -37,7 +37,7 @@ workers=${workers:-$jobs}
 
 # fuzz TARGET EXECUTIONS LENGTH [SEEDS]: documents of at most LENGTH bytes.
 fuzz() {
-    local target=$1 executions=$2 length=$3 corpus=$work/corpus/$1 begun=$EPOCHREALTIME
+    local target=$1 executions=$2 length=$3 corpus=$work/corpus/$1 begun=$SECONDS
     local each=$((executions / workers)) pids=() pid worker failed=0
     shift 3
     mkdir -p "$corpus"
@@ -55,9 +55,9 @@ fuzz() {
         cat "$work/$target"-*.log >&2
         return 1
     fi
-    awk -v target="$target" -v count=$((each * workers)) -v begun="$begun" -v ended="$EPOCHREALTIME" \
+    awk -v target="$target" -v count=$((each * workers)) -v took=$((SECONDS - begun)) \
         'BEGIN { printf "%-10s %9d executions, %6.0f a second\n", target, count,
-                        count / (ended - begun) }'
+                        count / (took > 0 ? took : 1) }'
 }
 rm -f "$work"/*.log
 fuzz values $((executions / 5)) 400

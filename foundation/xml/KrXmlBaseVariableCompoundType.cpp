@@ -42,43 +42,15 @@ KrBoolean KrXmlBaseVariableCompoundType::write(KrXmlWriter& writer) const {
 
 void KrXmlBaseVariableCompoundType::writeSchema(KrXmlSchema& schema) const {
     KrXmlObject::writeSchema(schema);
-    writeSchemaGroup(schema, KrXmlSchema::Group::List, [&] {
-        for (auto const& [token, creator] : creatorMap()) {
-            std::unique_ptr<KrXmlObject const> const object(newObjectFromToken(token));
-            if (object) {
-                schema.element(token, *object);
-            }
-        }
-    });
-}
-
-void KrXmlBaseVariableCompoundType::writeSchemaGroup(KrXmlSchema& schema, KrXmlSchema::Group group,
-                                                     std::function<void()> const& elements) const {
-    using Group = KrXmlSchema::Group;
-    bool described = schema.describes(KrXml::KrAddLibrariesToken);
+    schema.startGroup(KrXmlSchema::Group::List);
+    schema.element(KrXml::KrAddLibrariesToken, addLibraries());
     for (auto const& [token, creator] : creatorMap()) {
-        described = described && schema.describes(token);
+        std::unique_ptr<KrXmlObject const> const object(newObjectFromToken(token));
+        if (object) {
+            schema.element(token, *object);
+        }
     }
-    auto const inGroup = [&](Group kind, auto const& describe) {
-        schema.startGroup(kind);
-        describe();
-        schema.endGroup();
-    };
-    auto const libraries = [&] { schema.element(KrXml::KrAddLibrariesToken, addLibraries()); };
-    if (described) {
-        inGroup(Group::Sequence, [&] {
-            inGroup(group, elements);
-            inGroup(Group::Together, [&] {
-                libraries();
-                inGroup(group, elements);
-            });
-        });
-    } else {  // another namespace's elements may stand in one place alone
-        inGroup(Group::List, [&] {
-            libraries();
-            elements();
-        });
-    }
+    schema.endGroup();
 }
 
 void KrXmlBaseVariableCompoundType::registerComponentCreator(KrToken const& token,

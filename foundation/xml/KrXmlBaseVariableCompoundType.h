@@ -4,10 +4,8 @@
 #include "foundation/core/KrMember.h"
 #include "foundation/xml/KrXmlFactory.h"
 #include "foundation/xml/KrXmlObject.h"
-#include "foundation/xml/KrXmlSchema.h"
 #include "foundation/xml/KrXmlVectorType.h"
 
-#include <functional>
 #include <string>
 #include <utility>
 
@@ -58,13 +56,6 @@ public:
 
     /// Compares the library lists: what can be created is no part of the value.
     bool operator==(KrXmlBaseVariableCompoundType const&) const = default;
-
-protected:
-    /// Describes a library list ahead of or behind a `group` of what can be created,
-    /// whose children `elements` adds. A schema cannot say "in any order, the list
-    /// once" without the group standing on both sides of the list.
-    void writeSchemaGroup(KrXmlSchema& schema, KrXmlSchema::Group group,
-                          std::function<void()> const& elements) const;
 
 private:
     // A copy can create what its source can. An assignment takes away nothing: what

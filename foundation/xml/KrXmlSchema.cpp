@@ -74,7 +74,7 @@ KrXmlSchema::~KrXmlSchema() = default;
 void KrXmlSchema::startGroup(Group group) {
     bool const isChoice = group == Group::Choice || group == Group::List;
     open_ = &open_->add(group == Group::All ? "xs:all" : isChoice ? "xs:choice" : "xs:sequence");
-    if (isChoice || group == Group::Together) {
+    if (isChoice) {
         open_->with("minOccurs", "0");
     }
     if (group == Group::List) {
@@ -84,14 +84,10 @@ void KrXmlSchema::startGroup(Group group) {
 
 void KrXmlSchema::endGroup() { open_ = open_->parent; }
 
-KrBoolean KrXmlSchema::describes(KrToken const& tag) const {
-    std::string_view const uri = tag.namespaceUri();
-    return uri == targetNamespace_ || (uri.empty() && open_ != root_.get());
-}
-
 void KrXmlSchema::element(KrToken const& tag, KrXmlObject const& object) {
     std::string const uri(tag.namespaceUri());
-    if (!describes(tag)) {
+    bool const isRoot = open_ == root_.get();
+    if (uri != targetNamespace_ && (isRoot || !uri.empty())) {
         foreignElement(uri);
         return;
     }
@@ -99,7 +95,7 @@ void KrXmlSchema::element(KrToken const& tag, KrXmlObject const& object) {
     if (uri != targetNamespace_) {
         node.with("form", "unqualified");
     }
-    if (open_->attributes.empty()) {  // neither the root nor a group that may be missing
+    if (!isRoot && open_->name != "xs:choice") {
         node.with("minOccurs", "0");
     }
     describe(node, object);

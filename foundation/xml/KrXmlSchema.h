@@ -39,7 +39,6 @@ public:
         Sequence,  ///< each child at most once, in the order given
         Choice,    ///< one of the children, or none
         List,      ///< the children any number of times, in any order
-        Together,  ///< all of the children, in the order given, or none
     };
 
     /// Describes elements of `targetNamespace`, and those without a namespace.
@@ -48,8 +47,7 @@ public:
     KrXmlSchema(KrXmlSchema const&) = delete;
     KrXmlSchema& operator=(KrXmlSchema const&) = delete;
 
-    /// Opens a group of children. One inside a sequence, or inside children that stand
-    /// together, may be a choice or a list; children together may end a sequence.
+    /// Opens a group of children; a choice or a list may stand in a sequence.
     void startGroup(Group group);
     /// Closes the group that was opened last.
     void endGroup();
@@ -66,10 +64,6 @@ public:
     /// that is not empty, else one of `texts` where there are any.
     void simpleType(std::string const& base, std::vector<std::string> const& texts = {},
                     std::string const& largest = "");
-
-    /// Whether elements of this tag are described, and not let through as those of
-    /// another namespace.
-    KrBoolean describes(KrToken const& tag) const;
 
     /// Whether the run-time class of `object` has been described already.
     KrBoolean described(KrXmlObject const& object) const;

@@ -94,7 +94,10 @@ public:
     void writeSchema(KrXmlSchema& schema) const override {
         // Not the base's: it describes a list of what can be created, this is one.
         KrXmlObject::writeSchema(schema);  // NOLINT(bugprone-parent-virtual-call)
-        writeSchemaGroup(schema, KrXmlSchema::Group::Choice, [&] {
+        schema.startGroup(KrXmlSchema::Group::Sequence);
+        schema.element(KrXml::KrAddLibrariesToken, addLibraries());
+        if (!creatorMap().empty()) {
+            schema.startGroup(KrXmlSchema::Group::Choice);
             for (auto const& [token, creator] : creatorMap()) {
                 KrOwned<T> const element(KrOwned<T>::castOrDelete(newObjectFromToken(token)));
                 if (element) {
@@ -102,7 +105,9 @@ public:
                     schema.element(token, *element);
                 }
             }
-        });
+            schema.endGroup();
+        }
+        schema.endGroup();
     }
 
     KrBoolean readValueFromToken(KrToken const& token, KrXmlReader& reader) override {

@@ -91,15 +91,10 @@ TEST_F(Schemas, AgreeWithTheReader) {
         // Containers hold one element of their family, vectors any number.
         {Valid, "optimizerContainer", ""},
         {Valid, "unitaryMapContainer", libraries + "<powerUnitaryMap/>"},
-        {Valid, "unitaryMapContainer", "<powerUnitaryMap/>" + libraries},
-        {No, "unitaryMapContainer", libraries + "<powerUnitaryMap/>" + libraries},
         {No, "optimizerContainer", "<linearScalarFunction/>"},
         {No, "optimizerContainer count='1'", "<hookeJeeves/>"},
         {Valid, "scalarMultivariableOptimizerVector count='2'",
          "<hookeJeeves/><nelderMead/>" + libraries},
-        {Valid, "scalarMultivariableOptimizerVector",
-         "<hookeJeeves/>" + libraries + "<hookeJeeves/><hookeJeeves/>"},
-        {No, "scalarMultivariableOptimizerVector", libraries + "<hookeJeeves/>" + libraries},
         {No, "scalarMultivariableOptimizerVector", "<powerUnitaryMap/>"},
         // Classes that hold themselves.
         {Valid, "optimizerContainer", sequence},
