@@ -49,12 +49,16 @@ std::string escaped(char32_t code) {
            '}';
 }
 
+std::vector<KrToken> tagsOf(KrXmlReader::KnownTags const& known) {
+    return known ? known() : std::vector<KrToken>();
+}
+
 // " (alpha, beta)", of the first few.
-std::string listed(KrXmlReader::KnownTags const& known) {
+std::string listed(std::vector<KrToken> const& known) {
     constexpr std::size_t most = 5;
     std::string list;
     std::size_t count = 0;
-    for (KrToken const& tag : known ? known() : std::vector<KrToken>()) {
+    for (KrToken const& tag : known) {
         if (++count > most) {
             list += ", ...";
             break;
@@ -449,13 +453,15 @@ KrBoolean KrXmlReader::refuse(std::string const& expected, std::string const& fo
 
 KrBoolean KrXmlReader::refuseElement(KnownTags const& known) {
     KrToken const& tag = token();
-    for (KrToken const& other : known ? known() : std::vector<KrToken>()) {
-        if (other.localName() == tag.localName() && !(other == tag)) {
+    std::string_view const name = tag.localName();
+    std::vector<KrToken> const tags = tagsOf(known);
+    for (KrToken const& other : tags) {
+        if (other.localName() == name && !(other == tag)) {
             return refuse("element " + krXmlQuoted(other.text()),
                           "element " + krXmlQuoted(tag.text()));
         }
     }
-    return refuse("a known element" + listed(known), "element " + krXmlQuoted(tag.localName()));
+    return refuse("a known element" + listed(tags), "element " + krXmlQuoted(name));
 }
 
 KrBoolean KrXmlReader::refuseAttribute() {
@@ -489,7 +495,7 @@ bool KrXmlReader::isStray(std::string_view text, KnownTags const& known) {
         textPlace_.line += newLine;
         textPlace_.column = newLine ? 1 : textPlace_.column + 1;
     }
-    refuseAt(textPlace_, "elements alone" + listed(known), "text " + krXmlQuoted(visible));
+    refuseAt(textPlace_, "elements alone" + listed(tagsOf(known)), "text " + krXmlQuoted(visible));
     return true;
 }
 

@@ -190,7 +190,7 @@ TEST(HostileInput, SizesCostInProportion) {
     std::string names;
     for (int i = 0; i < 100'000; ++i) {
         attributes += " a" + std::to_string(i) + "='1'";
-        names += "<n:a" + std::to_string(i) + "/>";
+        names += i % 5 ? "" : "<n:a" + std::to_string(i) + "/>";
     }
     std::string const longSpace = " xmlns:n='" + name.substr(large / 10 * 9) + "'>";
     struct {
@@ -203,7 +203,7 @@ TEST(HostileInput, SizesCostInProportion) {
         {"attribute name", inContainer("<nelderMead " + name + "='1'/>"), 1},
         {"namespace", inContainer("<nelderMead xmlns='" + name + "'/>"), 1},
         {"namespace of many names",
-         inContainer("<nelderMead" + longSpace + names + "</nelderMead>"), 100'000},
+         inContainer("<nelderMead" + longSpace + names + "</nelderMead>"), 20'000},
         {"digits", inAlpha(std::string(large, '1')), 1},
         {"zeros", inAlpha(std::string(large, '0') + "1"), 0},
         {"blanks", inAlpha(std::string(large, ' ') + "1"), 0},
@@ -225,9 +225,9 @@ TEST(HostileInput, SizesCostInProportion) {
          0, 200'000},
         {"unknown children, deep inside",
          inContainer(times(100, sequence) + "<sequenceOptimizer><optimizerSequence" + longSpace +
-                     times(50'000, "<n:a/>") +
+                     times(10'000, "<n:a/>") +
                      times(101, "</optimizerSequence></sequenceOptimizer>")),
-         50'000},
+         10'000},
         {"nesting", inContainer(times(100'000, "<a>") + times(100'000, "</a>")), 2},
         {"sequences", inContainer(times(100'000, sequence)), 1},
         {"branches", "<compositeFunctionContainer" + ns + ">" + times(100'000, branch), 1},
