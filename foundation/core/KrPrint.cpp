@@ -213,15 +213,18 @@ private:
             case 'G':
             case 'a':
             case 'A': appendConverted(text_, directive + conversion, argument.asReal()); break;
-            case 's':
-                if (directive == "%") {
-                    text_ += argument.asText().c_str();
-                } else {
-                    appendConverted(text_, directive + 's', argument.asText().c_str());
-                }
-                break;
+            case 's': appendText(directive, argument.asText()); break;
             case 'p': appendConverted(text_, directive + 'p', argument.asPointer()); break;
             default: break;
+        }
+    }
+
+    // Both ways a text ends at its first NUL.
+    void appendText(std::string const& directive, std::string const& text) {
+        if (directive == "%") {
+            text_.append(text, 0, text.find('\0'));
+        } else {
+            appendConverted(text_, directive + 's', text.c_str());
         }
     }
 
