@@ -58,7 +58,7 @@ public:
 
     void writeSchema(KrXmlSchema& schema) const override {
         if constexpr (requires { KrXmlText<T>::schemaLargest; }) {
-            schema.simpleType(KrXmlText<T>::schemaType, {}, KrXmlText<T>::schemaLargest);
+            schema.boundedType(KrXmlText<T>::schemaType, KrXmlText<T>::schemaLargest);
         } else {
             schema.simpleType(KrXmlText<T>::schemaType);
         }

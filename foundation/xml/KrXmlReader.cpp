@@ -370,8 +370,6 @@ bool KrXmlReader::begin() {
     return !stopped_ && !open_.empty();
 }
 
-KrBoolean KrXmlReader::nextChild() { return nextChild(KnownTags()); }
-
 KrBoolean KrXmlReader::nextChild(KnownTags const& known) {
     std::string_view text;
     bool strayText = false;  // a long one comes in several pieces, and is refused once

@@ -34,10 +34,9 @@ class KrXmlFactory;
 /// Whatever is refused, malformed text included, is printed as one message
 /// "FILE:LINE:COLUMN: PATH: expected ..., found ..." with lines and columns
 /// counted from 1, without "PATH: " outside the root element, and counted. The
-/// count never goes back. A document type
-/// declaration is refused, so that no entity is expanded and nothing external
-/// is fetched, and so is nesting deeper than the limit. After malformed text the
-/// reader finds no further children.
+/// count never goes back. A document type declaration is refused, so that no entity
+/// is expanded and nothing external is fetched, and so is nesting deeper than the
+/// limit. After malformed text the reader finds no further children.
 ///
 /// Attributes come first: they are gone once the reader has moved inside.
 ///
@@ -55,15 +54,13 @@ public:
     KrXmlReader(KrXmlReader const&) = delete;
     KrXmlReader& operator=(KrXmlReader const&) = delete;
 
-    /// Moves to the next child of the current element; false when its end tag
-    /// was met instead, which ends the current element.
-    KrBoolean nextChild();
-
     /// Tells the tags that may stand at a place; asked only when a message lists them.
     using KnownTags = std::function<std::vector<KrToken>()>;
 
-    /// The same. When text stands where a child may, the message lists `known`.
-    KrBoolean nextChild(KnownTags const& known);
+    /// Moves to the next child of the current element; false when its end tag
+    /// was met instead, which ends the current element. Text between the children is
+    /// refused, and the message lists `known`.
+    KrBoolean nextChild(KnownTags const& known = {});
 
     /// Moves to the next attribute of the current element's start tag.
     KrBoolean nextAttribute();

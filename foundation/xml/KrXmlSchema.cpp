@@ -129,22 +129,7 @@ void KrXmlSchema::attribute(KrToken const& tag, KrXmlObject const& object) {
     describe(open_->add("xs:attribute").with("name", std::string(tag.localName())), object);
 }
 
-void KrXmlSchema::simpleType(std::string const& base, std::vector<std::string> const& texts,
-                             std::string const& largest) {
-    if (!largest.empty()) {
-        // Met often, and therefore described once, under a name that says it.
-        auto const [type, isNew] = typeNames_.try_emplace(base + largest, "upTo" + largest);
-        if (isNew) {
-            root_->add("xs:simpleType")
-                .with("name", type->second)
-                .add("xs:restriction")
-                .with("base", base)
-                .add("xs:maxInclusive")
-                .with("value", largest);
-        }
-        open_->with("type", type->second);
-        return;
-    }
+void KrXmlSchema::simpleType(std::string const& base, std::vector<std::string> const& texts) {
     if (texts.empty()) {
         open_->with("type", base);
         return;
@@ -153,6 +138,20 @@ void KrXmlSchema::simpleType(std::string const& base, std::vector<std::string> c
     for (std::string const& text : texts) {
         restriction.add("xs:enumeration").with("value", text);
     }
+}
+
+void KrXmlSchema::boundedType(std::string const& base, std::string const& largest) {
+    // Met often, and therefore described once, under a name that says it.
+    auto const [type, isNew] = typeNames_.try_emplace(base + largest, "upTo" + largest);
+    if (isNew) {
+        root_->add("xs:simpleType")
+            .with("name", type->second)
+            .add("xs:restriction")
+            .with("base", base)
+            .add("xs:maxInclusive")
+            .with("value", largest);
+    }
+    open_->with("type", type->second);
 }
 
 KrBoolean KrXmlSchema::described(KrXmlObject const& object) const {

@@ -60,10 +60,12 @@ public:
     /// An optional attribute `tag` with the value of `object`.
     void attribute(KrToken const& tag, KrXmlObject const& object);
 
-    /// The content is a text of the XML Schema type `base`: at most `largest` where
-    /// that is not empty, else one of `texts` where there are any.
-    void simpleType(std::string const& base, std::vector<std::string> const& texts = {},
-                    std::string const& largest = "");
+    /// The content is a text of the XML Schema type `base`, and one of `texts`
+    /// where there are any.
+    void simpleType(std::string const& base, std::vector<std::string> const& texts = {});
+
+    /// The content is a number of the XML Schema type `base`, and at most `largest`.
+    void boundedType(std::string const& base, std::string const& largest);
 
     /// Whether the run-time class of `object` has been described already.
     KrBoolean described(KrXmlObject const& object) const;
