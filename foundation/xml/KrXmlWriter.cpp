@@ -1,6 +1,7 @@
 #include "foundation/xml/KrXmlWriter.h"
 
 #include "foundation/core/KrPrint.h"
+#include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/internal/KrUtf8.h"
 
 #include <algorithm>
@@ -66,7 +67,9 @@ std::string commentText(std::string const& text) {
 }  // namespace
 
 KrXmlWriter::KrXmlWriter(std::string const& writerText, std::ostream& stream)
-    : stream_(stream), comment_(commentText(writerText)) {
+    : stream_(stream),
+      comment_(commentText(writerText)),
+      depthLimit_(KrXmlReader::defaultDepthLimit) {
     buffer_.resize(firstSize);
     levels_.reserve(8);
 }
@@ -84,6 +87,9 @@ void KrXmlWriter::startElement(KrToken const& token) {
     }
     closeStartTag();
     if (depth_ == levels_.size()) {
+        if (depth_ == depthLimit_) {
+            refuse("nesting of more than " + std::to_string(depthLimit_) + " elements");
+        }
         levels_.emplace_back();
     }
     Level const& level = levels_[depth_];

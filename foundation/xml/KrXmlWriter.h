@@ -15,7 +15,8 @@
 /// Writes one XML document, indented by two blanks a level, an element that
 /// holds text alone on one line. What it wrote reads back: characters that XML
 /// would change or misread are escaped, and a text that XML cannot carry (a
-/// control character, malformed UTF-8) is refused with a message.
+/// control character, malformed UTF-8) is refused with a message, and so is nesting
+/// deeper than readers take.
 ///
 /// The namespace of an element is declared as the default namespace where it
 /// differs from the enclosing element's. Attributes have no namespace: of their
@@ -31,6 +32,10 @@ public:
     ~KrXmlWriter();
     KrXmlWriter(KrXmlWriter const&) = delete;
     KrXmlWriter& operator=(KrXmlWriter const&) = delete;
+
+    /// Lets elements nest to `limit`, as deep as `KrXmlReader::setDepthLimit` has a
+    /// reader take them. To be set before the first element.
+    void setDepthLimit(std::size_t limit) { depthLimit_ = limit; }
 
     /// Opens an element inside the current one; the first is the root.
     void startElement(KrToken const& token);
@@ -93,6 +98,7 @@ private:
     std::string buffer_;  // of which the first used_ characters are waiting
     std::size_t used_ = 0;
     std::vector<Level> levels_;
+    std::size_t depthLimit_;
     std::size_t depth_ = 0;            // so many elements are open
     Content content_ = Content::None;  // of the current element so far
     bool inStartTag_ = false;

@@ -52,26 +52,34 @@ TEST(XmlDocuments, AStreamThatFailsIsNoDocument) {
     EXPECT_THROW(other.finish(), std::ios_base::failure);
 }
 
-TEST(XmlDocuments, NestingHasALimit) {
-    for (auto const& [depth, limit, message] :
-         {std::tuple{256, 0, ""},
-          {257, 0, "expected nesting of at most 256 elements, found a deeper element\n"},
-          {3, 2,
-           ":1:13: item/item: expected nesting of at most 2 elements, found a deeper element\n"}}) {
-        std::string text;
-        for (int i = 0; i < depth; ++i) {
-            text = "<item>" + text + "</item>";
-        }
+TEST(XmlDocuments, NestingHasALimitForReaderAndWriter) {
+    std::string const path = ": item/item/item/item/.../item/item/item/item: ";
+    for (auto const& [depth, limit, place] : {std::tuple{256, 256, std::string()},
+                                              {257, 256, ":258:513" + path},
+                                              {3, 2, ":4:5: item/item: "},
+                                              {257, 300, ""}}) {
         CapturedMessages const captured;
-        std::istringstream stream(text);
+        std::stringstream stream;
+        KrXmlWriter writer("", stream);
         KrXmlReader reader(stream);
-        if (limit) {
+        if (limit != 256) {
+            writer.setDepthLimit(static_cast<std::size_t>(limit));
             reader.setDepthLimit(static_cast<std::size_t>(limit));
         }
-        std::size_t const faults = *message ? 1 : 0;
-        EXPECT_EQ(reader.finish(), faults == 0);
-        EXPECT_EQ(captured.messages.size(), faults);
-        EXPECT_TRUE(captured.text().ends_with(message)) << captured.text();
+        for (int i = 0; i < depth; ++i) {
+            writer.startElement(KrXml::KrItemToken);
+        }
+        for (int i = 0; i < depth; ++i) {
+            writer.endElement();
+        }
+        EXPECT_EQ(writer.good(), place.empty());
+        EXPECT_EQ(reader.finish(), place.empty());
+        std::string const most = std::to_string(limit) + " elements";
+        EXPECT_EQ(captured.text(), place.empty()
+                                       ? ""
+                                       : "cannot be written: nesting of more than " + most + "\n" +
+                                             place + "expected nesting of at most " + most +
+                                             ", found a deeper element\n");
     }
 }
 
