@@ -64,8 +64,10 @@ private:
         Creators() = default;
         Creators(Creators const&) = default;
         Creators& operator=(Creators const& source) {
-            map.insert(source.map.begin(), source.map.end());
-            registered = registered || source.registered;
+            if (this != &source) {
+                map.insert(source.map.begin(), source.map.end());
+                registered = registered || source.registered;
+            }
             return *this;
         }
         // Takes over what the map lacks, and allocates nothing: a document that was

@@ -25,6 +25,12 @@ void registerOnce(bool& registered, Fill fill) {
 }  // namespace
 
 void KrXmlComponentMap::add(KrToken const& token, KrXmlObject* object, bool readOnly) {
+    for (Entry& entry : entries_) {
+        if (entry.token == token) {
+            entry = {token, object, readOnly};
+            return;
+        }
+    }
     entries_.push_back({token, object, readOnly});
 }
 
@@ -70,7 +76,7 @@ void KrXmlCompoundType::writeSchema(KrXmlSchema& schema) const {
 
 KrBoolean KrXmlCompoundType::readAttributes(KrXmlReader& reader) {
     bool good = true;
-    for (auto const& attribute : attributeComponentMap()) {
+    for (auto const& attribute : prepared().attributeComponentMap()) {
         attribute.object->setSpecified(false);
     }
     while (reader.nextAttribute()) {
@@ -80,7 +86,7 @@ KrBoolean KrXmlCompoundType::readAttributes(KrXmlReader& reader) {
 }
 
 KrBoolean KrXmlCompoundType::readElements(KrXmlReader& reader) {
-    for (auto const& component : componentMap()) {
+    for (auto const& component : prepared().componentMap()) {
         component.object->setSpecified(false);
     }
     auto const readChild = [this](KrToken const& token, KrXmlReader& from) {
@@ -186,7 +192,7 @@ bool KrXmlCompoundType::hasAttributes() const {
 }
 
 KrBoolean KrXmlCompoundType::readValueFromToken(KrToken const& token, KrXmlReader& reader) {
-    auto const* const component = componentMap().find(token);
+    auto const* const component = prepared().componentMap().find(token);
     if (!component) {
         return readValueFromSpecialToken(token, reader);
     }
@@ -202,7 +208,7 @@ KrBoolean KrXmlCompoundType::readValueFromSpecialToken(KrToken const& token, KrX
 }
 
 KrBoolean KrXmlCompoundType::readAttributeFromToken(KrToken const& token, KrXmlReader& reader) {
-    auto const* const attribute = attributeComponentMap().find(token);
+    auto const* const attribute = prepared().attributeComponentMap().find(token);
     if (!attribute) {
         return reader.refuseAttribute();
     }

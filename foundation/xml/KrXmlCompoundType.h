@@ -17,7 +17,7 @@ public:
         bool readOnly;        ///< whether what a document says is passed over
     };
 
-    /// Appends an entry; of two under one tag, `find` gives the first.
+    /// Appends an entry, or puts it in the place of the one under the same tag.
     void add(KrToken const& token, KrXmlObject* object, bool readOnly);
     /// Forgets the entries; the components themselves are untouched.
     void clear() { entries_.clear(); }
@@ -46,9 +46,9 @@ private:
 /// what is absent keeps its value.
 ///
 /// The maps are built when they are first needed and belong to the object alone:
-/// a copy builds its own, since the entries point to members. Building them is the
-/// one change that reading, writing or describing makes to a const object, so that
-/// even a const object is for one thread at a time.
+/// a copy builds its own, since the entries point to members. The first use in a
+/// document builds them, and clears the flag `specified`, in a const object too, so
+/// that even a const object is for one thread at a time.
 class KR_EXPORT KrXmlCompoundType : public KrXmlObject {
 public:
     void accept(KrXmlObjectVisitor* visitor) override;
@@ -102,7 +102,7 @@ public:
 
     /// Reads the child element `token`, on which the reader stands: into the
     /// component of that tag, else by `readValueFromSpecialToken`. A component
-    /// that was given already is refused.
+    /// that was given already since `readElements` began is refused.
     virtual KrBoolean readValueFromToken(KrToken const& token, KrXmlReader& reader);
     /// Reads a child that is no component. The base reads what the special
     /// descriptor map names; false for anything else, and the child is refused.

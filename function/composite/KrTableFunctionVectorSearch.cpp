@@ -37,13 +37,6 @@ KrBoolean KrTableFunctionVectorSearch::read(KrXmlReader& reader) {
 }
 
 void KrTableFunctionVectorSearch::registerComponents() {
-    registerComponent(KrFunction::KrIndVectorToken, &independentVector_);
-    registerAttributeComponent(KrFunction::KrIndSearchToken, &searchOption_);
-    registerAttributeComponent(KrFunction::KrIndLowerBoundaryToken, &lowerBoundaryOption_);
-    registerAttributeComponent(KrFunction::KrIndUpperBoundaryToken, &upperBoundaryOption_);
-}
-
-void KrTableFunctionVectorSearch::xmlInit() {
     for (auto* const boundary : {&lowerBoundaryOption_, &upperBoundaryOption_}) {
         boundary->setEnumString(KrVectorSearchEnums::LIMIT, KrFunction::KrBoundaryLimitToken);
         boundary->setEnumString(KrVectorSearchEnums::EXTRAPOLATE,
@@ -52,5 +45,8 @@ void KrTableFunctionVectorSearch::xmlInit() {
     searchOption_.setEnumString(KrVectorSearchEnums::LINEAR, KrFunction::KrSearchLinearToken);
     searchOption_.setEnumString(KrVectorSearchEnums::BISECTION, KrFunction::KrSearchBisectionToken);
     searchOption_.setEnumString(KrVectorSearchEnums::EQUAL_SPACED, KrFunction::KrSearchEqualToken);
-    KrTaggedElement::xmlInit();
+    registerComponent(KrFunction::KrIndVectorToken, &independentVector_);
+    registerAttributeComponent(KrFunction::KrIndSearchToken, &searchOption_);
+    registerAttributeComponent(KrFunction::KrIndLowerBoundaryToken, &lowerBoundaryOption_);
+    registerAttributeComponent(KrFunction::KrIndUpperBoundaryToken, &upperBoundaryOption_);
 }

@@ -59,7 +59,6 @@ public:
 
     KrBoolean read(KrXmlReader& reader) override;
     void registerComponents() override;
-    void xmlInit() override;
 
     bool operator==(KrTableFunctionVectorSearch const&) const = default;
 

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -109,8 +110,19 @@ TYPED_TEST(ElementContract, EachComponentIsCopiedComparedAndKeptByDocuments) {
         TypeParam back;
         ASSERT_TRUE(KrXml::fromString(KrXml::toString(element), back));
         EXPECT_TRUE(back == element);
-        element.xmlInit();  // prepares, and touches no value
+        std::istringstream stream(KrXml::toString(element));
+        KrXmlReader reader(stream);
+        TypeParam inParts;
+        EXPECT_TRUE(reader.onElement() && inParts.readAttributes(reader) &&
+                    inParts.readElements(reader));
+        if constexpr (requires { inParts.init(); }) {
+            inParts.init();
+        }
+        EXPECT_TRUE(inParts == element);
+        element.xmlInit();             // prepares, and touches no value
+        element.registerComponents();  // each in the place of its first registration
         EXPECT_TRUE(copy == element);
+        EXPECT_EQ(KrXml::toString(element), stream.str());
     }
 }
 
