@@ -81,10 +81,7 @@ double KrHookeJeevesOptimizer::search(double sign, KrScalarMultivariableFunction
     }
     struct Forgetting {
         State& state;
-        ~Forgetting() {  // the function may not live on
-            state.function = nullptr;
-            state.moving = false;
-        }
+        ~Forgetting() { state.function = nullptr; }  // which may not live on
     } const forgetting{*state_};
     initialize(sign, f, start, 1.0);
     newExploratoryMove();
@@ -117,7 +114,6 @@ void KrHookeJeevesOptimizer::initialize(double sign, KrScalarMultivariableFuncti
     initializeDirections();
     s.totalReduction = 1.0;
     s.searching = true;
-    s.next = nullptr;
 }
 
 void KrHookeJeevesOptimizer::newExploratoryMove() const {
@@ -189,18 +185,24 @@ void KrHookeJeevesOptimizer::handOverTo(MoveOperation next) const {
     if (s.moving) {
         return;
     }
+    struct Moving {
+        State& state;
+        ~Moving() {  // also when the function throws
+            state.moving = false;
+            state.next = nullptr;
+        }
+    } const moving{s};
     s.moving = true;
     while (s.next) {
         MoveOperation const move = std::exchange(s.next, nullptr);
         (this->*move)();
     }
-    s.moving = false;
 }
 
 bool KrHookeJeevesOptimizer::explore() const {
     State& s = *state_;
     KrU32 const n = static_cast<KrU32>(s.stepSigns.size());
-    if (s.trialPoint.size() < n) {  // no search has come this far
+    if (!s.function || s.trialPoint.size() < n) {  // no search is, or has come this far
         return false;
     }
     bool const alongAxes = directionsMode() == NONE;

@@ -316,6 +316,16 @@ TEST(Optimizers, DoNothingBeforeASearchWasSetUp) {
     rotated.updateDirections();
     rotated.updateDirections();
     EXPECT_FALSE(rotated.explore());
+    // Nor after a search, which leaves its function behind; and a move that was broken
+    // off has no influence on the next one.
+    rotated.setMaxFunctionEvaluations(100'000);
+    Search const search = minimise(rotated, powell, powellStart);
+    EXPECT_FALSE(rotated.explore());
+    auto const fail = [] { throw std::runtime_error("client"); };
+    TestFunction const failing = interrupted(powell, 30, fail);
+    rotated.initialize(1.0, failing, powellStart, 1.0);
+    EXPECT_THROW(rotated.newExploratoryMove(), std::runtime_error);
+    expectSame(minimise(rotated, powell, powellStart), search);
     KrNelderMeadOptimizer const nelderMead;
     EXPECT_EQ(nelderMead.singleStep(1.0, powell, done), 0.0);
     EXPECT_TRUE(done);
@@ -329,7 +339,6 @@ TEST(Optimizers, DoNothingBeforeASearchWasSetUp) {
     nelderMead.exchangeHighVertex(9, KrRealVector(9, 1.0), 1.0);
     // Nor after an exception in a smaller simplex.
     TestFunction const plane(2, sphere);
-    auto const fail = [] { throw std::runtime_error("client"); };
     EXPECT_THROW(nelderMead.initialize(1.0, interrupted(plane, 1, fail), {}, 1.0),
                  std::runtime_error);
     nelderMead.exchangeHighVertex(4, powellStart, 1.0);
