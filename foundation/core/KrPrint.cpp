@@ -162,11 +162,11 @@ private:
         for (; used < rest.size(); ++used) {
             char const character = rest[used];
             if (character == '*') {
-                directive += std::to_string(arguments_.empty() ? 0 : toWidth(next()));
+                appendWidth(directive, arguments_.empty() ? 0 : toWidth(next()));
             } else if (std::string_view("-+ #0123456789.").find(character) !=
                        std::string_view::npos) {
                 directive += character;
-            } else if (std::string_view("hlqjzt").find(character) == std::string_view::npos) {
+            } else if (std::string_view("hlLqjzt").find(character) == std::string_view::npos) {
                 break;  // length modifiers are dropped: the argument knows its own width
             }
         }
@@ -180,6 +180,15 @@ private:
             append(directive, conversion, next());
         }
         return used + 1;
+    }
+
+    // A negative precision is one that is not given.
+    static void appendWidth(std::string& directive, long long width) {
+        if (width < 0 && directive.back() == '.') {
+            directive.pop_back();
+        } else {
+            directive += std::to_string(width);
+        }
     }
 
     PrintArgument const& next() {

@@ -83,8 +83,8 @@ private:
 
 /// The logging facility of the libraries. Every message goes to one sink, which
 /// a client may replace; the default sink writes the text to standard error, and a
-/// line end where it has none. All operations may be called from several threads: messages reach the sink
-/// one at a time.
+/// line end where it has none. All operations may be called from several threads:
+/// messages reach the sink one at a time.
 ///
 ///     Kr::Print::instance().write(Kr::PrintType::Error, "bad mode: %d\n", mode);
 class KR_EXPORT Print {

@@ -59,7 +59,8 @@ TEST(Print, ConvertsEachArgumentWhateverItsType) {
     EXPECT_EQ(printed("%u|%x|%lu|%g|%s|%d", -1, -1.0F, -1L, 3U, 0.25, "text"),
               "4294967295|ffffffff|18446744073709551615|3|0.25|0");
     EXPECT_EQ(printed("%d and %d.", 1), "1 and .");
-    EXPECT_EQ(printed("%*d|%lu|%", 4, 7, 5UL), "   7|5|");
+    EXPECT_EQ(printed("%*d|%.*f|%Lf|%lu|%", 4, 7, -3, 1.5, 2.25L, 5UL),
+              "   7|1.500000|2.250000|5|");
     EXPECT_EQ(printed("%s", static_cast<char const*>(nullptr)), "(null)");
 }
 
