@@ -84,6 +84,7 @@ need_benchmarks() {
     need libgsl-dev library gsl
     need libnlopt-dev library nlopt
     need libeigen3-dev library eigen3
+    need libboost-dev test -e /usr/include/boost/version.hpp
     need libfftw3-dev library fftw3
     want libalglib-dev test -e /usr/include/libalglib/interpolation.h
     want libnlopt-cxx-dev test -e /usr/include/nlopt.hpp
