@@ -137,7 +137,7 @@ void KrReArray::resizeArray(KrU32 rows, KrU32 columns) {
 void KrReArray::resizeArrayAndFill(KrU32 rows, KrU32 columns, double value) {
     resizeArray(rows, columns);
     for (KrRealVector& row : rows_) {
-        std::ranges::fill(row, value);
+        row.assign(columns, value);
     }
 }
 

@@ -25,7 +25,7 @@ public:
     }
     ~KrReArray() = default;
 
-    /// The number of points, where the array is a list of points.
+    /// The number of rows; of points, where the array is a list of points.
     KrU32 numRows() const { return static_cast<KrU32>(rows_.size()); }
     /// The length of each row; that of a point.
     KrU32 numColumns() const { return columns_; }
