@@ -21,7 +21,7 @@ public:
     /// mean and standard deviation: mean + standardDeviation * z, each z by
     /// C. F. F. Karney, "Sampling exactly from the normal distribution", ACM
     /// Transactions on Mathematical Software 42 (2016), algorithm N. A value
-    /// takes about ten draws from the engine; their number varies.
+    /// takes about sixteen draws from the engine; their number varies.
     static KrRealVector normalRandoms(double mean, double standardDeviation, KrU32 count);
 
     /// low + (high - low) * u with u uniform in [0, 1) in steps of 2^-53; one

@@ -60,7 +60,8 @@ public:
     virtual bool xmlInitialized() const;
     virtual void setXmlInitialized(bool initialized);
 
-    /// Whether the document that was read last gave this object.
+    /// Whether a document gave this object: set as it is read, and cleared as the object
+    /// that registered it begins to read. The items of a vector are not marked.
     virtual bool specified() const;
     virtual void setSpecified(bool specified);
 

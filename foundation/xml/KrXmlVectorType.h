@@ -51,8 +51,8 @@ struct PlainValue<KrXmlBasicType<T>> {
 
 /// A list of values, or of elements of one class, as an object of a document.
 /// Items that are elements stand under their own tag, others under `item`. The
-/// count attribute is a hint for room on reading; when it differs from the items
-/// that were read, that is reported, and the items count.
+/// count attribute is a hint for room on reading; when all items are good and it
+/// differs from their number, that is reported, and the items count.
 ///
 ///     <simplexEdgeLengths count="2"><item>0.5</item><item>0.25</item></simplexEdgeLengths>
 ///

@@ -6,7 +6,8 @@
 #include "function/object/KrFunction.h"
 
 /// Joins two composite functions: a point is handed to the child whose box
-/// contains it, else to one that may extrapolate to it, the left one first.
+/// contains it, else to one that may extrapolate to it, the left one first. A child is
+/// asked once for a point.
 ///
 ///     <compositeFunctionBranch>
 ///       <tableFunctionInterpolator> ... </tableFunctionInterpolator>     left

@@ -22,8 +22,8 @@
 ///
 /// `setAndDeleteTopElementPointer` takes the element as it is and determines no boxes:
 /// a new branch then answers nowhere, `ok` being false, until `setTopElement` follows as
-/// above, or `initBounds` and `initLimitOrExtrapolate` of the element. `bounds` of the
-/// container stays the old one unless it is `setTopElement`.
+/// above, or `initBounds` and `initLimitOrExtrapolate` of the element. The container's
+/// own `bounds` are those of the last `setTopElement` or reading.
 class KR_EXPORT KrCompositeFunctionContainer
     : public KrElement<KrCompositeFunctionContainer,
                        KrBaseExpressionTreeContainer<KrCompositeFunctionElement>,

@@ -29,7 +29,7 @@
 /// A corner that lies outside a table counts as NaN, so that a table which is too
 /// short for the cell gives NaN. So do a query that lacks a coordinate, a
 /// dimension without breakpoints, and a grid of more corners than any of its
-/// tables could fill. A dimension of one breakpoint takes any coordinate.
+/// tables could fill. A dimension of one breakpoint takes any coordinate, or none.
 ///
 /// An evaluation costs n look-ups, and 2^n multiplications and additions for each
 /// table. The first one measures the grid and allocates, the others do not.

@@ -122,8 +122,8 @@ inline auto KrVectorSearch<Value>::found(std::int64_t index, Value fraction) con
     Place const place{index, fraction};
     found_ = place;
     if (!again) {
-        segment_.low = nowhere;
-    } else if (monotone_ && segment_.low == nowhere) {
+        segment_.low = infinity;
+    } else if (monotone_ && segment_.low == infinity) {
         remember();
     }
     return place;
@@ -151,10 +151,10 @@ void KrVectorSearch<Value>::remember() const {
     Value const* const v = vector_.get();
     segment_ = {s * v[i], s * v[i + 1], v[i], v[i + 1] - v[i]};
     if (i == 0) {  // the first breakpoint itself is the boundary's
-        segment_.low = std::nextafter(segment_.low, nowhere);
+        segment_.low = std::nextafter(segment_.low, infinity);
     }
     if (searchOption_ == LINEAR && i > 0 && i < maxIndex_) {  // the walk stays, or leaves early
-        segment_.high = std::min(std::nextafter(s * v[i] + 1.0, nowhere), s * v[maxIndex_ + 1]);
+        segment_.high = std::min(std::nextafter(s * v[i] + 1.0, infinity), s * v[maxIndex_ + 1]);
     } else if (searchOption_ == EQUAL_SPACED) {
         // The quotient may change a little beside the breakpoints. It grows with sx,
         // so that what holds at both ends holds between them.
@@ -162,10 +162,10 @@ void KrVectorSearch<Value>::remember() const {
         segment_.low += margin;
         segment_.high -= margin;
         if (divide(s * segment_.low) != i || divide(s * segment_.high) != i) {
-            segment_.low = nowhere;
+            segment_.low = infinity;
         }
     } else if (searchOption_ != BISECTION && searchOption_ != LINEAR) {
-        segment_.low = nowhere;  // each such look-up is to be reported
+        segment_.low = infinity;  // each such look-up is to be reported
     }
 }
 

@@ -41,7 +41,8 @@ class KR_EXPORT KrInterpolator;
 ///
 /// Nothing is required of the table: one that is not monotone gives some
 /// segment of it, a table of one breakpoint is a constant (weights 1 and 0, both
-/// indices 0), and an empty one gives NaN weights, as does a NaN query.
+/// indices 0) whatever the query, and an empty one gives NaN weights, as does a NaN
+/// query of a longer one.
 ///
 /// A look-up allocates nothing. It costs a division, and for linear as many
 /// steps as the value has moved, for bisection log2 of the table's size, for
@@ -105,10 +106,11 @@ private:
 
     // The segment found last, when the look-up before had found it too: whatever
     // the strategy, a value with low <= s x < high (s the direction) is in it.
-    // Empty, from nowhere on, on tables that are not strictly monotone.
-    static constexpr Value nowhere = std::numeric_limits<Value>::infinity();
+    // None of them is in one that begins at infinity, as on a table that is not
+    // strictly monotone.
+    static constexpr Value infinity = std::numeric_limits<Value>::infinity();
     struct Segment {
-        Value low = nowhere;
+        Value low = infinity;
         Value high = 0.0;
         Value origin = 0.0;  // v[index]
         Value width = 0.0;   // v[index + 1] - v[index]

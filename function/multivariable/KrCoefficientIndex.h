@@ -15,7 +15,8 @@
 ///
 /// Most of the list is kept as a compressed sparse matrix, rows and columns
 /// ascending, in which a key of a gapless row is found without a search. What is
-/// appended waits in a hash table until there is enough of it to be sorted in.
+/// appended waits in a hash table until there is enough of it, or the rows are asked
+/// for, and is then sorted in.
 /// Memory is in proportion to the list, whatever the numbers in it.
 ///
 /// The index is derived from the lists: a copy starts without, and an assignment

@@ -13,7 +13,7 @@ namespace KrCreators {
 /// Registers the linear function alone: a multipoint function in a container is
 /// created by the reader's own factory.
 KR_EXPORT void registerScalarFunctions(KrXmlBaseVariableCompoundType& holder);
-/// Registers the power and the S-curve.
+/// Registers the S-curve and the power.
 KR_EXPORT void registerUnitaryMaps(KrXmlBaseVariableCompoundType& holder);
 /// Registers the linear and the quadratic constraint.
 KR_EXPORT void registerConstraints(KrXmlBaseVariableCompoundType& holder);

@@ -39,8 +39,8 @@ public:
 
     /// The element at `index`. For a bad index, or an empty entry, it reports
     /// that and returns the first element that is there; a vector without any
-    /// answers with a default one of the first class that it can create, and must
-    /// not be asked when it can create none.
+    /// answers with a default one, which it keeps, of the first class that it can
+    /// create in the order of tags, and must not be asked when it can create none.
     virtual T const& operator[](KrU32 index) const {
         if (T const* const element = find(index)) {
             return *element;

@@ -36,8 +36,9 @@
 /// | `ROTATED`        | rotated     | two of them turned by 45 degrees at each     |
 /// |                  |             | contraction but the first, from the identity |
 ///
-/// A text carries the namespace, as in the sample. Another mode is reported at
-/// each contraction and leaves the directions as they are, zeros at first.
+/// A text carries the namespace, as in the sample. Another mode is reported as a
+/// search begins and at each contraction, and leaves the directions as they are, zeros
+/// at first.
 ///
 /// Every evaluation is charged, that at the start point included; a pattern move
 /// may spend one more than the budget. A start point whose length is not the
@@ -46,8 +47,8 @@
 /// improvement.
 ///
 /// Cost beyond the function: a few operations an evaluation in mode "none", about
-/// 3n in the others, and n² to n³ a contraction there; no allocation after the
-/// first evaluation; n² doubles of memory.
+/// 3n in the others, and n² to n³ a contraction there; no allocation but in an
+/// object's first search of a dimension; n² doubles of memory.
 ///
 /// Source: R. Hooke and T. A. Jeeves, "Direct search solution of numerical and
 /// statistical problems", Journal of the ACM 8 (1961).
@@ -84,7 +85,7 @@ public:
     virtual void setDirectionsMode(KrU32 mode) { directionsMode_ = mode; }
 
     // The parts of a search, on the working state. They need the function that
-    // `initialize` was given; before it they do nothing.
+    // `initialize` was given; before it, and after a search, they evaluate nothing.
 
     /// Sets up a search from `start` and evaluates there; `sign` is +1.0 in a
     /// search for a minimum and -1.0 in one for a maximum. The steps are always

@@ -45,7 +45,8 @@
 /// is ever reported.
 ///
 /// Cost beyond the function: n operations an evaluation of the stencil, 2n a trial,
-/// and no allocation; 2n² doubles of memory.
+/// and no allocation but in an object's first search of a dimension; 2n² doubles of
+/// memory.
 ///
 /// Source: P. Gilmore and C. T. Kelley, "An implicit filtering algorithm for
 /// optimization of functions with many local minima", SIAM Journal on Optimization

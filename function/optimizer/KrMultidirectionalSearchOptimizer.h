@@ -36,8 +36,8 @@
 /// filled with zeros. Where a reflected point compares with no order to the best
 /// value, being NaN, the simplex contracts. Nothing is ever reported.
 ///
-/// Cost beyond the function: about 3n operations an evaluation and no allocation;
-/// 4n² doubles of memory.
+/// Cost beyond the function: about 3n operations an evaluation, and no allocation but
+/// in an object's first search of a dimension; 4n² doubles of memory.
 ///
 /// Source: V. Torczon, "Multi-directional search: a direct search algorithm for
 /// parallel machines", thesis, Rice University (1989).

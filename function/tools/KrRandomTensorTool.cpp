@@ -115,8 +115,8 @@ public:
           centre_(0.5 * static_cast<double>(side)),
           weight_(weight) {}
 
-    // Within the grid no index needs to be held inside it: it is half a cell wider
-    // than the field's diagonal.
+    // Within the grid no index needs to be held inside it: it reaches half a cell beyond
+    // either end of the field's diagonal.
     void add(Batch const& batch, bool withinGrid) {
         for (std::size_t top = 0; top < rows_; top += tileRows) {
             for (std::size_t left = 0; left < columns_; left += tileColumns) {

@@ -32,6 +32,7 @@
 #include <locale>
 #include <memory>
 #include <new>
+#include <sstream>
 #include <thread>
 
 namespace {
@@ -99,6 +100,13 @@ TEST(FailingSurroundings, MemoryThatRunsOutLeavesNothingHalf) {
     KrSequenceOptimizer const sequence = sequenceOfExample();
     std::string const text = KrXml::toString(sequence);
     failEach([&] { return KrXml::toString(sequence) == text; });
+    failEach([&] {
+        std::istringstream stream(text);
+        KrXmlReader reader(stream);
+        bool const whole = good([&] { return reader.nextChild() && reader.finish(); });
+        EXPECT_EQ(reader.finish(), whole);  // a document ends where memory did
+        return whole;
+    });
     failEach([&] {
         std::unique_ptr<KrXmlObject> const clone(sequence.clone());
         return sequence.equality(clone.get());
@@ -311,7 +319,7 @@ TEST(FailedOnce, ElementsAreAsGoodAsBefore) {
         return KrXml::toString(optimizer);
     });
     KrHookeJeevesOptimizer turning;
-    turning.setDirectionsMode(3);
+    turning.setDirectionsMode(KrHookeJeevesOptimizer::ROTATED);
     failOnce("rotated", KrOwned<KrXmlObject>(turning.clone()), everything);
 
     auto const moveByHand = [](auto& optimizer) {

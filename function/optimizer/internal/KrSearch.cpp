@@ -7,6 +7,13 @@
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
+// Copies as much of `start` as `point` has room for; what is missing is 0.
+void copyStart(KrRealVector const& start, KrRealVector& point) {
+    std::size_t const common = std::min(start.size(), point.size());
+    auto const rest = std::copy_n(start.begin(), common, point.begin());
+    std::fill(rest, point.end(), 0.0);
+}
+
 // Makes row `row` a copy of row 0, moved along coordinate `i` by `step`.
 void moveAlong(KrU32 i, double step, KrReArray& points, KrU32 row) {
     KrRealVector& point = points[row];
@@ -25,12 +32,6 @@ void requireThatMemoryHolds(KrU32 n) {
 }  // namespace
 
 namespace KrSearch {
-
-void copyStart(KrRealVector const& start, KrRealVector& point) {
-    std::size_t const common = std::min(start.size(), point.size());
-    auto const rest = std::copy_n(start.begin(), common, point.begin());
-    std::fill(rest, point.end(), 0.0);
-}
 
 void seedSimplex(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
                  double defaultEdgeLength, double scale, KrReArray& simplex) {

@@ -42,9 +42,6 @@ inline double edgeLength(KrXmlRealVector const& listed, double otherwise, KrU32 
     return i < listed.size() ? listed[i].value() : otherwise;
 }
 
-/// Copies as much of `start` as `point` has room for; what is missing is 0.
-KR_EXPORT void copyStart(KrRealVector const& start, KrRealVector& point);
-
 /// Makes `simplex` n+1 rows of n: `start` in row 0, and in row i+1 the same point
 /// moved along coordinate i by `scale` times its edge length.
 KR_EXPORT void seedSimplex(KrU32 n, KrRealVector const& start, KrXmlRealVector const& edgeLengths,
