@@ -96,8 +96,7 @@ void KrXmlWriter::startElement(KrToken const& token) {
     if (level.tags.empty() || !(level.token == token)) {
         name(depth_, token);
     }
-    newLine();
-    put(level.start());
+    put(level.tags.data(), level.endTag);
     if (level.declares) {
         put(" xmlns=\"");
         inAttribute_ = true;
@@ -119,10 +118,11 @@ void KrXmlWriter::endElement() {
         put("/>");
         inStartTag_ = false;
     } else {
+        Level const& level = levels_[depth_];
         if (content_ == Content::Elements) {
-            newLine();
+            put(level.tags.data(), level.startTag);
         }
-        put(levels_[depth_].end());
+        put(level.tags.data() + level.endTag, level.tags.size() - level.endTag);
     }
     content_ = Content::Elements;
     if (depth_ == 0) {
@@ -202,9 +202,11 @@ void KrXmlWriter::name(std::size_t index, KrToken const& token) {
     if (!isName(token)) {
         refuse("element name \"" + token.text() + '"');
     }
-    level.endTag = 1 + local.size();
+    level.startTag = 1 + 2 * index;
+    level.endTag = level.startTag + 1 + local.size();
     level.tags.clear();
-    level.tags.reserve(2 * local.size() + 4);
+    level.tags.reserve(level.endTag + local.size() + 3);
+    level.tags.append("\n").append(2 * index, ' ');
     level.tags.append("<").append(local).append("</").append(local).append(">");
     std::string_view const enclosing =
         index == 0 ? std::string_view() : levels_[index - 1].token.namespaceUri();
@@ -221,24 +223,13 @@ void KrXmlWriter::closeStartTag() {
     }
 }
 
-void KrXmlWriter::newLine() {
-    constexpr std::string_view blanks = "\n                               ";
-    std::size_t const length = 1 + 2 * depth_;
-    put(blanks);  // all of them, since a copy of fixed length is quicker
-    if (length <= blanks.size()) {
-        used_ -= blanks.size() - length;
-    } else {
-        put(std::string(length - blanks.size(), ' '));
-    }
-}
-
 void KrXmlWriter::putEscaped(std::string_view text) {
     while (!text.empty()) {
         std::size_t const length = characterLength(text);
         char const c = text.front();
         if (length == 0) {
             refuse("a text that XML cannot carry, in element " +
-                   (depth_ == 0 ? "" : std::string(levels_[depth_ - 1].start().substr(1))));
+                   (depth_ == 0 ? "" : std::string(levels_[depth_ - 1].token.localName())));
             return;
         }
         if (c == '&') {

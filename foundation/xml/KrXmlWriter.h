@@ -68,27 +68,25 @@ private:
     // written from the same texts.
     struct Level {
         KrToken token;
-        std::string tags;        // "<name</name>"
-        std::size_t endTag = 0;  // where in it "</name>" begins
-        bool declares = false;   // its namespace, which is not the enclosing element's
-
-        std::string_view start() const { return std::string_view(tags).substr(0, endTag); }
-        std::string_view end() const { return std::string_view(tags).substr(endTag); }
+        std::string tags;          // a line end with the indentation, "<name", "</name>"
+        std::size_t startTag = 0;  // where in it "<name" begins
+        std::size_t endTag = 0;    // where "</name>" begins
+        bool declares = false;     // its namespace, which is not the enclosing element's
     };
     enum class Content { None, Text, Elements };
 
     void closeStartTag();
-    void newLine();
     void startDocument();
     void name(std::size_t index, KrToken const& token);
-    void put(char c) { put(std::string_view(&c, 1)); }
-    void put(std::string_view text) {
-        if (buffer_.size() - used_ < text.size()) {
-            buffer_.resize(2 * (buffer_.size() + text.size()));
+    void put(char c) { put(&c, 1); }
+    void put(std::string_view text) { put(text.data(), text.size()); }
+    void put(char const* text, std::size_t size) {
+        if (buffer_.size() - used_ < size) {
+            buffer_.resize(2 * (buffer_.size() + size));
         }
-        if (!text.empty()) {
-            std::memcpy(buffer_.data() + used_, text.data(), text.size());
-            used_ += text.size();
+        if (size > 0) {
+            std::memcpy(buffer_.data() + used_, text, size);
+            used_ += size;
         }
     }
     void putEscaped(std::string_view text);
