@@ -88,6 +88,7 @@ need_benchmarks() {
     need libfftw3-dev library fftw3
     want libalglib-dev test -e /usr/include/libalglib/interpolation.h
     want libnlopt-cxx-dev test -e /usr/include/nlopt.hpp
+    want libopenturns-dev test -d /usr/include/openturns
 }
 
 need_pictures() {
