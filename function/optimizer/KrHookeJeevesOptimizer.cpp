@@ -186,12 +186,9 @@ void KrHookeJeevesOptimizer::handOverTo(MoveOperation next) const {
         return;
     }
     struct Moving {
-        State& state;
-        ~Moving() {  // also when the function throws
-            state.moving = false;
-            state.next = nullptr;
-        }
-    } const moving{s};
+        bool& moving;
+        ~Moving() { moving = false; }  // also when the function throws
+    } const moving{s.moving};
     s.moving = true;
     while (s.next) {
         MoveOperation const move = std::exchange(s.next, nullptr);
