@@ -197,6 +197,7 @@ void KrXmlWriter::startDocument() {
 // Makes an element `token` of a level; refuses a local name that is no name of XML.
 void KrXmlWriter::name(std::size_t index, KrToken const& token) {
     Level& level = levels_[index];
+    level.tags.clear();  // until they are those of the token
     level.token = token;
     std::string_view const local = level.token.localName();
     if (!isName(token)) {
@@ -204,7 +205,6 @@ void KrXmlWriter::name(std::size_t index, KrToken const& token) {
     }
     level.startTag = 1 + 2 * index;
     level.endTag = level.startTag + 1 + local.size();
-    level.tags.clear();
     level.tags.reserve(level.endTag + local.size() + 3);
     level.tags.append("\n").append(2 * index, ' ');
     level.tags.append("<").append(local).append("</").append(local).append(">");

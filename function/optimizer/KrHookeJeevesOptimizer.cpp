@@ -199,7 +199,7 @@ void KrHookeJeevesOptimizer::handOverTo(MoveOperation next) const {
 bool KrHookeJeevesOptimizer::explore() const {
     State& s = *state_;
     KrU32 const n = static_cast<KrU32>(s.stepSigns.size());
-    if (!s.function || s.trialPoint.size() < n) {  // no search is, or has come this far
+    if (!s.function || s.trialPoint.size() < n) {  // no search has come so far
         return false;
     }
     bool const alongAxes = directionsMode() == NONE;
