@@ -186,8 +186,8 @@ auto KrInterpolator<Value>::measured() const -> Grid {
     if (std::size_t{1} << axisCount > longest.size()) {
         return grid;
     }
-    grid.evaluateAtPoint = roadOf<AtPoint>(axisCount);
-    grid.evaluateAtLast = roadOf<AtLast>(axisCount);
+    grid.evaluateAtPoint = evaluationOf<AtPoint>(axisCount);
+    grid.evaluateAtLast = evaluationOf<AtLast>(axisCount);
     if (axisCount < manyAxes) {
         return grid;
     }
@@ -205,9 +205,10 @@ auto KrInterpolator<Value>::measured() const -> Grid {
 
 template <class Value>
 template <class Locate>
-auto KrInterpolator<Value>::roadOf(std::size_t axisCount) -> Road<Locate> {
-    constexpr Road<Locate> few[manyAxes] = {sumFewCorners<0, Locate>, sumFewCorners<1, Locate>,
-                                            sumFewCorners<2, Locate>, sumFewCorners<3, Locate>};
+auto KrInterpolator<Value>::evaluationOf(std::size_t axisCount) -> Evaluation<Locate> {
+    constexpr Evaluation<Locate> few[manyAxes] = {
+        sumFewCorners<0, Locate>, sumFewCorners<1, Locate>, sumFewCorners<2, Locate>,
+        sumFewCorners<3, Locate>};
     return axisCount < manyAxes ? few[axisCount] : sumManyCorners<Locate>;
 }
 

@@ -129,15 +129,16 @@ private:
             return search.found_;
         }
     };
+    // Made for one number of axes, and chosen once.
     template <class Locate>
-    using Road = std::vector<Value> const& (*)(KrInterpolator const&, Locate);
+    using Evaluation = std::vector<Value> const& (*)(KrInterpolator const&, Locate);
 
     // What follows from tables and dimensions, and the working space.
     struct Grid {
         bool measured = false;
         std::size_t coordinates = std::numeric_limits<std::size_t>::max();  // of a point, at least
-        Road<AtPoint> evaluateAtPoint = nullptr;
-        Road<AtLast> evaluateAtLast = nullptr;
+        Evaluation<AtPoint> evaluateAtPoint = nullptr;
+        Evaluation<AtLast> evaluateAtLast = nullptr;
         std::vector<Axis> axes;
         std::size_t span = 0;  // from the first corner of a cell to its last
         std::size_t room = 0;  // first corners before it have their cell in each table
@@ -151,7 +152,7 @@ private:
     Grid measured() const;
     std::vector<Value> const& evaluateUnprepared(std::vector<Value> const& point) const;
     template <class Locate>
-    static Road<Locate> roadOf(std::size_t axisCount);
+    static Evaluation<Locate> evaluationOf(std::size_t axisCount);
     template <class Locate>
     static std::vector<Value> const& answerNaN(KrInterpolator const& self, Locate locate);
     template <std::size_t axisCount, class Locate>
