@@ -4,6 +4,7 @@
 #include "foundation/math/internal/KrTwo.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstring>
 
@@ -20,17 +21,55 @@ public:
     // of them: as many as the second-level cache holds at a few thousand rows.
     static constexpr std::size_t block = 8;
 
-    Panels(KrReArray const& matrix, std::size_t size) : size_(size) {
-        values_.resize(start(count()));
-        for (std::size_t i = 0; i < size; ++i) {
-            double* const panel = at(i / height) + i % height;
-            for (std::size_t j = 0; j <= i; ++j) {
-                panel[j * height] = matrix.rows()[i][j];
+    explicit Panels(std::size_t size) : size_(size), values_(start(count())) {}
+
+    // Factors `matrix` with `shift` added to its diagonal; whether every pivot was
+    // positive. With `toTheEnd` a column whose pivot is not is zero, and the
+    // factorisation goes on.
+    bool factor(KrReArray const& matrix, double shift, bool toTheEnd) {
+        copyFrom(matrix, shift);
+        bool positive = true;
+        for (std::size_t first = 0; first < count(); first += block) {
+            std::size_t const end = std::min(first + block, count());
+            for (std::size_t across = 0; across < end; ++across) {
+                if (across >= first) {
+                    positive = factorDiagonal(across) && positive;
+                    if (!positive && !toTheEnd) {
+                        return false;
+                    }
+                }
+                for (std::size_t down = std::max(first, across + 1); down < end; ++down) {
+                    factorBelow(down, across);
+                }
             }
         }
+        return positive;
     }
 
+    void copyRow(std::size_t i, KrRealVector& row) const {
+        double const* const panel = values_.data() + start(i / height) + i % height;
+        for (std::size_t j = 0; j <= i; ++j) {
+            row[j] = panel[j * height];
+        }
+        std::fill(row.begin() + static_cast<std::ptrdiff_t>(i) + 1, row.end(), 0.0);
+    }
+
+private:
+    static std::size_t start(std::size_t panel) {
+        return panel * (panel + 1) / 2 * height * height;
+    }
+    double* at(std::size_t panel) { return values_.data() + start(panel); }
     std::size_t count() const { return (size_ + height - 1) / height; }
+
+    void copyFrom(KrReArray const& matrix, double shift) {
+        for (std::size_t i = 0; i < size_; ++i) {
+            double* const panel = at(i / height) + i % height;
+            for (std::size_t j = 0; j < i; ++j) {
+                panel[j * height] = matrix.rows()[i][j];
+            }
+            panel[i * height] = matrix.rows()[i][i] + shift;
+        }
+    }
 
     // The square where panel `p` meets the diagonal.
     bool factorDiagonal(std::size_t p) {
@@ -59,20 +98,6 @@ public:
             finishColumn(rest, target, diagonal, j, diagonal[j * height + j]);
         }
     }
-
-    void copyRow(std::size_t i, KrRealVector& row) const {
-        double const* const panel = values_.data() + start(i / height) + i % height;
-        for (std::size_t j = 0; j <= i; ++j) {
-            row[j] = panel[j * height];
-        }
-        std::fill(row.begin() + static_cast<std::ptrdiff_t>(i) + 1, row.end(), 0.0);
-    }
-
-private:
-    static std::size_t start(std::size_t panel) {
-        return panel * (panel + 1) / 2 * height * height;
-    }
-    double* at(std::size_t panel) { return values_.data() + start(panel); }
 
     // rest[j][i]: element (i, j) of the square less the products of all columns
     // to the left of it, in their order.
@@ -143,22 +168,27 @@ void KrReArray::resizeArrayAndFill(KrU32 rows, KrU32 columns, double value) {
 
 KrBoolean KrReArray::choleskyDecomposition(KrReArray& factor) const {
     KrU32 const n = std::min(numRows(), columns_);
-    bool positiveDefinite = numRows() == columns_;
-    Panels panels(*this, n);
-    for (std::size_t first = 0; first < panels.count(); first += Panels::block) {
-        std::size_t const end = std::min(first + Panels::block, panels.count());
-        for (std::size_t across = 0; across < end; ++across) {
-            if (across >= first) {
-                positiveDefinite &= panels.factorDiagonal(across);
-            }
-            for (std::size_t down = std::max(first, across + 1); down < end; ++down) {
-                panels.factorBelow(down, across);
-            }
+    bool const isSquare = numRows() == columns_;  // `factor` may be this array
+    Panels panels(n);
+    bool positiveDefinite = panels.factor(*this, 0.0, false);
+    if (!positiveDefinite) {
+        double largest = 0.0;
+        for (KrU32 i = 0; i < n; ++i) {
+            largest = std::max(largest, rows_[i][i]);
+        }
+        bool const canShift = largest > 0.0 && std::isfinite(1.1 * largest);
+        double shift = 1e-13 * largest;
+        for (int attempt = 0; canShift && !positiveDefinite && attempt < 13; ++attempt) {
+            positiveDefinite = panels.factor(*this, shift, false);
+            shift *= 10;
+        }
+        if (!positiveDefinite) {
+            panels.factor(*this, 0.0, true);
         }
     }
     factor.resizeArray(n, n);
     for (KrU32 i = 0; i < n; ++i) {
         panels.copyRow(i, factor.rows_[i]);
     }
-    return positiveDefinite;
+    return positiveDefinite && isSquare;
 }

@@ -44,18 +44,29 @@ public:
     /// Changes the size and sets every entry to `value`.
     void resizeArrayAndFill(KrU32 rows, KrU32 columns, double value);
 
-    /// The lower-triangular factor L with L Lᵀ = this array, which must be
-    /// symmetric and positive definite; only its lower triangle is read.
+    /// Computes the lower-triangular factor L with L Lᵀ = this array, which must be
+    /// symmetric and positive definite. Only the lower triangle is read.
     /// Every element has its products subtracted in index order, as if row by row
     /// (Cholesky-Banachiewicz), so that its bits do not depend on the blocks in
     /// which the work is done (left-looking: J. J. Dongarra, F. G. Gustavson and
     /// A. Karp, SIAM Review 26 (1984)).
     ///
-    /// Where a pivot is not positive (NaN included), that column of the factor
-    /// is zero, the factorisation goes on, and the result is false. An array
-    /// that is not square is factored as far as both sides reach, and the
-    /// result is false. `factor` may be this array. Cost: n³/6
-    /// multiplications, and room for n²/2 numbers beside the factor.
+    /// If a pivot is not positive, the factorisation starts again with 1e-13 of the
+    /// largest diagonal entry added to the diagonal, then with ten times as much each
+    /// time, up to 0.1 (the jitter of Gaussian process regression: C. E. Rasmussen and
+    /// C. K. I. Williams, Gaussian Processes for Machine Learning (2006), section A.4).
+    /// The result is true as soon as every pivot is positive. Smooth correlations need
+    /// this: their matrices are singular in double precision, and rounded ones are
+    /// indefinite beyond it. Leaving columns out instead would multiply the entries of
+    /// the columns behind.
+    ///
+    /// If even 0.1 fails, nothing is added, the column of each pivot that is not
+    /// positive (NaN included) is zero, and the result is false. A matrix of zeros
+    /// and one with an infinite diagonal entry are treated so at once. An array that
+    /// is not square is factored as far as both sides reach, and the result is false.
+    ///
+    /// `factor` may be this array. Cost: n³/6 multiplications, for each shift as many at
+    /// most, and room for n²/2 numbers besides the factor.
     KrBoolean choleskyDecomposition(KrReArray& factor) const;
 
     bool operator==(KrReArray const&) const = default;

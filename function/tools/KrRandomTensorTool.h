@@ -52,8 +52,12 @@ public:
     ///
     /// A correlation is held within [-c0, c0], and one that is NaN counts as 0;
     /// without a positive, finite c0 the field is `mean` everywhere.
-    /// Where the correlation matrix is not positive definite, directions without
-    /// variance are left out of the factor (`KrReArray::choleskyDecomposition`).
+    /// If the correlation matrix is not positive definite, as those of smooth
+    /// correlations are in double precision, the factor is that of the matrix with a
+    /// larger diagonal (`KrReArray::choleskyDecomposition`): the variance grows by 1e-13
+    /// to 0.1 of c0. Values rounded to d digits need about 10^-(d-1). A function that is
+    /// no correlation, and needs more than 0.1, has its columns without a positive pivot
+    /// left out, and the variance of its fields is arbitrary.
     /// The squares of the sides are added in 32 bits: of a field with a diagonal
     /// of 65536 cells or more the corners take the values at the grid's edge.
     ///

@@ -15,15 +15,15 @@
 struct PlainRandomField {
     using Matrix = std::vector<std::vector<double>>;
 
-    /// The lower-triangular factor of a symmetric matrix, row by row; a column
-    /// whose pivot is not positive is zero.
-    static Matrix choleskyFactor(Matrix const& matrix, bool& positiveDefinite) {
+    /// The lower-triangular factor of a symmetric matrix, row by row, with `shift` added
+    /// to the diagonal; a column whose pivot is not positive is zero.
+    static Matrix shiftedFactor(Matrix const& matrix, double shift, bool& positiveDefinite) {
         std::size_t const n = matrix.size();
         Matrix factor(n, std::vector<double>(n));
         positiveDefinite = true;
         for (std::size_t i = 0; i < n; ++i) {
             for (std::size_t j = 0; j <= i; ++j) {
-                double rest = matrix[i][j];
+                double rest = matrix[i][j] + (j == i ? shift : 0.0);
                 for (std::size_t k = 0; k < j; ++k) {
                     rest -= factor[i][k] * factor[j][k];
                 }
@@ -37,6 +37,21 @@ struct PlainRandomField {
             }
         }
         return factor;
+    }
+
+    /// The factor with the smallest of the shifts 0, 1e-13, 1e-12, ... 0.1 of the largest
+    /// diagonal entry that makes every pivot positive; where none does, that without a shift.
+    static Matrix choleskyFactor(Matrix const& matrix, bool& positiveDefinite) {
+        Matrix const plain = shiftedFactor(matrix, 0.0, positiveDefinite);
+        double shift = 0.0;
+        for (std::size_t i = 0; i < matrix.size(); ++i) {
+            shift = std::max(shift, 1e-13 * matrix[i][i]);
+        }
+        Matrix factor = plain;
+        for (int i = 0; i < 13 && !positiveDefinite; ++i, shift *= 10) {
+            factor = shiftedFactor(matrix, shift, positiveDefinite);
+        }
+        return positiveDefinite ? factor : plain;
     }
 
     static std::vector<double> lowerProduct(Matrix const& factor, std::vector<double> const& z) {
