@@ -3,7 +3,9 @@
 #include "foundation/core/KrMember.h"
 #include "function/composite/KrVectorSearch.h"
 
+#include <concepts>
 #include <cstddef>
+#include <initializer_list>
 #include <limits>
 #include <vector>
 
@@ -84,12 +86,30 @@ public:
     /// until the next evaluation.
     virtual std::vector<Value> const& evaluate() const;
 
-    /// The same at the point `x0` and as many further arguments of type `Value`
-    /// as there are further dimensions.
+    /// The same at the point `x0` and further arguments of type `Value`, one for each
+    /// further dimension. Too few arguments are undefined behaviour: a variadic
+    /// operation cannot count them. Those beyond the last dimension do not count.
     virtual std::vector<Value> const& evaluate(Value x0, ...) const;
 
     /// The same at `point`; what is beyond the last dimension does not count.
     virtual std::vector<Value> const& evaluate(std::vector<Value> const& point) const;
+
+    /// The same at separate arguments of which some are no `Value`, as in
+    /// `f.evaluate(0.5, 2)`: each is converted, and the variadic operation evaluates.
+    /// A class that overrides one of these operations hides the others: it needs
+    /// `using KrInterpolator::evaluate`.
+    template <std::convertible_to<Value>... Coordinates>
+        requires(sizeof...(Coordinates) > 0 && !(std::same_as<Coordinates, Value> && ...))
+    std::vector<Value> const& evaluate(Coordinates const&... coordinates) const {
+        return evaluate(static_cast<Value>(coordinates)...);
+    }
+
+    /// The same at a point in braces, as in `f.evaluate({0.5, 1.0})`: the operation on a
+    /// vector evaluates.
+    std::vector<Value> const& evaluate(std::initializer_list<Value> point) const {
+        point_->assign(point);
+        return evaluate(*point_);
+    }
 
     /// Determines the ends of each dimension: smallest and largest breakpoint.
     virtual Bounds const& initBounds();
@@ -168,6 +188,7 @@ private:
     Flags limitOrExtrapolate_;
     mutable KrUncompared<Grid> grid_;
     mutable KrUncompared<std::vector<Value>> result_;
+    mutable KrScratch<std::vector<Value>> point_;  // one that came in braces
 };
 
 extern template class KrInterpolator<double>;

@@ -1,6 +1,7 @@
 // Vector search and interpolator: what they promise, and that they give the bits
 // of their plain form.
 
+#include "foundation/xml/KrXmlBasicType.h"
 #include "function/composite/KrInterpolator.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/Bits.h"
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdarg>
 #include <limits>
 #include <memory>
 #include <random>
@@ -257,6 +259,43 @@ TEST(Interpolator, SumsItsCornersInOrder) {
     f.addDimension(searchOf({0, 1}, Search::LINEAR));
     f.addDimension(searchOf({0, 1}, Search::LINEAR));
     EXPECT_EQ(f.evaluate(0.25, 0.5)[0], 0.375 * 1 + 0.125 * 2 + 0.375 * 4 + 0.125 * 8);
+}
+
+// Arguments that are no double, or stand in braces, are no variadic call by accident.
+TEST(Interpolator, TakesAPointHoweverItIsWritten) {
+    struct Counting : Interpolator {
+        using Interpolator::evaluate;
+        Reals const& evaluate(double x, ...) const override {
+            std::va_list more;
+            va_start(more, x);
+            double const y = va_arg(more, double);
+            va_end(more);
+            ++separate;
+            return Interpolator::evaluate(x, y);
+        }
+        Reals const& evaluate(Reals const& point) const override {
+            ++vectors;
+            return Interpolator::evaluate(point);
+        }
+        mutable int separate = 0;
+        mutable int vectors = 0;
+    } f;
+    f.addInterpolator({0, 1, 10, 11, 20, 21});
+    f.addDimension(searchOf({0, 1}, Search::LINEAR));
+    f.addDimension(searchOf({0, 1, 2}, Search::BISECTION));
+    KrXmlBasicType<double> const half(0.5);
+    f.evaluate({0.5, 2.0});
+    std::size_t const allocated = allocationCount();
+    EXPECT_EQ(f.evaluate(0.5, 2)[0], 20.5);
+    EXPECT_EQ(f.evaluate(0, 2U)[0], 20.0);
+    EXPECT_EQ(f.evaluate(0.5F, 2.0)[0], 20.5);
+    EXPECT_EQ(f.evaluate(half, 2.0)[0], 20.5);
+    EXPECT_EQ(f.evaluate(0.5, 2.0)[0], 20.5);
+    EXPECT_EQ(f.evaluate({0.5, 2.0})[0], 20.5);
+    EXPECT_TRUE(std::isnan(f.evaluate({0.5})[0]));
+    EXPECT_EQ(allocationCount(), allocated);
+    EXPECT_EQ(f.separate, 5);
+    EXPECT_EQ(f.vectors, 3);
 }
 
 TEST(Interpolator, CopiesAndMovesItsWholeValue) {
