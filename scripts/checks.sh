@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(format generated headers reference cppcheck clang tidy asan tsan coverage fuzz benchmarks
+all=(format generated headers reference cppcheck clang tidy asan tsan coverage fuzz bits benchmarks
     packages demo)
 
 # build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
@@ -112,6 +112,15 @@ check_coverage() {
 check_fuzz() {
     rm -rf build/fuzz/corpus
     ZEIBREKU_FUZZ_SEED=1 scripts/fuzz.sh 200000
+}
+
+# The same bits on other processors, and every test where the C library lacks fused multiply-add.
+check_bits() {
+    scripts/bits.sh
+    cmake --preset development
+    cmake --build --preset development
+    GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-FMA,-FMA4,-AVX2_Usable,-FMA_Usable \
+        ctest --preset development
 }
 
 # Whether they run, not how fast: a figure taken beside other builds means nothing.

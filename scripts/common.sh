@@ -26,3 +26,15 @@ first_of() {
     echo "None of these programs is installed: $*" >&2
     return 1
 }
+
+# quietly COMMAND...: shows what the command prints only if it fails.
+quietly() {
+    local log
+    log=$(mktemp)
+    if ! "$@" >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}

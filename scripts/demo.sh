@@ -5,18 +5,6 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 set_up demo
 
-# Shows what a command says only when it fails.
-quietly() {
-    local log
-    log=$(mktemp)
-    if ! "$@" >"$log" 2>&1; then
-        cat "$log" >&2
-        rm -f "$log"
-        return 1
-    fi
-    rm -f "$log"
-}
-
 # A folder of its own: the release build also wants the tests' and benchmarks' packages. Somebody
 # else's compiler may warn of something new, which is no reason to show nothing.
 echo "Building in build/demo ..."

@@ -5,6 +5,7 @@
 #   scripts/setup.sh test         the same, GoogleTest, xmllint, locales, and libpng for an example
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
+#   scripts/setup.sh bits         demo, and compilers and emulators of other processors
 #   scripts/setup.sh pictures     demo, and gnuplot
 #
 # Several may be given. What counts is whether a thing is there, not where it came from: a newer
@@ -91,6 +92,16 @@ need_benchmarks() {
     want libopenturns-dev test -d /usr/include/openturns
 }
 
+need_bits() {
+    need_demo
+    need dpkg-dev program dpkg-source
+    need qemu-user program qemu-s390x
+    local processor
+    for processor in aarch64 s390x riscv64; do
+        need "g++-$processor-linux-gnu" program "$processor-linux-gnu-g++"
+    done
+}
+
 need_pictures() {
     need_demo
     need gnuplot-nox program gnuplot
@@ -101,9 +112,9 @@ if (($# == 0)); then
 fi
 for group in "$@"; do
     case $group in
-        demo | test | checks | benchmarks | pictures) "need_$group" ;;
+        demo | test | checks | benchmarks | bits | pictures) "need_$group" ;;
         *)
-            echo "usage: scripts/setup.sh [demo|test|checks|benchmarks|pictures]..." >&2
+            echo "usage: scripts/setup.sh [demo|test|checks|benchmarks|bits|pictures]..." >&2
             exit 2
             ;;
     esac

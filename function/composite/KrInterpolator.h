@@ -100,7 +100,8 @@ public:
     /// `using KrInterpolator::evaluate`.
     template <std::convertible_to<Value>... Coordinates>
         requires(sizeof...(Coordinates) > 0 && !(std::same_as<Coordinates, Value> && ...))
-    std::vector<Value> const& evaluate(Coordinates const&... coordinates) const {
+    std::vector<Value>
+    const& evaluate(Coordinates const&... coordinates) const {
         return evaluate(static_cast<Value>(coordinates)...);
     }
 

@@ -1,47 +1,24 @@
-// Whole searches, every evaluated point to the last bit. A file of traces/ is
-//
-//   settings <nelderMead> ... </nelderMead>
-//   search minimum powell:1 3 -1 0 1       a search from that start point, with
-//   B 0x1.8p+1 ... -> 0x1.aep+7            its evaluations in order: B in a batch,
-//   S 0x1.0p+0 ... -> 0x1.5p+6             S alone; the point and the value;
-//   = 0x1.0p-3 ...                         the result: value and point
-//
-// and more searches of the same object. The files were made by a second
-// implementation of the published methods, written apart from the library.
+// Whole searches, every evaluated point to the last bit.
 
 #include "foundation/xml/KrXml.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "tests/support/Bits.h"
-#include "tests/support/TestFunctions.h"
-#include "tests/support/Texts.h"
+#include "tests/support/Traces.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-KrRealVector numbers(std::istringstream& words) {
-    KrRealVector result;
-    for (std::string word; words >> word;) {
-        if (word != "->") {
-            result.push_back(std::strtod(word.c_str(), nullptr));
-        }
-    }
-    return result;
-}
-
 // Answers as recorded, so that a trace rests on the library's arithmetic alone: the
 // last bit of the C library's pow differs between processors.
 class Recorded : public KrScalarMultivariableFunction {
 public:
-    explicit Recorded(KrU32 n) : n_(n) {}
-    KrU32 domainDim() const override { return n_; }
+    explicit Recorded(TracedSearch const& search) : search_(search) {}
+    KrU32 domainDim() const override { return search_.dimension; }
     double evaluate(KrRealVector const& x) const override { return answer(false, x); }
     void evaluateMultiple(std::vector<KrRealVector> const& points,
                           KrRealVector& values) const override {
@@ -49,79 +26,49 @@ public:
             values[i] = answer(true, points[i]);
         }
     }
-    void expect(Evaluation const& evaluation) { evaluations_.push_back(evaluation); }
-    bool isThrough() const { return next_ == evaluations_.size(); }
+    std::size_t count() const { return count_; }
 
 private:
-    struct Differs {};
-
     double answer(bool inBatch, KrRealVector const& point) const {
-        if (isThrough() || evaluations_[next_].inBatch != inBatch ||
-            bits(evaluations_[next_].point) != bits(point)) {
-            ADD_FAILURE() << "evaluation " << next_ << " differs";
-            throw Differs();
+        if (count_ == search_.evaluations.size()) {
+            throw std::runtime_error("more evaluations than recorded");
         }
-        return evaluations_[next_++].value;
+        Evaluation const& expected = search_.evaluations[count_];
+        if (expected.inBatch != inBatch || bits(expected.point) != bits(point)) {
+            throw std::runtime_error("evaluation " + std::to_string(count_) + " differs");
+        }
+        ++count_;
+        return expected.value;
     }
 
-    KrU32 n_;
-    std::vector<Evaluation> evaluations_;
-    mutable std::size_t next_ = 0;
+    TracedSearch const& search_;
+    mutable std::size_t count_ = 0;
 };
 
 class GoldenTraces : public testing::TestWithParam<fs::path> {};
 
 TEST_P(GoldenTraces, EveryPointIsAsRecorded) {
-    std::ifstream file(GetParam());
+    std::vector<TracedSearch> const searches = readTrace(GetParam());
+    EXPECT_FALSE(searches.empty());
     KrScalarMultivariableOptimizerContainer optimizer;
-    std::string direction;
-    KrRealVector start;
-    std::unique_ptr<Recorded> f;
-    std::size_t searches = 0;
-    int lineNumber = 0;
-    for (std::string line; std::getline(file, line);) {
-        SCOPED_TRACE(testing::Message() << GetParam().filename() << ':' << ++lineNumber);
-        std::istringstream words(line);
-        std::string kind;
-        words >> kind;
-        if (kind == "settings") {
-            ASSERT_TRUE(KrXml::fromString(document("optimizerContainer", line.substr(kind.size())),
-                                          optimizer));
-        } else if (kind == "search") {
-            std::string name;
-            words >> direction >> name;
-            start = numbers(words);
-            f = std::make_unique<Recorded>(functionByName(name)->domainDim());
-        } else if (kind == "=") {
-            KrRealVector found;
-            double const value = direction == "minimum" ? optimizer.findMinimum(*f, start, found)
-                                                        : optimizer.findMaximum(*f, start, found);
-            found.insert(found.begin(), value);
-            ASSERT_EQ(bits(found), bits(numbers(words)));
-            ASSERT_TRUE(f->isThrough());
-            ++searches;
-        } else {
-            KrRealVector point = numbers(words);
-            double const value = point.back();
-            point.pop_back();
-            f->expect({kind == "B", point, value});
-        }
+    for (TracedSearch const& search : searches) {
+        ASSERT_TRUE(!search.isNew || KrXml::fromString(search.optimizer, optimizer));
+        Recorded const f(search);
+        KrRealVector found;
+        double const value = search.minimises ? optimizer.findMinimum(f, search.start, found)
+                                              : optimizer.findMaximum(f, search.start, found);
+        found.insert(found.begin(), value);
+        EXPECT_EQ(bits(found), bits(search.found));
+        EXPECT_EQ(f.count(), search.evaluations.size());
     }
-    EXPECT_GT(searches, 0U);
 }
 
-std::vector<fs::path> traceFiles() {
+fs::path folder() {
     char const* const other = std::getenv("ZEIBREKU_TRACES");  // another set than our own
-    fs::path const folder = other ? other : ZEIBREKU_SOURCE_DIR "/tests/golden/traces";
-    std::vector<fs::path> files;
-    for (auto const& entry : fs::directory_iterator(folder)) {
-        files.push_back(entry.path());
-    }
-    std::sort(files.begin(), files.end());
-    return files;
+    return other ? other : ZEIBREKU_SOURCE_DIR "/tests/golden/traces";
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, GoldenTraces, testing::ValuesIn(traceFiles()),
+INSTANTIATE_TEST_SUITE_P(Files, GoldenTraces, testing::ValuesIn(traceFiles(folder())),
                          [](auto const& file) { return file.param.stem().string(); });
 
 }  // namespace
