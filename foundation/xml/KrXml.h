@@ -6,8 +6,6 @@
 #include "foundation/xml/KrXmlObject.h"
 
 #include <concepts>
-#include <functional>
-#include <iosfwd>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -37,11 +35,6 @@ KR_EXPORT KrBoolean readFileInto(std::string const& path, KrXmlObject& object,
                                  KrXmlFactory const* factory);
 KR_EXPORT KrBoolean readTextInto(std::string const& text, KrXmlObject& object,
                                  KrXmlFactory const* factory);
-
-/// Fills the file `path` in one step, as `writeFile` does, with what `write` puts
-/// into the stream it is given; nothing is replaced when that is false.
-KR_EXPORT KrBoolean replaceFile(std::string const& path,
-                                std::function<KrBoolean(std::ostream&)> const& write);
 
 /// Takes away the value of `copy`, a copy of `object`. What clients have registered
 /// with `object`, at any depth, it keeps, and an element knows the same container.
@@ -106,10 +99,13 @@ KR_EXPORT std::unique_ptr<KrXmlObject> read(KrXmlReader& reader, KrXmlFactory co
 
 /// Writes the document of `object` beside `path` and then renames it over
 /// `path`, so that at every moment the old or the new file is whole; when the
-/// result is false, the old file is untouched. An existing file keeps its
-/// permissions, and one that the process may not write to is refused; a symbolic
-/// link is followed. What is no regular file, such as a pipe or `/dev/stdout` on
-/// one, is written to as it stands.
+/// result is false, the old file is untouched. Threads and processes may write into
+/// one folder. An existing file keeps its permissions, and its owner and group where
+/// the process may give them; where it may not give the group, the group's permissions
+/// are cut to those of others. Access control lists, extended attributes and further
+/// hard links are not kept. A file that the process may not write to is refused. A
+/// symbolic link is followed. What is no regular file, such as a pipe or `/dev/stdout`
+/// on one, is written to as it stands.
 KR_EXPORT KrBoolean writeFile(std::string const& path, KrXmlObject const& object);
 
 /// The document of `object`; empty on failure.

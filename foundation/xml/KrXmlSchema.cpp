@@ -1,5 +1,6 @@
 #include "foundation/xml/KrXmlSchema.h"
 
+#include "foundation/core/internal/KrReplaceFile.h"
 #include "foundation/xml/KrXmlBaseVariableCompoundType.h"
 #include "foundation/xml/KrXmlCompoundType.h"
 #include "foundation/xml/KrXmlWriter.h"
@@ -167,7 +168,7 @@ std::string KrXmlSchema::text() const {
 
 KrBoolean KrXmlSchema::writeFile(std::string const& path) const {
     std::string const document = text();
-    return !document.empty() && KrXml::internal::replaceFile(path, [&](std::ostream& stream) {
+    return !document.empty() && krReplaceFile(path, [&](std::ostream& stream) {
         stream << document;
         return stream.good();
     });

@@ -11,8 +11,11 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <sstream>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -134,6 +137,86 @@ TEST(XmlFiles, AreReplacedWholeOrNotAtAll) {
     EXPECT_EQ(content(path), KrXml::toString(function));
     EXPECT_EQ(folder.fileCount(), 5);
     EXPECT_EQ(captured.messages.back().text, path + ": not written\n");
+}
+
+// Each thread and each process has a file of its own, and all files one folder.
+TEST(XmlFiles, OfOneFolderAreWrittenSideBySide) {
+    TemporaryFolder const folder;
+    auto const failures = [&](int writer) {
+        std::string const path = folder / std::to_string(writer);
+        KrLinearScalarFunction function;
+        int count = 0;
+        for (int i = 0; i < 100; ++i) {
+            function.setStartValue(writer);
+            function.setEndValue(i);
+            bool const written = KrXml::writeFile(path, function);
+            count += !written || content(path) != KrXml::toString(function);
+        }
+        return count;
+    };
+    std::vector<pid_t> children;
+    for (int writer = 0; writer < 2; ++writer) {
+        children.push_back(::fork());
+        if (children.back() == 0) {
+            ::_exit(failures(writer));
+        }
+    }
+    std::vector<int> counts(6);
+    std::vector<std::thread> threads;
+    for (int writer = 0; writer < 6; ++writer) {
+        threads.emplace_back([&, writer] { counts[writer] = failures(2 + writer); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (pid_t const child : children) {
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        counts.push_back(status);
+    }
+    EXPECT_EQ(counts, std::vector<int>(8));
+    EXPECT_EQ(folder.fileCount(), 8);
+}
+
+// While it is filled, the file that will replace another is as private as that one.
+TEST(XmlFiles, ArePrivateWhileTheyAreReplaced) {
+    static TemporaryFolder const folder;
+    static fs::perms seen;
+    struct Watching : KrLinearScalarFunction {
+        KrBoolean write(KrXmlWriter& writer) const override {
+            for (auto const& file : fs::directory_iterator(folder.path)) {
+                seen |= file.status().permissions();
+            }
+            return KrLinearScalarFunction::write(writer);
+        }
+    } const function;
+    std::string const path = folder / "private.xml";
+    for (fs::perms const mode : {fs::perms(0600), fs::perms(0660)}) {
+        std::ofstream(path) << "old";
+        fs::permissions(path, mode);
+        seen = fs::perms::none;
+        ASSERT_TRUE(KrXml::writeFile(path, function));
+        EXPECT_EQ(seen, mode);
+        EXPECT_EQ(fs::status(path).permissions(), mode);
+    }
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "owner and group are root's to give";
+    }
+    ASSERT_EQ(::chown(path.c_str(), 65534, 65533), 0);
+    ASSERT_TRUE(KrXml::writeFile(path, function));
+    struct stat state {};
+    ::stat(path.c_str(), &state);
+    EXPECT_EQ(state.st_uid, 65534U);
+    EXPECT_EQ(state.st_gid, 65533U);
+    // A process that may not give the group does not give its rights to another one.
+    fs::permissions(folder.path, fs::perms::all);
+    fs::permissions(path, fs::perms(0664));
+    ASSERT_EQ(::chown(path.c_str(), 65532, 65533), 0);
+    ASSERT_EQ(::seteuid(65532), 0);
+    bool const written = KrXml::writeFile(path, function);
+    ASSERT_EQ(::seteuid(0), 0);
+    EXPECT_TRUE(written);
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms(0644));
 }
 
 TEST(XmlWriter, WritesACommentAndDeclaresNamespaces) {

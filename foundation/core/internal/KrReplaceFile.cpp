@@ -1,0 +1,228 @@
+#include "foundation/core/internal/KrReplaceFile.h"
+
+#include "foundation/core/KrPrint.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <ostream>
+#include <streambuf>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+[[maybe_unused]] constexpr char version[] = "2.0.0";
+
+namespace fs = std::filesystem;
+
+bool refuse(std::string const& path, std::string const& reason) {
+    Kr::Print::instance().write(Kr::PrintType::Error, "%s: %s\n", path, reason);
+    return false;
+}
+
+// For the reason that errno tells.
+bool refuse(std::string const& path) {
+    return refuse(path, "cannot be written: " + std::generic_category().message(errno));
+}
+
+// A write beyond the limit on a file's size ends the process by a signal, unless the
+// thread holds it back: then the write fails, with the reason.
+class FileSizeSignal {
+public:
+    FileSizeSignal() {
+        sigset_t pending;
+        ::sigpending(&pending);
+        ours_ = sigismember(&pending, SIGXFSZ) == 0;
+        ::sigemptyset(&signal_);
+        sigaddset(&signal_, SIGXFSZ);
+        ::pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+    }
+    ~FileSizeSignal() {
+        timespec const now{};
+        if (ours_) {
+            ::sigtimedwait(&signal_, nullptr, &now);  // there is one at most
+        }
+        ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    FileSizeSignal(FileSizeSignal const&) = delete;
+    FileSizeSignal& operator=(FileSizeSignal const&) = delete;
+
+private:
+    sigset_t signal_;
+    sigset_t before_;
+    bool ours_;
+};
+
+// An open file, and a stream buffer that hands everything on at once: who writes much
+// has a buffer already.
+class File : public std::streambuf {
+public:
+    explicit File(int descriptor) : descriptor_(descriptor) {}
+    File(File const&) = delete;
+    File& operator=(File const&) = delete;
+    ~File() override { close(); }
+
+    int descriptor() const { return descriptor_; }
+    bool isOpen() const { return descriptor_ >= 0; }
+
+    /// False, with errno set, when the system tells only now that something was lost.
+    bool close() {
+        int const descriptor = std::exchange(descriptor_, -1);
+        return descriptor < 0 || ::close(descriptor) == 0;
+    }
+
+    /// The errno of the write that failed.
+    int error() const { return error_; }
+
+protected:
+    int_type overflow(int_type character) override {
+        char const c = traits_type::to_char_type(character);
+        bool const isNothing = traits_type::eq_int_type(character, traits_type::eof());
+        return isNothing || xsputn(&c, 1) == 1 ? traits_type::not_eof(character)
+                                               : traits_type::eof();
+    }
+    std::streamsize xsputn(char const* text, std::streamsize count) override {
+        for (std::streamsize done = 0; done < count;) {
+            ssize_t const written =
+                ::write(descriptor_, text + done, static_cast<std::size_t>(count - done));
+            if (written < 0 && errno != EINTR) {
+                error_ = errno;
+                return done;
+            }
+            done += written > 0 ? written : 0;
+        }
+        return count;
+    }
+
+private:
+    int descriptor_;
+    int error_ = 0;
+};
+
+// Puts into the file what `write` has to say; messages call it `path`.
+bool fill(File& file, std::string const& path, std::function<bool(std::ostream&)> const& write) {
+    std::ostream stream(&file);
+    bool const written = write(stream);
+    if (!stream.good()) {
+        errno = file.error();
+        return refuse(path);
+    }
+    return written || refuse(path, "not written");  // for the reason that was given already
+}
+
+// A new file in the folder of `target`. It goes with this object, unless it was moved to
+// its place.
+class FreshFile {
+public:
+    FreshFile(fs::path const& target, mode_t mode) : file_(create(target, mode)) {}
+    FreshFile(FreshFile const&) = delete;
+    FreshFile& operator=(FreshFile const&) = delete;
+    ~FreshFile() {
+        if (isOurs_) {
+            ::unlink(path_.c_str());
+        }
+    }
+
+    File& file() { return file_; }
+
+    // What was written reaches the disk first: the name never moves to a file whose
+    // content a crash could still lose.
+    bool moveTo(fs::path const& target) {
+        isOurs_ = ::fsync(file_.descriptor()) != 0 || !file_.close() ||
+                  std::rename(path_.c_str(), target.c_str()) != 0;
+        return !isOurs_;
+    }
+
+private:
+    // A name that exists is somebody else's. The numbers are random, so that files which
+    // killed processes have left behind are not in the way.
+    int create(fs::path const& target, mode_t mode) {
+        int file = -1;
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            std::uint64_t number = 0;
+            if (::getrandom(&number, sizeof number, 0) != sizeof number) {
+                break;
+            }
+            char name[] = ".new-0123456789abcdef";
+            std::to_chars(name + 5, name + sizeof name - 1, number | std::uint64_t{1} << 63, 16);
+            path_ = target.parent_path() / name;
+            file = ::open(path_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, mode);
+            if (file >= 0 || errno != EEXIST) {
+                break;
+            }
+        }
+        return file;
+    }
+
+    fs::path path_;
+    File file_;
+    bool isOurs_ = file_.isOpen();
+};
+
+// Gives a file owner, group and permissions of the one that it replaces, as far as the
+// process may. What the group was allowed is not allowed to another group.
+bool takeOver(int file, struct stat const& old) {
+    struct stat fresh {};
+    if (::fstat(file, &fresh) != 0) {
+        return false;
+    }
+    bool const hasOwner =
+        fresh.st_uid == old.st_uid || ::fchown(file, old.st_uid, static_cast<gid_t>(-1)) == 0;
+    bool const hasGroup =
+        fresh.st_gid == old.st_gid || ::fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0;
+    mode_t mode = old.st_mode & 07777;
+    if (!hasOwner) {
+        mode &= ~static_cast<mode_t>(S_ISUID);
+    }
+    if (!hasGroup) {
+        mode_t const othersMay = (mode & S_IRWXO) << 3;
+        mode &= ~static_cast<mode_t>(S_ISGID | S_IRWXG) | othersMay;
+    }
+    return ::fchmod(file, mode) == 0;
+}
+
+// Follows symbolic links to the file that is meant, which need not exist yet.
+fs::path followed(fs::path path) {
+    std::error_code error;
+    for (int links = 0; links < 40 && fs::is_symlink(fs::symlink_status(path, error)); ++links) {
+        fs::path const target = fs::read_symlink(path, error);
+        path = target.is_absolute() ? target : path.parent_path() / target;
+    }
+    return path;
+}
+
+}  // namespace
+
+bool krReplaceFile(std::string const& path, std::function<bool(std::ostream&)> const& write) {
+    FileSizeSignal const heldBack;
+    struct stat old {};
+    bool const exists = ::stat(path.c_str(), &old) == 0;
+    if (!exists && errno != ENOENT) {  // such as links in a circle
+        return refuse(path);
+    }
+    if (exists && !S_ISREG(old.st_mode)) {
+        File file(::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+        return (file.isOpen() || refuse(path)) && fill(file, path, write) &&
+               (file.close() || refuse(path));
+    }
+    fs::path const target = followed(path);
+    if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
+        return refuse(path);
+    }
+    // Until it has the permissions of the old one, nobody else may read the new one.
+    FreshFile fresh(target, exists ? 0600 : 0666);
+    if (!fresh.file().isOpen() || (exists && !takeOver(fresh.file().descriptor(), old))) {
+        return refuse(path);
+    }
+    return fill(fresh.file(), path, write) && (fresh.moveTo(target) || refuse(path));
+}
