@@ -7,11 +7,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <istream>
 #include <new>
-#include <unordered_set>
+#include <set>
 #include <utility>
 
 namespace {
@@ -68,13 +69,53 @@ std::string listed(std::vector<KrToken> const& known) {
     return count == 0 ? list : list + ')';
 }
 
+// Stands between namespace and local name in the names that expat gives: no document can
+// hold this character.
+constexpr char separator = '\x01';
+
 // Where a schema may be found: says nothing of the document's content.
 bool isSchemaLocation(std::string_view name) {
-    constexpr std::string_view instance = "http://www.w3.org/2001/XMLSchema-instance";
+    constexpr std::string_view instance = "http://www.w3.org/2001/XMLSchema-instance\x01";
     return name.starts_with(instance) &&
            (name.substr(instance.size()) == "schemaLocation" ||
             name.substr(instance.size()) == "noNamespaceSchemaLocation");
 }
+
+// Makes `text` that of a name's token. A token's namespace ends in '#'; a name of another
+// namespace is no token's, whatever its letters, and becomes "{namespace}local".
+void setTokenText(std::string& text, std::string_view name) {
+    std::size_t const end = name.find(separator);
+    if (end == std::string_view::npos) {
+        text = name;
+    } else if (name.substr(0, end).ends_with('#')) {
+        text.assign(name.substr(0, end)).append(name.substr(end + 1));
+    } else {
+        text.assign("{").append(name.substr(0, end)).append("}").append(name.substr(end + 1));
+    }
+}
+
+// The local name of a token that was made so.
+std::string_view localName(KrToken const& token) {
+    std::string const& text = token;
+    return text.starts_with('{') ? std::string_view(text).substr(text.rfind('}') + 1)
+                                 : token.localName();
+}
+
+// How many refusals of one document are printed.
+constexpr std::size_t mostRefusals = 1000;
+
+// How long a namespace may be.
+constexpr std::size_t longestNamespace = 1000;
+
+// Expat writes the namespace of an attribute's name out for each of a start tag's
+// attributes, as soon as the tag's declarations are told, and stops for nothing but a
+// lack of memory: a namespace that is refused lets it have no more.
+thread_local bool memoryIsRefused = false;
+
+constexpr XML_Memory_Handling_Suite memory = {
+    [](std::size_t size) { return memoryIsRefused ? nullptr : std::malloc(size); },
+    [](void* old, std::size_t size) { return memoryIsRefused ? nullptr : std::realloc(old, size); },
+    std::free};
 
 }  // namespace
 
@@ -98,7 +139,7 @@ public:
     };
 
     explicit Parser(std::istream& stream)
-        : stream_(stream), expat_(XML_ParserCreateNS(nullptr, '\0')) {
+        : stream_(stream), expat_(XML_ParserCreate_MM(nullptr, &memory, &separator)) {
         if (!expat_) {
             throw std::bad_alloc();
         }
@@ -108,6 +149,7 @@ public:
         XML_SetElementHandler(expat_.get(), onStart, onEnd);
         XML_SetCharacterDataHandler(expat_.get(), onText);
         XML_SetStartDoctypeDeclHandler(expat_.get(), onDoctype);
+        XML_SetStartNamespaceDeclHandler(expat_.get(), onNamespace);
     }
 
     // The next event, null at the document's end. It and its texts are valid
@@ -152,22 +194,14 @@ public:
 
 private:
     static constexpr int chunkSize = 1 << 14;
+    static constexpr int largestChunk = 1 << 28;
 
-    // For a set of tokens in which a name is found without making a token of it.
-    static std::string_view view(std::string const& text) { return text; }
-    static std::string_view view(std::string_view text) { return text; }
-    struct TokenHash {
+    // Finds a name without making a token of it. Most names differ in their lengths, and
+    // all begin alike.
+    struct InOrder {
         using is_transparent = void;
-        template <class T>
-        std::size_t operator()(T const& text) const {
-            return std::hash<std::string_view>()(view(text));
-        }
-    };
-    struct TokenEqual {
-        using is_transparent = void;
-        template <class A, class B>
-        bool operator()(A const& a, B const& b) const {
-            return view(a) == view(b);
+        bool operator()(std::string const& a, std::string const& b) const {
+            return a.size() != b.size() ? a.size() < b.size() : a < b;
         }
     };
     struct Free {
@@ -180,25 +214,30 @@ private:
         texts_.clear();
         nextEvent_ = 0;
         nextAttribute = attributesEnd = 0;
-        void* const buffer = XML_GetBuffer(expat_.get(), chunkSize);
+        void* const buffer = XML_GetBuffer(expat_.get(), size_);
         if (!buffer) {
             throw std::bad_alloc();
         }
-        stream_.read(static_cast<char*>(buffer), chunkSize);
+        stream_.read(static_cast<char*>(buffer), size_);
         int const count = static_cast<int>(stream_.gcount());
         bool const unreadable = stream_.bad();
-        finished_ = count < chunkSize;
+        finished_ = count < size_;
         XML_Status const status = XML_ParseBuffer(expat_.get(), count, finished_);
+        bool const refused = std::exchange(memoryIsRefused, false);
         if (exception_) {
             std::rethrow_exception(std::exchange(exception_, nullptr));
         }
         if (unreadable) {
             fail("a readable document", "a read error");
-        } else if (status != XML_STATUS_OK && XML_GetErrorCode(expat_.get()) != XML_ERROR_ABORTED) {
+        } else if (status != XML_STATUS_OK && !refused &&
+                   XML_GetErrorCode(expat_.get()) != XML_ERROR_ABORTED) {
             XML_Error const error = XML_GetErrorCode(expat_.get());
             fail("well-formed XML", error == XML_ERROR_NO_ELEMENTS ? "the end of the document"
                                                                    : XML_ErrorString(error));
         }
+        // A tag or a comment that has not ended yet is scanned from its beginning again
+        // with each chunk: chunks that grow with it keep the time in proportion.
+        size_ = events_.empty() ? std::min(2 * size_, largestChunk) : chunkSize;
     }
 
     Place place() const {
@@ -222,15 +261,16 @@ private:
         push({Kind::Failure, place()});
     }
 
-    // A name begins with its whole namespace, which a document writes once for any
-    // number of names: what is longer than any token is cut.
+    // What is longer than any token is cut.
     KrToken const* intern(char const* text) {
-        constexpr std::size_t longest = 1000;
-        std::string_view const name(text, strnlen(text, longest));
-        if (!lastName_ || view(*lastName_) != name) {  // a vector's items share one
-            auto known = names_.find(name);
+        std::string_view const name(text, strnlen(text, 2 * longestNamespace));
+        if (!lastName_ || lastText_ != name) {  // a vector's items share one
+            lastName_ = nullptr;
+            lastText_ = name;
+            setTokenText(tokenText_, name);
+            auto known = names_.find(tokenText_);
             if (known == names_.end()) {
-                known = names_.insert(KrToken(std::string(name))).first;
+                known = names_.insert(KrToken(tokenText_)).first;
             }
             lastName_ = &*known;
         }
@@ -305,15 +345,31 @@ private:
                 [](Parser& parser) { parser.fail("no document type declaration", "<!DOCTYPE"); });
     }
 
+    static void onNamespace(void* self, char const*, char const* uri) {
+        std::size_t const length = uri ? std::strlen(uri) : 0;
+        if (length > longestNamespace && !memoryIsRefused) {
+            guarded(self, [&](Parser& parser) {
+                std::string const most = std::to_string(longestNamespace);
+                parser.fail(("a namespace of at most " + most + " bytes").c_str(),
+                            ("one of " + std::to_string(length)).c_str());
+            });
+            memoryIsRefused = true;
+        }
+    }
+
     std::istream& stream_;
+    int size_ = chunkSize;  // of the next chunk
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> expat_;
     std::vector<Event> events_;
     std::vector<Attribute> attributes_;
     std::string texts_;
     std::size_t nextEvent_ = 0;
-    // The names met so far, each once; entries never move.
-    std::unordered_set<KrToken, TokenHash, TokenEqual> names_;
+    // The names met so far, each once; entries never move. In order, since a document
+    // could choose names that a hash table takes for one.
+    std::set<KrToken, InOrder> names_;
     KrToken const* lastName_ = nullptr;
+    std::string lastText_;   // of that name, as expat gave it
+    std::string tokenText_;  // and as its token has it
     std::size_t depth_ = 0;
     std::size_t depthLimit_ = defaultDepthLimit;
     Kind lastKind_ = Kind::Start;
@@ -326,7 +382,12 @@ KrXmlReader::KrXmlReader(std::istream& stream, std::string const& fileName)
     open_.reserve(8);
 }
 
-KrXmlReader::~KrXmlReader() = default;
+KrXmlReader::~KrXmlReader() {
+    try {
+        tellOmitted();
+    } catch (...) {  // a sink that throws has no one to throw to here
+    }
+}
 
 // Brings the next event in: the current element is left when it had ended, and
 // the reader stands on what a start tag opens.
@@ -416,7 +477,7 @@ KrBoolean KrXmlReader::readText(std::string_view& text) {
     while (!ended_ || open_.size() > own) {
         switch (step(part)) {
             case Step::Start:
-                good = refuse("text alone", "element " + krXmlQuoted(token().localName()));
+                good = refuse("text alone", "element " + krXmlQuoted(localName(token())));
                 close(depth());
                 break;
             case Step::Text: text_ += part; break;
@@ -442,6 +503,7 @@ KrBoolean KrXmlReader::finish() {
     begin();
     while (step(text) != Step::None) {
     }
+    tellOmitted();
     return !stopped_;
 }
 
@@ -451,8 +513,8 @@ KrBoolean KrXmlReader::refuse(std::string const& expected, std::string const& fo
 
 KrBoolean KrXmlReader::refuseElement(KnownTags const& known) {
     KrToken const& tag = token();
-    std::string_view const name = tag.localName();
-    std::vector<KrToken> const tags = tagsOf(known);
+    std::string_view const name = localName(tag);
+    std::vector<KrToken> const tags = isMute() ? std::vector<KrToken>() : tagsOf(known);
     for (KrToken const& other : tags) {
         if (other.localName() == name && !(other == tag)) {
             return refuse("element " + krXmlQuoted(other.text()),
@@ -463,7 +525,7 @@ KrBoolean KrXmlReader::refuseElement(KnownTags const& known) {
 }
 
 KrBoolean KrXmlReader::refuseAttribute() {
-    return refuse("a known attribute", "attribute " + krXmlQuoted(attributeName().localName()));
+    return refuse("a known attribute", "attribute " + krXmlQuoted(localName(attributeName())));
 }
 
 KrBoolean KrXmlReader::refuseAttributes() {
@@ -475,11 +537,27 @@ KrBoolean KrXmlReader::refuseAttributes() {
 }
 
 bool KrXmlReader::refuseAt(Place place, std::string const& expected, std::string const& found) {
+    bool const isOmitted = isMute();
     ++errorCount_;
+    if (isOmitted) {
+        ++omitted_;
+        omittedPlace_ = place;
+        return false;
+    }
     std::string const where = open_.empty() ? "" : path() + ": ";
     Kr::Print::instance().write(Kr::PrintType::Error, "%s:%u:%u: %sexpected %s, found %s\n",
                                 fileName_, place.line, place.column, where, expected, found);
     return false;
+}
+
+bool KrXmlReader::isMute() const { return errorCount_ >= mostRefusals; }
+
+void KrXmlReader::tellOmitted() {
+    if (std::size_t const count = std::exchange(omitted_, 0)) {
+        Kr::Print::instance().write(
+            Kr::PrintType::Error, "%s:%u:%u: expected at most %u refusals, found %u more\n",
+            fileName_, omittedPlace_.line, omittedPlace_.column, mostRefusals, count);
+    }
 }
 
 // Refuses text between elements, unless it is white space.
@@ -520,7 +598,7 @@ std::string KrXmlReader::path() const {
             path += "...";
             i = open_.size() - ends - 1;
         } else {
-            path += krXmlPrintable(open_[i].token->localName());
+            path += krXmlPrintable(localName(*open_[i].token));
         }
     }
     return path;

@@ -34,9 +34,14 @@ class KrXmlFactory;
 /// Whatever is refused, malformed text included, is printed as one message
 /// "FILE:LINE:COLUMN: PATH: expected ..., found ..." with lines and columns
 /// counted from 1, without "PATH: " outside the root element, and counted. The
-/// count never goes back. A document type declaration is refused, so that no entity
-/// is expanded and nothing external is fetched, and so is nesting deeper than the
-/// limit. After malformed text the reader finds no further children.
+/// count never goes back. After 1,000 refusals of one document the reader prints no
+/// more of them, but one at its end with their number. A document type declaration is
+/// refused, so that no entity is expanded and nothing external is fetched, and so are
+/// nesting deeper than the limit and a namespace of more than 1,000 bytes. After
+/// malformed text the reader finds no further children.
+///
+/// A name is a token's only if its namespace and its local name both are the token's.
+/// The token of a name whose namespace does not end in '#' is "{namespace}local".
 ///
 /// Attributes come first: they are gone once the reader has moved inside.
 ///
@@ -146,6 +151,8 @@ private:
     Step step(std::string_view& text);
     bool refuseAt(Place place, std::string const& expected, std::string const& found);
     bool isStray(std::string_view text, KnownTags const& known);
+    bool isMute() const;
+    void tellOmitted();
 
     std::unique_ptr<Parser> parser_;
     std::string fileName_;
@@ -154,6 +161,8 @@ private:
     std::string text_;
     Place textPlace_;  // of the text that was met last
     std::size_t errorCount_ = 0;
+    std::size_t omitted_ = 0;  // refusals that were not printed
+    Place omittedPlace_;       // of the last of them
     bool begun_ = false;
     bool ended_ = false;    // the current element's end tag was read
     bool stopped_ = false;  // malformed: there is no more to be had
