@@ -36,29 +36,44 @@ KR_EXPORT KrBoolean readFileInto(std::string const& path, KrXmlObject& object,
 KR_EXPORT KrBoolean readTextInto(std::string const& text, KrXmlObject& object,
                                  KrXmlFactory const* factory);
 
-/// Takes away the value of `copy`, a copy of `object`. What clients have registered
-/// with `object`, at any depth, it keeps, and an element knows the same container.
-template <class T>
-void forgetValue(T& copy, T const& object) {
-    copy = T();
-    copy.setSpecified(false);  // which no assignment of values needs to do
-    if constexpr (requires { copy.setContainer(object.container()); }) {
-        copy.setContainer(object.container());
-    }
-}
+/// Lets `fresh`, a new object of the class of `object`, create what clients have
+/// registered with `object`, at any depth.
+KR_EXPORT void takeOverCreators(KrXmlObject& fresh, KrXmlObject& object);
 
-/// Reads by `read(fresh)` into an object with default values, and moves it to
-/// `object` when that was true.
+/// Whether an object may be large: one with components, one that creates elements, a list.
+template <class T>
+concept Composite = requires(T& object) {
+    object.componentMap();
+}
+|| requires(T& object) { object.creatorMap(); }
+|| requires(T& object) { object.pushBack(object[0]); };
+
+/// Reads by `read(fresh)` into an object with default values, and moves it to `object`
+/// when that was true. What clients have registered with `object` stays, and an element
+/// knows the same container.
 template <class T, class Read>
 KrBoolean replaceByNew(T& object, Read read) {
     static_assert(!std::is_abstract_v<T>, "a document is read into an object of a concrete class");
-    T fresh(object);
-    forgetValue(fresh, object);
-    if (!read(fresh)) {
-        return false;
+    auto const replaceBy = [&](T& fresh) {
+        bool const good = read(fresh);
+        if (good) {
+            object = std::move(fresh);
+        }
+        return good;
+    };
+    if constexpr (Composite<T>) {
+        T fresh;
+        takeOverCreators(fresh, object);
+        if constexpr (requires { fresh.setContainer(object.container()); }) {
+            fresh.setContainer(object.container());
+        }
+        return replaceBy(fresh);
+    } else {
+        T fresh(object);  // with what belongs to it besides its value, such as texts
+        fresh = T();
+        fresh.setSpecified(false);
+        return replaceBy(fresh);
     }
-    object = std::move(fresh);
-    return true;
 }
 
 }  // namespace internal

@@ -45,6 +45,11 @@ public:
     /// client has added.
     virtual KrXmlCreatorMap const& creatorMap() const;
 
+    /// Adds the creators of `source` for tags that have none here.
+    void takeOverCreators(KrXmlBaseVariableCompoundType const& source) {
+        creators_ = source.creators_;
+    }
+
     /// Reads the child element `token`, on which the reader stands. The base
     /// reads the library list and answers false for any other.
     virtual KrBoolean readValueFromToken(KrToken const& token, KrXmlReader& reader);

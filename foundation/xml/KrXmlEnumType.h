@@ -26,12 +26,22 @@ public:
     explicit KrXmlEnumType(T const& value) : value_(value) {}
 
     KrXmlEnumType(KrXmlEnumType const&) = default;
+    KrXmlEnumType(KrXmlEnumType&&) noexcept = default;
     /// Takes the value. The texts belong to the class: an assignment never takes them
     /// away from an object that has them.
     KrXmlEnumType& operator=(KrXmlEnumType const& other) {
         value_ = other.value_;
         if (texts_->empty()) {
             texts_ = other.texts_;
+        }
+        return *this;
+    }
+    /// The same, and allocates nothing: a document that was read replaces an object also
+    /// when there is no more memory.
+    KrXmlEnumType& operator=(KrXmlEnumType&& other) noexcept {
+        value_ = other.value_;
+        if (texts_->empty()) {
+            texts_->swap(*other.texts_);
         }
         return *this;
     }

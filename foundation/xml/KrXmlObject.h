@@ -22,7 +22,12 @@ public:
     KrXmlObject() = default;
     KrXmlObject(KrXmlObject const&) = default;
     KrXmlObject(KrXmlObject&&) noexcept = default;
-    KrXmlObject& operator=(KrXmlObject const&) = default;
+    /// Takes the flag `specified`. The target keeps the other: it tells of what the
+    /// target has got, and the rest of an assignment may fail.
+    KrXmlObject& operator=(KrXmlObject const& other) noexcept {
+        specified_ = other.specified_;
+        return *this;
+    }
     KrXmlObject& operator=(KrXmlObject&&) noexcept = default;
     virtual ~KrXmlObject();
 

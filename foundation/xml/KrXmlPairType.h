@@ -35,18 +35,19 @@ public:
 
     bool operator==(KrXmlPairType const&) const = default;
 
+    /// Calls the visitor's `visit` for the pair, and then both parts' `accept`.
+    void accept(KrXmlObjectVisitor* visitor) override {
+        KrXmlObject::accept(visitor);
+        first_.accept(visitor);
+        second_.accept(visitor);
+    }
+
     /// What a document lacks takes its default; a refused one changes nothing.
     KrBoolean read(KrXmlReader& reader) override {
-        F first(first_);
-        S second(second_);
-        KrXml::internal::forgetValue(first, first_);
-        KrXml::internal::forgetValue(second, second_);
-        if (!KrXmlPair::read(reader, first, second)) {
-            return false;
-        }
-        first_ = std::move(first);
-        second_ = std::move(second);
-        return true;
+        return KrXml::internal::replaceByNew(first_, [&](F& first) {
+            return KrXml::internal::replaceByNew(
+                second_, [&](S& second) { return KrXmlPair::read(reader, first, second); });
+        });
     }
     KrBoolean write(KrXmlWriter& writer) const override {
         return KrXmlPair::write(writer, first_, second_);

@@ -7,6 +7,7 @@
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlEnumType.h"
 #include "function/object/KrCreators.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/XmlLint.h"
 
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -161,6 +163,33 @@ TYPED_TEST(ElementContract, RefusedDocumentsSayWhereAndChangeNothing) {
     // What a document lacks takes its default.
     ASSERT_TRUE(KrXml::fromString(root + "/>", element));
     EXPECT_TRUE(element == TypeParam());
+}
+
+// Has each allocation of reading and of assigning fail in turn.
+TYPED_TEST(ElementContract, AfterAFailedAllocationItIsWholeOrUsable) {
+    CapturedMessages const captured;
+    TypeParam element = changed<TypeParam>();
+    std::string const text = KrXml::toString(element);
+    ASSERT_TRUE(KrXml::fromString(text, element));
+    bool const reading[] = {true, false};
+    for (bool const reads : reading) {
+        bool failed = true;
+        for (std::size_t k = 1; failed; ++k) {
+            TypeParam target;
+            bool read = false;
+            failAllocation(k);
+            try {
+                reads ? static_cast<void>(read = KrXml::fromString(text, target))
+                      : static_cast<void>(target = element);
+            } catch (std::bad_alloc const&) {
+            }
+            failed = failAllocation(0);
+            EXPECT_TRUE(!reads || target == (read ? element : TypeParam())) << k;
+            EXPECT_NE(KrXml::toString(target), "") << k;
+            target = element;
+            EXPECT_TRUE(target == element) << k;
+        }
+    }
 }
 
 TYPED_TEST(ElementContract, SchemasTakeWhatTheReaderTakes) {

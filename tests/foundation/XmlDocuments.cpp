@@ -6,6 +6,7 @@
 #include "function/object/KrFunction.h"
 #include "function/object/KrScalarFunctionContainer.h"
 #include "function/scalar/KrLinearScalarFunction.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Files.h"
 
@@ -354,6 +355,19 @@ TEST(XmlClients, CreatorsStayWithTheObjectAtAnyDepth) {
     EXPECT_TRUE(holder.inner.specified());
     Container const moved(std::move(holder.inner));
     EXPECT_EQ(moved.creatorMap().size(), holder.inner.creatorMap().size());
+}
+
+TEST(XmlClients, ARefusedDocumentCostsWhatItHolds) {
+    KrXmlVectorType<KrXmlRealVector> lists;
+    lists.resize(1000);
+    for (KrU32 i = 0; i < lists.size(); ++i) {
+        lists[i].resize(1);
+    }
+    CapturedMessages const captured;
+    std::size_t const before = allocationCount();
+    EXPECT_FALSE(KrXml::fromString("<item xmlns='urn:zeibreku:function#'>1</item>", lists));
+    EXPECT_LT(allocationCount() - before, 200U);
+    EXPECT_EQ(lists.size(), 1000U);
 }
 
 TEST(XmlClients, ElementsKnowTheirContainerByPlaceAlone) {
