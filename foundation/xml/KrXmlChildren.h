@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/core/KrExport.h"
 #include "foundation/xml/KrXmlObject.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlWriter.h"
@@ -43,6 +44,13 @@ inline KrBoolean krXmlGiveOnce(KrXmlObject& part, KrXmlReader& reader) {
     part.setSpecified(true);
     return true;
 }
+
+/// Whether the current element, which the reader has read to its end, can be written
+/// with `part`, which the document left out, under `tag`. If that would nest deeper than
+/// readers take, refuses the element. Only elements in the deeper half of what the
+/// reader takes are looked at: the others have room for any default.
+KR_EXPORT KrBoolean krXmlHasRoomFor(KrToken const& tag, KrXmlObject const& part,
+                                    KrXmlReader& reader);
 
 /// Writes `object` as a whole element: `tag` around its content.
 inline KrBoolean krXmlWriteElement(KrXmlWriter& writer, KrToken const& tag,

@@ -6,6 +6,8 @@
 #include "foundation/xml/KrXmlSchema.h"
 #include "foundation/xml/KrXmlWriter.h"
 
+#include <algorithm>
+
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
@@ -92,15 +94,20 @@ KrBoolean KrXmlCompoundType::readElements(KrXmlReader& reader) {
     auto const readChild = [this](KrToken const& token, KrXmlReader& from) {
         return readValueFromToken(token, from);
     };
-    return krXmlReadChildren(reader, readChild, [this] {
-        std::vector<KrToken> known;
+    auto const known = [this] {
+        std::vector<KrToken> tags;
         for (auto const* map : {&componentMap(), &specialDescriptorMap()}) {
             for (auto const& child : *map) {
-                known.push_back(child.token);
+                tags.push_back(child.token);
             }
         }
-        return known;
-    });
+        return tags;
+    };
+    bool const good = krXmlReadChildren(reader, readChild, known);
+    return good && std::ranges::all_of(componentMap(), [&](auto const& component) {
+               return component.object->specified() ||
+                      krXmlHasRoomFor(component.token, *component.object, reader);
+           });
 }
 
 KrBoolean KrXmlCompoundType::writeAttributes(KrXmlWriter& writer) const {

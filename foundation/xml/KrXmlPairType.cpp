@@ -31,7 +31,12 @@ KrBoolean read(KrXmlReader& reader, KrXmlObject& first, KrXmlObject& second) {
         return part && krXmlGiveOnce(*part, from) && part->read(from);
     };
     auto const known = [] { return std::vector{KrXml::KrFirstToken, KrXml::KrSecondToken}; };
-    return krXmlReadChildren(reader, readPart, known) && noAttributes;
+    bool const partsRead = krXmlReadChildren(reader, readPart, known);
+    auto const hasRoom = [&](KrToken const& tag, KrXmlObject const& part) {
+        return part.specified() || krXmlHasRoomFor(tag, part, reader);
+    };
+    return partsRead && noAttributes && hasRoom(KrXml::KrFirstToken, first) &&
+           hasRoom(KrXml::KrSecondToken, second);
 }
 
 KrBoolean write(KrXmlWriter& writer, KrXmlObject const& first, KrXmlObject const& second) {

@@ -183,6 +183,7 @@ public:
     Attribute const& attribute(std::size_t index) const { return attributes_[index]; }
 
     void setDepthLimit(std::size_t limit) { depthLimit_ = limit; }
+    std::size_t depthLimit() const { return depthLimit_; }
 
     // Of the failure event.
     std::string expected;
@@ -605,6 +606,8 @@ std::string KrXmlReader::path() const {
 }
 
 void KrXmlReader::setDepthLimit(std::size_t limit) { parser_->setDepthLimit(limit); }
+
+std::size_t KrXmlReader::depthLimit() const { return parser_->depthLimit(); }
 
 std::string krXmlPrintable(std::string_view text, std::size_t longest) {
     std::string printable;

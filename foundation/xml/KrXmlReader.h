@@ -124,8 +124,10 @@ public:
     /// How much was refused so far; it never goes back.
     std::size_t errorCount() const { return errorCount_; }
 
-    /// Deepest nesting that is read; to be set before the reader moves.
+    /// Deepest nesting that is read: at most so many elements are open. To be set before
+    /// the reader moves.
     void setDepthLimit(std::size_t limit);
+    std::size_t depthLimit() const;
 
     /// A factory that containers and vectors ask for elements which they have no
     /// creator for; not owned. Null, as at first: none.

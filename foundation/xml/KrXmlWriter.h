@@ -37,6 +37,9 @@ public:
     /// reader take them. To be set before the first element.
     void setDepthLimit(std::size_t limit) { depthLimit_ = limit; }
 
+    /// How deep elements have nested so far: 1 with the root alone.
+    std::size_t deepest() const { return levels_.size(); }
+
     /// Opens an element inside the current one; the first is the root.
     void startElement(KrToken const& token);
     /// Closes the current element.

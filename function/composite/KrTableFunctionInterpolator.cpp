@@ -1,8 +1,17 @@
 #include "function/composite/KrTableFunctionInterpolator.h"
 
+#include "foundation/xml/KrXmlReader.h"
+#include "foundation/xml/KrXmlWriter.h"
+
+#include <string>
+
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+
+// A cell of 64 axes has 2^64 corners. More of them, below branches that each keep a copy
+// of their box, let a document of 1 MB take 1.2 GB.
+constexpr KrU32 mostAxes = 64;
+}  // namespace
 
 KrRealVector const& KrTableFunctionInterpolator::evaluate(KrRealVector const& point,
                                                           KrBoolean& ok) const {
@@ -40,11 +49,24 @@ void KrTableFunctionInterpolator::independentDataPushBack(
 }
 
 KrBoolean KrTableFunctionInterpolator::read(KrXmlReader& reader) {
-    bool const good = KrCompositeFunctionElement::read(reader);
+    bool good = KrCompositeFunctionElement::read(reader);
+    if (KrU32 const axes = independentData_.size(); axes > mostAxes) {
+        independentData_.clear();  // what is refused is not kept
+        good = reader.refuse("at most " + std::to_string(mostAxes) + " axes", std::to_string(axes));
+    }
     if (good) {
         init();
     }
     return good;
+}
+
+KrBoolean KrTableFunctionInterpolator::write(KrXmlWriter& writer) const {
+    if (independentData_.size() > mostAxes) {
+        writer.refuse("a table of " + std::to_string(independentData_.size()) +
+                      " axes, where readers take " + std::to_string(mostAxes));
+        return false;
+    }
+    return KrCompositeFunctionElement::write(writer);
 }
 
 void KrTableFunctionInterpolator::registerComponents() {

@@ -25,7 +25,8 @@
 /// succeeds: outside the grid each dimension limits or extrapolates as it says. A
 /// table that is too short for the grid gives NaN where it lacks a value.
 ///
-/// After reading, the element is ready; after setting anything, `init` makes it so.
+/// After reading, the element is ready; after setting anything, `init` makes it so. A table
+/// of more than 64 axes is neither read nor written.
 /// It holds each value twice, for documents and for evaluation, in 32 bytes.
 class KR_EXPORT KrTableFunctionInterpolator
     : public KrTaggedElement<KrTableFunctionInterpolator, KrCompositeFunctionElement,
@@ -58,6 +59,7 @@ public:
     void setDependentData(DependentData const& data) { dependentData_ = data; }
 
     KrBoolean read(KrXmlReader& reader) override;
+    KrBoolean write(KrXmlWriter& writer) const override;
     void registerComponents() override;
 
     bool operator==(KrTableFunctionInterpolator const&) const = default;

@@ -3,8 +3,10 @@
 
 #include "benchmarks/Memory.h"
 #include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlPairType.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
+#include "function/composite/KrTableFunctionInterpolator.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
 #include "tests/support/CapturedMessages.h"
@@ -26,9 +28,9 @@ std::string const ns = " xmlns='urn:zeibreku:function#'";
 std::string const root = "<optimizerContainer" + ns + ">";
 std::string const end = "</optimizerContainer>";
 
-std::string times(std::size_t count, std::string const& text) {
+std::string times(int count, std::string const& text) {
     std::string all;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i) {
         all += text;
     }
     return all;
@@ -145,6 +147,63 @@ TEST(HostileInput, IsRefusedAtItsPlace) {
     }
 }
 
+// An element brings its defaults along when it is written.
+TEST(HostileInput, WhatIsReadCanBeWritten) {
+    std::string const top = "<compositeFunctionContainer" + ns + ">";
+    for (auto const& [leaf, levels] : {std::pair{"<tableFunctionInterpolator/>", 2},
+                                       {"<tableFunctionInterpolator><independentData>"
+                                        "<tableFunctionVectorSearch/></independentData>"
+                                        "<dependentData/></tableFunctionInterpolator>",
+                                        4},
+                                       {"<compositeFunctionBranch/>", 1}}) {
+        for (int branches = 250; branches < 256; ++branches) {
+            std::string const document = top + times(branches, "<compositeFunctionBranch>") + leaf +
+                                         times(branches, "</compositeFunctionBranch>") +
+                                         "</compositeFunctionContainer>";
+            KrCompositeFunctionContainer target;
+            CapturedMessages captured;
+            bool const read = KrXml::fromString(document, target);
+            EXPECT_EQ(read, 1 + branches + levels <= 256) << leaf << branches;
+            EXPECT_EQ(captured.messages.size(), read ? 0U : 1U) << captured.text();
+            EXPECT_NE(KrXml::toString(target), "");
+        }
+    }
+    // A table has 64 axes at most.
+    for (int const axes : {64, 65}) {
+        std::string const document = "<tableFunctionInterpolator" + ns + "><independentData>" +
+                                     times(axes, "<tableFunctionVectorSearch/>") +
+                                     "</independentData></tableFunctionInterpolator>";
+        KrTableFunctionInterpolator table;
+        CapturedMessages const captured;
+        EXPECT_EQ(KrXml::fromString(document, table), axes == 64);
+        EXPECT_TRUE(axes == 64 || readByRoot(document));
+        KrTableFunctionInterpolator::IndependentData data;
+        data.resize(static_cast<KrU32>(axes));
+        table.setIndependentData(data);
+        EXPECT_EQ(KrXml::toString(table).empty(), axes == 65);
+        EXPECT_EQ(captured.text(),
+                  axes == 64 ? ""
+                             : "<string>:1:1: tableFunctionInterpolator: expected at most 64 "
+                               "axes, found 65\n<string>:1:1: tableFunctionInterpolator: "
+                               "expected at most 64 axes, found 65\ncannot be written: a table of "
+                               "65 axes, where "
+                               "readers take 64\n");
+    }
+    CapturedMessages const captured;
+    KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<KrU32>> pair;
+    std::istringstream stream("<item" + ns + "><first>1</first></item>");
+    KrXmlReader reader(stream, "a.xml");
+    reader.setDepthLimit(1);
+    EXPECT_FALSE(pair.read(reader));
+    std::istringstream empty("<item" + ns + "/>");
+    KrXmlReader other(empty, "a.xml");
+    other.setDepthLimit(1);
+    EXPECT_FALSE(pair.read(other));
+    EXPECT_EQ(captured.messages.back().text,
+              "a.xml:1:1: item: expected nesting of at most 1 elements, found no room for the "
+              "default of \"first\"\n");
+}
+
 TEST(HostileInput, DocumentsMayBeDamagedAtAnyByte) {
     for (char const* const name :
          {"01_minimise/nelder-mead", "02_functions/quadratic", "02_functions/s-curve",
@@ -216,7 +275,7 @@ TEST(HostileInput, SizesCostInProportion) {
         {"digits", inAlpha(std::string(large, '1')), 1},
         {"zeros", inAlpha(std::string(large, '0') + "1"), 0},
         {"blanks", inAlpha(std::string(large, ' ') + "1"), 0},
-        {"character references", inAlpha(times(large / 4, "&#9;")), 1},
+        {"character references", inAlpha(times(5'000'000, "&#9;")), 1},
         {"stray text", inContainer(name), 1},
         {"comment", inContainer("<!--" + name + "-->"), 0},
         {"CDATA", inAlpha("<![CDATA[" + name + "]]>"), 1},
