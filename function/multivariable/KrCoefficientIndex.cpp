@@ -1,7 +1,5 @@
 #include "function/multivariable/KrCoefficientIndex.h"
 
-#include <bit>
-#include <cmath>
 #include <numeric>
 
 namespace {
@@ -11,13 +9,6 @@ namespace {
 std::size_t KrCoefficientIndex::Row::countBelow(KrU32 n) const {
     Key const end = keys[0] - column(0) + n;
     return static_cast<std::size_t>(std::lower_bound(keys, keys + values.size(), end) - keys);
-}
-
-bool KrCoefficientIndex::maySkipZeros(double start, std::vector<double> const& x) {
-    bool const zeroIsAbsorbed =
-        std::bit_cast<std::uint64_t>(start + 0.0) == std::bit_cast<std::uint64_t>(start);
-    return zeroIsAbsorbed && std::all_of(x.begin(), x.end(),
-                                         [](double component) { return std::isfinite(component); });
 }
 
 void KrCoefficientIndex::build(std::vector<Key> const& keys, std::vector<double> const& values) {

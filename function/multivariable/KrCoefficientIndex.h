@@ -67,13 +67,6 @@ public:
         }
     };
 
-    /// Whether a sum that starts as `start` and adds coefficient times component
-    /// of `x`, or such a product times another component, keeps its bits when the
-    /// coefficients 0.0 are passed over: 0.0 times a number that is not finite is
-    /// NaN, and of the finite sums only -0.0 is changed by adding a zero. No later
-    /// sum is -0.0 when the first is not.
-    static bool maySkipZeros(double start, std::vector<double> const& x);
-
     KrCoefficientIndex() = default;
     KrCoefficientIndex(KrCoefficientIndex const&) {}
     KrCoefficientIndex(KrCoefficientIndex&& source) noexcept { source.clear(); }

@@ -1,16 +1,27 @@
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 
 #include <algorithm>
+#include <cmath>
 #include <typeinfo>
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
+
+// Whether the sum keeps its bits if the coefficients 0.0 are passed over: 0.0 times a
+// number that is not finite is NaN, and of the finite sums only -0.0 is changed by
+// adding a zero. No later sum is -0.0 when the first is not.
+bool maySkipZeros(double start, KrRealVector const& x) {
+    bool const isMinusZero = start == 0.0 && std::signbit(start);
+    return !isMinusZero &&
+           std::ranges::all_of(x, [](double component) { return std::isfinite(component); });
 }
+
+}  // namespace
 
 double KrLinearMultivariableConstraint::evaluate(KrRealVector const& x) const {
     KrU32 const n = static_cast<KrU32>(x.size());
     double v = offset();
-    if (goesByList(n) && KrCoefficientIndex::maySkipZeros(v, x)) {
+    if (goesByList(n) && maySkipZeros(v, x)) {
         first_.line(n).forEach([&](double a, std::size_t i) { v = a * x[i] + v; });
         return v;
     }

@@ -3,7 +3,9 @@
 #include "foundation/math/internal/KrTwo.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <limits>
 #include <typeinfo>
 
 namespace {
@@ -125,7 +127,7 @@ void addBlock(KrCoefficientIndex const& rows, std::size_t r, std::size_t n, doub
 }  // namespace
 
 double KrQuadraticMultivariableConstraint::evaluate(KrRealVector const& x) const {
-    if (goesByRows(offset(), x)) {
+    if (goesByRows(x)) {
         return evaluateByRows(x);
     }
     KrU32 const n = static_cast<KrU32>(x.size());
@@ -146,7 +148,7 @@ KrRealVector const& KrQuadraticMultivariableConstraint::gradient(KrRealVector co
     }
     KrU32 const n = static_cast<KrU32>(x.size());
     gradient_.resize(n);
-    if (goesByRows(0.0, x)) {
+    if (goesByRows(x)) {
         gradientByRows(x);
     } else {
         gradientByLookUps(x);
@@ -186,22 +188,28 @@ void KrQuadraticMultivariableConstraint::gradientByLookUps(KrRealVector const& x
     }
 }
 
-// Whether a sum that starts as `start` may pass over what is not listed, and has
-// enough to pass over.
-bool KrQuadraticMultivariableConstraint::goesByRows(double start, KrRealVector const& x) const {
+// Whether the look-ups are known to be this class's own, and there is enough to pass
+// over.
+bool KrQuadraticMultivariableConstraint::goesByRows(KrRealVector const& x) const {
     if (typeid(*this) != typeid(KrQuadraticMultivariableConstraint)) {
         first_.rows();  // has what was appended sorted in, ahead of many look-ups
         second_.rows();
         return false;
     }
-    bool const isSmall = first_.areFew() && second_.areFew() && x.size() <= 8;
-    return !isSmall && KrCoefficientIndex::maySkipZeros(start, x);
+    return !(first_.areFew() && second_.areFew() && x.size() <= 8);
 }
 
+// A coefficient 0.0 is passed over. Its term is a zero, which changes no sum but -0.0,
+// unless a component is not finite: then it is NaN.
 double KrQuadraticMultivariableConstraint::evaluateByRows(KrRealVector const& x) const {
     KrU32 const n = static_cast<KrU32>(x.size());
     KrCoefficientIndex const& second = second_.rows();
     Row const linear = first_.line(n);
+    for (KrU32 k = 0; k < n; ++k) {
+        if (!std::isfinite(x[k]) && !hasEveryTermOf(k, n)) {
+            return std::numeric_limits<double>::quiet_NaN();
+        }
+    }
     double v = offset();
     std::size_t next = 0;
     auto const addLinearBefore = [&](KrU32 end) {
@@ -216,7 +224,37 @@ double KrQuadraticMultivariableConstraint::evaluateByRows(KrRealVector const& x)
         row.forEach([&](double q, std::size_t j) { v = (q * xi) * x[j] + v; });
     }
     addLinearBefore(n);
-    return v;
+    bool const isMinusZero = v == 0.0 && std::signbit(v);
+    return isMinusZero && !everyTermIsMinusZero(x) ? 0.0 : v;
+}
+
+// Whether no coefficient of a term with component `k` is 0.0. Most that have a zero have
+// it early.
+bool KrQuadraticMultivariableConstraint::hasEveryTermOf(KrU32 k, KrU32 n) const {
+    bool hasEvery = firstOrderCoefficient(k) != 0.0;
+    for (KrU32 i = 0; hasEvery && i < n; ++i) {
+        hasEvery = secondOrderCoefficient(i, k) != 0.0;
+    }
+    return hasEvery;
+}
+
+// For finite components. Two components of one sign whose pair is not listed have the
+// term +0.0, and of three components two have one sign: this ends after few more terms
+// than are listed.
+bool KrQuadraticMultivariableConstraint::everyTermIsMinusZero(KrRealVector const& x) const {
+    auto const isMinusZero = [](double term) { return term == 0.0 && std::signbit(term); };
+    KrU32 const n = static_cast<KrU32>(x.size());
+    for (KrU32 i = 0; i < n; ++i) {
+        for (KrU32 j = i; j < n; ++j) {
+            if (!isMinusZero((secondOrderCoefficient(i, j) * x[i]) * x[j])) {
+                return false;
+            }
+        }
+        if (!isMinusZero(firstOrderCoefficient(i) * x[i])) {
+            return false;
+        }
+    }
+    return true;
 }
 
 // Each sum gets its terms in the order of their columns: the terms left of the
@@ -239,6 +277,35 @@ void KrQuadraticMultivariableConstraint::gradientByRows(KrRealVector const& x) c
         }
     }
     first_.line(n).forEach([&](double a, std::size_t j) { gradient_[j] = a + gradient_[j]; });
+    addTermsThatAreNaN(x);
+}
+
+// A component that is not finite makes NaN of every sum in which its coefficient is 0.0.
+void KrQuadraticMultivariableConstraint::addTermsThatAreNaN(KrRealVector const& x) const {
+    auto const isOther = [&](std::size_t j) { return !std::isfinite(x[j]); };
+    KrU32 const n = static_cast<KrU32>(x.size());
+    KrU32 others = 0;
+    for (KrU32 j = 0; j < n; ++j) {
+        others += isOther(j);
+    }
+    if (others == 0) {
+        return;
+    }
+    std::vector<KrU32> found(n);  // of the others, those that a sum has a coefficient for
+    KrCoefficientIndex const& second = second_.rows();
+    for (std::size_t place = 0; place < second.keys().size(); ++place) {
+        std::size_t const i = second.keys()[place] >> 32;
+        std::size_t const j = second.keys()[place] & 0xffffffff;
+        if (j < n && second.coefficient(place) != 0.0) {
+            found[i] += isOther(j);
+            found[j] += i != j && isOther(i);
+        }
+    }
+    for (KrU32 i = 0; i < n; ++i) {
+        if (found[i] < others) {
+            gradient_[i] = std::numeric_limits<double>::quiet_NaN();
+        }
+    }
 }
 
 void KrQuadraticMultivariableConstraint::setFirstOrderCoefficient(KrU32 i, double value) {

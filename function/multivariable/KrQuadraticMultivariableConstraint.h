@@ -30,11 +30,10 @@
 /// an index without a coefficient has 0.0, and a coefficient without an index is
 /// passed over.
 ///
-/// The sums are formed in the order of the components. Cost, for a point of n
-/// components and m listed pairs: O(n + m). It is O(n^2) look-ups for a class
-/// derived from this one, whose own look-up is heeded, and where passing over what
-/// is not listed would show: for a point that is not finite, and an offset of
-/// -0.0.
+/// The sums are formed in the order of the components. A component that is not finite
+/// makes the value NaN unless all its terms have a coefficient other than 0. Cost, for a
+/// point of n components and m listed pairs: O(n + m). It is O(n^2) look-ups for a class
+/// derived from this one, whose own look-up is used.
 class KR_EXPORT KrQuadraticMultivariableConstraint
     : public KrTaggedElement<KrQuadraticMultivariableConstraint, KrBaseMultivariableConstraint,
                              KrFunction::KrQuadraticMultivariableConstraintToken> {
@@ -75,9 +74,12 @@ public:
 private:
     using IndexPair = KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<KrU32>>;
 
-    bool goesByRows(double start, KrRealVector const& x) const;
+    bool goesByRows(KrRealVector const& x) const;
     double evaluateByRows(KrRealVector const& x) const;
+    bool hasEveryTermOf(KrU32 k, KrU32 n) const;
+    bool everyTermIsMinusZero(KrRealVector const& x) const;
     void gradientByRows(KrRealVector const& x) const;
+    void addTermsThatAreNaN(KrRealVector const& x) const;
     void gradientByLookUps(KrRealVector const& x) const;
 
     KrXmlBasicType<double> offset_{0.0};

@@ -136,6 +136,24 @@ std::string randomDocument(Random& random, KrU32 n, KrU32 shape, Model& model) {
                         component("secondOrderCoefficients", lists[3]));
 }
 
+// A look at every pair of so many components would take minutes.
+TEST(Constraints, FewPairsCostLittleWhateverThePoint) {
+    constexpr KrU32 n = 500'000;
+    Quadratic constraint;
+    for (KrU32 i = 0; i < 30; ++i) {
+        constraint.setSecondOrderCoefficient(1000 * i, 1000 * i + 7, 1.0);
+    }
+    for (double const component : {nan, inf, -inf}) {
+        KrRealVector x(n, 0.5);
+        x[4711] = component;
+        EXPECT_TRUE(std::isnan(constraint.evaluate(x)));
+        EXPECT_TRUE(std::isnan(constraint.gradient(x)[3]));
+    }
+    constraint.setOffset(-0.0);
+    EXPECT_EQ(bits(constraint.evaluate(KrRealVector(n, 0.0))), bits(0.0));
+    EXPECT_EQ(constraint.evaluate(KrRealVector(n, 0.5)), 7.5);
+}
+
 TEST(Constraints, DocumentsOfAnyListsGiveTheBitsOfThePlainLoop) {
     Random random;
     Quadratic constraint;
