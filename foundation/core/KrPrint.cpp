@@ -301,7 +301,8 @@ std::ostream& Print::ostream(PrintType type, char const* context) {
     current.buffer.send();
     current.buffer.begin(type, context);
     current.stream.clear();
-    current.stream.copyfmt(std::ios(nullptr));  // no formatting is left from the last message
+    current.stream.copyfmt(std::ios(nullptr));    // no formatting is left from the last message
+    current.stream.exceptions(std::ios::badbit);  // those of a sink pass through
     current.stream.imbue(std::locale::classic());
     return current.stream;
 }

@@ -90,7 +90,9 @@ private:
 class KR_EXPORT Print {
 public:
     /// Receives each message as it is printed, from the thread that prints it. It may
-    /// itself print, or install another sink.
+    /// itself print, or install another sink. An exception that it throws passes through
+    /// the operation that printed. An object of the library is consistent then: it
+    /// changes its state first and prints afterwards.
     using Sink = std::function<void(Message const&)>;
 
     /// The one logger of the process, made when it is first asked for.
@@ -109,7 +111,8 @@ public:
 
     /// A stream for one message; it becomes a message when the stream is
     /// flushed or the thread's next message begins. The stream belongs to the
-    /// calling thread; numbers are written independently of the locale.
+    /// calling thread; numbers are written independently of the locale. An exception of
+    /// the sink passes through the flush, or through what begins the next message.
     static std::ostream& ostream(PrintType type, char const* context);
 
     /// Installs `sink` and returns the one that was in force. An empty sink

@@ -123,10 +123,10 @@ public:
         if (!attributesRead || !itemsRead) {
             return false;
         }
-        if (count && *count != items.size()) {
-            KrXmlVector::reportCount(*count, items.size());
-        }
         items_ = std::move(items);
+        if (count && *count != items_.size()) {
+            KrXmlVector::reportCount(*count, items_.size());
+        }
         return true;
     }
 

@@ -137,10 +137,11 @@ inline auto KrVectorSearch<Value>::weigh(std::int64_t index, Value x) const -> P
 
 template <class Value>
 auto KrVectorSearch<Value>::weighWithoutOption(Value x) const -> Place {
+    Place const place = found_.index < 0 ? found_ : weigh(found_.index, x);
     Kr::Print::instance().write(Kr::PrintType::Error,
                                 "KrVectorSearch Error -- Search option not defined:  %d",
                                 searchOption_);
-    return found_.index < 0 ? found_ : weigh(found_.index, x);
+    return place;
 }
 
 // Sets the segment of the index that was found.

@@ -95,20 +95,21 @@ void KrHookeJeevesOptimizer::initialize(double sign, KrScalarMultivariableFuncti
     KrU32 const n = f.domainDim();
     s.function = &f;
     s.sign = sign;
+    std::size_t const given = start.size();
     s.basePoint = start;
-    if (start.size() != n) {
-        Kr::Print::instance().write(
-            Kr::PrintType::Error,
-            "KrHookeJeevesOptimizer::initialize(): Incorrectly sized input. "
-            " Input size: %d, Expected: %d\n",
-            start.size(), n);
-        s.basePoint.resize(std::max<std::size_t>(start.size(), n), 0.0);
-    }
+    s.basePoint.resize(std::max<std::size_t>(given, n), 0.0);
     s.stepLengths.resize(n);
     for (KrU32 i = 0; i < n; ++i) {
         s.stepLengths[i] = KrSearch::edgeLength(edgeLengths(), defaultEdgeLength(), i);
     }
     s.stepSigns.assign(n, 1.0);
+    if (given != n) {
+        Kr::Print::instance().write(
+            Kr::PrintType::Error,
+            "KrHookeJeevesOptimizer::initialize(): Incorrectly sized input. "
+            " Input size: %d, Expected: %d\n",
+            given, n);
+    }
     s.baseValue = sign * f.evaluate(s.basePoint);
     s.evaluations = 1;
     initializeDirections();
@@ -281,16 +282,17 @@ void KrHookeJeevesOptimizer::updateDirections() const {
     if (mode != NONE) {
         s.directions.resizeArray(n, n);
     }
+    std::uint64_t const earlierUpdates = s.directionUpdates++;
     switch (mode) {
         case NONE: break;
         case AXIS_ALIGNED: setIdentity(s.directions, n); break;
         case RANDOM: setRandomOrthonormal(s.directions); break;
         case ROTATED:
-            if (s.directionUpdates == 0) {
+            if (earlierUpdates == 0) {
                 setIdentity(s.directions, n);
             } else if (n > 0) {
-                rotate(s.directions[static_cast<KrU32>(s.directionUpdates % n)],
-                       s.directions[static_cast<KrU32>((s.directionUpdates + 1) % n)]);
+                rotate(s.directions[static_cast<KrU32>(earlierUpdates % n)],
+                       s.directions[static_cast<KrU32>((earlierUpdates + 1) % n)]);
             }
             break;
         default:
@@ -298,7 +300,6 @@ void KrHookeJeevesOptimizer::updateDirections() const {
                 Kr::PrintType::Error, "KrHookeJeevesOptimizer::updateDirections(): bad mode: %d\n",
                 mode);
     }
-    ++s.directionUpdates;
 }
 
 void KrHookeJeevesOptimizer::registerComponents() {

@@ -35,15 +35,15 @@ void KrSCurveUnitaryMap::setCenterSlope(double slope) {
 void KrSCurveUnitaryMap::calculateCoefficients() {
     double const c = center();
     if (!(c > 0.0 && 1.0 > c)) {
+        // Both pieces y = x, with their poles just outside the interval.
+        constexpr Piece identity{-1.0, 1.0000001, 1.0000001};
+        lower_ = identity;
+        upper_ = identity;
         // The conversion does not fit a real number; the text is what log readers
         // search for, and stays.
         Kr::Print::instance().write(
             Kr::PrintType::Error,
             "KrSCurveUnitaryMap::calculateCoefficients(): center (%d) out of range.\n", c);
-        // Both pieces y = x, with their poles just outside the interval.
-        constexpr Piece identity{-1.0, 1.0000001, 1.0000001};
-        lower_ = identity;
-        upper_ = identity;
         return;
     }
     constexpr double margin = 1e-7;

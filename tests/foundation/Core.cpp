@@ -89,9 +89,11 @@ TEST(Print, SinkMayPrintReplaceItselfAndThrow) {
     });
     print.write(Kr::PrintType::Error, "first");
     EXPECT_THROW(print.write(Kr::PrintType::Error, "second"), std::runtime_error);
+    EXPECT_THROW(Kr::Print::ostream(Kr::PrintType::Error, "f()") << "third" << std::flush,
+                 std::runtime_error);
     print.setSink(collecting);
-    print.write(Kr::PrintType::Error, "third");
-    EXPECT_EQ(captured.text(), "firstthird");
+    Kr::Print::ostream(Kr::PrintType::Error, "f()") << "fourth" << std::flush;
+    EXPECT_EQ(captured.text(), "firstfourth");
 }
 
 TEST(Print, TheDefaultSinkEndsEachLine) {

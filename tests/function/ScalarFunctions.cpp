@@ -197,9 +197,15 @@ TEST(UnitaryMaps, SCurveReportsACentreOutOfRangeAndIsTheIdentity) {
             EXPECT_NEAR(map.evaluate(x), x, 1e-15);
         }
     }
+    // A sink that throws finds the map as it is then.
+    KrSCurveUnitaryMap map;
+    map.setCenter(0.25);
+    Kr::Print::Sink const before = Kr::Print::instance().setSink([](auto const&) { throw 1; });
+    EXPECT_THROW(map.setCenter(2.0), int);
+    Kr::Print::instance().setSink(before);
+    EXPECT_NEAR(map.evaluate(0.25), 0.25, 1e-15);
     // Reading computes whatever came of it.
     CapturedMessages const captured;
-    KrSCurveUnitaryMap map;
     EXPECT_FALSE(reads(map, "<center>2</center><center>3</center>"));
     ASSERT_EQ(captured.messages.size(), 2U);
     EXPECT_EQ(captured.messages[1].text,
