@@ -34,14 +34,21 @@ public:
     KrToken const& token() const override { return Tag; }
 
     /// A default-constructed object on the heap, owned by the caller: the
-    /// function that containers and vectors register for the tag.
-    static KrXmlObject* creator() { return new Derived; }
+    /// function that containers and vectors register for the tag. It has one address in
+    /// all libraries and programs.
+    static KrXmlObject* creator();
 
     /// A default-constructed object by value.
     static Derived nullObject() { return Derived(); }
 
     bool operator==(KrElement const&) const = default;
 };
+
+// Outside of the class it is not inline: inline operations are hidden in the libraries.
+template <class Derived, class Base, KrToken const& Tag>
+KrXmlObject* KrElement<Derived, Base, Tag>::creator() {
+    return new Derived;
+}
 
 /// A `KrElement` whose class also tells its tag without an object.
 template <class Derived, class Base, KrToken const& Tag>

@@ -33,7 +33,8 @@ KrToken const& tagOf(KrElement<Derived, Base, Tag> const*) {
     return Tag;
 }
 
-// Where a class names a creator for containers, clients find that one in their maps.
+// Where a class names a creator for containers, that one stands in their maps. Its address
+// is the one that clients see.
 template <class Element>
 constexpr KrXmlCreator creatorOf() {
     if constexpr (requires { Element::xmlObjectCreator(); }) {

@@ -28,7 +28,7 @@ public:
     virtual void setEndValue(double value) { endValue_ = value; }
 
     /// The same as `creator`.
-    static KrXmlObject* xmlObjectCreator() { return creator(); }
+    KR_EXPORT static KrXmlObject* xmlObjectCreator() { return creator(); }
 
     void registerComponents() override;
 

@@ -42,7 +42,7 @@ public:
     virtual void setRangeValues(KrXmlRealVector const& values) { rangeValues_ = values; }
 
     /// The same as `creator`.
-    static KrXmlObject* xmlObjectCreator() { return creator(); }
+    KR_EXPORT static KrXmlObject* xmlObjectCreator() { return creator(); }
 
     /// In documents the range comes first.
     void registerComponents() override;

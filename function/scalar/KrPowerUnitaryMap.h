@@ -18,7 +18,7 @@ public:
     virtual void setExponent(double exponent) { exponent_ = exponent; }
 
     /// The same as `creator`.
-    static KrXmlObject* xmlObjectCreator() { return creator(); }
+    KR_EXPORT static KrXmlObject* xmlObjectCreator() { return creator(); }
 
     void registerComponents() override;
 

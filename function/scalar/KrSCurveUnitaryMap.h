@@ -55,7 +55,7 @@ public:
     KrBoolean read(KrXmlReader& reader) override;
 
     /// The same as `creator`.
-    static KrXmlObject* xmlObjectCreator() { return creator(); }
+    KR_EXPORT static KrXmlObject* xmlObjectCreator() { return creator(); }
 
     void registerComponents() override;
 

@@ -77,6 +77,11 @@ TYPED_TEST(ElementContract, NewObjectsAreDefaultAndClonesAreEqual) {
     for (Owner const& object : made) {
         EXPECT_TRUE(fresh.equality(object.get()));
     }
+    KrXmlCreator expected = TypeParam::creator;
+    if constexpr (requires { TypeParam::xmlObjectCreator(); }) {
+        expected = TypeParam::xmlObjectCreator;
+    }
+    EXPECT_EQ(KrCreators::factory().creatorMap().at(fresh.token()), expected);
     EXPECT_TRUE(fresh.equalsDefault());
     EXPECT_TRUE(TypeParam::nullObject() == fresh);
     Owner const clone(element.clone());
