@@ -1,152 +1,46 @@
 #include "foundation/math/KrRandom.h"
 
-#include <cstddef>
-#include <cstdint>
+#include "foundation/math/KrRandomScope.h"
+#include "foundation/math/KrRandomStream.h"
+
 #include <mutex>
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
-// std::mt19937_64 (M. Matsumoto and T. Nishimura, ACM Transactions on Modeling and
-// Computer Simulation 8 (1998); the constants are the C++ standard's) at about
-// twice the speed of a library that branches on a bit which is random.
-class Engine {
-public:
-    explicit Engine(std::uint64_t value) { seed(value); }
-
-    void seed(std::uint64_t value) {
-        for (std::size_t i = 0; i < size; ++i) {
-            state_[i] = value;
-            value = 6364136223846793005U * (value ^ (value >> 62)) + i + 1;
-        }
-        next_ = size;
-    }
-
-    std::uint64_t operator()() {
-        if (next_ == size) {
-            refill();
-        }
-        std::uint64_t x = state_[next_++];
-        x ^= (x >> 29) & 0x5555555555555555U;
-        x ^= (x << 17) & 0x71D67FFFEDA60000U;
-        x ^= (x << 37) & 0xFFF7EEE000000000U;
-        return x ^ (x >> 43);
-    }
-
-private:
-    static constexpr std::size_t size = 312;
-    static constexpr std::size_t shift = 156;
-
-    void refill() {
-        for (std::size_t i = 0; i < size - shift; ++i) {
-            twist(i, i + 1, i + shift);
-        }
-        for (std::size_t i = size - shift; i < size - 1; ++i) {
-            twist(i, i + 1, i + shift - size);
-        }
-        twist(size - 1, 0, shift - 1);
-        next_ = 0;
-    }
-
-    void twist(std::size_t i, std::size_t following, std::size_t shifted) {
-        constexpr std::uint64_t low = 0x7FFFFFFFU;
-        std::uint64_t const y = (state_[i] & ~low) | (state_[following] & low);
-        state_[i] = state_[shifted] ^ (y >> 1) ^ (0xB5026F5AA96619E9U & (0 - (y & 1)));
-    }
-
-    std::uint64_t state_[size];
-    std::size_t next_ = size;
-};
-
-struct Stream {
+struct Shared {
     std::mutex mutex;
-    Engine engine{5489};
-
-    // Uniform in [0, 1) in steps of 2^-53, which are what is counted and compared.
-    std::int64_t steps() { return static_cast<std::int64_t>(engine() >> 11); }
-    double uniform() { return static_cast<double>(steps()) * 0x1p-53; }
-    bool coin() { return steps() < half; }
-    static constexpr std::int64_t half = std::int64_t{1} << 52;
-
-    // True with probability exp(-p), 0 <= p <= 1 (von Neumann 1951): a run of
-    // uniforms p > u1 > u2 > ... ends after an even number of descents.
-    bool expMinus(double p) {
-        std::int64_t const first = steps();
-        return !(static_cast<double>(first) * 0x1p-53 < p) || !evenDescents(first);
-    }
-    bool expMinusHalf() { return evenDescents(half); }
-    bool evenDescents(std::int64_t last) {
-        bool even = true;
-        for (std::int64_t next = steps(); next < last; last = next, next = steps()) {
-            even = !even;
-        }
-        return even;
-    }
-
-    // k >= 0 with probability exp(-k/2) * (1 - exp(-1/2)).
-    int halfGeometric() {
-        int k = 0;
-        while (expMinusHalf()) {
-            ++k;
-        }
-        return k;
-    }
-
-    // Karney's algorithm N: |z| = k + x, where exp(-z^2/2) is the product of
-    // exp(-k/2), exp(-k(k-1)/2) and exp(-x(2k+x)/2).
-    double normal() {
-        for (;;) {
-            int const k = halfGeometric();
-            if (!all(k * (k - 1), [this] { return expMinusHalf(); })) {
-                continue;
-            }
-            double const x = uniform();
-            double const twoK = 2.0 * k;
-            double const share = x * (twoK + x) / (twoK + 2.0);
-            if (all(k + 1, [&] { return expMinus(share); })) {
-                double const magnitude = k + x;
-                return coin() ? -magnitude : magnitude;
-            }
-        }
-    }
-
-    // Whether a trial comes true `times` times over.
-    template <class Trial>
-    static bool all(int times, Trial trial) {
-        for (int i = 0; i < times; ++i) {
-            if (!trial()) {
-                return false;
-            }
-        }
-        return true;
-    }
+    KrRandomStream stream;
 };
 
-Stream& stream() {
-    static Stream instance;
+Shared& shared() {
+    static Shared instance;
     return instance;
+}
+
+// Calls `use` with the stream of this thread, else with the one that is shared.
+template <class Use>
+auto withStream(Use use) {
+    if (KrRandomStream* const own = KrRandomScope::current()) {
+        return use(*own);
+    }
+    Shared& common = shared();
+    std::lock_guard const lock(common.mutex);
+    return use(common.stream);
 }
 
 }  // namespace
 
 void KrRandom::seed(KrU32 seed) {
-    Stream& random = stream();
-    std::lock_guard const lock(random.mutex);
-    random.engine.seed(seed);
+    withStream([=](KrRandomStream& stream) { stream.seed(seed); });
 }
 
 KrRealVector KrRandom::normalRandoms(double mean, double standardDeviation, KrU32 count) {
-    KrRealVector values(count);
-    Stream& random = stream();
-    std::lock_guard const lock(random.mutex);
-    for (double& value : values) {
-        value = mean + standardDeviation * random.normal();
-    }
-    return values;
+    return withStream([=](KrRandomStream& stream) {
+        return stream.normalRandoms(mean, standardDeviation, count);
+    });
 }
 
 double KrRandom::uniformRealRandom(double low, double high) {
-    Stream& random = stream();
-    std::lock_guard const lock(random.mutex);
-    return low + (high - low) * random.uniform();
+    return withStream([=](KrRandomStream& stream) { return stream.uniformRealRandom(low, high); });
 }

@@ -18,7 +18,10 @@ public:
     /// All functions are equal here; a derived class may compare its own data.
     bool operator==(KrScalarMultivariableFunction const&) const { return true; }
 
-    /// The value at `x`, which has `domainDim()` components.
+    /// The value at `x`, which has `domainDim()` components. There are two exceptions,
+    /// both for a start point of another length: a `KrSequenceOptimizer` without
+    /// optimizers or passes evaluates it as it is, and `KrHookeJeevesOptimizer` hands on
+    /// the extra components of a longer one.
     virtual double evaluate(KrRealVector const& x) const = 0;
 
     /// Sets `values[i]` to the value at `points[i]`, for every i in ascending

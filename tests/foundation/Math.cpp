@@ -1,5 +1,7 @@
 #include "foundation/math/KrMath.h"
 #include "foundation/math/KrRandom.h"
+#include "foundation/math/KrRandomScope.h"
+#include "foundation/math/KrRandomStream.h"
 #include "foundation/math/KrReArray.h"
 #include "tests/support/PlainRandomField.h"
 
@@ -10,6 +12,7 @@
 #include <limits>
 #include <numeric>
 #include <random>
+#include <thread>
 
 namespace {
 
@@ -40,6 +43,36 @@ TEST(Random, TheEngineIsTheStandardOne) {
     for (int i = 0; i < 1000; ++i) {
         ASSERT_EQ(KrMath::unifRand(), static_cast<double>(engine() >> 11) * 0x1p-53) << i;
     }
+}
+
+TEST(Random, AScopeInstallsAStreamForItsThread) {
+    auto const draw = [] { return KrRandom::normalRandoms(0.0, 1.0, 400); };
+    KrRandomStream stream(3);
+    KrRandomStream const kept(stream);
+    KrRandom::seed(8);
+    KrRealVector const ofEight = draw();
+    KrRandom::seed(8);
+    KrRealVector first;
+    {
+        KrRandomScope const scope(stream);
+        first = draw();
+        EXPECT_FALSE(stream == kept);
+        KrRandomStream inner(4);
+        {
+            KrRandomScope const nested(inner);
+            KrRandom::seed(3);  // that of the innermost scope
+            EXPECT_EQ(draw(), first);
+            EXPECT_TRUE(inner == stream);
+        }
+        KrRealVector elsewhere;
+        std::thread([&] { elsewhere = draw(); }).join();  // draws from the shared stream
+        EXPECT_EQ(elsewhere, ofEight);
+        stream = kept;
+        EXPECT_EQ(draw(), first);
+    }
+    KrRandom::seed(3);
+    EXPECT_EQ(draw(), first);
+    EXPECT_EQ(KrRandomScope::current(), nullptr);
 }
 
 // Moments and tails of a sample: each bound is about five standard errors.

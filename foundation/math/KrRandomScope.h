@@ -1,0 +1,25 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+
+class KrRandomStream;
+
+/// Has `KrRandom`, and so all of the library, draw from `stream` on this thread while the
+/// scope lives; `KrRandom::seed` seeds that stream then. Other threads are not touched.
+/// Scopes nest: at its end a scope puts back what it has found. The stream must outlive
+/// it.
+///
+///     KrRandomScope const scope(stream);
+class KR_EXPORT KrRandomScope {
+public:
+    explicit KrRandomScope(KrRandomStream& stream);
+    ~KrRandomScope();
+    KrRandomScope(KrRandomScope const&) = delete;
+    KrRandomScope& operator=(KrRandomScope const&) = delete;
+
+    /// The stream of the innermost scope on this thread, null when there is none.
+    static KrRandomStream* current();
+
+private:
+    KrRandomStream* outer_;
+};
