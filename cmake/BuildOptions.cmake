@@ -2,6 +2,7 @@
 # it is linked privately and never exported.
 include(${CMAKE_CURRENT_LIST_DIR}/Warnings.cmake)
 include(${CMAKE_CURRENT_LIST_DIR}/Sanitizers.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/Hardening.cmake)
 
 # The library promises the same bits on every machine. A flag that lets the compiler reorder a sum
 # breaks that promise without a sound, so such a build is refused.

@@ -17,7 +17,17 @@ function(zeibreku_add_library target)
     # Our own exported functions may be inlined into each other; nobody is meant to replace one of
     # them from outside.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    # A loop's speed does not depend on the code before it: without these a change elsewhere made
+    # the Nelder-Mead method at n = 100 up to 20 % slower.
+    foreach(flag IN ITEMS -falign-functions=64 -falign-loops=64:16)
+        string(MAKE_C_IDENTIFIER "ZEIBREKU_HAS${flag}" has_flag)
+        check_cxx_compiler_flag(${flag} ${has_flag})
+        if(${has_flag})
+            target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:${flag}>)
+        endif()
+    endforeach()
     target_link_libraries(${target} PRIVATE zeibreku_build_options)
+    zeibreku_harden(${target})
 
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION}

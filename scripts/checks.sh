@@ -5,8 +5,8 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(format generated headers reference cppcheck clang tidy asan tsan coverage fuzz bits benchmarks
-    packages demo)
+all=(format generated headers reference cppcheck clang tidy asan tsan coverage fuzz bits hardening
+    benchmarks packages demo)
 
 # build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
 build_and_test() {
@@ -121,6 +121,36 @@ check_bits() {
     cmake --build --preset development
     GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-FMA,-FMA4,-AVX2_Usable,-FMA_Usable \
         ctest --preset development
+}
+
+# The protections of cmake/Hardening.cmake, as they stand in the libraries.
+check_hardening() {
+    cmake --preset release
+    cmake --build --preset release --target zeibreku
+    local library missing=0
+    # has NAME PATTERN COMMAND...: what the command prints of the library has the pattern.
+    has() {
+        local name=$1 pattern=$2
+        shift 2
+        if ! grep -qE "$pattern" <("$@" "$library"); then
+            echo "$library lacks $name" >&2
+            missing=1
+        fi
+    }
+    for library in build/release/foundation/libkrfoundation.so \
+        build/release/function/libzeibreku.so; do
+        has "read-only relocations" GNU_RELRO readelf -lW
+        has "binding when it is loaded" 'FLAGS.*BIND_NOW' readelf -dW
+        has "the stack protector" __stack_chk_fail readelf -sW
+        if [[ $library == *krfoundation* ]]; then
+            has "checks of sizes" '__[a-z]+printf_chk' readelf -sW
+        fi
+        if [[ $(uname -m) == x86_64 ]]; then
+            has "the mark of the shadow stack" SHSTK readelf -nW
+        fi
+        ! grep -q 'GNU_STACK.*RWE' <(readelf -lW "$library") || missing=1
+    done
+    return "$missing"
 }
 
 # Whether they run, not how fast: a figure taken beside other builds means nothing.

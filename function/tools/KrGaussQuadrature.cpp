@@ -10,14 +10,14 @@ namespace {
 }
 
 void KrGaussQuadrature::setOrder(KrU32 order) {
-    Rule const found = rule(order);
+    Tables const found = tables(order);
     if (!found.abscissas) {
         Kr::Print::instance().write(Kr::PrintType::Error, "The order of %d is not supported.\n",
                                     order);
         return;
     }
     order_ = order;
-    rule_ = found;
+    rule_ = Rule{order, found.abscissas, found.weights};
 }
 
 double KrGaussQuadrature::integrate(KrRealRealUnaryFunction const& f, double a, double b) const {
@@ -28,8 +28,8 @@ double KrGaussQuadrature::integrate(KrRealRealUnaryFunction const& f, double a, 
     // Reading sets the order and leaves the rule alone: of an order without tables there
     // is none to take, and this one is left to integrate by.
     if (order_ != n) {
-        if (Rule const read = rule(order_); read.abscissas) {
-            n = read.order;
+        if (Tables const read = tables(order_); read.abscissas) {
+            n = order_;
             x = read.abscissas;
             w = read.weights;
         }
@@ -69,8 +69,9 @@ KrGaussQuadrature::Rule const* KrGaussQuadrature::row(KrU32 order) {
     return nullptr;
 }
 
-KrGaussQuadrature::Rule KrGaussQuadrature::rule(KrU32 order) const {
-    Rule found{order, nullptr, nullptr};
+// Out of line, so that an integral whose tables are at hand has no stack to protect.
+[[gnu::noinline]] KrGaussQuadrature::Tables KrGaussQuadrature::tables(KrU32 order) const {
+    Tables found{nullptr, nullptr};
     obtainAbscissasAndWeights(order, found.abscissas, found.weights);
     return found;
 }

@@ -59,13 +59,17 @@ private:
         double const* abscissas;
         double const* weights;
     };
+    struct Tables {
+        double const* abscissas;
+        double const* weights;
+    };
     static Rule const rules_[24];
 
     // The row of `order`, null when it is not supported.
     static Rule const* row(KrU32 order);
     // The tables of `order` as `obtainAbscissasAndWeights` gives them, which a derived
     // class may override; null pointers when it is not supported.
-    Rule rule(KrU32 order) const;
+    Tables tables(KrU32 order) const;
 
     KrXmlBasicType<KrU32> order_{10};
     // That of the last order that was set: a document may hold any order.
