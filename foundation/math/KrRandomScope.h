@@ -12,6 +12,7 @@ class KrRandomStream;
 ///     KrRandomScope const scope(stream);
 class KR_EXPORT KrRandomScope {
 public:
+    /// Begins with `stream`, on the calling thread, on which the scope has to end.
     explicit KrRandomScope(KrRandomStream& stream);
     ~KrRandomScope();
     KrRandomScope(KrRandomScope const&) = delete;

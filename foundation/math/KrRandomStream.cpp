@@ -1,22 +1,57 @@
 #include "foundation/math/KrRandomStream.h"
 
+#include "foundation/math/KrMath.h"
+#include "foundation/math/internal/KrElementary.h"
+
+#include <bit>
+
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
-constexpr std::int64_t half = std::int64_t{1} << 52;  // in steps
-
-// Whether a trial comes true `times` times over.
-template <class Trial>
-bool all(int times, Trial trial) {
-    for (int i = 0; i < times; ++i) {
-        if (!trial()) {
-            return false;
-        }
-    }
-    return true;
-}
+// The density of the normal distribution without its factor, e^(-x²/2).
+double height(double x) { return KrElementary::exp(-0.5 * x * x); }
 
 }  // namespace
+
+// 256 layers of equal area under that curve, the lowest one with the tail. Layer i
+// reaches from its height to that of layer i + 1, and x from 0 to its width.
+class KrRandomStream::Ziggurat {
+public:
+    static constexpr int bits = 52;  // of a whole number j, which stands for x = j step
+    static constexpr double tailStart = 0x1.d3bb48209ad33p+1;
+
+    struct Layer {
+        double step;
+        std::uint64_t inside;  // a smaller j lies below the curve, whatever its height is
+        double height;
+    };
+
+    Ziggurat() {
+        // So that the area of 256 layers ends at the height 1 (in 113 bits).
+        constexpr double area = 0x1.43016a5a43732p-8;
+        double width = area / height(tailStart);
+        double next = tailStart;
+        for (int i = 0; i < 256; ++i) {
+            constexpr double range = 0x1p52;
+            layers_[i] = {width / range, static_cast<std::uint64_t>(next / width * range),
+                          height(width)};
+            width = next;
+            double const top = area / width + height(width);
+            next = top < 1.0 ? KrMath::sqrt(-2.0 * KrElementary::log(top)) : 0.0;
+        }
+        layers_[256] = {0.0, 0, 1.0};
+    }
+
+    static Ziggurat const& instance() {
+        static Ziggurat const layers;
+        return layers;
+    }
+
+    Layer const& operator[](std::size_t i) const { return layers_[i]; }
+
+private:
+    std::array<Layer, 257> layers_;
+};
 
 // The engine is std::mt19937_64 (M. Matsumoto and T. Nishimura, ACM Transactions on
 // Modeling and Computer Simulation 8 (1998); the constants are the C++ standard's) at
@@ -59,51 +94,50 @@ inline std::uint64_t KrRandomStream::draw() {
     return x ^ (x >> 43);
 }
 
-// Uniform in [0, 1) in steps of 2^-53, which are what is counted and compared.
-inline std::int64_t KrRandomStream::steps() { return static_cast<std::int64_t>(draw() >> 11); }
-inline double KrRandomStream::uniform() { return static_cast<double>(steps()) * 0x1p-53; }
+inline double KrRandomStream::uniform() { return static_cast<double>(draw() >> 11) * 0x1p-53; }
 
-// True with probability exp(-p), 0 <= p <= 1 (von Neumann 1951): a run of uniforms
-// p > u1 > u2 > ... ends after an even number of descents.
-inline bool KrRandomStream::expMinus(double p) {
-    std::int64_t const first = steps();
-    return !(static_cast<double>(first) * 0x1p-53 < p) || !evenDescents(first);
-}
-
-inline bool KrRandomStream::evenDescents(std::int64_t last) {
-    bool even = true;
-    for (std::int64_t next = steps(); next < last; last = next, next = steps()) {
-        even = !even;
-    }
-    return even;
-}
-
-// Karney's algorithm N: |z| = k + x, where exp(-z^2/2) is the product of exp(-k/2),
-// exp(-k(k-1)/2) and exp(-x(2k+x)/2).
-inline double KrRandomStream::normal() {
-    auto const expMinusHalf = [this] { return evenDescents(half); };
+// The layer and the sign take 9 bits of a draw, and x 52 others.
+inline double KrRandomStream::normal(Ziggurat const& layers) {
     for (;;) {
-        int k = 0;  // with probability exp(-k/2) (1 - exp(-1/2))
-        while (expMinusHalf()) {
-            ++k;
-        }
-        if (!all(k * (k - 1), expMinusHalf)) {
+        std::uint64_t const bits = draw();
+        std::size_t const layer = bits & 0xFF;
+        std::uint64_t const j = bits >> (64 - Ziggurat::bits);
+        double x = static_cast<double>(static_cast<std::int64_t>(j)) * layers[layer].step;
+        if (j >= layers[layer].inside && !(layer == 0 ? tail(x) : accepts(layers, layer, x))) {
             continue;
         }
-        double const x = uniform();
-        double const twoK = 2.0 * k;
-        double const share = x * (twoK + x) / (twoK + 2.0);
-        if (all(k + 1, [&] { return expMinus(share); })) {
-            double const magnitude = k + x;
-            return steps() < half ? -magnitude : magnitude;
+        std::uint64_t const sign = (bits & 0x100) << 55;
+        return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) ^ sign);
+    }
+}
+
+// At the end of a layer: whether a random height lies below the curve.
+bool KrRandomStream::accepts(Ziggurat const& layers, std::size_t layer, double x) {
+    double const low = layers[layer].height;
+    double const y = low + uniform() * (layers[layer + 1].height - low);
+    return y < height(x);
+}
+
+// In the tail (G. Marsaglia, "Generating a variable from the tail of the normal
+// distribution", Technometrics 6 (1964)).
+bool KrRandomStream::tail(double& x) {
+    constexpr double start = Ziggurat::tailStart;
+    for (;;) {
+        // In (0, 1]: its logarithm is finite.
+        double const a = -KrElementary::log(1.0 - uniform()) / start;
+        double const b = -KrElementary::log(1.0 - uniform());
+        if (b + b > a * a) {
+            x = start + a;
+            return true;
         }
     }
 }
 
 KrRealVector KrRandomStream::normalRandoms(double mean, double standardDeviation, KrU32 count) {
+    Ziggurat const& layers = Ziggurat::instance();
     KrRealVector values(count);
     for (double& value : values) {
-        value = mean + standardDeviation * normal();
+        value = mean + standardDeviation * normal(layers);
     }
     return values;
 }

@@ -1,7 +1,7 @@
 #include "foundation/math/KrReArray.h"
 
 #include "foundation/math/KrMath.h"
-#include "foundation/math/internal/KrTwo.h"
+#include "foundation/math/internal/KrLanes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,22 +28,7 @@ public:
     // factorisation goes on.
     bool factor(KrReArray const& matrix, double shift, bool toTheEnd) {
         copyFrom(matrix, shift);
-        bool positive = true;
-        for (std::size_t first = 0; first < count(); first += block) {
-            std::size_t const end = std::min(first + block, count());
-            for (std::size_t across = 0; across < end; ++across) {
-                if (across >= first) {
-                    positive = factorDiagonal(across) && positive;
-                    if (!positive && !toTheEnd) {
-                        return false;
-                    }
-                }
-                for (std::size_t down = std::max(first, across + 1); down < end; ++down) {
-                    factorBelow(down, across);
-                }
-            }
-        }
-        return positive;
+        return krHasFour() ? factorByFour(toTheEnd) : factorBy<KrTwo, 1>(toTheEnd);
     }
 
     void copyRow(std::size_t i, KrRealVector& row) const {
@@ -71,10 +56,40 @@ private:
         }
     }
 
+    KR_FOUR bool factorByFour(bool toTheEnd) { return factorBy<KrFour, 2>(toTheEnd); }
+
+    // So many panels together as fill the registers with sums that do not wait for one
+    // another.
+    template <class Lanes, std::size_t together>
+    [[gnu::always_inline]] bool factorBy(bool toTheEnd) {
+        bool positive = true;
+        for (std::size_t first = 0; first < count(); first += block) {
+            std::size_t const end = std::min(first + block, count());
+            for (std::size_t across = 0; across < end; ++across) {
+                if (across >= first) {
+                    positive = factorDiagonal<Lanes>(across) && positive;
+                    if (!positive && !toTheEnd) {
+                        return false;
+                    }
+                }
+                std::size_t down = std::max(first, across + 1);
+                for (; down + together <= end; down += together) {
+                    factorBelow<Lanes, together>(down, across);
+                }
+                for (; down < end; ++down) {
+                    factorBelow<Lanes, 1>(down, across);
+                }
+            }
+        }
+        return positive;
+    }
+
     // The square where panel `p` meets the diagonal.
-    bool factorDiagonal(std::size_t p) {
-        double rest[height][height];
-        subtractProducts(p, p, rest);
+    template <class Lanes>
+    [[gnu::always_inline]] bool factorDiagonal(std::size_t p) {
+        double rests[1][height][height];
+        subtractProducts<Lanes>(p, p, rests);
+        auto& rest = rests[0];
         bool positive = true;
         double* const target = at(p) + p * height * height;
         for (std::size_t j = 0; j < std::min(height, size_ - p * height); ++j) {
@@ -88,34 +103,44 @@ private:
         return positive;
     }
 
-    // The square of panel `down` beside the diagonal of panel `across`.
-    void factorBelow(std::size_t down, std::size_t across) {
-        double rest[height][height];
-        subtractProducts(down, across, rest);
-        double* const target = at(down) + across * height * height;
+    // The squares of panels `down` and following, beside the diagonal of panel `across`.
+    template <class Lanes, std::size_t together>
+    [[gnu::always_inline]] void factorBelow(std::size_t down, std::size_t across) {
+        double rest[together][height][height];
+        subtractProducts<Lanes>(down, across, rest);
         double const* const diagonal = at(across) + across * height * height;
-        for (std::size_t j = 0; j < height; ++j) {
-            finishColumn(rest, target, diagonal, j, diagonal[j * height + j]);
+        for (std::size_t p = 0; p < together; ++p) {
+            double* const target = at(down + p) + across * height * height;
+            for (std::size_t j = 0; j < height; ++j) {
+                finishColumn(rest[p], target, diagonal, j, diagonal[j * height + j]);
+            }
         }
     }
 
-    // rest[j][i]: element (i, j) of the square less the products of all columns
-    // to the left of it, in their order.
-    void subtractProducts(std::size_t down, std::size_t across, double (&rest)[height][height]) {
-        double const* rowI = at(down);
-        double const* rowJ = at(across);
-        double const* const square = rowI + across * height * height;
-        KrTwo sum[height][2];
-        for (std::size_t j = 0; j < height; ++j) {
-            sum[j][0] = krTwoAt(square + j * height);
-            sum[j][1] = krTwoAt(square + j * height + 2);
+    // rest[p][j][i]: element (i, j) of the square of panel `down` + p less the products
+    // of all columns to the left of it, in their order.
+    template <class Lanes, std::size_t together>
+    [[gnu::always_inline]] void subtractProducts(std::size_t down, std::size_t across,
+                                                 double (&rest)[together][height][height]) {
+        constexpr std::size_t width = sizeof(Lanes) / sizeof(double);
+        constexpr std::size_t parts = height / width;
+        std::size_t const square = across * height * height;
+        double const* rowI[together];
+        Lanes sum[together][height][parts];
+        for (std::size_t p = 0; p < together; ++p) {
+            rowI[p] = at(down + p);
+            std::memcpy(sum[p], rowI[p] + square, sizeof sum[p]);
         }
-        for (; rowI != square; rowI += height, rowJ += height) {
-            KrTwo const i0 = krTwoAt(rowI);
-            KrTwo const i1 = krTwoAt(rowI + 2);
-            for (std::size_t j = 0; j < height; ++j) {
-                sum[j][0] -= i0 * rowJ[j];
-                sum[j][1] -= i1 * rowJ[j];
+        double const* const rowJ = at(across);
+        for (std::size_t k = 0; k < square; k += height) {
+            for (std::size_t p = 0; p < together; ++p) {
+                for (std::size_t part = 0; part < parts; ++part) {
+                    Lanes i;
+                    krLoad(i, rowI[p] + k + part * width);
+                    for (std::size_t j = 0; j < height; ++j) {
+                        sum[p][j][part] -= i * rowJ[k + j];
+                    }
+                }
             }
         }
         std::memcpy(rest, sum, sizeof rest);
@@ -123,8 +148,9 @@ private:
 
     // Divides column j of a square by its pivot and subtracts its products from
     // the columns behind.
-    static void finishColumn(double (&rest)[height][height], double* target, double const* diagonal,
-                             std::size_t j, double pivot) {
+    [[gnu::always_inline]] static void finishColumn(double (&rest)[height][height], double* target,
+                                                    double const* diagonal, std::size_t j,
+                                                    double pivot) {
         for (std::size_t i = 0; i < height; ++i) {
             target[j * height + i] = pivot > 0.0 ? rest[j][i] / pivot : 0.0;
         }

@@ -127,6 +127,7 @@ public:
     /// Deepest nesting that is read: at most so many elements are open. To be set before
     /// the reader moves.
     void setDepthLimit(std::size_t limit);
+    /// The limit in force.
     std::size_t depthLimit() const;
 
     /// A factory that containers and vectors ask for elements which they have no

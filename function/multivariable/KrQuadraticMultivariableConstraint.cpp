@@ -1,6 +1,6 @@
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 
-#include "foundation/math/internal/KrTwo.h"
+#include "foundation/math/internal/KrLanes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,6 +12,12 @@ namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
 using Row = KrCoefficientIndex::Row;
+
+KrTwo twoAt(double const* from) {
+    KrTwo two;
+    krLoad(two, from);
+    return two;
+}
 
 // Adds what the row has to the sums of the gradient: to that of its own number,
 // which by now has all of the rows before, and to those of its columns.
@@ -87,19 +93,19 @@ void addBlock(KrCoefficientIndex const& rows, std::size_t r, std::size_t n, doub
         own[k] = KrTwo{xk, xk};
     }
     std::size_t const begin = i + 4;
-    KrTwo sums01 = krTwoAt(sums + i);
-    KrTwo sums23 = krTwoAt(sums + i + 2);
+    KrTwo sums01 = twoAt(sums + i);
+    KrTwo sums23 = twoAt(sums + i + 2);
     x += begin;
     double* const right = sums + begin;
     std::size_t const count = n - begin;
     std::size_t j = 0;
     for (; j + 1 < count; j += 2) {
-        KrTwo const xs = krTwoAt(x + j);
-        KrTwo const q0 = krTwoAt(q[0] + j);
-        KrTwo const q1 = krTwoAt(q[1] + j);
-        KrTwo const q2 = krTwoAt(q[2] + j);
-        KrTwo const q3 = krTwoAt(q[3] + j);
-        KrTwo sum = krTwoAt(right + j);
+        KrTwo const xs = twoAt(x + j);
+        KrTwo const q0 = twoAt(q[0] + j);
+        KrTwo const q1 = twoAt(q[1] + j);
+        KrTwo const q2 = twoAt(q[2] + j);
+        KrTwo const q3 = twoAt(q[3] + j);
+        KrTwo sum = twoAt(right + j);
         sum = q0 * own[0] + sum;
         sum = q1 * own[1] + sum;
         sum = q2 * own[2] + sum;

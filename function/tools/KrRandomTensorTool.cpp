@@ -2,7 +2,8 @@
 
 #include "foundation/math/KrMath.h"
 #include "foundation/math/KrRandom.h"
-#include "foundation/math/internal/KrTwo.h"
+#include "foundation/math/internal/KrElementary.h"
+#include "foundation/math/internal/KrLanes.h"
 
 #include <algorithm>
 #include <array>
@@ -41,6 +42,48 @@ struct Batch {
 
     void draw(std::size_t count);
     void multiply(KrReArray const& factor);
+    // u[i] = sum over k = 0..i of L[i][k] z[k], for four rows and two registers of sequences
+    // at a time.
+    template <class Lanes>
+    [[gnu::always_inline]] void multiplyBy(KrReArray const& factor) {
+        constexpr std::size_t tile = 4;
+        constexpr std::size_t width = sizeof(Lanes) / sizeof(double);
+        for (std::size_t top = 0; top < side; top += tile) {
+            std::size_t const height = std::min(tile, side - top);
+            double const* row[tile];
+            for (std::size_t t = 0; t < tile; ++t) {
+                row[t] = factor.rows()[top + std::min(t, height - 1)].data();
+            }
+            for (std::size_t left = 0; left < 2 * size; left += 2 * width) {
+                Lanes sum[tile][2] = {};
+                Lanes z0;
+                Lanes z1;
+                double const* from = z.data() + left;
+                for (std::size_t k = 0; k <= top; ++k, from += sequences) {
+                    krLoad(z0, from);
+                    krLoad(z1, from + width);
+                    for (std::size_t t = 0; t < tile; ++t) {
+                        sum[t][0] += row[t][k] * z0;
+                        sum[t][1] += row[t][k] * z1;
+                    }
+                }
+                for (std::size_t t = 0; t < height; ++t) {
+                    double const* last = from;
+                    for (std::size_t k = top + 1; k <= top + t; ++k, last += sequences) {
+                        krLoad(z0, last);
+                        krLoad(z1, last + width);
+                        sum[t][0] += row[t][k] * z0;
+                        sum[t][1] += row[t][k] * z1;
+                    }
+                    for (std::size_t s = 0; s < 2 * width; ++s) {
+                        u[(left + s) * side + top + t] = sum[t][s / width][s % width];
+                    }
+                }
+            }
+        }
+    }
+
+    KR_FOUR void multiplyByFour(KrReArray const& factor) { multiplyBy<KrFour>(factor); }
 
     double const* u1(std::size_t sample) const { return u.data() + 2 * sample * side; }
     double const* u2(std::size_t sample) const { return u1(sample) + side; }
@@ -63,44 +106,12 @@ void Batch::draw(std::size_t count) {
             }
         }
         double const angle = KrRandom::uniformRealRandom(0.0, 2.0 * std::numbers::pi);
-        cosine[sample] = std::cos(angle);
-        sine[sample] = std::sin(angle);
+        KrElementary::sineAndCosine(angle, sine[sample], cosine[sample]);
     }
 }
 
-// u[i] = sum over k = 0..i of L[i][k] z[k], for four rows and four sequences at a
-// time.
 void Batch::multiply(KrReArray const& factor) {
-    constexpr std::size_t tile = 4;
-    for (std::size_t top = 0; top < side; top += tile) {
-        std::size_t const height = std::min(tile, side - top);
-        double const* row[tile];
-        for (std::size_t t = 0; t < tile; ++t) {
-            row[t] = factor.rows()[top + std::min(t, height - 1)].data();
-        }
-        for (std::size_t left = 0; left < 2 * size; left += tile) {
-            KrTwo sum[tile][2] = {};
-            double const* from = z.data() + left;
-            for (std::size_t k = 0; k <= top; ++k, from += sequences) {
-                KrTwo const z0 = krTwoAt(from);
-                KrTwo const z1 = krTwoAt(from + 2);
-                for (std::size_t t = 0; t < tile; ++t) {
-                    sum[t][0] += row[t][k] * z0;
-                    sum[t][1] += row[t][k] * z1;
-                }
-            }
-            for (std::size_t t = 0; t < height; ++t) {
-                double const* last = from;
-                for (std::size_t k = top + 1; k <= top + t; ++k, last += sequences) {
-                    sum[t][0] += row[t][k] * krTwoAt(last);
-                    sum[t][1] += row[t][k] * krTwoAt(last + 2);
-                }
-                for (std::size_t s = 0; s < tile; ++s) {
-                    u[(left + s) * side + top + t] = sum[t][s / 2][s % 2];
-                }
-            }
-        }
-    }
+    krHasFour() ? multiplyByFour(factor) : multiplyBy<KrTwo>(factor);
 }
 
 // Adds samples to the cells, tile by tile, so that what a sample and a tile need
@@ -118,6 +129,16 @@ public:
     // Within the grid no index needs to be held inside it: it reaches half a cell beyond
     // either end of the field's diagonal.
     void add(Batch const& batch, bool withinGrid) {
+        krHasFour() ? addByFour(batch, withinGrid) : addBy(batch, withinGrid);
+    }
+
+private:
+    static constexpr std::size_t tileRows = 64;
+    static constexpr std::size_t tileColumns = 128;
+
+    KR_FOUR void addByFour(Batch const& batch, bool withinGrid) { addBy(batch, withinGrid); }
+
+    [[gnu::always_inline]] void addBy(Batch const& batch, bool withinGrid) {
         for (std::size_t top = 0; top < rows_; top += tileRows) {
             for (std::size_t left = 0; left < columns_; left += tileColumns) {
                 for (std::size_t sample = 0; sample < batch.size; ++sample) {
@@ -128,12 +149,9 @@ public:
         }
     }
 
-private:
-    static constexpr std::size_t tileRows = 64;
-    static constexpr std::size_t tileColumns = 128;
-
     template <bool hold>
-    void addToTile(Batch const& batch, std::size_t sample, std::size_t top, std::size_t left) {
+    [[gnu::always_inline]] void addToTile(Batch const& batch, std::size_t sample, std::size_t top,
+                                          std::size_t left) {
         double const cosine = batch.cosine[sample];
         double const sine = batch.sine[sample];
         std::size_t const width = std::min(tileColumns, columns_ - left);
@@ -161,17 +179,18 @@ private:
 
     // A position's floor, which for one that is not negative is its conversion.
     template <bool hold>
-    std::int32_t index(double position) const {
+    [[gnu::always_inline]] std::int32_t index(double position) const {
         if (hold) {
             position = std::min(std::max(position, 0.0), lastIndex_);
         }
         return static_cast<std::int32_t>(position);
     }
 
-    static void addProducts(double weight, double const* __restrict u1,
-                            std::int32_t const* __restrict b, double const* __restrict u2,
-                            std::int32_t const* __restrict a, std::size_t width,
-                            double* __restrict cells) {
+    [[gnu::always_inline]] static void addProducts(double weight, double const* __restrict u1,
+                                                   std::int32_t const* __restrict b,
+                                                   double const* __restrict u2,
+                                                   std::int32_t const* __restrict a,
+                                                   std::size_t width, double* __restrict cells) {
         for (std::size_t c = 0; c < width; ++c) {
             cells[c] += weight * (u1[b[c]] * u2[a[c]]);
         }

@@ -27,8 +27,7 @@
 ///
 /// The random numbers are those of `KrRandom`, and for each sample exactly twice
 /// the grid's side normal values and one uniform value, so that a seed determines
-/// the field, to the last bit wherever the C library's sine and cosine give the
-/// same.
+/// the field, to the last bit on every machine.
 class KR_EXPORT KrRandomTensorTool {
 public:
     KrRandomTensorTool() = default;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/math/KrRandom.h"
+#include "foundation/math/internal/KrElementary.h"
 #include "function/scalar/KrBaseScalarFunction.h"
 
 #include <algorithm>
@@ -98,8 +99,9 @@ struct PlainRandomField {
                 }
             }
             double const angle = KrRandom::uniformRealRandom(0.0, 2.0 * std::numbers::pi);
-            double const cosine = std::cos(angle);
-            double const sine = std::sin(angle);
+            double cosine = 0.0;
+            double sine = 0.0;
+            KrElementary::sineAndCosine(angle, sine, cosine);
             for (KrU32 r = 0; r < rows; ++r) {
                 for (KrU32 c = 0; c < columns; ++c) {
                     double const x = c - 0.5 * columns;
