@@ -8,6 +8,8 @@
 #include "foundation/xml/KrXmlCompoundType.h"
 #include "function/object/KrFunction.h"
 
+#include <type_traits>
+
 /// Gauss-Legendre quadrature: the integral of a function over [a, b] as
 ///
 ///     h sum of w(i) f(c + h x(i)),  h = (b - a) / 2,  c = (a + b) / 2
@@ -42,6 +44,19 @@ public:
     /// evaluated as often as the order says: first in the middle if the order is odd,
     /// then in pairs from the inside out, each towards `b` before towards `a`.
     virtual double integrate(KrRealRealUnaryFunction const& f, double a, double b) const;
+
+    /// The same for a callable, such as a lambda: `f(x)` is a double for a double x.
+    template <class Callable>
+        requires(std::is_invocable_r_v<double, Callable&, double> &&
+                 !std::is_convertible_v<Callable&, KrRealRealUnaryFunction const&>)
+    double integrate(Callable&& f, double a, double b) const {
+        struct Integrand : KrRealRealUnaryFunction {
+            explicit Integrand(Callable& f) : f_(f) {}
+            double evaluate(double x) const override { return f_(x); }
+            Callable& f_;
+        };
+        return integrate(Integrand(f), a, b);
+    }
 
     /// The tables of `order`: the (order + 1) / 2 nodes that are not negative, in
     /// ascending order, and their weights. Both are left as they were when the order

@@ -108,7 +108,9 @@ TEST(SlotOrder, FunctionsAndTools) {
     expectSlots(2, &R::setRandomSeed, &R::numRandomSamples, &R::setNumRandomSamples,
                 &R::getGaussianRandomArray);
     using G = KrGaussQuadrature;
-    expectSlots(expectCompoundSlots<G>(), &G::order, &G::setOrder, &G::integrate,
+    expectSlots(expectCompoundSlots<G>(), &G::order, &G::setOrder,
+                static_cast<double (G::*)(KrRealRealUnaryFunction const&, double, double) const>(
+                    &G::integrate),
                 &G::obtainAbscissasAndWeights);
 }
 

@@ -126,6 +126,29 @@ TEST(GaussQuadrature, EvaluatesInPairsFromTheMiddleOutwards) {
     }
 }
 
+TEST(GaussQuadrature, ACallableIsAnIntegrand) {
+    // A callable is no reason to pass by an integrand's own `evaluate`, or a rule that a derived
+    // class integrates by.
+    struct Both : KrRealRealUnaryFunction {
+        double evaluate(double x) const override { return cubic(x); }
+        double operator()(double) const { return 0.0; }
+    };
+    struct Halved : KrGaussQuadrature {
+        using KrGaussQuadrature::integrate;
+        double integrate(KrRealRealUnaryFunction const& f, double a, double b) const override {
+            return 0.5 * KrGaussQuadrature::integrate(f, a, b);
+        }
+    };
+    KrGaussQuadrature const quadrature;
+    double const expected = quadrature.integrate(Function(cubic), -1.0, 2.0);
+    int evaluations = 0;
+    auto counted = [evaluations](double x) mutable { return ++evaluations <= 10 ? cubic(x) : x; };
+    EXPECT_EQ(quadrature.integrate(cubic, -1.0, 2.0), expected);
+    EXPECT_EQ(quadrature.integrate(counted, -1.0, 2.0), expected);
+    EXPECT_EQ(quadrature.integrate(Both(), -1.0, 2.0), expected);
+    EXPECT_EQ(Halved().integrate(cubic, -1.0, 2.0), 0.5 * expected);
+}
+
 TEST(GaussQuadrature, ReportsAnOrderThatItHasNot) {
     KrGaussQuadrature quadrature = quadratureOf(7);
     double const mark = 0.0;

@@ -3,6 +3,7 @@
 #include "foundation/xml/KrXml.h"
 #include "function/object/KrScalarFunctionContainer.h"
 #include "function/object/KrUnitaryMapContainer.h"
+#include "function/scalar/KrCallableScalarFunction.h"
 #include "function/scalar/KrLinearScalarFunction.h"
 #include "function/scalar/KrMultipointScalarFunction.h"
 #include "function/scalar/KrPowerUnitaryMap.h"
@@ -14,6 +15,7 @@
 
 #include <cmath>
 #include <limits>
+#include <memory>
 
 namespace {
 
@@ -115,6 +117,30 @@ TEST(ScalarFunctions, ContainersCreateWhatTheyRegister) {
     EXPECT_EQ(maps.topElement()->container(), nullptr);
     EXPECT_EQ(functions.creatorMap().size(), 1U);
     EXPECT_EQ(maps.creatorMap().size(), 2U);
+}
+
+TEST(ScalarFunctions, ACallableIsAFunctionWithoutADocument) {
+    KrCallableScalarFunction const square([](double x) { return x * x; });
+    EXPECT_EQ(square.evaluate(3.0), 9.0);
+    EXPECT_EQ(KrCallableScalarFunction(nullptr).evaluate(3.0), 3.0);
+    EXPECT_TRUE(KrCallableScalarFunction().equality(
+        std::unique_ptr<KrXmlObject>(square.newObject()).get()));
+
+    KrScalarFunctionContainer container;
+    container.setTopElement(square);
+    EXPECT_EQ(container.evaluate(3.0), 9.0);
+    EXPECT_TRUE(square.equality(container.topElement()));
+    EXPECT_FALSE(square == KrCallableScalarFunction([](double x) { return x * x; }));
+
+    CapturedMessages messages;
+    EXPECT_EQ(KrXml::toString(container), "");
+    KrCallableScalarFunction target = square;
+    EXPECT_FALSE(KrXml::fromString("<callableScalarFunction/>", target));
+    EXPECT_EQ(target, square);
+    EXPECT_EQ(messages.text(),
+              "cannot be written: a function made of a callable has no form in a document\n"
+              "<string>:1:1: callableScalarFunction: expected an element that documents can hold, "
+              "found a function made of a callable\n");
 }
 
 TEST(UnitaryMaps, PowerIsThatOfTheLibrary) {
