@@ -6,7 +6,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 all=(format generated headers reference cppcheck clang tidy asan tsan coverage fuzz bits hardening
-    benchmarks packages demo)
+    benchmarks packages demo commands)
 
 # build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
 build_and_test() {
@@ -195,6 +195,9 @@ check_packages() {
 }
 
 check_demo() { scripts/demo.sh; }
+
+# The commands of the README and the guide, on what a newcomer has.
+check_commands() { scripts/commands.sh; }
 
 for name in "$@"; do
     if ! declare -F "check_$name" >/dev/null; then

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# From a fresh checkout to a minimum: builds the library and the first example, and runs that.
+# From a fresh checkout to a result: builds the library and an example, fits a model to published
+# measurements with it, and shows what becomes of a damaged settings file.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -11,8 +12,20 @@ echo "Building in build/demo ..."
 quietly cmake --preset release -B build/demo \
     -D ZEIBREKU_BUILD_TESTS=OFF -D ZEIBREKU_BUILD_BENCHMARKS=OFF \
     -D ZEIBREKU_WARNINGS_AS_ERRORS=OFF
-quietly cmake --build build/demo --target 01_minimise
+quietly cmake --build build/demo --target 09_fit
 
-example=(build/demo/examples/01_minimise examples/01_minimise/nelder-mead.xml powell 3 -1 0 1)
-echo "\$ ${example[*]}"
-"${example[@]}"
+program=build/demo/examples/09_fit
+files=examples/09_fit
+echo
+echo "The transmittance of a filter, y = b1 / b2 exp(-((x - b3) / b2)^2 / 2), by the settings"
+sed -n '/<nelderMead>/,/<\/nelderMead>/p' $files/nelder-mead.xml
+$program $files/nelder-mead.xml $files/transmittance.txt 1 10 500
+
+# Elsewhere, so that a fault of the demonstration cannot damage the file itself.
+sed 's/>1e-15</>1e-l5</' $files/nelder-mead.xml >build/demo/damaged.xml
+echo
+echo "With a letter l for the digit 1 in the threshold:"
+if $program build/demo/damaged.xml $files/transmittance.txt 1 10 500 2>&1; then
+    echo "A damaged file was read" >&2
+    exit 1
+fi

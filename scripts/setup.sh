@@ -1,17 +1,20 @@
 #!/usr/bin/env bash
 # Installs what building needs, as Debian packages, and only what is missing.
 #
-#   scripts/setup.sh demo         compiler, CMake, Ninja, pkg-config, expat
-#   scripts/setup.sh test         the same, GoogleTest, xmllint, locales, and libpng for an example
+#   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat
+#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, locales, and libpng for an
+#                                 example
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
 #   scripts/setup.sh bits         demo, and compilers and emulators of other processors
 #   scripts/setup.sh pictures     demo, and gnuplot
 #
-# Several may be given. What counts is whether a thing is there, not where it came from: a newer
+# Several may be given. `--list` before them prints the packages instead. What counts is whether a thing is there, not where it came from: a newer
 # CMake on the PATH is as good as the package.
 set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+packages=()
 missing=()
 optional=()
 
@@ -19,6 +22,7 @@ optional=()
 need() {
     local package=$1
     shift
+    packages+=("$package")
     "$@" >/dev/null 2>&1 || missing+=("$package")
 }
 
@@ -26,6 +30,7 @@ need() {
 want() {
     local package=$1
     shift
+    packages+=("$package")
     "$@" >/dev/null 2>&1 || optional+=("$package")
 }
 
@@ -51,13 +56,14 @@ clang_runtime() {
 need_demo() {
     need g++ cpp20_compiler
     need cmake new_enough_cmake
-    need ninja-build program ninja
+    need make program make
     need pkg-config program pkg-config
     need libexpat1-dev library expat
 }
 
 need_test() {
     need_demo
+    need ninja-build program ninja
     need libgtest-dev library gtest
     need libxml2-utils program xmllint
     need locales test -e /usr/share/i18n/locales/de_DE
@@ -107,6 +113,11 @@ need_pictures() {
     need gnuplot-nox program gnuplot
 }
 
+list=false
+if [[ ${1:-} == --list ]]; then
+    list=true
+    shift
+fi
 if (($# == 0)); then
     set -- demo
 fi
@@ -114,12 +125,16 @@ for group in "$@"; do
     case $group in
         demo | test | checks | benchmarks | bits | pictures) "need_$group" ;;
         *)
-            echo "usage: scripts/setup.sh [demo|test|checks|benchmarks|bits|pictures]..." >&2
+            echo "usage: scripts/setup.sh [--list] [demo|test|checks|benchmarks|bits|pictures]..." >&2
             exit 2
             ;;
     esac
 done
 
+if $list; then
+    printf '%s\n' "${packages[@]}" | sort -u
+    exit 0
+fi
 if ((${#missing[@]} + ${#optional[@]} == 0)); then
     exit 0
 fi
@@ -140,12 +155,12 @@ if ((EUID != 0)); then
     fi
     as_root=(sudo env)
 fi
-apt=("${as_root[@]}" DEBIAN_FRONTEND=noninteractive apt-get -qq)
+apt=("${as_root[@]}" DEBIAN_FRONTEND=noninteractive apt-get -q)
 
 # For an optional package alone the lists are not fetched: where the release does not have it, that
 # would happen on every run.
 if ((${#missing[@]} > 0)); then
-    "${apt[@]}" update </dev/null
+    quietly "${apt[@]}" update </dev/null
 fi
 for package in "${optional[@]}"; do
     if [[ -n $(apt-cache --quiet=2 madison "$package" 2>/dev/null) ]]; then
@@ -154,6 +169,6 @@ for package in "${optional[@]}"; do
 done
 if ((${#missing[@]} > 0)); then
     mapfile -t missing < <(printf '%s\n' "${missing[@]}" | sort -u)
-    echo "Installing ${missing[*]}"
-    "${apt[@]}" -o Dpkg::Use-Pty=0 install -y --no-install-recommends "${missing[@]}" </dev/null
+    echo "Installing ${missing[*]} ..."
+    quietly "${apt[@]}" install -y --no-install-recommends "${missing[@]}" </dev/null
 fi

@@ -5,11 +5,20 @@
 #   a cpp block with a main function      FOLDER/program1.cpp, program2.cpp, ...
 #   a text block as the next one          FOLDER/program1.out, what the program prints
 #   any block behind "... `name.xml`:"    FOLDER/name.xml
+#   all sh blocks, one after the other    FOLDER/commands.sh
 
 function write_to(name) {
     printf "%s", block > (folder "/" name)
     close(folder "/" name)
     print name
+}
+
+function append_to(name) {
+    printf "%s", block > (folder "/" name)
+    if (!(name in appended)) {
+        print name
+    }
+    appended[name] = 1
 }
 
 /^ *```/ && !inside {
@@ -30,6 +39,11 @@ function write_to(name) {
     }
     if (is_program) {
         write_to("program" ++programs ".cpp")
+        if (name != "") {
+            write_to(name)
+        }
+    } else if (language == "sh") {
+        append_to("commands.sh")
     } else if (language == "text" && follows_program) {
         write_to("program" programs ".out")
     } else if (name != "") {
