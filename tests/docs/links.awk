@@ -32,6 +32,7 @@ fenced { next }
 /^#/ { heading[FILENAME "#" slug(substr($0, index($0, " ") + 1))] = 1 }
 {
     rest = $0
+    gsub(/`[^`]*`/, "", rest)  # code holds no links
     while (match(rest, /\]\([^()]+\)/)) {
         link = substr(rest, RSTART + 2, RLENGTH - 3)
         rest = substr(rest, RSTART + RLENGTH)
