@@ -1,20 +1,59 @@
-// Writes the XML Schema of all elements of the library to the file that it is
-// given.
+// What the library says of its elements:
+//
+//   zeibreku_schema                 the XML Schema of all of them
+//   zeibreku_schema --components    a line for each component: its element, its name,
+//                                   "attribute" or "element", and its default ("empty" for
+//                                   what has children), with tabs between
 
 #include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlCompoundType.h"
 #include "function/object/KrCreators.h"
 
 #include <cstdio>
-#include <fstream>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+std::string textOf(KrToken const& token) { return std::string(token.localName()); }
+
+std::string defaultOf(KrXmlObject const& component) {
+    if (!component.isBasicType()) {
+        return "empty";
+    }
+    std::string const document = KrXml::toString(component);
+    std::size_t const begin = document.find("#\">") + 3;
+    return document.substr(begin, document.rfind("</") - begin);
+}
+
+void printComponents(KrToken const& element, KrXmlComponentMap const& components,
+                     char const* kind) {
+    for (auto const& component : components) {
+        std::printf("%s\t%s\t%s\t%s\n", textOf(element).c_str(), textOf(component.token).c_str(),
+                    kind, defaultOf(*component.object).c_str());
+    }
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s FILE.xsd\n", argv[0]);
-        return 1;
+    KrXmlFactory const factory = KrCreators::factory();
+    if (argc == 1) {
+        std::string const schema = KrXml::schemaToString(factory);
+        std::fputs(schema.c_str(), stdout);
+        return schema.empty() ? 1 : 0;
     }
-    std::string const schema = KrXml::schemaToString(KrCreators::factory());
-    std::ofstream file(argv[1]);
-    file << schema;
-    file.close();
-    return file && !schema.empty() ? 0 : 1;
+    if (argc != 2 || std::strcmp(argv[1], "--components") != 0) {
+        std::fprintf(stderr, "usage: %s [--components]\n", argv[0]);
+        return 2;
+    }
+    for (auto const& [token, creator] : factory.creatorMap()) {
+        std::unique_ptr<KrXmlObject> const object(creator());
+        if (auto* const element = dynamic_cast<KrXmlCompoundType*>(object.get())) {
+            element->xmlInit();
+            printComponents(token, element->componentMap(), "element");
+            printComponents(token, element->attributeComponentMap(), "attribute");
+        }
+    }
+    return 0;
 }

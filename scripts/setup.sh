@@ -2,7 +2,7 @@
 # Installs what building needs, as Debian packages, and only what is missing.
 #
 #   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat
-#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, locales, and libpng for an
+#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python, locales, and libpng for an
 #                                 example
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
@@ -66,6 +66,7 @@ need_test() {
     need ninja-build program ninja
     need libgtest-dev library gtest
     need libxml2-utils program xmllint
+    need python3 program python3
     need locales test -e /usr/share/i18n/locales/de_DE
     need libpng-dev library libpng
 }
@@ -77,7 +78,6 @@ need_checks() {
     need clang-tidy eval 'program clang-tidy-14 || program clang-tidy'
     need cppcheck program cppcheck
     need gcovr program gcovr
-    need python3 program python3
     need doxygen program doxygen
     need lintian program lintian
     need dpkg-dev program dpkg-shlibdeps

@@ -58,7 +58,8 @@ bool read(std::string const& path, Measurements& measurements) {
             measurements.y.push_back(y);
         }
         if (!words || !(words >> std::ws).eof()) {
-            fail(path + ":" + std::to_string(number) + ": expected numbers, found \"" + line + "\"");
+            fail(path + ":" + std::to_string(number) + ": expected numbers, found \"" + line +
+                 "\"");
             return false;
         }
     }

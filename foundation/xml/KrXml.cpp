@@ -190,7 +190,7 @@ std::string schemaToString(KrXmlObject const& object) {
 }
 
 std::string schemaToString(KrXmlFactory const& factory) {
-    KrXmlSchema schema;
+    KrXmlSchema schema(factory);
     for (auto const& [token, creator] : factory.creatorMap()) {
         std::unique_ptr<KrXmlObject const> const object(factory.newObjectFromToken(token));
         if (object) {

@@ -3,6 +3,7 @@
 #include "foundation/core/internal/KrReplaceFile.h"
 #include "foundation/xml/KrXmlBaseVariableCompoundType.h"
 #include "foundation/xml/KrXmlCompoundType.h"
+#include "foundation/xml/KrXmlFactory.h"
 #include "foundation/xml/KrXmlWriter.h"
 
 #include <list>
@@ -70,6 +71,11 @@ KrXmlSchema::KrXmlSchema(std::string targetNamespace)
     root_->with("elementFormDefault", "qualified");
 }
 
+KrXmlSchema::KrXmlSchema(KrXmlFactory const& factory, std::string targetNamespace)
+    : KrXmlSchema(std::move(targetNamespace)) {
+    factory_ = &factory;
+}
+
 KrXmlSchema::~KrXmlSchema() = default;
 
 void KrXmlSchema::startGroup(Group group) {
@@ -124,6 +130,38 @@ void KrXmlSchema::foreignElement(std::string const& uri) {
         .with("processContents", "lax")
         .with("minOccurs", "0")
         .with("maxOccurs", "unbounded");
+}
+
+void KrXmlSchema::family(KrXmlBaseVariableCompoundType const& holder,
+                         std::function<bool(KrXmlObject& object)> const& belongs) {
+    auto const describeElement = [&](KrToken const& tag, KrXmlObject* created) {
+        std::unique_ptr<KrXmlObject> const object(created);
+        if (object && belongs(*object)) {
+            element(tag, *object);
+        }
+    };
+    KrXmlCreatorMap const& own = holder.creatorMap();
+    for (auto const& [tag, creator] : own) {
+        describeElement(tag, holder.newObjectFromToken(tag));
+    }
+    if (!factory_) {
+        return;
+    }
+    for (auto const& [tag, creator] : factory_->creatorMap()) {
+        if (!own.contains(tag)) {
+            describeElement(tag, factory_->newObjectFromToken(tag));
+        }
+    }
+    foreignElements();
+}
+
+// Allows all elements that are not of the target namespace.
+void KrXmlSchema::foreignElements() {
+    // In place of those of single namespaces, which would fit as well.
+    open_->children.remove_if([](Node const& child) { return child.name == "xs:any"; });
+    for (char const* const any : {"##other", "##local"}) {
+        open_->add("xs:any").with("namespace", any).with("processContents", "lax");
+    }
 }
 
 void KrXmlSchema::attribute(KrToken const& tag, KrXmlObject const& object) {

@@ -5,10 +5,14 @@
 #include "foundation/core/KrTypes.h"
 #include "foundation/xml/KrXml.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
+
+class KrXmlBaseVariableCompoundType;
+class KrXmlFactory;
 
 /// Collects an XML Schema (1.0) from what objects say of themselves in
 /// `writeSchema`. Each class of elements and containers is described once, as a
@@ -43,6 +47,9 @@ public:
 
     /// Describes elements of `targetNamespace`, and those without a namespace.
     explicit KrXmlSchema(std::string targetNamespace = KrXml::namespaceUri);
+    /// The same for documents that are read with `factory`, which must outlive the schema.
+    explicit KrXmlSchema(KrXmlFactory const& factory,
+                         std::string targetNamespace = KrXml::namespaceUri);
     ~KrXmlSchema();
     KrXmlSchema(KrXmlSchema const&) = delete;
     KrXmlSchema& operator=(KrXmlSchema const&) = delete;
@@ -59,6 +66,16 @@ public:
 
     /// An optional attribute `tag` with the value of `object`.
     void attribute(KrToken const& tag, KrXmlObject const& object);
+
+    /// In the open choice or list, the elements that `holder` may hold: each that it
+    /// creates itself and `belongs` accepts. In a schema with a factory also those of the
+    /// factory's that `belongs` accepts, and any element of another namespace or of none:
+    /// a reader's factory may create it. `belongs` may prepare the object that it is given.
+    void family(KrXmlBaseVariableCompoundType const& holder,
+                std::function<bool(KrXmlObject& object)> const& belongs);
+
+    /// By what a document's reader creates what a holder cannot; null when there is none.
+    KrXmlFactory const* factory() const { return factory_; }
 
     /// The content is a text of the XML Schema type `base`, and one of `texts`
     /// where there are any.
@@ -82,8 +99,10 @@ private:
     std::string typeNameOf(KrXmlObject const& object);
     void describe(Node& node, KrXmlObject const& object);
     void foreignElement(std::string const& uri);
+    void foreignElements();
 
     std::string targetNamespace_;
+    KrXmlFactory const* factory_ = nullptr;
     std::map<std::string, std::string> typeNames_;  // by class, and by what a bounded type is
     std::unique_ptr<Node> root_;
     Node* open_;  // what the calls of a writeSchema add to

@@ -51,10 +51,10 @@ public:
     /// Adds a dimension.
     virtual void independentDataPushBack(KrTableFunctionVectorSearch const& search);
 
-    /// The breakpoints and options of each dimension.
+    /// The dimensions of the grid: breakpoints and options of each.
     IndependentData const& independentData() const { return independentData_; }
     void setIndependentData(IndependentData const& data) { independentData_ = data; }
-    /// The tables, in the order of the values that an evaluation gives.
+    /// One flat table for each dependent value, the first dimension varying fastest.
     DependentData const& dependentData() const { return dependentData_; }
     void setDependentData(DependentData const& data) { dependentData_ = data; }
 

@@ -44,17 +44,20 @@ public:
     /// The search, as the last `init` made it.
     virtual KrVectorSearch<double> const& dimension() const { return dimension_; }
 
-    /// The breakpoints, in units of the variable.
+    /// The breakpoints, at least two, in units of the variable.
     KrXmlRealVector const& independentVector() const { return independentVector_; }
-    /// What happens at the first breakpoint and beyond it; `LIMIT` at first.
+    /// What happens before the first breakpoint: `limit` holds its value, `extrapolate`
+    /// extends the first segment.
     BOUNDARY_OPTION lowerBoundaryOption() const {
         return static_cast<BOUNDARY_OPTION>(lowerBoundaryOption_.value());
     }
-    /// What happens at the last breakpoint and beyond it; `LIMIT` at first.
+    /// What happens behind the last breakpoint: `limit` holds its value, `extrapolate`
+    /// extends the last segment.
     BOUNDARY_OPTION upperBoundaryOption() const {
         return static_cast<BOUNDARY_OPTION>(upperBoundaryOption_.value());
     }
-    /// How the segment is found; `LINEAR` at first.
+    /// How the segment is found: `linear` walks from the one found last, `bisection`
+    /// halves the table, `equal_spaced` computes it.
     SEARCH_OPTION searchOption() const { return static_cast<SEARCH_OPTION>(searchOption_.value()); }
 
     KrBoolean read(KrXmlReader& reader) override;

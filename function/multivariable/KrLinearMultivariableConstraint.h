@@ -18,6 +18,10 @@
 ///       <firstOrderCoefficients count="2"><item>3</item><item>4</item></firstOrderCoefficients>
 ///     </linearMultivariableConstraint>
 ///
+/// - `firstOrderIndices` (vector of integers): The indices i that have an a(i), counted
+///   from 0, in any order.
+/// - `firstOrderCoefficients` (vector of numbers): The a(i) of these indices.
+///
 /// The lists may be in any order. A listed index beyond the point is passed over,
 /// of several listings of one index the first counts, an index without a
 /// coefficient has 0.0, and a coefficient without an index is passed over.

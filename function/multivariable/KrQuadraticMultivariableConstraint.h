@@ -24,6 +24,13 @@
 ///       <secondOrderCoefficients count="2"><item>1</item><item>2</item></secondOrderCoefficients>
 ///     </quadraticMultivariableConstraint>
 ///
+/// - `firstOrderIndices` (vector of integers): The indices i that have an a(i), counted
+///   from 0, in any order.
+/// - `firstOrderCoefficients` (vector of numbers): The a(i) of these indices.
+/// - `secondOrderIndexPairs` (vector of pairs of integers): The pairs (i, j) that have a
+///   q(i, j), each once, the smaller index first.
+/// - `secondOrderCoefficients` (vector of numbers): The q(i, j) of these pairs.
+///
 /// Each pair stands once, its smaller index first; a pair in a document whose
 /// larger index is first is never found. The lists may be in any order. What is
 /// listed beyond the point is passed over, of several listings the first counts,

@@ -96,15 +96,15 @@ public:
         KrXmlObject::writeSchema(schema);  // NOLINT(bugprone-parent-virtual-call)
         schema.startGroup(KrXmlSchema::Group::Sequence);
         schema.element(KrXml::KrAddLibrariesToken, addLibraries());
-        if (!creatorMap().empty()) {
+        if (!creatorMap().empty() || schema.factory()) {
             schema.startGroup(KrXmlSchema::Group::Choice);
-            for (auto const& [token, creator] : creatorMap()) {
-                KrOwned<T> const element(KrOwned<T>::castOrDelete(newObjectFromToken(token)));
+            schema.family(*this, [this](KrXmlObject& object) {
+                T* const element = dynamic_cast<T*>(&object);
                 if (element) {
                     element->setContainer(this);
-                    schema.element(token, *element);
                 }
-            }
+                return element != nullptr;
+            });
             schema.endGroup();
         }
         schema.endGroup();

@@ -210,7 +210,12 @@ public:
     }
 
     void writeSchema(KrXmlSchema& schema) const override {
-        KrXmlBaseVariableCompoundType::writeSchema(schema);
+        // Not the base's: its list is not of a class `T`.
+        KrXmlObject::writeSchema(schema);  // NOLINT(bugprone-parent-virtual-call)
+        schema.startGroup(KrXmlSchema::Group::List);
+        schema.element(KrXml::KrAddLibrariesToken, addLibraries());
+        schema.family(*this, [](KrXmlObject& object) { return dynamic_cast<T*>(&object); });
+        schema.endGroup();
         schema.attribute(KrXml::KrCountToken, KrXmlBasicType<KrU32>());
     }
 

@@ -80,7 +80,9 @@ public:
     /// The same for each coordinate that `edgeLengths` does not reach.
     virtual double defaultEdgeLength() const { return defaultEdgeLength_; }
     virtual void setDefaultEdgeLength(double length) { defaultEdgeLength_ = length; }
-    /// The set of directions, a `DIRECTIONS_MODE`.
+    /// The set of directions, a `DIRECTIONS_MODE`: `none` the coordinate axes, `axisAligned`
+    /// the axes as a matrix, `random` orthonormal and redrawn at each contraction, `rotated`
+    /// turned pairwise.
     virtual KrU32 directionsMode() const { return directionsMode_; }
     virtual void setDirectionsMode(KrU32 mode) { directionsMode_ = mode; }
 

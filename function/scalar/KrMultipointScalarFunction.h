@@ -34,7 +34,7 @@ class KR_EXPORT KrMultipointScalarFunction
 public:
     double evaluate(double const& x) const override;
 
-    /// The abscissae x(k).
+    /// The abscissae x(k), in ascending order.
     virtual KrXmlRealVector const& domainValues() const { return domainValues_; }
     virtual void setDomainValues(KrXmlRealVector const& values) { domainValues_ = values; }
     /// The values y(k).

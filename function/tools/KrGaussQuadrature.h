@@ -35,7 +35,8 @@
 class KR_EXPORT KrGaussQuadrature
     : public KrElement<KrGaussQuadrature, KrXmlCompoundType, KrFunction::KrGaussQuadratureToken> {
 public:
-    /// The number of nodes.
+    /// The number of nodes: 2 to 20, 32, 64, 96, 100 or 128; with any other the rule of the
+    /// default stays.
     virtual KrU32 order() const { return order_; }
     /// An order without tables is reported and changes nothing.
     virtual void setOrder(KrU32 order);
