@@ -10,10 +10,21 @@ set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 # The file set brings its include folder along, but only clients with CMake 3.23 see it there.
 install(TARGETS krfoundation zeibreku EXPORT zeibrekuTargets
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development
     FILE_SET HEADERS DESTINATION ${headers_dir} COMPONENT development
     INCLUDES DESTINATION ${headers_dir})
 install(EXPORT zeibrekuTargets NAMESPACE zeibreku:: DESTINATION ${config_dir}
     COMPONENT development)
+
+# A static library leaves it to its clients to link the XML parser.
+get_target_property(type krfoundation TYPE)
+if(type STREQUAL "STATIC_LIBRARY")
+    set(zeibreku_shared FALSE)
+    set(pkgconfig_requires "Requires: expat")
+else()
+    set(zeibreku_shared TRUE)
+    set(pkgconfig_requires "")
+endif()
 
 configure_package_config_file(
     cmake/zeibrekuConfig.cmake.in ${PROJECT_BINARY_DIR}/zeibrekuConfig.cmake

@@ -1,12 +1,16 @@
-# zeibreku_add_library(<target>): a shared library of all sources and headers in the folders below
-# the current one. New files are picked up by the next build, without a list to edit. Headers are
+# zeibreku_add_library(<target>): a library of all sources and headers in the folders below the
+# current one, shared unless BUILD_SHARED_LIBS is off. New files are picked up by the next build, without a list to edit. Headers are
 # public except those in a folder called internal.
 function(zeibreku_add_library target)
     file(GLOB sources CONFIGURE_DEPENDS *.cpp */*.cpp */internal/*.cpp)
     file(GLOB headers RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS *.h */*.h)
     list(FILTER headers EXCLUDE REGEX "(^|/)internal/")
 
-    add_library(${target} SHARED ${sources})
+    set(type SHARED)
+    if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+        set(type STATIC)
+    endif()
+    add_library(${target} ${type} ${sources})
     add_library(zeibreku::${target} ALIAS ${target})
 
     # Headers are included by their path from the root of the repository.
@@ -26,13 +30,15 @@ function(zeibreku_add_library target)
             target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:${flag}>)
         endif()
     endforeach()
-    target_link_libraries(${target} PRIVATE zeibreku_build_options)
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zeibreku_build_options>)
     zeibreku_harden(${target})
 
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
         CXX_EXTENSIONS OFF
+        # A static library may become a part of a shared one.
+        POSITION_INDEPENDENT_CODE ON
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         # The two libraries are installed side by side and find each other wherever that is.

@@ -5,8 +5,8 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(format generated headers reference cppcheck clang tidy asan tsan coverage fuzz bits hardening
-    benchmarks packages demo commands)
+all=(format generated headers reference cppcheck static clang tidy asan tsan coverage fuzz bits
+    hardening benchmarks packages demo commands)
 
 # build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
 build_and_test() {
@@ -72,6 +72,8 @@ check_cppcheck() {
         -D__attribute__\(x\)= \
         foundation function examples
 }
+
+check_static() { build_and_test static; }
 
 check_clang() { build_and_test clang; }
 

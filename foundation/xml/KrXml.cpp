@@ -18,6 +18,9 @@
 #include <streambuf>
 #include <system_error>
 
+// In a program that is linked statically, the tokens are there before all that uses them.
+#define KR_EARLY [[gnu::init_priority(200)]]
+
 namespace KrXml {
 
 char const namespaceUri[] = "urn:zeibreku:function#";
@@ -26,15 +29,15 @@ namespace {
 
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 
-KrToken const ns(namespaceUri);
+KR_EARLY KrToken const ns(namespaceUri);
 
 }  // namespace
 
-KrToken const KrCountToken("count");
-KrToken const KrAddLibrariesToken = ns + "addLibraries";
-KrToken const KrItemToken = ns + "item";
-KrToken const KrFirstToken = ns + "first";
-KrToken const KrSecondToken = ns + "second";
+KR_EARLY KrToken const KrCountToken("count");
+KR_EARLY KrToken const KrAddLibrariesToken = ns + "addLibraries";
+KR_EARLY KrToken const KrItemToken = ns + "item";
+KR_EARLY KrToken const KrFirstToken = ns + "first";
+KR_EARLY KrToken const KrSecondToken = ns + "second";
 
 namespace {
 

@@ -2,92 +2,100 @@
 
 #include "foundation/xml/KrXml.h"
 
+// In a program that is linked statically, the tokens are there before its own globals, and those of
+// the framework before these.
+#define KR_EARLY [[gnu::init_priority(201)]]
+
 namespace KrFunction {
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
 }
 
-KrToken const ns(KrXml::namespaceUri);
+KR_EARLY KrToken const ns(KrXml::namespaceUri);
 
-KrToken const KrAlphaToken = ns + "alpha";
-KrToken const KrAxisAlignedToken = ns + "axisAligned";
-KrToken const KrBetaToken = ns + "beta";
-KrToken const KrCenterToken = ns + "center";
-KrToken const KrCenterSlopeToken = ns + "centerSlope";
-KrToken const KrCompositeFunctionBranchToken = ns + "compositeFunctionBranch";
-KrToken const KrCompositeFunctionContainerToken = ns + "compositeFunctionContainer";
-KrToken const KrDefaultEdgeLengthToken = ns + "defaultEdgeLength";
-KrToken const KrDefaultSimplexEdgeLengthToken = ns + "defaultSimplexEdgeLength";
-KrToken const KrDependentDataToken = ns + "dependentData";
-KrToken const KrDirectionsModeToken = ns + "directionsMode";
-KrToken const KrDomainValuesToken = ns + "domainValues";
-KrToken const KrEdgeLengthsToken = ns + "edgeLengths";
-KrToken const KrEndValueToken = ns + "endValue";
-KrToken const KrEtaToken = ns + "eta";
-KrToken const KrExecuteInParallelToken = ns + "executeInParallel";
-KrToken const KrExponentToken = ns + "exponent";
-KrToken const KrFinalSlopeToken = ns + "finalSlope";
-KrToken const KrFirstOrderCoefficientsToken = ns + "firstOrderCoefficients";
-KrToken const KrFirstOrderIndicesToken = ns + "firstOrderIndices";
-KrToken const KrGammaToken = ns + "gamma";
-KrToken const KrGaussQuadratureToken = ns + "gaussQuadrature";
-KrToken const KrHookeJeevesToken = ns + "hookeJeeves";
-KrToken const KrImplicitFilteringToken = ns + "implicitFiltering";
-KrToken const KrIndependentDataToken = ns + "independentData";
-KrToken const KrIndVectorToken = ns + "independentVector";
-KrToken const KrLineSearchInitialLambdaMultiplierToken = ns + "lineSearchInitialLambdaMultiplier";
-KrToken const KrInitialSlopeToken = ns + "initialSlope";
-KrToken const KrLinearScalarFunctionToken = ns + "linearScalarFunction";
-KrToken const KrLinearMultivariableConstraintToken = ns + "linearMultivariableConstraint";
-KrToken const KrLineSearchAlphaToken = ns + "lineSearchAlpha";
-KrToken const KrLineSearchBetaToken = ns + "lineSearchBeta";
-KrToken const KrLineSearchMaxIterationsToken = ns + "lineSearchMaxIterations";
-KrToken const KrMultipointScalarFunctionToken = ns + "multipointScalarFunction";
-KrToken const KrMaxExpansionStepsToken = ns + "maxExpansionSteps";
-KrToken const KrMaxTotalStepsToken = ns + "maxTotalSteps";
-KrToken const KrMaxFunctionEvaluationsToken = ns + "maxFunctionEvaluations";
-KrToken const KrMinTotalReductionToken = ns + "minTotalReduction";
-KrToken const KrMultidirectionalSearchToken = ns + "multidirectionalSearch";
-KrToken const KrMultivariableConstraintContainerToken = ns + "multivariableConstraintContainer";
-KrToken const KrMultivariableConstraintVectorToken = ns + "multivariableConstraintVector";
-KrToken const KrNelderMeadToken = ns + "nelderMead";
-KrToken const KrNoneToken = ns + "none";
-KrToken const KrNumberPassesToken = ns + "numberPasses";
-KrToken const KrOffsetToken = ns + "offset";
-KrToken const KrOptimizerContainerToken = ns + "optimizerContainer";
-KrToken const KrOptimizerSequenceToken = ns + "optimizerSequence";
-KrToken const KrOrderToken = ns + "order";
-KrToken const KrPowerUnitaryMapToken = ns + "powerUnitaryMap";
-KrToken const KrQuadraticMultivariableConstraintToken = ns + "quadraticMultivariableConstraint";
-KrToken const KrRandomToken = ns + "random";
-KrToken const KrRangeValuesToken = ns + "rangeValues";
-KrToken const KrReductionFactorToken = ns + "reductionFactor";
-KrToken const KrRestartCheckPeriodToken = ns + "restartCheckPeriod";
-KrToken const KrRotatedToken = ns + "rotated";
-KrToken const KrScalarFunctionContainerToken = ns + "scalarFunctionContainer";
-KrToken const KrScalarMultivariableOptimizerVectorToken = ns + "scalarMultivariableOptimizerVector";
-KrToken const KrSecondOrderCoefficientsToken = ns + "secondOrderCoefficients";
-KrToken const KrSecondOrderIndexPairsToken = ns + "secondOrderIndexPairs";
-KrToken const KrSequenceOptimizerToken = ns + "sequenceOptimizer";
-KrToken const KrSCurveUnitaryMapToken = ns + "sCurveUnitaryMap";
-KrToken const KrSigmaToken = ns + "sigma";
-KrToken const KrSimplexEdgeLengthsToken = ns + "simplexEdgeLengths";
-KrToken const KrSimplexScaleFactorToken = ns + "simplexScaleFactor";
-KrToken const KrStartValueToken = ns + "startValue";
-KrToken const KrStoppingThresholdToken = ns + "stoppingThreshold";
-KrToken const KrTableFunctionInterpolatorToken = ns + "tableFunctionInterpolator";
-KrToken const KrTableFunctionVectorSearchToken = ns + "tableFunctionVectorSearch";
-KrToken const KrTauToken = ns + "tau";
-KrToken const KrUnitaryMapContainerToken = ns + "unitaryMapContainer";
+KR_EARLY KrToken const KrAlphaToken = ns + "alpha";
+KR_EARLY KrToken const KrAxisAlignedToken = ns + "axisAligned";
+KR_EARLY KrToken const KrBetaToken = ns + "beta";
+KR_EARLY KrToken const KrCenterToken = ns + "center";
+KR_EARLY KrToken const KrCenterSlopeToken = ns + "centerSlope";
+KR_EARLY KrToken const KrCompositeFunctionBranchToken = ns + "compositeFunctionBranch";
+KR_EARLY KrToken const KrCompositeFunctionContainerToken = ns + "compositeFunctionContainer";
+KR_EARLY KrToken const KrDefaultEdgeLengthToken = ns + "defaultEdgeLength";
+KR_EARLY KrToken const KrDefaultSimplexEdgeLengthToken = ns + "defaultSimplexEdgeLength";
+KR_EARLY KrToken const KrDependentDataToken = ns + "dependentData";
+KR_EARLY KrToken const KrDirectionsModeToken = ns + "directionsMode";
+KR_EARLY KrToken const KrDomainValuesToken = ns + "domainValues";
+KR_EARLY KrToken const KrEdgeLengthsToken = ns + "edgeLengths";
+KR_EARLY KrToken const KrEndValueToken = ns + "endValue";
+KR_EARLY KrToken const KrEtaToken = ns + "eta";
+KR_EARLY KrToken const KrExecuteInParallelToken = ns + "executeInParallel";
+KR_EARLY KrToken const KrExponentToken = ns + "exponent";
+KR_EARLY KrToken const KrFinalSlopeToken = ns + "finalSlope";
+KR_EARLY KrToken const KrFirstOrderCoefficientsToken = ns + "firstOrderCoefficients";
+KR_EARLY KrToken const KrFirstOrderIndicesToken = ns + "firstOrderIndices";
+KR_EARLY KrToken const KrGammaToken = ns + "gamma";
+KR_EARLY KrToken const KrGaussQuadratureToken = ns + "gaussQuadrature";
+KR_EARLY KrToken const KrHookeJeevesToken = ns + "hookeJeeves";
+KR_EARLY KrToken const KrImplicitFilteringToken = ns + "implicitFiltering";
+KR_EARLY KrToken const KrIndependentDataToken = ns + "independentData";
+KR_EARLY KrToken const KrIndVectorToken = ns + "independentVector";
+KR_EARLY KrToken const KrLineSearchInitialLambdaMultiplierToken =
+    ns + "lineSearchInitialLambdaMultiplier";
+KR_EARLY KrToken const KrInitialSlopeToken = ns + "initialSlope";
+KR_EARLY KrToken const KrLinearScalarFunctionToken = ns + "linearScalarFunction";
+KR_EARLY KrToken const KrLinearMultivariableConstraintToken = ns + "linearMultivariableConstraint";
+KR_EARLY KrToken const KrLineSearchAlphaToken = ns + "lineSearchAlpha";
+KR_EARLY KrToken const KrLineSearchBetaToken = ns + "lineSearchBeta";
+KR_EARLY KrToken const KrLineSearchMaxIterationsToken = ns + "lineSearchMaxIterations";
+KR_EARLY KrToken const KrMultipointScalarFunctionToken = ns + "multipointScalarFunction";
+KR_EARLY KrToken const KrMaxExpansionStepsToken = ns + "maxExpansionSteps";
+KR_EARLY KrToken const KrMaxTotalStepsToken = ns + "maxTotalSteps";
+KR_EARLY KrToken const KrMaxFunctionEvaluationsToken = ns + "maxFunctionEvaluations";
+KR_EARLY KrToken const KrMinTotalReductionToken = ns + "minTotalReduction";
+KR_EARLY KrToken const KrMultidirectionalSearchToken = ns + "multidirectionalSearch";
+KR_EARLY KrToken const KrMultivariableConstraintContainerToken =
+    ns + "multivariableConstraintContainer";
+KR_EARLY KrToken const KrMultivariableConstraintVectorToken = ns + "multivariableConstraintVector";
+KR_EARLY KrToken const KrNelderMeadToken = ns + "nelderMead";
+KR_EARLY KrToken const KrNoneToken = ns + "none";
+KR_EARLY KrToken const KrNumberPassesToken = ns + "numberPasses";
+KR_EARLY KrToken const KrOffsetToken = ns + "offset";
+KR_EARLY KrToken const KrOptimizerContainerToken = ns + "optimizerContainer";
+KR_EARLY KrToken const KrOptimizerSequenceToken = ns + "optimizerSequence";
+KR_EARLY KrToken const KrOrderToken = ns + "order";
+KR_EARLY KrToken const KrPowerUnitaryMapToken = ns + "powerUnitaryMap";
+KR_EARLY KrToken const KrQuadraticMultivariableConstraintToken =
+    ns + "quadraticMultivariableConstraint";
+KR_EARLY KrToken const KrRandomToken = ns + "random";
+KR_EARLY KrToken const KrRangeValuesToken = ns + "rangeValues";
+KR_EARLY KrToken const KrReductionFactorToken = ns + "reductionFactor";
+KR_EARLY KrToken const KrRestartCheckPeriodToken = ns + "restartCheckPeriod";
+KR_EARLY KrToken const KrRotatedToken = ns + "rotated";
+KR_EARLY KrToken const KrScalarFunctionContainerToken = ns + "scalarFunctionContainer";
+KR_EARLY KrToken const KrScalarMultivariableOptimizerVectorToken =
+    ns + "scalarMultivariableOptimizerVector";
+KR_EARLY KrToken const KrSecondOrderCoefficientsToken = ns + "secondOrderCoefficients";
+KR_EARLY KrToken const KrSecondOrderIndexPairsToken = ns + "secondOrderIndexPairs";
+KR_EARLY KrToken const KrSequenceOptimizerToken = ns + "sequenceOptimizer";
+KR_EARLY KrToken const KrSCurveUnitaryMapToken = ns + "sCurveUnitaryMap";
+KR_EARLY KrToken const KrSigmaToken = ns + "sigma";
+KR_EARLY KrToken const KrSimplexEdgeLengthsToken = ns + "simplexEdgeLengths";
+KR_EARLY KrToken const KrSimplexScaleFactorToken = ns + "simplexScaleFactor";
+KR_EARLY KrToken const KrStartValueToken = ns + "startValue";
+KR_EARLY KrToken const KrStoppingThresholdToken = ns + "stoppingThreshold";
+KR_EARLY KrToken const KrTableFunctionInterpolatorToken = ns + "tableFunctionInterpolator";
+KR_EARLY KrToken const KrTableFunctionVectorSearchToken = ns + "tableFunctionVectorSearch";
+KR_EARLY KrToken const KrTauToken = ns + "tau";
+KR_EARLY KrToken const KrUnitaryMapContainerToken = ns + "unitaryMapContainer";
 
-KrToken const KrIndLowerBoundaryToken("lowerBoundaryOption");
-KrToken const KrIndSearchToken("searchOption");
-KrToken const KrIndUpperBoundaryToken("upperBoundaryOption");
-KrToken const KrBoundaryExtrapolateToken("extrapolate");
-KrToken const KrBoundaryLimitToken("limit");
-KrToken const KrSearchBisectionToken("bisection");
-KrToken const KrSearchEqualToken("equal_spaced");
-KrToken const KrSearchLinearToken("linear");
+KR_EARLY KrToken const KrIndLowerBoundaryToken("lowerBoundaryOption");
+KR_EARLY KrToken const KrIndSearchToken("searchOption");
+KR_EARLY KrToken const KrIndUpperBoundaryToken("upperBoundaryOption");
+KR_EARLY KrToken const KrBoundaryExtrapolateToken("extrapolate");
+KR_EARLY KrToken const KrBoundaryLimitToken("limit");
+KR_EARLY KrToken const KrSearchBisectionToken("bisection");
+KR_EARLY KrToken const KrSearchEqualToken("equal_spaced");
+KR_EARLY KrToken const KrSearchLinearToken("linear");
 
 }  // namespace KrFunction

@@ -1,17 +1,35 @@
-// A client as small as can be: it makes an optimizer, takes it through XML and runs it.
+// A client as small as can be: it makes an optimizer, takes it through XML and runs it. It has
+// globals that use the library, before main and after it.
 #include "foundation/xml/KrXml.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
 
+#include <cstdlib>
 #include <iostream>
+
+KrToken const own = KrFunction::KrNelderMeadToken + "OfMine";
+
+struct BeforeMain {
+    BeforeMain() {
+        container.setTopElement(KrNelderMeadOptimizer());
+        text = KrXml::toString(container);
+    }
+    ~BeforeMain() {
+        if (KrXml::toString(container) != text) {
+            std::abort();
+        }
+    }
+    KrScalarMultivariableOptimizerContainer container;
+    std::string text;
+} const beforeMain;
 
 int main() {
     KrScalarMultivariableOptimizerContainer written;
     written.setTopElement(KrNelderMeadOptimizer());
 
     KrScalarMultivariableOptimizerContainer copy;
-    bool const same = KrXml::fromString(KrXml::toString(written), copy) && copy == written;
+    bool same = KrXml::fromString(KrXml::toString(written), copy) && copy == written;
 
     KrPowellsQuarticFunction quartic;
     KrRealVector best;
@@ -19,5 +37,6 @@ int main() {
 
     std::cout << "read back " << (same ? "equal" : "different") << ", minimum " << lowest << '\n';
     // 215 is the value at the start.
+    same = same && written == beforeMain.container && own.localName() == "nelderMeadOfMine";
     return same && best.size() == 4 && lowest < 215 ? 0 : 1;
 }

@@ -25,6 +25,7 @@ add_test(NAME consumer.find_package
         --build-options
             -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER}
             -DCMAKE_PREFIX_PATH=${consumer_prefix}
+            -Dshared=${zeibreku_shared}
         --test-command consumer)
 set_tests_properties(consumer.find_package PROPERTIES FIXTURES_REQUIRED consumer_prefix)
 
@@ -33,6 +34,13 @@ add_test(NAME consumer.schema
     COMMAND ${CMAKE_COMMAND} -E compare_files ${PROJECT_SOURCE_DIR}/schemas/zeibreku.xsd
         ${consumer_prefix}/${CMAKE_INSTALL_DATADIR}/zeibreku/zeibreku.xsd)
 set_tests_properties(consumer.schema PROPERTIES FIXTURES_REQUIRED consumer_prefix)
+
+# Within somebody else's project it installs nothing of itself.
+add_test(NAME consumer.subproject
+    COMMAND ${CMAKE_COMMAND} -D source=${PROJECT_SOURCE_DIR} -D folder=${consumer_dir}/subproject
+        -D generator=${CMAKE_GENERATOR} -D compiler=${CMAKE_CXX_COMPILER}
+        -P ${CMAKE_CURRENT_LIST_DIR}/subproject.cmake)
+set_tests_properties(consumer.subproject PROPERTIES FIXTURES_REQUIRED consumer_clean)
 
 find_package(PkgConfig QUIET)
 if(PKG_CONFIG_EXECUTABLE)
