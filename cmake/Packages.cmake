@@ -34,10 +34,10 @@ endforeach()
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${documentation_package}
     COMPONENT documentation EXCLUDE_FROM_ALL)
-install(DIRECTORY docs
+install(DIRECTORY docs examples
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${documentation_package}
     COMPONENT documentation EXCLUDE_FROM_ALL
-    PATTERN reference EXCLUDE)
+    PATTERN reference EXCLUDE PATTERN CMakeLists.txt EXCLUDE PATTERN ctest.cmake EXCLUDE)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/reference/html
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${documentation_package}
     COMPONENT documentation EXCLUDE_FROM_ALL)
@@ -81,6 +81,6 @@ set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ${documentation_package})
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "${about}
-This package holds the guide and the reference of all classes.")
+This package holds the guide, the examples and the reference of all classes.")
 
 include(CPack)

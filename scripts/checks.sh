@@ -188,12 +188,17 @@ check_packages() {
     local libraries
     libraries=$(dirname "$(dirname "$(find "$root" -name zeibreku.pc)")")
     export LD_LIBRARY_PATH=$libraries
-    cmake -S tests/consumer -B "$build/consumer" -D CMAKE_PREFIX_PATH="$root/usr"
+    cmake -S tests/consumer -B "$build/consumer" -D CMAKE_PREFIX_PATH="$root/usr" -D shared=ON
     cmake --build "$build/consumer"
     "$build/consumer/consumer"
     cmake -D compiler="${CXX:-c++}" -D pkg_config=pkg-config -D libdir="$libraries" \
         -D source=tests/consumer/main.cpp -D program="$build/consumer/by_pkg_config" \
         -P tests/consumer/pkg_config.cmake
+    test -e "$root/usr/share/zeibreku/zeibreku.xsd"
+
+    # Every link of the documentation leads to something that is installed too.
+    find "$root/usr/share/doc/libzeibreku-doc" -name '*.md' -print0 |
+        xargs -0 awk -f tests/docs/links.awk
 }
 
 check_demo() { scripts/demo.sh; }
