@@ -70,7 +70,7 @@ def first_sentence(text):
 def read_elements():
     """The elements by their tag."""
     tokens = (ROOT / "function/object/KrFunction.cpp").read_text()
-    tags = dict(re.findall(r'KrToken const (\w+) = ns \+ "(\w+)"', tokens))
+    tags = dict(re.findall(r'KrToken const (\w+) =\s+ns \+ "(\w+)"', tokens))
     elements = {}
     for header in sorted(ROOT.glob("function/*/*.h")):
         text = header.read_text()

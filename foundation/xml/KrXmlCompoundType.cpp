@@ -7,9 +7,20 @@
 #include "foundation/xml/KrXmlWriter.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 namespace {
 [[maybe_unused]] constexpr char version[] = "2.0.0";
+
+std::vector<KrToken> tagsOf(std::initializer_list<KrXmlComponentMap const*> maps) {
+    std::vector<KrToken> tags;
+    for (KrXmlComponentMap const* const map : maps) {
+        for (auto const& entry : *map) {
+            tags.push_back(entry.token);
+        }
+    }
+    return tags;
+}
 
 // Marks a map as registered while it is filled, since who fills it may look at it,
 // and from then on unless that fails.
@@ -94,15 +105,7 @@ KrBoolean KrXmlCompoundType::readElements(KrXmlReader& reader) {
     auto const readChild = [this](KrToken const& token, KrXmlReader& from) {
         return readValueFromToken(token, from);
     };
-    auto const known = [this] {
-        std::vector<KrToken> tags;
-        for (auto const* map : {&componentMap(), &specialDescriptorMap()}) {
-            for (auto const& child : *map) {
-                tags.push_back(child.token);
-            }
-        }
-        return tags;
-    };
+    auto const known = [this] { return tagsOf({&componentMap(), &specialDescriptorMap()}); };
     bool const good = krXmlReadChildren(reader, readChild, known);
     return good && std::ranges::all_of(componentMap(), [&](auto const& component) {
                return component.object->specified() ||
@@ -215,9 +218,10 @@ KrBoolean KrXmlCompoundType::readValueFromSpecialToken(KrToken const& token, KrX
 }
 
 KrBoolean KrXmlCompoundType::readAttributeFromToken(KrToken const& token, KrXmlReader& reader) {
-    auto const* const attribute = prepared().attributeComponentMap().find(token);
+    KrXmlComponentMap const& attributes = prepared().attributeComponentMap();
+    auto const* const attribute = attributes.find(token);
     if (!attribute) {
-        return reader.refuseAttribute();
+        return reader.refuseAttribute([&attributes] { return tagsOf({&attributes}); });
     }
     if (attribute->readOnly) {
         return true;

@@ -1,6 +1,8 @@
 #include "foundation/xml/KrXmlReader.h"
 
 #include "foundation/core/KrPrint.h"
+#include "foundation/core/internal/KrClosest.h"
+#include "foundation/xml/KrXmlFactory.h"
 #include "foundation/xml/internal/KrUtf8.h"
 
 #include <expat.h>
@@ -67,6 +69,24 @@ std::string listed(std::vector<KrToken> const& known) {
         list.append(count == 1 ? " (" : ", ").append(tag.localName());
     }
     return count == 0 ? list : list + ')';
+}
+
+// "element "alhpa"", and which name may have been meant: one that is known here, or that the
+// factory knows.
+std::string unknown(std::string const& kind, std::string_view name,
+                    std::vector<KrToken> const& known, KrXmlFactory const* factory) {
+    std::vector<std::string_view> candidates;
+    for (KrToken const& tag : known) {
+        candidates.push_back(tag.localName());
+    }
+    if (factory) {
+        for (auto const& [tag, creator] : factory->creatorMap()) {
+            candidates.push_back(tag.localName());
+        }
+    }
+    std::string const found = kind + ' ' + krXmlQuoted(name);
+    std::string_view const closest = krClosest(name, candidates);
+    return closest.empty() ? found : found + ": did you mean " + krXmlQuoted(closest) + '?';
 }
 
 // Stands between namespace and local name in the names that expat gives: no document can
@@ -522,11 +542,13 @@ KrBoolean KrXmlReader::refuseElement(KnownTags const& known) {
                           "element " + krXmlQuoted(tag.text()));
         }
     }
-    return refuse("a known element" + listed(tags), "element " + krXmlQuoted(name));
+    return refuse("a known element" + listed(tags), unknown("element", name, tags, factory_));
 }
 
-KrBoolean KrXmlReader::refuseAttribute() {
-    return refuse("a known attribute", "attribute " + krXmlQuoted(localName(attributeName())));
+KrBoolean KrXmlReader::refuseAttribute(KnownTags const& known) {
+    std::vector<KrToken> const tags = isMute() ? std::vector<KrToken>() : tagsOf(known);
+    return refuse("a known attribute" + listed(tags),
+                  unknown("attribute", localName(attributeName()), tags, nullptr));
 }
 
 KrBoolean KrXmlReader::refuseAttributes() {

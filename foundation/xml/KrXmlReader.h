@@ -86,11 +86,12 @@ public:
     KrBoolean refuse(std::string const& expected, std::string const& found);
 
     /// Refuses the current element as none of `known`, which the message lists unless
-    /// the namespace alone is wrong. Returns false.
+    /// the namespace alone is wrong. It asks whether a name was meant that is one or two
+    /// letters off. Returns false.
     KrBoolean refuseElement(KnownTags const& known);
 
-    /// Refuses the current attribute as unknown. Returns false.
-    KrBoolean refuseAttribute();
+    /// The same for the current attribute.
+    KrBoolean refuseAttribute(KnownTags const& known = {});
 
     /// Refuses every attribute of the start tag that was not taken yet; true when
     /// there was none.

@@ -140,16 +140,18 @@ TYPED_TEST(ElementContract, RefusedDocumentsSayWhereAndChangeNothing) {
     std::string const tag(element.token().localName());
     std::string const root = "<" + tag + " xmlns='urn:zeibreku:function#'";
     std::string const start = root + " colour='red'>";
-    std::string known;  // the components, the first few of them
-    for (auto const& component : element.componentMap()) {
-        known += known.empty() ? " (" : ", ";
-        if (std::count(known.begin(), known.end(), ',') == 5) {
-            known += "...";
-            break;
+    auto const listed = [](KrXmlComponentMap const& components) {  // the first few of them
+        std::string known;
+        for (auto const& component : components) {
+            known += known.empty() ? " (" : ", ";
+            if (std::count(known.begin(), known.end(), ',') == 5) {
+                known += "...";
+                break;
+            }
+            known += component.token.localName();
         }
-        known += component.token.localName();
-    }
-    known += known.empty() ? "" : ")";
+        return known.empty() ? known : known + ')';
+    };
     auto const at = [](std::size_t column) {
         return "<string>:1:" + std::to_string(column) + ": ";
     };
@@ -160,9 +162,12 @@ TYPED_TEST(ElementContract, RefusedDocumentsSayWhereAndChangeNothing) {
         EXPECT_EQ(static_cast<int>(message.type), 4);
         refusals += message.text.starts_with("<string>") ? message.text : "";
     }
-    EXPECT_EQ(refusals, at(1) + tag + ": expected a known attribute, found attribute \"colour\"\n" +
-                            at(start.size() + 1) + tag + "/nothing: expected a known element" +
-                            known + ", found element \"nothing\"\n" + at(start.size() + 11) + tag +
+    std::string const known = listed(element.componentMap());
+    EXPECT_EQ(refusals, at(1) + tag + ": expected a known attribute" +
+                            listed(element.attributeComponentMap()) +
+                            ", found attribute \"colour\"\n" + at(start.size() + 1) + tag +
+                            "/nothing: expected a known element" + known +
+                            ", found element \"nothing\"\n" + at(start.size() + 11) + tag +
                             ": expected elements alone" + known + ", found text \"stray\"\n");
     EXPECT_TRUE(element == before);
     // What a document lacks takes its default.

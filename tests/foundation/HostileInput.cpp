@@ -100,7 +100,17 @@ TEST(HostileInput, IsRefusedAtItsPlace) {
         {in("<nelderMead>\n<a:b xmlns:a='" + std::string(1001, 'x') + "' a:c=''/></nelderMead>"),
          "2:1: " + element, "a namespace of at most 1000 bytes, found one of 1001"},
         {in("\n  <nelderMeat><alpha>x</alpha></nelderMeat>"), "2:3: " + holder + "/nelderMeat",
-         "a known element" + family + ", found element \"nelderMeat\""},
+         "a known element" + family +
+             ", found element \"nelderMeat\": did you mean \"nelderMead\"?"},
+        {in("<hookeJeevse/>"), "1:52: " + holder + "/hookeJeevse",
+         "a known element" + family +
+             ", found element \"hookeJeevse\": did you mean \"hookeJeeves\"?"},
+        {in("<hkeJevse/>"), "1:52: " + holder + "/hkeJevse",
+         "a known element" + family + ", found element \"hkeJevse\""},
+        {in("<sequenceOptimizer><mumberPases>1</mumberPases></sequenceOptimizer>"),
+         "1:71: " + holder + "/sequenceOptimizer/mumberPases",
+         "a known element (numberPasses, optimizerSequence, executeInParallel), found element "
+         "\"mumberPases\": did you mean \"numberPasses\"?"},
         {in("<nelderMead xmlns=''/>"), "1:52: " + element,
          "element \"urn:zeibreku:function#nelderMead\", found element \"nelderMead\""},
         {in("<a:nelderMead xmlns:a='urn:zeibreku:function#' a:count='1'/>"), "1:52: " + element,

@@ -152,7 +152,8 @@ TEST(XmlValues, VectorsTakeTheCountForAHint) {
     for (auto const& [content, attributes, message] :
          {std::tuple{"", " count=\"two\"", ":1: item: expected an integer, found \"two\""},
           {"<item>1</item><itm>2</itm>", "",
-           ":52: item/itm: expected a known element (item), found element \"itm\""},
+           ":52: item/itm: expected a known element (item), found element \"itm\": did you mean "
+           "\"item\"?"},
           {"<item>1</item><item>x</item>", "", ":52: item/item: expected a number, found \"x\""}}) {
         EXPECT_EQ(refusal(content, reals, attributes), std::string("<string>:1") + message + "\n");
     }

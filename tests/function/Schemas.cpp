@@ -271,12 +271,27 @@ TEST(AnyElement, IsReadByItsRoot) {
     EXPECT_FALSE(KrXml::fromString("<nelderMead/>", factory));
     EXPECT_FALSE(KrXml::fromString(element("nelderMead", "") + 'x', factory));
     EXPECT_FALSE(KrXml::readFile("absent.xml", factory));
+    // A name that was meant may be one that the factory knows.
+    EXPECT_FALSE(KrXml::fromString(element("unitaryMapCntainer", ""), factory));
+    EXPECT_FALSE(KrXml::fromString(
+        element("scalarFunctionContainer", "<multipointScalarfunction/>"), factory));
+    EXPECT_FALSE(
+        KrXml::fromString(element("tableFunctionVectorSearch serchOption=''", ""), factory));
     EXPECT_EQ(
         captured.text(),
         "<string>:1:1: nelderMead: expected element \"urn:zeibreku:function#nelderMead\", found "
         "element \"nelderMead\"\n"
         "<string>:1:57: expected well-formed XML, found junk after document element\n"
-        "absent.xml: cannot be read: No such file or directory\n");
+        "absent.xml: cannot be read: No such file or directory\n"
+        "<string>:1:1: unitaryMapCntainer: expected a known element (compositeFunctionBranch, "
+        "compositeFunctionContainer, gaussQuadrature, hookeJeeves, implicitFiltering, ...), found "
+        "element \"unitaryMapCntainer\": did you mean \"unitaryMapContainer\"?\n"
+        "<string>:1:57: scalarFunctionContainer/multipointScalarfunction: expected a known element "
+        "(linearScalarFunction, addLibraries), found element \"multipointScalarfunction\": did you "
+        "mean \"multipointScalarFunction\"?\n"
+        "<string>:1:1: tableFunctionVectorSearch: expected a known attribute (searchOption, "
+        "lowerBoundaryOption, upperBoundaryOption), found attribute \"serchOption\": did you mean "
+        "\"searchOption\"?\n");
 }
 
 }  // namespace
