@@ -56,6 +56,26 @@ TEST(XmlDocuments, AStreamThatFailsIsNoDocument) {
     EXPECT_THROW(other.finish(), std::ios_base::failure);
 }
 
+TEST(XmlDocuments, AnAbandonedReaderStillReportsWhatItOmitted) {
+    Kr::Print& print = Kr::Print::instance();
+    std::string last;
+    Kr::Print::Sink const before = print.setSink([&](Kr::Message const& message) {
+        last = message.text;
+        if (last.find("at most") != std::string::npos) {
+            throw std::runtime_error("sink");  // which a destructor must not pass on
+        }
+    });
+    {
+        std::istringstream stream("<a/>");
+        KrXmlReader reader(stream, "a.xml");
+        for (int i = 0; i < 1002; ++i) {
+            reader.refuse("x", "y");
+        }
+    }
+    print.setSink(before);
+    EXPECT_EQ(last, "a.xml:1:1: expected at most 1000 refusals, found 2 more\n");
+}
+
 TEST(XmlDocuments, NestingHasALimitForReaderAndWriter) {
     std::string const path = ": item/item/item/item/.../item/item/item/item: ";
     for (auto const& [depth, limit, place] : {std::tuple{256, 256, std::string()},
