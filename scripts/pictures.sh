@@ -63,30 +63,33 @@ picture_unitary-maps() {
     map s1 sCurveUnitaryMap center 0.5
     map s2 sCurveUnitaryMap center 0.5 centerSlope 20
     map s3 sCurveUnitaryMap center 0.25 centerSlope 5
-    map s4 sCurveUnitaryMap center 0.75 initialSlope 0.6 finalSlope 1.9 centerSlope 0.8
+    map s4 sCurveUnitaryMap center 0.75 initialSlope 0.3 centerSlope 5
     local exponent
     for exponent in 0.25 0.5 1 2 4; do
         map "p$exponent" powerUnitaryMap exponent "$exponent"
     done
-    plot unitary-maps.svg 860 460 <<END
+    plot unitary-maps.svg 760 480 <<END
 set multiplot layout 1,2
 set size ratio 1
 set xrange [0:1]
 set yrange [0:1]
+set xtics 0.25
+set ytics 0.25
 set xlabel "x"
 set ylabel "f(x)" offset 1
+set bmargin 8
+set key at graph 0,-0.25 left top maxcols 1 Left reverse samplen 2
+set title "sCurveUnitaryMap"
+plot "$work/s1.txt" with lines lt 1 title "center 0.5, centerSlope 4", \
+    "$work/s2.txt" with lines lt 2 title "center 0.5, centerSlope 20", \
+    "$work/s3.txt" with lines lt 3 title "center 0.25, centerSlope 5", \
+    "$work/s4.txt" with lines lt 4 title "center 0.75, centerSlope 5, initialSlope 0.3", \
+    "<printf '0.25 0.5\n0.5 0.5\n0.75 0.5\n'" with points pt 7 ps 0.7 lc rgb "black" notitle
 unset key
-set title "S-curves by centre and slopes"
-set label 1 "centre 0.25" right at 0.26,0.62 tc lt 3
-set label 2 "slope 20" right at 0.495,0.56 tc lt 2
-set label 3 "centre 0.5" at 0.6,0.72 tc lt 1
-set label 4 "centre 0.75" at 0.6,0.3 tc lt 4
-plot "$work/s1.txt" with lines lt 1, "$work/s2.txt" with lines lt 2, \
-    "$work/s3.txt" with lines lt 3, "$work/s4.txt" with lines lt 4
-set title "Power maps by exponent"
-set label 1 "1/4" left at 0.16,0.59 tc lt 1
+set title "powerUnitaryMap"
+set label 1 "exponent 1/4" left at 0.04,0.9 tc lt 1
 set label 2 "1/2" left at 0.35,0.55 tc lt 2
-set label 3 "1" at 0.52,0.49 tc lt 6
+set label 3 "1" at 0.53,0.49 tc lt 6
 set label 4 "2" at 0.68,0.42 tc lt 3
 set label 5 "4" at 0.83,0.4 tc lt 4
 plot "$work/p0.25.txt" with lines lt 1, "$work/p0.5.txt" with lines lt 2, \
