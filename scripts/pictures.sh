@@ -146,20 +146,36 @@ picture_linear-search() {
         esac
         for search in linear bisection; do
             table "$name-$search" "$search" limit limit "$x" "$y"
-            evaluate "$name-$search" 0 "${x##* }" 300
+            evaluate "$name-$search" 0 "${x##* }" 600
         done
         paste <(printf '%s\n' $x) <(printf '%s\n' $y) >"$work/$name.txt"
     done
-    plot linear-search.svg 900 400 <<END
-set multiplot layout 1,2
-set xlabel "x, rising"
+    plot linear-search.svg 760 720 <<END
+set multiplot layout 2,1
 set ylabel "y"
-set yrange [-8:24]
-set key top center horizontal maxrows 1 samplen 1.5 width -1 font ",12"
+set key top right maxrows 1 samplen 2
 do for [name in "fine wide"] {
-    set title (name eq "fine" ? "Breakpoints 0.25 apart: linear stays too long" : \
-        "Breakpoints 3 apart: linear leaves early")
-    set xrange [0:(name eq "fine" ? 3 : 36)]
+    unset label
+    unset arrow
+    if (name eq "fine") {
+        set title "Breakpoints 0.25 apart: linear stays until x is 1 beyond a segment's beginning"
+        set xrange [0:3]
+        set yrange [-8:21]
+        set label 1 "the segment 0.25 to 0.5,\nkept until x = 1.25" right at 0.87,15.5
+        set arrow 1 from 0.89,14.5 to 1.03,13.2
+        set label 2 "then the next one, 0.5 to 0.75,\nuntil x = 1.5" left at 1.6,15.5
+        set arrow 2 from 1.58,14.5 to 1.4,10.9
+    } else {
+        set title "Breakpoints 3 apart: linear goes on once x is 1 beyond a segment's beginning"
+        set xlabel "x, rising"
+        set xrange [0:36]
+        set yrange [-4:17]
+        set ytics 5
+        set label 1 "from x = 7 on the segment 9 to 12,\ncontinued to the left" left at 8,11.8
+        set arrow 1 from 7.8,11 to 7.2,9.6
+        set label 2 "beside the last segment\nevery other look-up bisects" right at 35.5,-0.5
+        set arrow 2 from 32,0.9 to 32,7.2
+    }
     plot sprintf("$work/%s-linear.txt", name) using 1:3 with lines lt 2 title "linear", \
         sprintf("$work/%s-bisection.txt", name) using 1:3 with lines lt 1 title "bisection", \
         sprintf("$work/%s.txt", name) with points pt 7 ps 0.8 lc rgb "black" title "breakpoints"
