@@ -233,35 +233,55 @@ plot "$work/leaves.txt" using ((\$1 + \$3) / 2):((\$2 + \$4) / 2):1:3:2:4:5 \
 END
 }
 
-picture_constraint() {
-    # Along x for each y; between the rows a blank line, as contours want it.
+# tabulate INTERVALS STEP FROM TO: the constraint and its gradient, in rows along x for each y. A blank line
+# ends each row, as contours want it.
+tabulate() {
     local y
-    for y in $(seq -3 0.25 3); do
-        "$examples/02_functions" examples/02_functions/quadratic.xml -3 3 24 "$y" |
+    for y in $(seq "$3" "$2" "$4"); do
+        "$examples/02_functions" examples/02_functions/quadratic.xml "$3" "$4" "$1" "$y" |
             awk -v y="$y" '!/^#/ { print $1, y, $2, $3, $4 } END { print "" }'
-    done >"$work/constraint.txt"
-    plot constraint.svg 600 560 <<END
+    done
+}
+
+picture_constraint() {
+    tabulate 140 0.05 -3.5 3.5 >"$work/constraint.txt"
+    tabulate 4 1.2 -2.4 2.4 >"$work/gradients.txt"
+    # Where the values stand on their contours, between the arrows.
+    awk 'function along(y, side, v,    b) {
+            b = 1 + 2 * y
+            print (-b + side * sqrt(b * b + 4 * (3 + v))) / 2, y, v
+        }
+        function above(x, v) { print x, (v + 3 - x - x * x) / (2 * x), v }
+        BEGIN {
+            for (v = 4; v <= 20; v += 4) { along(1.8, 1, v); along(-3.2, -1, v) }
+            for (v = -4; v >= -12; v -= 4) above(-1.8, v)
+            for (v = -4; v >= -8; v -= 4) above(1.8, v)
+        }' >"$work/values.txt"
+    plot constraint.svg 640 640 <<END
 set contour base
-set cntrparam levels discrete -9, -6, -4, -2, 0, 3, 6, 9
+set cntrparam levels incremental -12, 4, 20
 unset surface
 set table "$work/contours.txt"
 splot "$work/constraint.txt" using 1:2:3
 unset table
-set title "x₀ + x₀² + 2 x₀ x₁ − 3: contours and directions of its gradient"
+set title "c(x) = x₀ + x₀² + 2 x₀ x₁ − 3: contours and gradient"
 set xlabel "x₀"
-set ylabel "x₁"
+set ylabel "x₁" offset 1
 set size ratio 1
-set xrange [-3:3]
-set yrange [-3:3]
-set palette defined (-9 "#0072B2", 0 "#333333", 9 "#D55E00")
-set cbrange [-9:9]
-set cbtics 3
-set cblabel "value of the contour"
-# Every other one both ways.
-even(v) = abs(v * 2 - floor(v * 2 + 0.5)) < 0.01
-plot "$work/contours.txt" using 1:2:3 with lines lc palette lw 1.5 notitle, \
-    "$work/constraint.txt" using (even(\$1) && even(\$2) ? \$1 : 1/0):2:(\$4 * 0.35):(\$5 * 0.35) \
-        with vectors size 0.1,20 filled lc rgb "#555555" lw 1 notitle
+set xrange [-3.5:3.5]
+set yrange [-3.5:3.5]
+set tics 1
+unset grid
+set key below samplen 2 maxrows 1
+set style textbox opaque noborder margins 0.3,0.3
+level(v, low, high) = v > low && v < high ? 1 : 1/0
+plot "$work/contours.txt" using 1:(\$2 * level(\$3, 0.5, 99)) with lines lt 2 title "c > 0", \
+    "" using 1:(\$2 * level(\$3, -0.5, 0.5)) with lines lc rgb "black" lw 4 title "c = 0", \
+    "" using 1:(\$2 * level(\$3, -99, -0.5)) with lines lt 1 title "c < 0", \
+    "$work/values.txt" using 1:2:3 with labels boxed font ",12" notitle, \
+    "$work/gradients.txt" using 1:2:4:5 with vectors size 0.12,20 filled lc rgb "#777777" lw 1.5 \
+        title "unit gradient", \
+    "" using 1:2 with points pt 7 ps 0.4 lc rgb "#777777" notitle
 END
 }
 
