@@ -300,22 +300,31 @@ picture_convergence() {
     local settings
     for settings in "${searches[@]}"; do
         trace "$settings" powell 3 -1 0 1
-        awk '$2 == $3' "$work/$settings-powell.txt" >"$work/$settings-steps.txt"
+        # The steps, and where the search stops.
+        awk '$2 == $3; END { print }' "$work/$settings-powell.txt" >"$work/$settings-steps.txt"
+        tail -n 1 "$work/$settings-steps.txt" >"$work/$settings-stop.txt"
     done
-    plot convergence.svg 760 460 <<END
+    plot convergence.svg 760 520 <<END
 set title "Five searches on Powell's quartic function from (3, −1, 0, 1)"
 set xlabel "evaluations"
 set ylabel "best value so far"
-set xrange [0:1200]
+set xrange [0:2080]
 set logscale y
-set yrange [1e-13:1e3]
+set yrange [1e-14:1e4]
 set format y "10^{%T}"
 set ytics 100
 set key top right samplen 3 maxrows 3
+set label 1 "simplex's values differ by\nless than stoppingThreshold 10^{−12}" at 440,5e-12
+set label 2 "steps reduced below\nminTotalReduction 10^{−7}" right at 2050,5e-8
+set label 3 "budget of 2000 evaluations spent" right at 2040,7e-6
 plot for [i = 1:5] sprintf("$work/%s-steps.txt", \
         word("nelder-mead hooke-jeeves sequence implicit-filtering multidirectional", i)) \
     using 1:3 with steps lt i \
-    title word("nelderMead hookeJeeves sequenceOptimizer implicitFiltering multidirectionalSearch", i)
+    title word("nelderMead hookeJeeves sequenceOptimizer implicitFiltering multidirectionalSearch", i), \
+    for [i = 1:5] sprintf("$work/%s-stop.txt", \
+        word("nelder-mead hooke-jeeves sequence implicit-filtering multidirectional", i)) \
+    using 1:3 with points lt i pt 7 ps 0.9 notitle, \
+    NaN with points pt 7 ps 0.9 lc rgb "black" title "search stops"
 END
 }
 
