@@ -334,13 +334,18 @@ picture_paths() {
         trace "$settings" rosenbrock -1.2 1
         # As many as a picture can show. A short line takes less room than a symbol.
         head -n 250 "$work/$settings-rosenbrock.txt" |
-            awk '{ print $4 - 0.006, $5; print $4 + 0.006, $5; print "" }' >"$work/$settings-points.txt"
+            awk '{ print $4 - 0.008, $5; print $4 + 0.008, $5; print "" }' >"$work/$settings-points.txt"
         head -n 250 "$work/$settings-rosenbrock.txt" |
             awk '$2 == $3 { print $4, $5 }' >"$work/$settings-path.txt"
+        head -n 250 "$work/$settings-rosenbrock.txt" |
+            awk 'END {
+                if ($3 < 0.001) printf "{/*0.8 reached: f = %.2g}", $3
+                else printf "{/:Bold*0.8 not reached: f = %.2g}", $3
+            }' >"$work/$settings-end.txt"
     done
     # A contour of the value v is an ellipse in 1 - x and y - x².
     awk 'BEGIN {
-        for (v = 1; v <= 1000; v *= 10) {
+        for (v = 1; v <= 100; v *= 10) {
             n = int(40 * sqrt(v)) + 40
             for (i = 0; i <= n; ++i) {
                 t = i * 6.28318530718 / n
@@ -350,22 +355,28 @@ picture_paths() {
             print ""
         }
     }' >"$work/valley.txt"
-    plot paths.svg 960 620 <<END
+    plot paths.svg 760 590 <<END
 set multiplot layout 2,3 title \
-    "Five searches in Rosenbrock's valley from (−1.2, 1): the first 250 points, and the best of them in turn" font ",16"
+    "Five searches in Rosenbrock's valley from (−1.2, 1): up to 250 evaluations" font ",16" \
+    margins 0.06,0.985,0.085,0.8 spacing 0.055,0.23
 set xrange [-1.7:1.5]
 set yrange [-0.7:1.9]
 set size ratio -1
 unset grid
 unset key
-set xlabel "x" offset 0,0.5
+set xlabel "x" offset 0,0.7
 set ylabel "y" offset 1.5
 set tics 1
+set style textbox opaque noborder margins 0.2,0.2
+set label 1 "1" center at 0.64,0.19 front font ",11" tc rgb "#666666"
+set label 2 "10" center at 0,0.3 boxed front font ",11" tc rgb "#666666"
+set label 3 "100" center at 0,0.995 boxed front font ",11" tc rgb "#666666"
 do for [i = 1:5] {
     name = word("nelder-mead hooke-jeeves sequence implicit-filtering multidirectional", i)
-    set title word("nelderMead hookeJeeves sequenceOptimizer implicitFiltering multidirectionalSearch", i)
-    plot "$work/valley.txt" with lines lc rgb "#cccccc" lw 1, \
-        sprintf("$work/%s-points.txt", name) with lines lc rgb "#56B4E9" lw 2.5, \
+    set title word("nelderMead hookeJeeves sequenceOptimizer implicitFiltering multidirectionalSearch", i) \
+        . "\n" . system(sprintf("cat $work/%s-end.txt", name))
+    plot "$work/valley.txt" with lines lc rgb "#bbbbbb" lw 1, \
+        sprintf("$work/%s-points.txt", name) with lines lc rgb "#56B4E9" lw 3, \
         sprintf("$work/%s-path.txt", name) with lines lc rgb "#D55E00" lw 1.5, \
         "+" using (-1.2):(1.0) every ::0::0 with points pt 7 ps 0.7 lc rgb "black", \
         "+" using (1.0):(1.0) every ::0::0 with points pt 2 ps 1 lw 2 lc rgb "black"
@@ -375,12 +386,13 @@ unset border
 unset tics
 unset xlabel
 unset ylabel
-set key at graph 0.05,0.75 left Left reverse samplen 2 spacing 1.4
-plot NaN with points pt 7 ps 0.7 lc rgb "black" title "start", \
-    NaN with points pt 2 ps 1 lw 2 lc rgb "black" title "minimum, 0 at (1, 1)", \
+unset label
+set key at graph 0,1 left maxcols 1 Left reverse samplen 2 spacing 1.2
+plot NaN with points pt 7 ps 0.7 lc rgb "black" title "start, f = 24.2", \
+    NaN with points pt 2 ps 1 lw 2 lc rgb "black" title "minimum, f = 0", \
     NaN with points pt 7 ps 0.4 lc rgb "#56B4E9" title "evaluated", \
     NaN with lines lc rgb "#D55E00" lw 1.5 title "best so far", \
-    NaN with lines lc rgb "#cccccc" lw 1 title "contours, 1 to 1000"
+    NaN with lines lc rgb "#bbbbbb" lw 1 title "contours of f"
 END
 }
 
