@@ -489,39 +489,47 @@ picture_random-fields() {
     correlation exponential examples/05_random_field/exponential.xml
     correlation triangular examples/05_random_field/triangular.xml
     correlation wave "$work/wave.xml"
-    plot random-fields.png 960 640 <<END
-set multiplot layout 2,3 title \
-    "Random fields by correlation function, and the correlation measured in twenty of each" \
-    font ",12"
-set title font ",11"
+    plot random-fields.png 760 600 <<END
+set multiplot title "Random fields of three correlation functions of the distance d" font ",13"
 set palette defined (0 "#440154", 1 "#3b528b", 2 "#21918c", 3 "#5ec962", 4 "#fde725")
 set palette maxcolors 32
 set cbrange [-3:3]
-unset colorbox
-set size ratio 1
+set cbtics 1
+set cblabel "standard deviations" offset 1
+set xtics 50
+set ytics 50
 unset grid
-set xtics 25
-set ytics 25
-set xlabel "x (dark −3, bright 3 standard deviations)"
-set ylabel "y"
-do for [name in "exponential triangular wave"] {
-    set title name . (name eq "wave" ? ", exp(−d/10) cos(d/2)" : \
-        name eq "triangular" ? ", 1 − d/10" : ", exp(−d/10)")
+set xlabel "x" offset 0,0.5
+set tmargin at screen 0.83
+set bmargin at screen 0.54
+do for [i = 1:3] {
+    name = word("exponential triangular wave", i)
+    set lmargin at screen 0.085 + (i - 1) * 0.285
+    set rmargin at screen 0.31 + (i - 1) * 0.285
+    set title word("exp(−d/10) 1−d/10 exp(−d/10)·cos(d/2)", i) . (i == 2 ? ", 0 from 10 on" : "") \
+        . "\nlength " . (i == 3 ? "10, wavelength 4π" : "10") font ",11"
+    if (i == 1) { set ylabel "y" } else { unset ylabel }
+    if (i == 3) { set colorbox } else { unset colorbox }
     plot [0:100] [0:100] sprintf("$work/%s-field.txt", name) matrix using (\$1 * 0.5):(\$2 * 0.5):3 \
         with image notitle
 }
-set size noratio
 set grid
-set xtics 5
+set xtics 10
 set ytics 0.5
 set xlabel "distance d"
-set ylabel "correlation"
 unset title
-set key top right samplen 2
-do for [name in "exponential triangular wave"] {
+set tmargin at screen 0.43
+set bmargin at screen 0.15
+set key at screen 0.52,0.015 center bottom maxrows 1 Left reverse samplen 2
+do for [i = 1:3] {
+    name = word("exponential triangular wave", i)
+    set lmargin at screen 0.085 + (i - 1) * 0.285
+    set rmargin at screen 0.31 + (i - 1) * 0.285
+    if (i == 1) { set ylabel "correlation" } else { unset ylabel; unset key }
     plot [0:24] [-0.6:1.05] sprintf("$work/%s-given.txt", name) with lines lt 6 title "given", \
-        sprintf("$work/%s-expected.txt", name) with lines lt 1 title "of turned samples", \
-        sprintf("$work/%s-measured.txt", name) with points pt 7 ps 0.8 lc rgb "#D55E00" title "measured"
+        sprintf("$work/%s-expected.txt", name) with lines lt 1 title "averaged over angles", \
+        sprintf("$work/%s-measured.txt", name) with points pt 7 ps 0.8 lc rgb "#D55E00" \
+            title "measured in 20 fields"
 }
 END
 }
