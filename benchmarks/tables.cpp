@@ -4,7 +4,8 @@
 // is our median time over the other's, "goal" what it is to stay below.
 //
 // Slowly varying queries follow a curve through the grid, a hundredth of a cell at
-// a step; the others are random.
+// a step. The others are random, and new in each round: a processor learns the branches of
+// a few thousand queries that repeat.
 //
 // Run by itself with --memory, the program reads a table of 10 million values.
 
@@ -53,9 +54,8 @@ struct Case {
 };
 
 struct Data {
-    explicit Data(Case const& c) : axis(c.breakpoints), tables(c.tables) {
-        std::mt19937 random(1);
-        std::uniform_real_distribution<double> unit(0.0, 1.0);
+    explicit Data(Case const& c)
+        : axis(c.breakpoints), tables(c.tables), queries(queryCount, Reals(c.dimensions)) {
         std::size_t points = 1;
         for (std::size_t i = 0; i < axis.size(); ++i) {
             axis[i] = static_cast<double>(i);
@@ -68,19 +68,27 @@ struct Data {
                 table.push_back(unit(random));
             }
         }
-        double const width = axis.back();
         for (std::size_t q = 0; q < queryCount; ++q) {
-            Reals point(c.dimensions);
+            double const turn = 0.02 / axis.back() * static_cast<double>(q);
             for (std::size_t d = 0; d < c.dimensions; ++d) {
-                double const turn =
-                    0.02 / width * static_cast<double>(q) * (1.0 + 0.1 * static_cast<double>(d));
-                point[d] =
-                    c.slow ? 0.5 * width * (1.0 + 0.999 * std::sin(turn)) : width * unit(random);
+                queries[q][d] =
+                    0.5 * axis.back() *
+                    (1.0 + 0.999 * std::sin(turn * (1.0 + 0.1 * static_cast<double>(d))));
             }
-            queries.push_back(point);
+        }
+        if (!c.slow) {
+            drawQueries();
         }
     }
 
+    void drawQueries() {
+        for (Reals& query : queries) {
+            std::ranges::generate(query, [&] { return axis.back() * unit(random); });
+        }
+    }
+
+    std::mt19937 random{1};
+    std::uniform_real_distribution<double> unit{0.0, 1.0};
     Reals axis;
     std::vector<Reals> tables;
     std::vector<Reals> queries;
@@ -205,7 +213,7 @@ double timeOf(Function& f, std::vector<Reals> const& queries) {
 
 template <class Peer>
 void compare(benchmark::State& state, Case const& c) {
-    Data const data(c);
+    Data data(c);
     Ours ours(c, data);
     Plain plain(c, data);
     Peer peer(c, data);
@@ -224,6 +232,9 @@ void compare(benchmark::State& state, Case const& c) {
     Reals ourTimes;
     Reals peerTimes;
     for (auto _ : state) {
+        if (!c.slow) {
+            data.drawQueries();
+        }
         ourTimes.push_back(timeOf(ours, data.queries));
         peerTimes.push_back(timeOf(peer, data.queries));
         state.SetIterationTime(ourTimes.back() * 1e-9);
@@ -266,7 +277,11 @@ void addAll() {
     add<Plain>("4-D slow linear / plain", {4, 8, 1, Search::LINEAR, slow, 0.5});
     add<Plain>("5-D slow linear / plain", {5, 8, 1, Search::LINEAR, slow, 0.6});
     add<Plain>("6-D slow linear / plain", {6, 6, 1, Search::LINEAR, slow, 0.65});
-    add<Plain>("6-D slow linear, 4 tables / plain", {6, 6, 4, Search::LINEAR, slow, 0.65});
+    add<Plain>("4-D slow linear, 4 tables / plain", {4, 9, 4, Search::LINEAR, slow, 0.5});
+    add<Plain>("5-D slow linear, 4 tables / plain", {5, 7, 4, Search::LINEAR, slow, 0.5});
+    add<Plain>("6-D slow linear, 4 tables / plain", {6, 6, 4, Search::LINEAR, slow, 0.5});
+    add<Plain>("6-D random bisection / plain", {6, 6, 1, Search::BISECTION, random, 0.65});
+    add<Plain>("6-D random equal_spaced / plain", {6, 6, 1, Search::EQUAL_SPACED, random, 0.65});
 }
 
 void printMemory(char const* when) {

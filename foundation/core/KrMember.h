@@ -13,6 +13,7 @@
 /// | `T`               | yes                 | yes                |
 /// | `KrUncompared<T>` | yes                 | no                 |
 /// | `KrScratch<T>`    | no: each has its own| no                 |
+/// | `KrCache<T>`      | no: starts empty    | no                 |
 /// | `KrOwned<T>`      | by `clone()`        | by `equality()`    |
 
 /// A value that is copied but takes no part in equality, such as derived data.
@@ -63,6 +64,49 @@ public:
 
 private:
     T value_{};
+};
+
+/// What is derived from the other members of its object when it is first needed, and
+/// empty until then. A copy starts empty, an assignment empties its target, and it is
+/// not compared.
+///
+/// `T` may be incomplete where the member is declared. The class then defines its
+/// constructors, assignments and destructor where `T` is complete.
+template <class T>
+class KrCache {
+public:
+    KrCache() = default;
+    /// Starts empty.
+    KrCache(KrCache const&) noexcept {}
+    /// Empties this cache.
+    KrCache& operator=(KrCache const&) noexcept {
+        clear();
+        return *this;
+    }
+    ~KrCache() = default;
+
+    /// Whether there is a value.
+    explicit operator bool() const { return value_ != nullptr; }
+    /// The value, which must exist.
+    T& operator*() const { return *value_; }
+    /// A member of the value, which must exist.
+    T* operator->() const { return value_.get(); }
+
+    /// Replaces the value, and returns the new one.
+    T& set(std::unique_ptr<T> value) {
+        value_ = std::move(value);
+        return *value_;
+    }
+    /// Drops the value.
+    void clear() { value_.reset(); }
+    /// Exchanges the values, for an object that changes places with another.
+    void swap(KrCache& other) noexcept { value_.swap(other.value_); }
+
+    /// Always true.
+    bool operator==(KrCache const&) const { return true; }
+
+private:
+    std::unique_ptr<T> value_;
 };
 
 /// The sole owner of a polymorphic object, null when there is none. A copy

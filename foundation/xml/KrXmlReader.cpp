@@ -76,6 +76,7 @@ std::string listed(std::vector<KrToken> const& known) {
 std::string unknown(std::string const& kind, std::string_view name,
                     std::vector<KrToken> const& known, KrXmlFactory const* factory) {
     std::vector<std::string_view> candidates;
+    candidates.reserve(known.size());
     for (KrToken const& tag : known) {
         candidates.push_back(tag.localName());
     }

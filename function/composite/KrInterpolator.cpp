@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <utility>
 
 namespace {
@@ -33,13 +34,216 @@ std::size_t roomIn(Table const& table, std::size_t span) {
     return table.size() - std::min(table.size(), span);
 }
 
-// From this number of axes on, corners are kept in memory.
-constexpr std::size_t manyAxes = 4;
-
 template <class Value>
 constexpr Value nan = std::numeric_limits<Value>::quiet_NaN();
 
+// The corners of a cell: each has an offset from the first one, and a weight. An axis
+// splits every corner in two. The compiler knows the number of axes, and keeps the
+// corners apart in registers.
+template <class Value, std::size_t axes>
+class FewCorners {
+public:
+    static constexpr std::size_t axisCount() { return axes; }
+
+    void weigh(std::size_t axis, std::size_t stride, Value upperWeight) {
+        Value const lowerWeight = 1.0 - upperWeight;
+        std::size_t const step = axis == 0 ? 1 : stride;  // a constant, for the compiler
+        for (std::size_t k = std::size_t{1} << axis; k-- > 0;) {
+            weights_[2 * k + 1] = upperWeight * weights_[k];
+            weights_[2 * k] = lowerWeight * weights_[k];
+            offsets_[2 * k + 1] = offsets_[k] + step;
+            offsets_[2 * k] = offsets_[k];
+        }
+    }
+
+    // The interpolated value of the table whose cell begins at `cell`.
+    Value sum(Value const* cell) const {
+        Value sum = 0.0;
+        for (std::size_t k = 0; k < weights_.size(); ++k) {
+            sum += weights_[k] * cell[offsets_[k]];
+        }
+        return sum;
+    }
+
+private:
+    std::array<Value, std::size_t{1} << axes> weights_{1.0};
+    std::array<std::size_t, std::size_t{1} << axes> offsets_{0};
+};
+
+// The same for any number of axes. The sum splits the corners along the last axis, so
+// that half of the weights need no memory.
+template <class Value>
+class ManyCorners {
+public:
+    ManyCorners() = default;
+    explicit ManyCorners(std::vector<std::size_t> const& strides)
+        : axes_(strides.size()), lastStride_(strides.back()), offsets_{0} {
+        for (std::size_t a = 0; a + 1 < axes_; ++a) {
+            for (std::size_t const offset : std::exchange(offsets_, {})) {
+                offsets_.push_back(offset);
+                offsets_.push_back(offset + strides[a]);
+            }
+        }
+        weights_.resize(offsets_.size());
+    }
+
+    std::size_t axisCount() const { return axes_; }
+
+    void weigh(std::size_t axis, std::size_t, Value upperWeight) {
+        Value* const weights = weights_.data();
+        Value const lowerWeight = 1.0 - upperWeight;
+        if (axis + 1 == axes_) {
+            lowerWeight_ = lowerWeight;
+            upperWeight_ = upperWeight;
+        } else if (axis == 0) {
+            weights[0] = lowerWeight;
+            weights[1] = upperWeight;
+        } else {
+            // Downward, so that a weight is read before its place is used.
+            for (std::size_t k = std::size_t{1} << axis; k-- > 0;) {
+                Value const weight = weights[k];
+                weights[2 * k] = lowerWeight * weight;
+                weights[2 * k + 1] = upperWeight * weight;
+            }
+        }
+    }
+
+    Value sum(Value const* cell) const {
+        Value sum = 0.0;
+        forEachPair(
+            [&](std::size_t lower, std::size_t upper, Value lowerWeight, Value upperWeight) {
+                sum += lowerWeight * cell[lower];
+                sum += upperWeight * cell[upper];
+            });
+        return sum;
+    }
+
+    // The same for four tables. An addition waits for the one before it in its own sum
+    // alone, so that four sums in two registers take less time than two in turn: 1.3
+    // times less in 4-D and 1.6 times in 6-D than table by table.
+    static constexpr std::ptrdiff_t sideBySide = 4;
+    Value* sumSideBySide(std::vector<Value> const* tables, std::size_t first, Value* result) const {
+        typedef Value Pair __attribute__((vector_size(2 * sizeof(Value))));
+        Value const* const a = tables[0].data() + first;
+        Value const* const b = tables[1].data() + first;
+        Value const* const c = tables[2].data() + first;
+        Value const* const d = tables[3].data() + first;
+        Pair ab{};
+        Pair cd{};
+        forEachPair(
+            [&](std::size_t lower, std::size_t upper, Value lowerWeight, Value upperWeight) {
+                ab += lowerWeight * Pair{a[lower], b[lower]};
+                cd += lowerWeight * Pair{c[lower], d[lower]};
+                ab += upperWeight * Pair{a[upper], b[upper]};
+                cd += upperWeight * Pair{c[upper], d[upper]};
+            });
+        for (Value const sum : {ab[0], ab[1], cd[0], cd[1]}) {
+            *result++ = sum;
+        }
+        return result;
+    }
+
+private:
+    // Calls `add` with the offsets and weights of two corners that differ in the last axis.
+    template <class Add>
+    [[gnu::always_inline]] void forEachPair(Add add) const {
+        Value const* const weights = weights_.data();
+        std::size_t const* const offsets = offsets_.data();
+        std::size_t const pairs = offsets_.size();
+        std::size_t const stride = lastStride_;
+        Value const lowerWeight = lowerWeight_;
+        Value const upperWeight = upperWeight_;
+        for (std::size_t k = 0; k < pairs; ++k) {
+            add(offsets[k], offsets[k] + stride, lowerWeight * weights[k],
+                upperWeight * weights[k]);
+        }
+    }
+
+    std::size_t axes_ = 0;
+    std::size_t lastStride_ = 0;
+    Value lowerWeight_ = 0.0;  // of the last axis
+    Value upperWeight_ = 0.0;
+    std::vector<std::size_t> offsets_;  // without the last axis
+    std::vector<Value> weights_;
+};
+
 }  // namespace
+
+template <class Value>
+struct [[gnu::visibility("hidden")]] KrInterpolator<Value>::Grid {
+    using Search = KrVectorSearch<Value>;
+    using Values = std::vector<Value>;
+
+    // How the place on an axis is had: by looking a point up, or from the last look-up.
+    struct AtPoint {
+        auto operator()(Search const& search, std::size_t dimension) const {
+            return search.locate(point[dimension]);
+        }
+        Value const* point;
+    };
+    struct AtLast {
+        auto operator()(Search const& search, std::size_t) const { return search.found_; }
+    };
+
+    // A dimension of two breakpoints or more.
+    struct Axis {
+        Search const* search;
+        std::size_t dimension;
+        std::size_t stride;
+    };
+
+    Grid(std::vector<Values> const& tables, std::vector<Search> const& searches);
+
+    // One function for each number of axes, chosen once: it saves as few registers as it
+    // needs.
+    template <class Locate>
+    using Evaluation = Values const& (*)(Grid&, KrInterpolator const&, Locate);
+    template <class Locate>
+    static Evaluation<Locate> evaluationOf(std::size_t axisCount);
+    template <class Locate>
+    static Values const& evaluateToNaN(Grid & grid, KrInterpolator const& f, Locate locate);
+    template <class Corners, class Locate>
+    static Values const& evaluateFew(Grid & grid, KrInterpolator const& f, Locate locate);
+    template <class Locate>
+    static Values const& evaluateMany(Grid & grid, KrInterpolator const& f, Locate locate);
+    template <class Corners, class Locate>
+    Values const& interpolate(Corners & cell, KrInterpolator const& f, Locate locate) const;
+
+    Evaluation<AtPoint> evaluateAtPoint = evaluateToNaN<AtPoint>;
+    Evaluation<AtLast> evaluateAtLast = evaluateToNaN<AtLast>;
+    std::size_t dimensions;
+    std::vector<Axis> axes;
+    std::size_t span = 0;  // from the first corner of a cell to its last
+    std::size_t room = 0;  // first corners before it have their cell in each table
+    ManyCorners<Value> corners;
+};
+
+template <class Value>
+KrInterpolator<Value>::KrInterpolator() = default;
+
+template <class Value>
+KrInterpolator<Value>::KrInterpolator(KrInterpolator const& source) = default;
+
+template <class Value>
+KrInterpolator<Value>& KrInterpolator<Value>::operator=(KrInterpolator const& source) {
+    KrInterpolator copy(source);
+    swap(copy);
+    return *this;
+}
+
+template <class Value>
+KrInterpolator<Value>::KrInterpolator(KrInterpolator&& source) noexcept {
+    swap(source);
+}
+
+template <class Value>
+KrInterpolator<Value>& KrInterpolator<Value>::operator=(KrInterpolator&& source) noexcept {
+    swap(source);
+    return *this;
+}
+
+template <class Value>
+KrInterpolator<Value>::~KrInterpolator() = default;
 
 template <class Value>
 KrInterpolator<Value>* KrInterpolator<Value>::clone() const {
@@ -66,27 +270,27 @@ template <class Value>
 void KrInterpolator<Value>::init() {
     tables_.clear();
     searches_.clear();
-    *grid_ = Grid();
+    grid_.clear();
 }
 
 template <class Value>
 void KrInterpolator<Value>::addDimension(KrVectorSearch<Value> const& search) {
     searches_.push_back(search);
-    *grid_ = Grid();
+    grid_.clear();
 }
 
 template <class Value>
 void KrInterpolator<Value>::addInterpolator(std::vector<Value> table) {
     tables_.push_back(std::move(table));
-    *grid_ = Grid();
+    grid_.clear();
 }
 
 template <class Value>
 std::vector<Value> const& KrInterpolator<Value>::evaluate() const {
-    if (!grid_->measured) {
+    if (!grid_) {
         measure();
     }
-    return grid_->evaluateAtLast(*this, {});
+    return grid_->evaluateAtLast(*grid_, *this, {});
 }
 
 template <class Value>
@@ -102,17 +306,17 @@ std::vector<Value> const& KrInterpolator<Value>::evaluate(Value x0, ...) const {
 
 template <class Value>
 std::vector<Value> const& KrInterpolator<Value>::evaluate(std::vector<Value> const& point) const {
-    if (point.size() < grid_->coordinates) {
+    if (!grid_ || point.size() < grid_->dimensions) {
         return evaluateUnprepared(point);
     }
-    return grid_->evaluateAtPoint(*this, {point.data()});
+    return grid_->evaluateAtPoint(*grid_, *this, {point.data()});
 }
 
-// Before the grid was measured, and for a point that lacks a coordinate.
+// Before the grid is measured, and at a point that lacks coordinates.
 template <class Value>
 std::vector<Value> const& KrInterpolator<Value>::evaluateUnprepared(
     std::vector<Value> const& point) const {
-    if (!grid_->measured) {
+    if (!grid_) {
         measure();
         return KrInterpolator::evaluate(point);
     }
@@ -149,172 +353,120 @@ void KrInterpolator<Value>::swap(KrInterpolator& other) noexcept {
     std::swap(searches_, other.searches_);
     std::swap(bounds_, other.bounds_);
     std::swap(limitOrExtrapolate_, other.limitOrExtrapolate_);
-    std::swap(grid_, other.grid_);
+    grid_.swap(other.grid_);
     std::swap(result_, other.result_);
 }
 
 template <class Value>
 void KrInterpolator<Value>::measure() const {
-    Grid grid = measured();
+    auto grid = std::make_unique<Grid>(tables_, searches_);
     result_->resize(tables_.size());
-    *grid_ = std::move(grid);
+    grid_.set(std::move(grid));
 }
 
 template <class Value>
-auto KrInterpolator<Value>::measured() const -> Grid {
-    Grid grid;
-    grid.measured = true;
-    grid.coordinates = searches_.size();
-    grid.evaluateAtPoint = answerNaN<AtPoint>;
-    grid.evaluateAtLast = answerNaN<AtLast>;
-    std::size_t const points = pointCount(searches_);
-    if (tables_.empty() || points == 0 || points == largest) {
-        return grid;
+KrInterpolator<Value>::Grid::Grid(std::vector<std::vector<Value>> const& tables,
+                                  std::vector<KrVectorSearch<Value>> const& searches)
+    : dimensions(searches.size()) {
+    std::size_t const points = pointCount(searches);
+    if (tables.empty() || points == 0 || points == largest) {
+        return;
     }
+    std::vector<std::size_t> strides;
     std::size_t stride = 1;
-    for (std::size_t d = 0; d < searches_.size(); ++d) {
-        if (searches_[d].size() > 1) {
-            grid.axes.push_back({d, stride});
-            grid.span += stride;
+    for (std::size_t d = 0; d < dimensions; ++d) {
+        if (searches[d].size() > 1) {
+            axes.push_back({&searches[d], d, stride});
+            strides.push_back(stride);
+            span += stride;
         }
-        stride *= searches_[d].size();
+        stride *= searches[d].size();
     }
-    auto const [shortest, longest] = std::ranges::minmax(tables_, {}, &std::vector<Value>::size);
-    grid.room = roomIn(shortest, grid.span);
+    auto const [shortest, longest] = std::ranges::minmax(tables, {}, &std::vector<Value>::size);
+    room = roomIn(shortest, span);
     // The corners of a cell lie apart, so that a table of fewer values lacks one.
-    std::size_t const axisCount = grid.axes.size();
-    if (std::size_t{1} << axisCount > longest.size()) {
-        return grid;
+    if (std::size_t{1} << axes.size() > longest.size()) {
+        return;
     }
-    grid.evaluateAtPoint = evaluationOf<AtPoint>(axisCount);
-    grid.evaluateAtLast = evaluationOf<AtLast>(axisCount);
-    if (axisCount < manyAxes) {
-        return grid;
+    evaluateAtPoint = evaluationOf<AtPoint>(axes.size());
+    evaluateAtLast = evaluationOf<AtLast>(axes.size());
+    if (axes.size() > 3) {
+        corners = ManyCorners<Value>(strides);
     }
-    grid.offsets = {0};
-    for (std::size_t a = 0; a + 1 < axisCount; ++a) {
-        std::vector<std::size_t> const before = std::exchange(grid.offsets, {});
-        for (std::size_t const offset : before) {
-            grid.offsets.push_back(offset);
-            grid.offsets.push_back(offset + grid.axes[a].stride);
-        }
-    }
-    grid.weights.resize(grid.offsets.size());
-    return grid;
 }
 
 template <class Value>
 template <class Locate>
-auto KrInterpolator<Value>::evaluationOf(std::size_t axisCount) -> Evaluation<Locate> {
-    constexpr Evaluation<Locate> few[manyAxes] = {
-        sumFewCorners<0, Locate>, sumFewCorners<1, Locate>, sumFewCorners<2, Locate>,
-        sumFewCorners<3, Locate>};
-    return axisCount < manyAxes ? few[axisCount] : sumManyCorners<Locate>;
+auto KrInterpolator<Value>::Grid::evaluationOf(std::size_t axisCount) -> Evaluation<Locate> {
+    switch (axisCount) {
+        case 0: return evaluateFew<FewCorners<Value, 0>>;
+        case 1: return evaluateFew<FewCorners<Value, 1>>;
+        case 2: return evaluateFew<FewCorners<Value, 2>>;
+        case 3: return evaluateFew<FewCorners<Value, 3>>;
+        default: return evaluateMany<Locate>;
+    }
 }
 
 template <class Value>
 template <class Locate>
-std::vector<Value> const& KrInterpolator<Value>::answerNaN(KrInterpolator const& self,
-                                                           Locate locate) {
-    for (std::size_t d = 0; d < self.searches_.size(); ++d) {
-        locate(self.searches_[d], d);
+auto KrInterpolator<Value>::Grid::evaluateToNaN(Grid& grid, KrInterpolator const& f, Locate locate)
+    -> Values const& {
+    for (std::size_t d = 0; d < grid.dimensions; ++d) {
+        locate(f.searches_[d], d);
     }
-    std::ranges::fill(*self.result_, nan<Value>);
-    return *self.result_;
+    std::ranges::fill(*f.result_, nan<Value>);
+    return *f.result_;
 }
 
-// The number of axes is known to the compiler, which keeps the corners apart in
-// registers.
 template <class Value>
-template <std::size_t axisCount, class Locate>
-std::vector<Value> const& KrInterpolator<Value>::sumFewCorners(KrInterpolator const& self,
-                                                               Locate locate) {
-    constexpr std::size_t cornerCount = std::size_t{1} << axisCount;
-    Grid const& grid = *self.grid_;
-    std::array<Value, cornerCount> weights{1.0};
-    std::array<std::size_t, cornerCount> offsets{0};
+template <class Corners, class Locate>
+auto KrInterpolator<Value>::Grid::evaluateFew(Grid& grid, KrInterpolator const& f, Locate locate)
+    -> Values const& {
+    Corners cell;
+    return grid.interpolate(cell, f, locate);
+}
+
+template <class Value>
+template <class Locate>
+auto KrInterpolator<Value>::Grid::evaluateMany(Grid& grid, KrInterpolator const& f, Locate locate)
+    -> Values const& {
+    return grid.interpolate(grid.corners, f, locate);
+}
+
+// Locates the point on each axis, weighs the corners of its cell, and sums each table's
+// values there.
+template <class Value>
+template <class Corners, class Locate>
+[[gnu::always_inline]] inline auto KrInterpolator<Value>::Grid::interpolate(Corners& cell,
+                                                                            KrInterpolator const& f,
+                                                                            Locate locate) const
+    -> Values const& {
     std::size_t first = 0;
-    for (std::size_t a = 0; a < axisCount; ++a) {
-        Axis const axis = grid.axes[a];
-        std::size_t const stride = a == 0 ? 1 : axis.stride;
-        auto const [index, upperWeight] = locate(self.searches_[axis.dimension], axis.dimension);
-        Value const lowerWeight = 1.0 - upperWeight;
-        first += static_cast<std::size_t>(index) * stride;
-        for (std::size_t k = std::size_t{1} << a; k-- > 0;) {
-            weights[2 * k + 1] = upperWeight * weights[k];
-            weights[2 * k] = lowerWeight * weights[k];
-            offsets[2 * k + 1] = offsets[k] + stride;
-            offsets[2 * k] = offsets[k];
+    for (std::size_t a = 0; a < cell.axisCount(); ++a) {
+        Axis const& axis = axes[a];
+        auto const [index, fraction] = locate(*axis.search, axis.dimension);
+        first += static_cast<std::size_t>(index) * (a == 0 ? 1 : axis.stride);
+        cell.weigh(a, axis.stride, fraction);
+    }
+    Value* result = f.result_->data();
+    Values const* table = f.tables_.data();
+    Values const* const end = table + f.tables_.size();
+    if (first >= room) {
+        for (; table != end; ++table) {
+            bool const isInside = first < roomIn(*table, span);
+            *result++ = isInside ? cell.sum(table->data() + first) : nan<Value>;
+        }
+        return *f.result_;
+    }
+    if constexpr (requires { Corners::sideBySide; }) {
+        for (; end - table >= Corners::sideBySide; table += Corners::sideBySide) {
+            result = cell.sumSideBySide(table, first, result);
         }
     }
-    return self.sumTables(first, [&](Value const* cell) {
-        Value sum = 0.0;
-        for (std::size_t k = 0; k < cornerCount; ++k) {
-            sum += weights[k] * cell[offsets[k]];
-        }
-        return sum;
-    });
-}
-
-// The corners of the last axis are made in the sum, two at a time, so that half of
-// the weights need no place.
-template <class Value>
-template <class Locate>
-std::vector<Value> const& KrInterpolator<Value>::sumManyCorners(KrInterpolator const& self,
-                                                                Locate locate) {
-    Grid& grid = *self.grid_;
-    Value* const weights = grid.weights.data();
-    std::size_t const* const offsets = grid.offsets.data();
-    std::size_t const pairCount = grid.offsets.size();
-    std::size_t first = 0;
-    weights[0] = 1.0;
-    for (std::size_t a = 0; a + 1 < grid.axes.size(); ++a) {
-        Axis const axis = grid.axes[a];
-        auto const [index, upperWeight] = locate(self.searches_[axis.dimension], axis.dimension);
-        Value const lowerWeight = 1.0 - upperWeight;
-        first += static_cast<std::size_t>(index) * axis.stride;
-        // Downward, so that a weight is read before its place is used.
-        for (std::size_t k = std::size_t{1} << a; k-- > 0;) {
-            Value const weight = weights[k];
-            weights[2 * k] = lowerWeight * weight;
-            weights[2 * k + 1] = upperWeight * weight;
-        }
+    for (; table != end; ++table) {
+        *result++ = cell.sum(table->data() + first);
     }
-    Axis const axis = grid.axes.back();
-    auto const place = locate(self.searches_[axis.dimension], axis.dimension);
-    Value const upperWeight = place.fraction;
-    Value const lowerWeight = 1.0 - upperWeight;
-    first += static_cast<std::size_t>(place.index) * axis.stride;
-    return self.sumTables(first, [&](Value const* cell) {
-        Value sum = 0.0;
-        for (std::size_t k = 0; k < pairCount; ++k) {
-            Value const* const corner = cell + offsets[k];
-            sum += lowerWeight * weights[k] * corner[0];
-            sum += upperWeight * weights[k] * corner[axis.stride];
-        }
-        return sum;
-    });
-}
-
-// `sumCell(cell)` interpolates one table, in which the cell's first corner is at
-// `cell`, the position `first`.
-template <class Value>
-template <class SumCell>
-[[gnu::always_inline]] inline std::vector<Value> const& KrInterpolator<Value>::sumTables(
-    std::size_t first, SumCell sumCell) const {
-    Grid const& grid = *grid_;
-    Value* result = result_->data();
-    if (first < grid.room) {
-        for (std::vector<Value> const& table : tables_) {
-            *result++ = sumCell(table.data() + first);
-        }
-    } else {
-        for (std::vector<Value> const& table : tables_) {
-            bool const isInside = first < roomIn(table, grid.span);
-            *result++ = isInside ? sumCell(table.data() + first) : nan<Value>;
-        }
-    }
-    return *result_;
+    return *f.result_;
 }
 
 template class KrInterpolator<double>;

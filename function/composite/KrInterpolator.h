@@ -6,7 +6,6 @@
 #include <concepts>
 #include <cstddef>
 #include <initializer_list>
-#include <limits>
 #include <vector>
 
 /// Multilinear interpolation of one or more tables over the same rectangular
@@ -46,22 +45,15 @@ public:
     /// For each dimension two flags, one for either end.
     using Flags = std::vector<std::vector<KrBoolean>>;
 
-    KrInterpolator() = default;
-    KrInterpolator(KrInterpolator const&) = default;
+    KrInterpolator();
+    KrInterpolator(KrInterpolator const& source);
     /// Takes everything, or nothing when memory runs out.
-    KrInterpolator& operator=(KrInterpolator const& source) {
-        KrInterpolator copy(source);
-        swap(copy);
-        return *this;
-    }
+    KrInterpolator& operator=(KrInterpolator const& source);
     /// The source gets what this one held, so that it can be used as before.
-    KrInterpolator(KrInterpolator&& source) noexcept { swap(source); }
+    KrInterpolator(KrInterpolator&& source) noexcept;
     /// The two change places.
-    KrInterpolator& operator=(KrInterpolator&& source) noexcept {
-        swap(source);
-        return *this;
-    }
-    virtual ~KrInterpolator() = default;
+    KrInterpolator& operator=(KrInterpolator&& source) noexcept;
+    virtual ~KrInterpolator();
 
     /// A copy on the heap, owned by the caller.
     virtual KrInterpolator* clone() const;
@@ -131,63 +123,18 @@ public:
     bool operator==(KrInterpolator const&) const = default;
 
 private:
-    // A dimension of two breakpoints or more.
-    struct Axis {
-        std::size_t dimension;
-        std::size_t stride;
-    };
-
-    // How the places in the dimensions are had: by looking up a point, or those
-    // that were looked up last.
-    struct AtPoint {
-        auto operator()(KrVectorSearch<Value> const& search, std::size_t dimension) const {
-            return search.locate(point[dimension]);
-        }
-        Value const* point;
-    };
-    struct AtLast {
-        auto operator()(KrVectorSearch<Value> const& search, std::size_t) const {
-            return search.found_;
-        }
-    };
-    // Made for one number of axes, and chosen once.
-    template <class Locate>
-    using Evaluation = std::vector<Value> const& (*)(KrInterpolator const&, Locate);
-
-    // What follows from tables and dimensions, and the working space.
-    struct Grid {
-        bool measured = false;
-        std::size_t coordinates = std::numeric_limits<std::size_t>::max();  // of a point, at least
-        Evaluation<AtPoint> evaluateAtPoint = nullptr;
-        Evaluation<AtLast> evaluateAtLast = nullptr;
-        std::vector<Axis> axes;
-        std::size_t span = 0;  // from the first corner of a cell to its last
-        std::size_t room = 0;  // first corners before it have their cell in each table
-        // Of the corners without the last axis, when there are more than three.
-        std::vector<std::size_t> offsets;
-        std::vector<Value> weights;
-    };
+    // What follows from tables and dimensions, and working space.
+    struct Grid;
 
     void swap(KrInterpolator& other) noexcept;
     void measure() const;
-    Grid measured() const;
     std::vector<Value> const& evaluateUnprepared(std::vector<Value> const& point) const;
-    template <class Locate>
-    static Evaluation<Locate> evaluationOf(std::size_t axisCount);
-    template <class Locate>
-    static std::vector<Value> const& answerNaN(KrInterpolator const& self, Locate locate);
-    template <std::size_t axisCount, class Locate>
-    static std::vector<Value> const& sumFewCorners(KrInterpolator const& self, Locate locate);
-    template <class Locate>
-    static std::vector<Value> const& sumManyCorners(KrInterpolator const& self, Locate locate);
-    template <class SumCell>
-    std::vector<Value> const& sumTables(std::size_t first, SumCell sumCell) const;
 
     std::vector<std::vector<Value>> tables_;
     std::vector<KrVectorSearch<Value>> searches_;
     Bounds bounds_;
     Flags limitOrExtrapolate_;
-    mutable KrUncompared<Grid> grid_;
+    mutable KrCache<Grid> grid_;
     mutable KrUncompared<std::vector<Value>> result_;
     mutable KrScratch<std::vector<Value>> point_;  // one that came in braces
 };

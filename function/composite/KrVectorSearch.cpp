@@ -116,17 +116,18 @@ auto KrVectorSearch<Value>::locateAnew(Value x, Value sx) const -> Place {
     return weighWithoutOption(x);
 }
 
+// Counts without a branch: random values on a coarse axis come back to their segment now and
+// then, and each test of that is a branch that no processor predicts.
 template <class Value>
 inline auto KrVectorSearch<Value>::found(std::int64_t index, Value fraction) const -> Place {
     bool const again = index == found_.index;
-    Place const place{index, fraction};
-    found_ = place;
-    if (!again) {
-        segment_.low = infinity;
-    } else if (monotone_ && segment_.low == infinity) {
+    repeats_ = again ? repeats_ + 1 : 0;
+    segment_.low = again ? segment_.low : infinity;
+    found_ = {index, fraction};
+    if (repeats_ == enoughRepeats && monotone_) {
         remember();
     }
-    return place;
+    return {index, fraction};
 }
 
 template <class Value>

@@ -104,7 +104,7 @@ private:
 
     std::span<Value const> breakpoints() const { return {vector_.get(), size_}; }
 
-    // The segment found last, when the look-up before had found it too: whatever
+    // The segment found last, when the look-ups before had found it too: whatever
     // the strategy, a value with low <= s x < high (s the direction) is in it.
     // None of them is in one that begins at infinity, as on a table that is not
     // strictly monotone.
@@ -137,6 +137,8 @@ private:
     SEARCH_OPTION searchOption_ = LINEAR;
     // Strictly: a value inside has one segment, however it is searched for.
     bool monotone_ = false;
+    static constexpr std::uint32_t enoughRepeats = 3;
+    mutable std::uint32_t repeats_ = 0;  // look-ups since the segment was found first
     mutable Segment segment_;
     mutable Place found_;
 };

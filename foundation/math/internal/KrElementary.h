@@ -101,7 +101,7 @@ inline void sineAndCosine(double x, double& sine, double& cosine) {
     constexpr double ofCosine[] = {
         1.0 / 24,        -1.0 / 720,           1.0 / 40320,           -1.0 / 3628800,
         1.0 / 479001600, -1.0 / 87178291200.0, 1.0 / 20922789888000.0};
-    auto const k = static_cast<int>(x / 0x1.921fb54442d18p+0 + 0.5);
+    auto const k = static_cast<int>(x / 0x1.921fb54442d18p+0 + 0.5);  // NOLINT: x is positive
     double const high = x - k * halfPiHigh;
     double const low = k * halfPiLow;
     double const r = high - low;
