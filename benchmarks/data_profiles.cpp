@@ -193,9 +193,12 @@ Run configured(void (*vary)(Optimizer& optimizer) = [](Optimizer&) {}) {
 }
 
 #if ZEIBREKU_HAVE_NLOPT
+/// One of NLopt's, with every tolerance at its default of 0. BOBYQA and NEWUOA interpolate at
+/// 2n + 1 points, NLopt's default, and start with a trust region of the radius `edge`.
+template <nlopt_algorithm algorithm>
 void runNlopt(Observed const& f, KrRealVector const& start, double edge) {
     KrU32 const n = f.domainDim();
-    nlopt_opt optimizer = nlopt_create(NLOPT_LN_NELDERMEAD, n);
+    nlopt_opt optimizer = nlopt_create(algorithm, n);
     auto const evaluate = [](unsigned size, double const* x, double*, void* data) {
         return static_cast<Observed const*>(data)->evaluate(KrRealVector(x, x + size));
     };
@@ -261,7 +264,10 @@ Solver const solvers[] = {
     {"Sequence, tournament",
      configured<KrSequenceOptimizer>([](auto& o) { o.setExecuteInParallel(true); })},
 #if ZEIBREKU_HAVE_NLOPT
-    {"NLopt LN_NELDERMEAD", runNlopt},
+    {"NLopt LN_NELDERMEAD", runNlopt<NLOPT_LN_NELDERMEAD>},
+    {"NLopt LN_SBPLX", runNlopt<NLOPT_LN_SBPLX>},
+    {"NLopt LN_BOBYQA", runNlopt<NLOPT_LN_BOBYQA>},
+    {"NLopt LN_NEWUOA", runNlopt<NLOPT_LN_NEWUOA>},
 #endif
 #if ZEIBREKU_HAVE_GSL
     {"GSL nmsimplex2", runGsl},
