@@ -411,6 +411,8 @@ plot "$work/profiles.txt" using 1:"Sequence, chain" with lines lt 3 lw 3 title "
     "" using 1:"Hooke-Jeeves, none" with lines lt 2 title "hookeJeeves", \
     "" using 1:"Multidirectional" with lines lt 5 title "multidirectionalSearch", \
     "" using 1:"Implicit filtering" with lines lt 4 title "implicitFiltering", \
+    "" using 1:"NLopt LN_BOBYQA" with lines lc rgb "#000000" lw 2 title "NLopt, BOBYQA", \
+    "" using 1:"NLopt LN_NEWUOA" with lines lc rgb "#56B4E9" lw 2 title "NLopt, NEWUOA", \
     "" using 1:"NLopt LN_NELDERMEAD" with lines lt 6 title "NLopt, Nelder-Mead", \
     "" using 1:"GSL nmsimplex2" with lines lt 7 title "GSL, nmsimplex2"
 END
