@@ -10,7 +10,8 @@
 // costs as much as one evaluation.
 //
 // With --curves, the profiles of the smooth problems are printed instead for plotting, to the
-// tolerance 1e-3: a line of names, and one of percentages for each number of simplex gradients.
+// tolerances 1e-3 and 1e-5: for each a line of names, one of percentages for each number of
+// simplex gradients, and two blank lines.
 
 #include "benchmarks/MoreWild.h"
 #include "foundation/math/KrRandom.h"
@@ -286,11 +287,12 @@ struct Goal {
 constexpr Goal goals[] = {{1e-1, 100}, {1e-3, 100}, {1e-5, 100}, {1e-7, 100},
                           {1e-3, 10},  {1e-3, 25},  {1e-3, 50}};
 constexpr std::size_t edgeGoal = 1;
-constexpr double curveTolerance = 1e-3;
+constexpr double curveTolerances[] = {1e-3, 1e-5};
 
 struct Profile {
     std::array<double, std::size(goals)> solved{};  // percent of the problems
-    std::array<double, budgetInGradients> curve{};  // the same for curveTolerance, by gradients - 1
+    /// The same for each of `curveTolerances`, by gradients - 1.
+    std::array<std::array<double, budgetInGradients>, std::size(curveTolerances)> curves{};
     double used = 0.0;   // simplex gradients spent until the search ended
     double calls = 0.0;  // calls of the function per 100 evaluations
 };
@@ -342,8 +344,10 @@ Profiles measure(Variant variant, BatchCost batchCost = BatchCost::likeItsPoints
                     bool const solved = solvedAfter(goals[g].tolerance) <= goals[g].gradients;
                     profile.solved[g] += 100.0 * share * solved;
                 }
-                for (KrU32 g = solvedAfter(curveTolerance); g <= budgetInGradients; ++g) {
-                    profile.curve[g - 1] += 100.0 * share;
+                for (std::size_t c = 0; c < std::size(curveTolerances); ++c) {
+                    for (KrU32 g = solvedAfter(curveTolerances[c]); g <= budgetInGradients; ++g) {
+                        profile.curves[c][g - 1] += 100.0 * share;
+                    }
                 }
                 profile.used += share * run->spent() / (problem.n + 1.0);
                 profile.calls += 100.0 * share * run->calls() / run->evaluations();
@@ -385,7 +389,7 @@ void printEdges(char const* title, Profiles const& profiles) {
     std::printf("\n");
 }
 
-void printCurves(Profiles const& profiles) {
+void printCurves(Profiles const& profiles, std::size_t tolerance) {
     std::printf("\"simplex gradients\"");
     for (Solver const& solver : solvers) {
         std::printf(" \"%s\"", solver.name);
@@ -393,17 +397,20 @@ void printCurves(Profiles const& profiles) {
     for (KrU32 g = 1; g <= budgetInGradients; ++g) {
         std::printf("\n%u", g);
         for (auto const& byEdge : profiles) {
-            std::printf(" %.1f", byEdge[profileEdge].curve[g - 1]);
+            std::printf(" %.1f", byEdge[profileEdge].curves[tolerance][g - 1]);
         }
     }
-    std::printf("\n");
+    std::printf("\n\n\n");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc == 2 && std::string_view(argv[1]) == "--curves") {
-        printCurves(measure(Variant::smooth));
+        Profiles const profiles = measure(Variant::smooth);
+        for (std::size_t c = 0; c < std::size(curveTolerances); ++c) {
+            printCurves(profiles, c);
+        }
         return 0;
     }
     for (int i = 1; i < argc; ++i) {

@@ -398,23 +398,33 @@ END
 
 picture_data-profiles() {
     build/release/benchmarks/data_profiles --curves >"$work/profiles.txt"
-    plot data-profiles.svg 760 480 <<END
-set title "53 problems of Moré and Wild: how many are solved to 10^{−3}, by effort"
+    plot data-profiles.svg 980 520 <<END
+set multiplot layout 1,2 title "53 smooth problems of Moré and Wild: how many are solved, by effort" \
+    font ",16"
 set xlabel "evaluations / (n + 1)"
-set ylabel "problems solved, %"
 set xrange [0:100]
 set yrange [0:100]
-set key bottom right samplen 3
+set bmargin 9
 set datafile columnheaders
-plot "$work/profiles.txt" using 1:"Sequence, chain" with lines lt 3 lw 3 title "sequenceOptimizer, chain", \
-    "" using 1:"Nelder-Mead" with lines lt 1 title "nelderMead", \
-    "" using 1:"Hooke-Jeeves, none" with lines lt 2 title "hookeJeeves", \
-    "" using 1:"Multidirectional" with lines lt 5 title "multidirectionalSearch", \
-    "" using 1:"Implicit filtering" with lines lt 4 title "implicitFiltering", \
-    "" using 1:"NLopt LN_BOBYQA" with lines lc rgb "#000000" lw 2 title "NLopt, BOBYQA", \
-    "" using 1:"NLopt LN_NEWUOA" with lines lc rgb "#56B4E9" lw 2 title "NLopt, NEWUOA", \
-    "" using 1:"NLopt LN_NELDERMEAD" with lines lt 6 title "NLopt, Nelder-Mead", \
-    "" using 1:"GSL nmsimplex2" with lines lt 7 title "GSL, nmsimplex2"
+do for [i = 0:1] {
+    set title (i == 0 ? "to 10^{−3}" : "to 10^{−5}")
+    set ylabel (i == 0 ? "problems solved, %" : "")
+    if (i == 0) {
+        set key at screen 0.5,0.005 bottom center maxrows 3 samplen 3 width 3
+    } else {
+        unset key
+    }
+    plot "$work/profiles.txt" index i \
+        using 1:"NLopt LN_BOBYQA" with lines lc rgb "#000000" lw 2 dt 1 title "NLopt, BOBYQA", \
+        "" index i using 1:"NLopt LN_NEWUOA" with lines lc rgb "#56B4E9" lw 2 dt 1 title "NLopt, NEWUOA", \
+        "" index i using 1:"NLopt LN_NELDERMEAD" with lines lt 6 title "NLopt, Nelder-Mead", \
+        "" index i using 1:"GSL nmsimplex2" with lines lt 7 title "GSL, nmsimplex2", \
+        "" index i using 1:"Sequence, chain" with lines lt 3 lw 3 title "sequenceOptimizer, chain", \
+        "" index i using 1:"Nelder-Mead" with lines lt 1 title "nelderMead", \
+        "" index i using 1:"Hooke-Jeeves, none" with lines lt 2 title "hookeJeeves", \
+        "" index i using 1:"Multidirectional" with lines lt 5 title "multidirectionalSearch", \
+        "" index i using 1:"Implicit filtering" with lines lt 4 title "implicitFiltering"
+}
 END
 }
 
