@@ -25,9 +25,9 @@ FILE = """\
 
 // clang-format off
 
-namespace {{
+KR_SOURCE_VERSION;
 
-[[maybe_unused]] constexpr char version[] = "2.0.0";
+namespace {{
 
 {arrays}
 }}  // namespace

@@ -2,9 +2,7 @@
 
 #include <charconv>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 std::string KrINT2STRING(KrU32 value, KrU32 radix) {
     if (radix < 2 || radix > 36) {

@@ -13,8 +13,9 @@
 #include <string_view>
 #include <utility>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 using Kr::Message;
 using Kr::Print;

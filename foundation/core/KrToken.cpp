@@ -2,9 +2,7 @@
 
 #include <ostream>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrToken::~KrToken() = default;
 

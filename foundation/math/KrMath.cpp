@@ -4,9 +4,7 @@
 
 #include <cmath>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrMath::sqrt(double x) { return std::sqrt(x); }
 

@@ -5,8 +5,9 @@
 
 #include <mutex>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 struct Shared {
     std::mutex mutex;

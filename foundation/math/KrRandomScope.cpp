@@ -1,7 +1,8 @@
 #include "foundation/math/KrRandomScope.h"
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 thread_local KrRandomStream* innermost = nullptr;
 

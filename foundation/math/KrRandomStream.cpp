@@ -5,8 +5,9 @@
 
 #include <bit>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 // The density of the normal distribution without its factor, e^(-x²/2).
 double height(double x) { return KrElementary::exp(-0.5 * x * x); }

@@ -8,8 +8,9 @@
 #include <cstddef>
 #include <cstring>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 // The lower triangle of a matrix on its way to its factor, in panels of four rows,
 // each column by column, so that what four rows have in one column lies together.

@@ -1,8 +1,6 @@
 #include "foundation/xml/KrBaseExpressionTreeElement.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrBaseExpressionTreeElement::KrBaseExpressionTreeElement(
     KrXmlBaseVariableCompoundType const* container) {

@@ -25,9 +25,9 @@ namespace KrXml {
 
 char const namespaceUri[] = "urn:zeibreku:function#";
 
-namespace {
+KR_SOURCE_VERSION;
 
-[[maybe_unused]] constexpr char version[] = "2.0.0";
+namespace {
 
 KR_EARLY KrToken const ns(namespaceUri);
 

@@ -7,9 +7,7 @@
 
 #include <memory>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 void KrXmlBaseVariableCompoundType::accept(KrXmlObjectVisitor* visitor) { visitor->visit(this); }
 

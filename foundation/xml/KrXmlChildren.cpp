@@ -4,9 +4,9 @@
 #include <ostream>
 #include <streambuf>
 
-namespace {
+KR_SOURCE_VERSION;
 
-[[maybe_unused]] constexpr char version[] = "2.0.0";
+namespace {
 
 struct Nowhere : std::streambuf {
     int_type overflow(int_type character) override { return traits_type::not_eof(character); }

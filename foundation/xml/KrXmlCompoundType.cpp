@@ -9,8 +9,9 @@
 #include <algorithm>
 #include <initializer_list>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 std::vector<KrToken> tagsOf(std::initializer_list<KrXmlComponentMap const*> maps) {
     std::vector<KrToken> tags;

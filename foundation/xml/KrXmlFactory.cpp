@@ -1,8 +1,6 @@
 #include "foundation/xml/KrXmlFactory.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrXmlObject* krXmlCreate(KrXmlCreatorMap const& creators, KrToken const& token) {
     auto const entry = creators.find(token);

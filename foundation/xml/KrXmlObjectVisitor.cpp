@@ -3,9 +3,7 @@
 #include "foundation/xml/KrXmlBaseVariableCompoundType.h"
 #include "foundation/xml/KrXmlCompoundType.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrXmlObjectVisitor::~KrXmlObjectVisitor() = default;
 

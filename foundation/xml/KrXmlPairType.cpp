@@ -3,8 +3,9 @@
 #include "foundation/core/KrPrint.h"
 #include "foundation/xml/KrXmlSchema.h"
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 void refusePart(KrXmlReader const& reader) {
     Kr::Print::instance().write(

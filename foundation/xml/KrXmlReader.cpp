@@ -17,8 +17,9 @@
 #include <set>
 #include <utility>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 bool isBlank(std::string_view text) {
     for (char const c : text) {

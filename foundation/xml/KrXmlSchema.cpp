@@ -12,8 +12,9 @@
 #include <typeinfo>
 #include <utility>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 // Classes, which may hold one another, get a named type; values do not.
 bool isClass(KrXmlObject const& object) {

@@ -4,8 +4,9 @@
 #include <cmath>
 #include <limits>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool startsNumber(char c) { return isDigit(c) || c == '.'; }

@@ -7,8 +7,9 @@
 #include <algorithm>
 #include <ostream>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 constexpr std::size_t firstSize = 1 << 10;  // most documents are small
 constexpr std::size_t bufferSize = 1 << 16;

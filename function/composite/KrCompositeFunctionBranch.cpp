@@ -8,9 +8,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrCompositeFunctionBranch& KrCompositeFunctionBranch::operator=(
     KrCompositeFunctionBranch const& source) {

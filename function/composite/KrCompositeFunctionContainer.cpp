@@ -4,9 +4,7 @@
 
 #include <utility>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrCompositeFunctionContainer& KrCompositeFunctionContainer::operator=(
     KrCompositeFunctionContainer const& source) {

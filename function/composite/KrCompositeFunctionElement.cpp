@@ -1,8 +1,6 @@
 #include "function/composite/KrCompositeFunctionElement.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrBoolean KrCompositeFunctionElement::isInBounds(KrRealVector const& point) const {
     if (point.size() > bounds_.size()) {

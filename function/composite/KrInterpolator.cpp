@@ -10,8 +10,9 @@
 #include <memory>
 #include <utility>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 constexpr std::size_t largest = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t largestPrinted = std::numeric_limits<std::int64_t>::max();

@@ -5,8 +5,9 @@
 
 #include <string>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 // A cell of 64 axes has 2^64 corners. More of them, below branches that each keep a copy
 // of their box, let a document of 1 MB take 1.2 GB.

@@ -1,8 +1,6 @@
 #include "function/composite/KrValueTypes.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 template class KrXmlVectorType<KrXmlBasicType<std::string>>;
 template class KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<std::string>>;

@@ -8,9 +8,7 @@
 #include <limits>
 #include <utility>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 template <class Value>
 KrVectorSearch<Value>* KrVectorSearch<Value>::clone() const {

@@ -2,9 +2,7 @@
 
 #include "foundation/math/KrMath.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrBaseMultivariableConstraint::~KrBaseMultivariableConstraint() = default;
 

@@ -2,9 +2,7 @@
 
 #include <numeric>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 std::size_t KrCoefficientIndex::Row::countBelow(KrU32 n) const {
     Key const end = keys[0] - column(0) + n;

@@ -4,8 +4,9 @@
 #include <cmath>
 #include <typeinfo>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 // Whether the sum keeps its bits if the coefficients 0.0 are passed over: 0.0 times a
 // number that is not finite is NaN, and of the finite sums only -0.0 is changed by

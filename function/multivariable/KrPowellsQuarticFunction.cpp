@@ -3,9 +3,7 @@
 #include <cmath>
 #include <limits>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrPowellsQuarticFunction::evaluate(KrRealVector const& x) const {
     if (x.size() < 4) {

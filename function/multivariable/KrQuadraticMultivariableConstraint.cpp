@@ -8,8 +8,9 @@
 #include <limits>
 #include <typeinfo>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 using Row = KrCoefficientIndex::Row;
 

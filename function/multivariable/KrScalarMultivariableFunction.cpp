@@ -1,8 +1,6 @@
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrScalarMultivariableFunction::~KrScalarMultivariableFunction() = default;
 

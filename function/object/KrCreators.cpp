@@ -24,8 +24,9 @@
 #include "function/scalar/KrSCurveUnitaryMap.h"
 #include "function/tools/KrGaussQuadrature.h"
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 // The tag stands in the heading of the class.
 template <class Derived, class Base, KrToken const& Tag>

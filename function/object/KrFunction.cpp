@@ -8,9 +8,7 @@
 
 namespace KrFunction {
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KR_EARLY KrToken const ns(KrXml::namespaceUri);
 

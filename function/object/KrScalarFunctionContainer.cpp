@@ -2,9 +2,7 @@
 
 #include "function/object/KrCreators.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrScalarFunctionContainer::evaluate(double const& x) const {
     return topElement() ? topElement()->evaluate(x) : x;

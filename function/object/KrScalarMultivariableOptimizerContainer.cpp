@@ -2,9 +2,7 @@
 
 #include "function/object/KrCreators.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrScalarMultivariableOptimizerContainer::findMinimum(KrScalarMultivariableFunction const& f,
                                                             KrRealVector const& start,

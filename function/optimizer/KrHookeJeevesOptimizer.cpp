@@ -7,8 +7,9 @@
 #include <algorithm>
 #include <utility>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 void setIdentity(KrReArray& matrix, KrU32 n) {
     matrix.resizeArrayAndFill(n, n, 0.0);

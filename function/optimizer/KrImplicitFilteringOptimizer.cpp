@@ -5,9 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrImplicitFilteringOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
                                                  KrRealVector const& start,

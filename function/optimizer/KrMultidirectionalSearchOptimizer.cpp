@@ -4,9 +4,7 @@
 
 #include <algorithm>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrMultidirectionalSearchOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
                                                       KrRealVector const& start,

@@ -2,9 +2,7 @@
 
 #include "function/optimizer/internal/KrSearch.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrSequenceOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
                                         KrRealVector const& start, KrRealVector& result) const {

@@ -1,7 +1,5 @@
 #include "function/scalar/KrBaseScalarFunction.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrBaseScalarFunction::~KrBaseScalarFunction() = default;

@@ -1,7 +1,5 @@
 #include "function/scalar/KrBaseUnitaryMap.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 KrBaseUnitaryMap::~KrBaseUnitaryMap() = default;

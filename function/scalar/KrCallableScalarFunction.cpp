@@ -5,8 +5,9 @@
 
 #include <utility>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 using Callable = std::function<double(double)>;
 

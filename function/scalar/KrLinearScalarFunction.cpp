@@ -1,8 +1,6 @@
 #include "function/scalar/KrLinearScalarFunction.h"
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrLinearScalarFunction::evaluate(double const& x) const {
     return (1.0 - x) * startValue() + x * endValue();

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrMultipointScalarFunction::evaluate(double const& x) const {
     KrXmlRealVector const& range = rangeValues();

@@ -2,9 +2,7 @@
 
 #include <cmath>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrPowerUnitaryMap::evaluate(double const& x) const { return std::pow(x, exponent()); }
 

@@ -4,9 +4,7 @@
 
 #include <algorithm>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 double KrSCurveUnitaryMap::evaluate(double const& x) const {
     return center() > x ? lower_->evaluate(x) : 1.0 - upper_->evaluate(1.0 - x);

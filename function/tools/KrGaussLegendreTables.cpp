@@ -4,9 +4,9 @@
 
 // clang-format off
 
-namespace {
+KR_SOURCE_VERSION;
 
-[[maybe_unused]] constexpr char version[] = "2.0.0";
+namespace {
 
 constexpr double abscissas2[] = {
     0.5773502691896257};

@@ -5,9 +5,7 @@
 #include <algorithm>
 #include <span>
 
-namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
-}
+KR_SOURCE_VERSION;
 
 void KrGaussQuadrature::setOrder(KrU32 order) {
     Tables const found = tables(order);

@@ -11,8 +11,9 @@
 #include <cstdint>
 #include <numbers>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 // The lower triangle of the correlation matrix, factored in place.
 KrReArray correlationFactor(KrU32 side, KrBaseScalarFunction const& correlation, double spacing) {

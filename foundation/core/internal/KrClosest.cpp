@@ -1,12 +1,14 @@
 #include "foundation/core/internal/KrClosest.h"
 
+#include "foundation/core/KrExport.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
 
-namespace {
+KR_SOURCE_VERSION;
 
-[[maybe_unused]] constexpr char version[] = "2.0.0";
+namespace {
 
 constexpr std::size_t longest = 64;  // no name of ours is longer
 

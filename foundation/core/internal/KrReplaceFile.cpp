@@ -19,9 +19,9 @@
 #include <system_error>
 #include <utility>
 
-namespace {
+KR_SOURCE_VERSION;
 
-[[maybe_unused]] constexpr char version[] = "2.0.0";
+namespace {
 
 namespace fs = std::filesystem;
 

@@ -4,8 +4,9 @@
 #include <limits>
 #include <new>
 
+KR_SOURCE_VERSION;
+
 namespace {
-[[maybe_unused]] constexpr char version[] = "2.0.0";
 
 // Copies as much of `start` as `point` has room for; what is missing is 0.
 void copyStart(KrRealVector const& start, KrRealVector& point) {
