@@ -116,9 +116,9 @@ public:
     /// What messages call the document.
     std::string const& fileName() const { return fileName_; }
     /// The line where the current element's start tag begins, counted from 1.
-    KrU32 line() const { return open_.empty() ? 1 : open_.back().place.line; }
+    KrU32 line() const { return place().line; }
     /// The column there, counted from 1.
-    KrU32 column() const { return open_.empty() ? 1 : open_.back().place.column; }
+    KrU32 column() const { return place().column; }
     /// The local names from the root to the current element, joined by '/'; of more than
     /// nine the first and the last four. Each is as `krXmlPrintable` makes it.
     std::string path() const;
@@ -146,12 +146,14 @@ private:
     };
     struct OpenElement {
         KrToken const* token;
-        Place place;
+        mutable Place place;  // line 0: counted when it is asked for
     };
 
     enum class Step { Start, End, Text, None };
 
     bool begin();
+    void locateOpen() const;
+    Place place() const;
     Step step(std::string_view& text);
     bool refuseAt(Place place, std::string const& expected, std::string const& found);
     bool isStray(std::string_view text, KnownTags const& known);
