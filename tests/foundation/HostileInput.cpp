@@ -158,6 +158,29 @@ TEST(HostileInput, IsRefusedAtItsPlace) {
 }
 
 // An element brings its defaults along when it is written.
+// Far behind the first chunk, after every kind of line end and characters of 1 to 4 bytes.
+TEST(HostileInput, IsRefusedAtItsPlaceInAnyEncoding) {
+    auto const place = [](std::string const& document) {
+        CapturedMessages const captured;
+        KrXmlRealVector vector;
+        EXPECT_FALSE(KrXml::fromString(document, vector));
+        return captured.text().substr(0, captured.text().find(" expected"));
+    };
+    for (std::string const lineEnd : {"\n", "\r", "\r\n"}) {
+        std::string const head = "<item" + ns + ">" + times(3000, "<item>1</item>" + lineEnd);
+        std::string const tail = "--><item>?</item></item>";
+        std::string const latin = "<?xml version='1.0' encoding='ISO-8859-1'?>";
+        EXPECT_EQ(place(head + "<!--\u00E9\u20AC\U0001D11E" + tail),
+                  "<string>:3001:11: item/item:");
+        EXPECT_EQ(place(latin + head + "<!--\xE9\xE9\xA9" + tail), "<string>:3001:11: item/item:");
+        std::string wide = "\xFF\xFE";
+        for (char const c : head + "<!--abc" + tail) {
+            wide.append({c, '\0'});
+        }
+        EXPECT_EQ(place(wide), "<string>:3001:11: item/item:");
+    }
+}
+
 TEST(HostileInput, WhatIsReadCanBeWritten) {
     std::string const top = "<compositeFunctionContainer" + ns + ">";
     for (auto const& [leaf, levels] : {std::pair{"<tableFunctionInterpolator/>", 2},
