@@ -258,6 +258,12 @@ public:
         }
     }
 
+    std::size_t bytesRead() const { return bytesRead_; }
+    std::size_t bytesLeft() const {
+        std::streamsize const left = finished_ ? 0 : stream_.rdbuf()->in_avail();
+        return static_cast<std::size_t>(std::max<std::streamsize>(left, 0));
+    }
+
     void setDepthLimit(std::size_t limit) { depthLimit_ = limit; }
     std::size_t depthLimit() const { return depthLimit_; }
 
@@ -299,12 +305,12 @@ private:
         stream_.read(static_cast<char*>(buffer), size_);
         int const count = static_cast<int>(stream_.gcount());
         bool const unreadable = stream_.bad();
-        if (isFirst_) {
-            isFirst_ = false;
+        if (bytesRead_ == 0) {
             isUtf8_ =
                 !startsAsUtf16({static_cast<char const*>(buffer), static_cast<std::size_t>(count)});
         }
         finished_ = count < size_;
+        bytesRead_ += static_cast<std::size_t>(count);
         XML_Status const status = XML_ParseBuffer(expat_.get(), count, finished_);
         bool const refused = std::exchange(memoryIsRefused, false);
         if (exception_) {
@@ -470,7 +476,7 @@ private:
     std::istream& stream_;
     int size_ = chunkSize;  // of the next chunk
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> expat_;
-    bool isFirst_ = true;  // the next chunk
+    std::size_t bytesRead_ = 0;
     bool isUtf8_ = true;
     char const* origin_ = nullptr;  // of the chunk's places, null where all are known
     XML_Index originIndex_ = 0;
@@ -725,6 +731,10 @@ std::size_t KrXmlReader::depth() {
     begin();
     return open_.size();
 }
+
+std::size_t KrXmlReader::bytesRead() const { return parser_->bytesRead(); }
+
+std::size_t KrXmlReader::bytesLeft() const { return parser_->bytesLeft(); }
 
 std::string KrXmlReader::path() const {
     constexpr std::size_t ends = 4;  // so many names are shown of each end of a deep path

@@ -119,6 +119,10 @@ public:
     KrU32 line() const { return place().line; }
     /// The column there, counted from 1.
     KrU32 column() const { return place().column; }
+    /// How many bytes of the document were read, in whole chunks.
+    std::size_t bytesRead() const;
+    /// How many more the stream has, as far as it tells; 0 when it does not.
+    std::size_t bytesLeft() const;
     /// The local names from the root to the current element, joined by '/'; of more than
     /// nine the first and the last four. Each is as `krXmlPrintable` makes it.
     std::string path() const;

@@ -2,6 +2,8 @@
 
 #include "foundation/core/KrPrint.h"
 
+#include <algorithm>
+
 KR_SOURCE_VERSION;
 
 namespace KrXmlVector {
@@ -19,6 +21,31 @@ KrBoolean readCount(KrXmlReader& reader, std::optional<KrU32>& count) {
         }
     }
     return good;
+}
+
+Growth::Growth(KrXmlReader const& reader, std::optional<KrU32> stated)
+    : reader_(reader), begin_(reader.bytesRead()), expected_(stated.value_or(0)) {}
+
+// The room that no item takes costs no memory in a long list, since nothing touches its pages.
+// An eighth more than expected spares a second move of all items where later ones are shorter.
+// The document is asked once: a pipe tells only what waits in it. An item has 4 bytes at least,
+// so that the room stays in proportion to the document.
+std::size_t Growth::room(std::size_t size) {
+    constexpr std::size_t longList = 4096;
+    if (expected_ == 0 && size >= longList) {
+        auto const passed = static_cast<double>(reader_.bytesRead() - begin_);
+        auto const left = static_cast<double>(reader_.bytesLeft());
+        if (left < 15.0 * passed) {
+            double const more = 1.125 * left / passed * static_cast<double>(size);
+            expected_ = size + static_cast<std::size_t>(std::min(more, left / 4.0));
+            return std::max(expected_, size + size / 8);
+        }
+    }
+    std::size_t const doubled = std::max<std::size_t>(2 * size, 16);
+    if (expected_ <= size) {
+        return doubled;
+    }
+    return size >= expected_ / 8 ? expected_ : std::min(doubled, expected_);
 }
 
 void writeCount(KrXmlWriter& writer, KrU32 count) {

@@ -5,7 +5,7 @@
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlChildren.h"
 
-#include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -25,16 +25,22 @@ KR_EXPORT void writeSchema(KrXmlSchema& schema, KrXmlObject const& item);
 KR_EXPORT void reportWrongMode();
 KR_EXPORT void reportCount(KrU32 stated, std::size_t actual);
 
-/// How much room to have when `size` items are there and the next one comes. A
-/// stated count is believed once an eighth of it is there: a wrong one then costs
-/// memory in proportion to the document, a right one no more than it says.
-inline std::size_t room(std::size_t size, std::size_t stated) {
-    std::size_t const doubled = std::max<std::size_t>(2 * size, 16);
-    if (stated <= size) {
-        return doubled;
-    }
-    return size >= stated / 8 ? stated : std::min(doubled, stated);
-}
+/// How the room for the items of a list grows while it is read.
+class KR_EXPORT Growth {
+public:
+    Growth(KrXmlReader const& reader, std::optional<KrU32> stated);
+
+    /// How much room to have when `size` items are there and the next one comes. A
+    /// stated count is believed once an eighth of it is there: a wrong one then costs
+    /// memory in proportion to the document, a right one no more than it says. Without
+    /// one, what is left of the document tells how many items it has room for.
+    std::size_t room(std::size_t size);
+
+private:
+    KrXmlReader const& reader_;
+    std::size_t begin_;     // bytes read before the list
+    std::size_t expected_;  // items, 0 when unknown
+};
 
 /// What a program lists the items of a vector as: the items, or where these are values
 /// of documents, the plain values.
@@ -109,12 +115,15 @@ public:
         std::optional<KrU32> count;
         std::vector<E> items;  // ours stay as they were until all are read
         bool const attributesRead = KrXmlVector::readCount(reader, count);
+        KrXmlVector::Growth growth(reader, count);
+        KrToken const* known = nullptr;  // the reader has one token for a name
         auto const readItem = [&](KrToken const& token, KrXmlReader& from) {
-            if (!(token == tag)) {
+            if (&token != known && !(token == tag)) {
                 return false;
             }
+            known = &token;
             if (items.size() == items.capacity()) {
-                items.reserve(KrXmlVector::room(items.size(), count.value_or(0)));
+                items.reserve(growth.room(items.size()));
             }
             return items.emplace_back().read(from);
         };
