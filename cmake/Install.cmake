@@ -8,7 +8,7 @@ set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zeibreku)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # The file set brings its include folder along, but only clients with CMake 3.23 see it there.
-install(TARGETS krfoundation zeibreku EXPORT zeibrekuTargets
+install(TARGETS krfoundation zeibreku krsearch EXPORT zeibrekuTargets
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development
     FILE_SET HEADERS DESTINATION ${headers_dir} COMPONENT development

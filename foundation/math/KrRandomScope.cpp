@@ -13,3 +13,5 @@ KrRandomScope::KrRandomScope(KrRandomStream& stream) : outer_(innermost) { inner
 KrRandomScope::~KrRandomScope() { innermost = outer_; }
 
 KrRandomStream* KrRandomScope::current() { return innermost; }
+
+KrRandomStream*& KrRandomScope::slot() { return innermost; }

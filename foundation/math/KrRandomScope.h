@@ -21,6 +21,10 @@ public:
     /// The stream of the innermost scope on this thread, null when there is none.
     static KrRandomStream* current();
 
+    /// Where `current` is kept for this thread. A caller that changes streams for each call of
+    /// another piece of code, and changes them back, saves some nanoseconds.
+    static KrRandomStream*& slot();
+
 private:
     KrRandomStream* outer_;
 };

@@ -1,0 +1,83 @@
+#include "search/KrAskTell.h"
+
+#include "search/KrEvaluationWorkers.h"
+
+#include <limits>
+
+KR_SOURCE_VERSION;
+
+// Notes what the search asks for, and has no values.
+class KrAskTell::Waiting : public KrEvaluationWorkers {
+public:
+    KrU32 count() const override { return std::numeric_limits<KrU32>::max(); }
+    void start(std::span<KrEvaluationRequest const> requests) override {
+        for (KrEvaluationRequest const& request : requests) {
+            points.push_back(request.point);
+        }
+    }
+    bool finish(std::vector<KrEvaluation>&, Time, std::stop_token) override { return false; }
+    void cancel() override {}
+
+    std::vector<KrRealVector> points;
+};
+
+KrAskTell::KrAskTell(KrSearch const& search, KrEvaluationRecord* record)
+    : search_(search),
+      own_(record ? nullptr : std::make_unique<KrEvaluationRecord>()),
+      record_(record ? record : own_.get()) {
+    search_.setMaxSeconds(std::numeric_limits<double>::infinity());  // of a run, which a replay is
+    finished_ = isReplayed_ = !record_->hold(search_);
+}
+
+KrAskTell::~KrAskTell() { record_->release(); }
+
+std::vector<KrRealVector> KrAskTell::next(KrU32 count) {
+    replay();
+    if (wanted_.size() <= count) {
+        return wanted_;
+    }
+    return {wanted_.begin(), wanted_.begin() + count};
+}
+
+void KrAskTell::tell(KrRealVector const& point, double value) {
+    KrEvaluationRecord::Entry entry;
+    entry.value = value;
+    add(point, std::move(entry));
+}
+
+void KrAskTell::tellFailure(KrRealVector const& point, std::string const& text) {
+    KrEvaluationRecord::Entry entry;
+    entry.value = std::numeric_limits<double>::quiet_NaN();
+    entry.failed = true;
+    entry.text = text;
+    add(point, std::move(entry));
+}
+
+void KrAskTell::add(KrRealVector const& point, KrEvaluationRecord::Entry entry) {
+    entry.point = point;
+    record_->add(record_->nextTicket(), std::move(entry), false);
+    std::erase(wanted_, point);
+    isReplayed_ =
+        isReplayed_ && !wanted_.empty();  // as long as others are missing, nothing changes
+}
+
+bool KrAskTell::finished() {
+    replay();
+    return finished_;
+}
+
+KrSearchReport const& KrAskTell::report() {
+    replay();
+    return report_;
+}
+
+void KrAskTell::replay() {
+    if (isReplayed_) {
+        return;
+    }
+    Waiting waiting;
+    report_ = search_.run(waiting, {.record = record_});
+    wanted_ = std::move(waiting.points);
+    finished_ = report_.reason() != KrSearchReason::Cancelled;
+    isReplayed_ = true;
+}

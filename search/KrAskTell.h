@@ -1,0 +1,61 @@
+#pragma once
+
+#include "search/KrEvaluationRecord.h"
+#include "search/KrSearch.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// A search whose evaluations a program makes itself, when and where it likes: it takes points and
+/// brings their values.
+///
+///     KrAskTell asking(search, &record);
+///     while (!asking.finished()) {
+///         for (KrRealVector const& x : asking.next(8)) {
+///             asking.tell(x, simulate(x));
+///         }
+///     }
+///
+/// The point is the identity: a point whose job was lost is given again, and values may come in any
+/// order. Between two calls the record holds everything, so that a program may end and another one
+/// go on. The points are those of `KrSearch::run`.
+///
+/// Each call of `next`, `finished` and `report` after new values replays the search, some tens of
+/// nanoseconds for each evaluation so far.
+class KR_EXPORT KrAskTell {
+public:
+    /// Asks for the points of `search`. `record`, which must outlive this object, keeps the values;
+    /// null keeps them in memory. A record that is refused ends the search: `report().reason()` is
+    /// `failed`.
+    explicit KrAskTell(KrSearch const& search, KrEvaluationRecord* record = nullptr);
+    ~KrAskTell();
+    KrAskTell(KrAskTell const&) = delete;
+    KrAskTell& operator=(KrAskTell const&) = delete;
+
+    /// Up to `count` points whose values are wanted now; none if the search has ended.
+    std::vector<KrRealVector> next(KrU32 count = 1);
+    /// Brings the value at a point.
+    void tell(KrRealVector const& point, double value);
+    /// Reports that a point has no value, and why.
+    void tellFailure(KrRealVector const& point, std::string const& text);
+
+    /// Whether the search has ended.
+    bool finished();
+    /// How the search stands, or how it has ended.
+    KrSearchReport const& report();
+
+private:
+    class Waiting;
+
+    void replay();
+    void add(KrRealVector const& point, KrEvaluationRecord::Entry entry);
+
+    KrSearch search_;
+    std::unique_ptr<KrEvaluationRecord> own_;
+    KrEvaluationRecord* record_;
+    std::vector<KrRealVector> wanted_;
+    KrSearchReport report_;
+    bool isReplayed_ = false;
+    bool finished_ = false;
+};

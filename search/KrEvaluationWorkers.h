@@ -1,0 +1,41 @@
+#pragma once
+
+#include "function/multivariable/KrScalarMultivariableFunction.h"
+#include "search/KrEvaluation.h"
+
+#include <chrono>
+#include <span>
+#include <stop_token>
+#include <vector>
+
+/// Whoever evaluates points for a search: the calling thread, commands, or a class of your own.
+/// One thread owns an object and makes all calls.
+class KR_EXPORT KrEvaluationWorkers {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    KrEvaluationWorkers() = default;
+    KrEvaluationWorkers(KrEvaluationWorkers const&) = delete;
+    KrEvaluationWorkers& operator=(KrEvaluationWorkers const&) = delete;
+    virtual ~KrEvaluationWorkers();
+
+    /// How many evaluations can be under way at once, at least 1.
+    virtual KrU32 count() const = 0;
+
+    /// Takes requests; `finish` gives each of them back once. More than `count` wait for their
+    /// turn, in order.
+    virtual void start(std::span<KrEvaluationRequest const> requests) = 0;
+
+    /// Appends to `all` every evaluation that has ended since the last call, after waiting for
+    /// at least one. False if nothing is under way, or if `until` passes or `stop` is requested
+    /// before one ends.
+    virtual bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) = 0;
+
+    /// Ends what is under way as soon as possible. Each ticket still comes back, as cancelled or
+    /// finished.
+    virtual void cancel() = 0;
+
+    /// The function that the search may call itself on its own thread, instead of `start` and
+    /// `finish`; null if there is none. Default: null.
+    virtual KrScalarMultivariableFunction const* directFunction() const { return nullptr; }
+};

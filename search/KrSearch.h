@@ -1,0 +1,156 @@
+#pragma once
+
+#include "foundation/xml/KrBaseExpressionTreeElement.h"
+#include "foundation/xml/KrElement.h"
+#include "foundation/xml/KrXmlBasicType.h"
+#include "function/multivariable/KrScalarMultivariableFunction.h"
+#include "function/object/KrMultivariableConstraintVector.h"
+#include "function/object/KrScalarMultivariableOptimizerContainer.h"
+#include "search/KrSearchContext.h"
+#include "search/KrSearchNames.h"
+#include "search/KrSearchReport.h"
+#include "search/KrSearchVariableVector.h"
+
+#include <limits>
+#include <string>
+
+class KrEvaluationWorkers;
+
+/// A search as people run it: variables with bounds and scales, an optimizer, constraints, and
+/// limits.
+///
+///     <search>
+///       <variables>
+///         <variable><name>mass</name><start>3</start><lower>0</lower><upper>10</upper></variable>
+///         <variable><name>drag</name><start>0.3</start></variable>
+///       </variables>
+///       <optimizer>
+///         <nelderMead><maxFunctionEvaluations>400</maxFunctionEvaluations></nelderMead>
+///       </optimizer>
+///       <maxEvaluations>1000</maxEvaluations>
+///     </search>
+///
+/// The optimizer works on x / scale. It sees, in this order: the scales; the bounds, a point
+/// outside counting as the nearest point inside plus a penalty of (|f| + 1) times the distance over
+/// the width of the box, or over the scale where a side is open; the constraints, as a penalty of
+/// `constraintWeight` times the sum of the violations; and the failure value. The record and the
+/// report hold physical points and the function's own values.
+///
+/// A search is a deterministic function of its settings and of the values of the function. So a
+/// killed search resumes with the same bits from its record. This rests on three things: the
+/// function is deterministic; a client's optimizer is deterministic from its clone and lets
+/// exceptions pass; it calls the function on the calling thread. Every run uses a fresh clone of
+/// the optimizer and a random stream of its own, made from `seed`. Around the function, the
+/// observer and the workers the caller's random stream is in place.
+///
+/// With `remember` false and no limits, bounds, scales, constraints, record and workers, a run
+/// makes the same calls of a function with finite values as `findMinimum` of a fresh clone, batches
+/// included, and finds the same bits.
+class KR_EXPORT KrSearch
+    : public KrTaggedElement<KrSearch, KrBaseExpressionTreeElement, KrSearchNames::KrSearchToken> {
+public:
+    /// The unknowns, in the order of a point's coordinates. Default: none, which is refused.
+    KrSearchVariableVector const& variables() const { return variables_; }
+    void setVariables(KrSearchVariableVector const& variables) { variables_ = variables; }
+    /// Appends an unknown.
+    void addVariable(std::string const& name, double start,
+                     double lower = -std::numeric_limits<double>::infinity(),
+                     double upper = std::numeric_limits<double>::infinity(), double scale = 1.0);
+
+    /// The optimizer that searches. Default: none, which is refused.
+    KrScalarMultivariableOptimizerContainer const& optimizer() const { return optimizer_; }
+    /// Takes a clone of `optimizer`.
+    void setOptimizer(KrScalarMultivariableOptimizer const& optimizer);
+
+    /// The constraints c: a point is feasible where c(x) <= 0 for all of them. Default: none.
+    KrMultivariableConstraintVector const& constraints() const { return constraints_; }
+    void setConstraints(KrMultivariableConstraintVector const& constraints) {
+        constraints_ = constraints;
+    }
+
+    /// Whether the search is for a maximum. Default: false.
+    bool maximise() const { return maximise_; }
+    void setMaximise(bool maximise) { maximise_ = maximise; }
+
+    /// The largest number of evaluations that the search asks for, wherever the values come from;
+    /// 0 is no limit. Default: 0.
+    KrU32 maxEvaluations() const { return maxEvaluations_; }
+    void setMaxEvaluations(KrU32 count) { maxEvaluations_ = count; }
+
+    /// The time limit of one run in seconds, at least 0; INF is no limit. An evaluation that is
+    /// under way is waited for. Default: INF.
+    double maxSeconds() const { return maxSeconds_; }
+    void setMaxSeconds(double seconds) { maxSeconds_ = seconds; }
+
+    /// The value at which a feasible point is good enough: the search ends as soon as one is at
+    /// most this, or at least this if `maximise` is true. NaN is no target. Default: NaN.
+    double targetValue() const { return targetValue_; }
+    void setTargetValue(double value) { targetValue_ = value; }
+
+    /// The search ends if the best value improves by no more than `stallImprovement` of its
+    /// magnitude in this many evaluations; 0 is no such limit. Default: 0.
+    KrU32 stallEvaluations() const { return stallEvaluations_; }
+    void setStallEvaluations(KrU32 count) { stallEvaluations_ = count; }
+
+    /// The improvement that counts as none, relative to the best value; at least 0. Default: 0.
+    double stallImprovement() const { return stallImprovement_; }
+    void setStallImprovement(double improvement) { stallImprovement_ = improvement; }
+
+    /// The value that the optimizer gets where the function fails: where it is NaN or infinitely
+    /// good, or throws `KrEvaluationFailure`. NaN is the worst finite value so far, and 1e100
+    /// before there is one (-1e100 if `maximise` is true). If the first 2n + 1 evaluations fail,
+    /// the search ends as `failed`. Default: NaN.
+    double failureValue() const { return failureValue_; }
+    void setFailureValue(double value) { failureValue_ = value; }
+
+    /// The penalty of a violation of 1 of one constraint, in units of the function; at least 0 and
+    /// finite. Increase it if the answer violates a constraint. Default: 1000.
+    double constraintWeight() const { return constraintWeight_; }
+    void setConstraintWeight(double weight) { constraintWeight_ = weight; }
+
+    /// Whether a point that was evaluated before gets its value without a call. Default: true.
+    bool remember() const { return remember_; }
+    void setRemember(bool remember) { remember_ = remember; }
+
+    /// The seed of the random stream that the optimizer draws from. Default: 1.
+    KrU32 seed() const { return seed_; }
+    void setSeed(KrU32 seed) { seed_ = seed; }
+
+    /// Searches, with the function evaluated on the calling thread. Everything that is wrong with
+    /// the search is printed as one message each, before the first evaluation; `reason` is `failed`
+    /// then. An exception of the function passes through.
+    ///
+    /// Costs per evaluation, beyond the optimizer: a few nanoseconds, some tens with scales, bounds
+    /// or memory.
+    KrSearchReport run(KrScalarMultivariableFunction const& f,
+                       KrSearchContext const& context = {}) const;
+    /// The same with the evaluations made by `workers`.
+    KrSearchReport run(KrEvaluationWorkers& workers, KrSearchContext const& context = {}) const;
+
+    /// The name of the first component in which the other search differs, the limits left out;
+    /// empty if there is none. A record can be resumed if it is empty.
+    std::string firstDifference(KrSearch const& other) const;
+
+    /// The names of the variables.
+    std::vector<std::string> names() const;
+
+    void registerComponents() override;
+
+    /// Compares all components; NaN equals NaN.
+    bool operator==(KrSearch const& other) const;
+
+private:
+    KrSearchVariableVector variables_;
+    KrScalarMultivariableOptimizerContainer optimizer_;
+    KrMultivariableConstraintVector constraints_;
+    KrXmlBasicType<bool> maximise_{false};
+    KrXmlBasicType<KrU32> maxEvaluations_{0};
+    KrXmlBasicType<double> maxSeconds_{std::numeric_limits<double>::infinity()};
+    KrXmlBasicType<double> targetValue_{std::numeric_limits<double>::quiet_NaN()};
+    KrXmlBasicType<KrU32> stallEvaluations_{0};
+    KrXmlBasicType<double> stallImprovement_{0.0};
+    KrXmlBasicType<double> failureValue_{std::numeric_limits<double>::quiet_NaN()};
+    KrXmlBasicType<double> constraintWeight_{1000.0};
+    KrXmlBasicType<bool> remember_{true};
+    KrXmlBasicType<KrU32> seed_{1};
+};

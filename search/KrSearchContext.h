@@ -1,0 +1,41 @@
+#pragma once
+
+#include "foundation/core/KrExport.h"
+#include "foundation/core/KrTypes.h"
+
+#include <stop_token>
+
+class KrEvaluationRecord;
+class KrSearchReport;
+
+/// One evaluation of a search, as an observer sees it. The references are valid during the call.
+struct KrSearchProgress {
+    KrU32 evaluation;           ///< its number in the search, from 0 on
+    KrRealVector const& point;  ///< physical, inside the bounds
+    double value;               ///< the function's own value; NaN for a failure
+    bool failed;
+    bool isFromRecord;              ///< the record, or the memory of the search, had the value
+    KrRealVector const& bestPoint;  ///< the best feasible point so far, empty if there is none
+    double bestValue;
+    double seconds;  ///< since the run began
+};
+
+/// Watches a search. It sees values and never the optimizer.
+class KR_EXPORT KrSearchObserver {
+public:
+    virtual ~KrSearchObserver();
+
+    /// Called after each evaluation, in the order of the search, on the thread that runs it. An
+    /// exception ends the search and reaches the caller of `KrSearch::run`.
+    virtual void evaluated(KrSearchProgress const& progress) = 0;
+};
+
+/// What belongs to one run of a search. Every pointer may be null.
+///
+///     search.run(f, {.record = &record, .stop = signals.token()});
+struct KrSearchContext {
+    KrSearchObserver* observer = nullptr;
+    KrEvaluationRecord* record = nullptr;
+    KrSearchReport* report = nullptr;  ///< is filled also if an exception passes
+    std::stop_token stop = {};
+};

@@ -1,0 +1,141 @@
+#include "search/internal/KrRecordText.h"
+
+#include "foundation/core/KrExport.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+KR_SOURCE_VERSION;
+
+namespace {
+
+constexpr std::array<std::uint32_t, 256> crcTable = [] {
+    std::array<std::uint32_t, 256> table{};
+    for (std::uint32_t i = 0; i < table.size(); ++i) {
+        std::uint32_t rest = i;
+        for (int bit = 0; bit < 8; ++bit) {
+            rest = rest >> 1 ^ (rest & 1 ? 0xedb88320 : 0);
+        }
+        table[i] = rest;
+    }
+    return table;
+}();
+
+constexpr char digits[] = "0123456789abcdef";
+
+template <class Number>
+std::optional<Number> parsed(std::string_view text) {
+    Number value{};
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+}  // namespace
+
+namespace KrRecordText {
+
+std::uint32_t crc(std::string_view text) {
+    std::uint32_t rest = ~std::uint32_t{0};
+    for (char const c : text) {
+        rest = crcTable[(rest ^ static_cast<unsigned char>(c)) & 0xff] ^ rest >> 8;
+    }
+    return ~rest;
+}
+
+std::string sealed(std::string const& text) {
+    std::uint32_t const seal = crc(text);
+    std::string line = text + ' ';
+    for (int shift = 28; shift >= 0; shift -= 4) {
+        line += digits[seal >> shift & 0xf];
+    }
+    return line + '\n';
+}
+
+std::optional<std::string_view> unsealed(std::string_view line) {
+    constexpr std::size_t sealSize = 9;  // with its blank
+    if (line.size() < sealSize) {
+        return std::nullopt;
+    }
+    std::string_view const text = line.substr(0, line.size() - sealSize);
+    std::string const expected = sealed(std::string(text));
+    if (std::string_view(expected).substr(0, line.size()) != line) {
+        return std::nullopt;
+    }
+    return text;
+}
+
+std::string escaped(std::string_view text) {
+    std::string result;
+    for (char const c : text) {
+        if (c == '\\' || c == '"') {
+            result.append({'\\', c});
+        } else if (c == '\n') {
+            result += "\\n";
+        } else if (static_cast<unsigned char>(c) < ' ') {
+            result.append({'\\', 'x', digits[c >> 4 & 0xf], digits[c & 0xf]});
+        } else {
+            result += c;
+        }
+    }
+    return result;
+}
+
+std::string unescaped(std::string_view text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\' || i + 1 == text.size()) {
+            result += text[i];
+        } else if (text[++i] == 'n') {
+            result += '\n';
+        } else if (text[i] == 'x' && i + 2 < text.size()) {
+            unsigned char c = 0;
+            std::from_chars(text.data() + i + 1, text.data() + i + 3, c, 16);
+            result += static_cast<char>(c);
+            i += 2;
+        } else {
+            result += text[i];
+        }
+    }
+    return result;
+}
+
+std::string number(double value) {
+    if (std::isnan(value)) {
+        return "NaN";
+    }
+    if (std::isinf(value)) {
+        return value > 0.0 ? "INF" : "-INF";
+    }
+    char text[32];
+    return {text, std::to_chars(text, text + sizeof text, value).ptr};
+}
+
+std::optional<double> parsedNumber(std::string_view text) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    if (text == "NaN") {
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+    if (text == "INF" || text == "-INF") {
+        return text[0] == '-' ? -infinity : infinity;
+    }
+    std::optional<double> const value = parsed<double>(text);
+    return value && std::isfinite(*value) ? value : std::nullopt;
+}
+
+std::optional<std::uint64_t> parsedCount(std::string_view text) {
+    return parsed<std::uint64_t>(text);
+}
+
+std::string_view nextWord(std::string_view& line) {
+    std::size_t const end = std::min(line.find(' '), line.size());
+    std::string_view const word = line.substr(0, end);
+    line.remove_prefix(std::min(end + 1, line.size()));
+    return word;
+}
+
+}  // namespace KrRecordText

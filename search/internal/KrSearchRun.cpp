@@ -1,0 +1,716 @@
+#include "search/internal/KrSearchRun.h"
+
+#include "foundation/core/KrPrint.h"
+#include "foundation/math/KrRandomScope.h"
+#include "foundation/xml/KrXmlPairType.h"
+#include "search/KrCallingThread.h"
+#include "search/internal/KrRecordText.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <set>
+
+KR_SOURCE_VERSION;
+
+namespace {
+
+using Indices = KrXmlVectorType<KrXmlBasicType<KrU32>>;
+using IndexPairs = KrXmlVectorType<KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<KrU32>>>;
+
+std::string quoted(std::string const& text) { return '"' + text + '"'; }
+
+// The power of two that is nearest to `scale` by ratio: a product with it rounds nothing.
+double powerOfTwo(double scale) {
+    int exponent = 0;
+    double const fraction = std::frexp(scale, &exponent);  // in [1/2, 1)
+    return std::ldexp(1.0, fraction > 0.70710678118654752 ? exponent : exponent - 1);
+}
+
+// Whether the function evaluates a batch in a way of its own. The virtual table says so: a pointer
+// to a virtual member function holds the offset of its slot (Itanium C++ ABI, which all compilers
+// but one family follow).
+bool hasOwnBatch(KrScalarMultivariableFunction const& f) {
+    struct Plain : KrScalarMultivariableFunction {
+        double evaluate(KrRealVector const&) const override { return 0.0; }
+        KrU32 domainDim() const override { return 0; }
+    } const plain;
+    struct Member {
+        std::ptrdiff_t offset;
+        std::ptrdiff_t adjustment;
+    };
+    auto const slot = &KrScalarMultivariableFunction::evaluateMultiple;
+    static_assert(sizeof slot == sizeof(Member));
+    // On most processors the low bit marks a virtual function, and is no part of the offset.
+    std::ptrdiff_t const offset = std::bit_cast<Member>(slot).offset & ~std::ptrdiff_t{1};
+    auto const entry = [offset](KrScalarMultivariableFunction const& object) {
+        char const* const table = *reinterpret_cast<char const* const*>(&object);
+        return *reinterpret_cast<void const* const*>(table + offset);
+    };
+    return entry(f) != entry(plain);
+}
+
+}  // namespace
+
+class KrSearchRun::Function : public KrScalarMultivariableFunction {
+public:
+    explicit Function(KrSearchRun& run) : run_(run) {}
+
+    double evaluate(KrRealVector const& x) const override {
+        CallersStream const stream(run_);
+        return run_.step(x);
+    }
+    void evaluateMultiple(std::vector<KrRealVector> const& points,
+                          KrRealVector& values) const override {
+        CallersStream const stream(run_);
+        run_.stepMany(points, values);
+    }
+    KrU32 domainDim() const override { return run_.dimension_; }
+
+private:
+    // Puts the caller's random stream in the place of the optimizer's.
+    class CallersStream {
+    public:
+        explicit CallersStream(KrSearchRun& run) : slot_(run.slot_), optimizers_(run.slot_) {
+            slot_ = run.callers_;
+        }
+        ~CallersStream() { slot_ = optimizers_; }
+        CallersStream(CallersStream const&) = delete;
+        CallersStream& operator=(CallersStream const&) = delete;
+
+    private:
+        KrRandomStream*& slot_;
+        KrRandomStream* const optimizers_;
+    };
+
+    KrSearchRun& run_;
+};
+
+KrSearchRun::KrSearchRun(KrSearch const& search, KrEvaluationWorkers& workers,
+                         KrSearchContext const& context)
+    : search_(search),
+      workers_(workers),
+      context_(context),
+      record_(context.record),
+      direct_(workers.directFunction()),
+      slot_(KrRandomScope::slot()),
+      callers_(slot_),
+      begin_(std::chrono::steady_clock::now()),
+      dimension_(search.variables().size()),
+      maxEvaluations_(search.maxEvaluations()),
+      maximise_(search.maximise()),
+      remember_(search.remember()),
+      canStop_(context.stop.stop_possible()),
+      isTimed_(context.record || context.observer),
+      constraints_(search.constraints()),
+      worstValue_(maximise_ ? infinity : -infinity) {}
+
+KrSearchReport KrSearchRun::run() {
+    try {
+        if (!isRefused() && (!record_ || record_->begin(search_))) {
+            Function const function(*this);
+            prepare(function);
+            search(function);
+        }
+    } catch (...) {
+        report_.reason_ = static_cast<unsigned short>(KrSearchReason::Failed);
+        finish();
+        throw;
+    }
+    finish();
+    return report_;
+}
+
+// --- What is refused before the first evaluation.
+
+bool KrSearchRun::refuse(std::string const& text) {
+    Kr::Print::instance().write(Kr::PrintType::Error, "search: %s\n", text);
+    return true;
+}
+
+bool KrSearchRun::isRefused() {
+    bool refused = false;
+    auto const& variables = search_.variables().vectorContainer();
+    if (std::ranges::count(variables, nullptr) == std::ssize(variables)) {
+        refused = refuse("variables: expected at least one variable, found none");
+    }
+    std::set<std::string> names;
+    for (KrSearchVariable const* const variable : variables) {
+        if (!variable) {
+            refused = refuse("variables: expected a variable, found an empty entry");
+        } else {
+            refused = refuseBadVariable(*variable) || refused;
+            if (!names.insert(variable->name()).second) {
+                refused = refuse("variable " + quoted(variable->name()) +
+                                 ": name: expected a name of its own, found it twice");
+            }
+        }
+    }
+    if (!search_.optimizer().topElement()) {
+        refused = refuse("optimizer: expected an optimizer, found none");
+    }
+    for (KrU32 i = 0; i < constraints_.size(); ++i) {
+        refused = refuseBadConstraint(i) || refused;
+    }
+    auto const number = [&](char const* component, double value, bool isGood, char const* range) {
+        if (!isGood) {
+            refused = refuse(std::string(component) + ": expected a number " + range + ", found " +
+                             KrRecordText::number(value));
+        }
+    };
+    double const weight = search_.constraintWeight();
+    number("constraintWeight", weight, weight >= 0.0 && weight < infinity, "from 0 on, finite");
+    number("maxSeconds", search_.maxSeconds(), search_.maxSeconds() >= 0.0, "from 0 on");
+    number("stallImprovement", search_.stallImprovement(), search_.stallImprovement() >= 0.0,
+           "from 0 on");
+    if (auto const* const f = workers_.directFunction(); f && f->domainDim() != dimension_) {
+        refused =
+            refuse("variables: expected " + std::to_string(f->domainDim()) +
+                   " variables, as many as the function has, found " + std::to_string(dimension_));
+    }
+    return refused;
+}
+
+bool KrSearchRun::refuseBadVariable(KrSearchVariable const& variable) {
+    std::string const where = "variable " + quoted(variable.name()) + ": ";
+    bool refused = false;
+    auto const check = [&](bool isGood, std::string const& expected, double found) {
+        if (!isGood) {
+            refused =
+                refuse(where + expected + ", found " + KrRecordText::number(found)) || refused;
+        }
+    };
+    auto const isNameCharacter = [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+               c == '_' || c == '-' || c == '.';
+    };
+    if (variable.name().empty() || !std::ranges::all_of(variable.name(), isNameCharacter)) {
+        refused = refuse(where + "name: expected letters, digits, \"_\", \"-\" and \".\", found " +
+                         quoted(KrRecordText::escaped(variable.name())));
+    }
+    check(std::isfinite(variable.start()), "start: expected a finite number", variable.start());
+    check(variable.lower() < infinity, "lower: expected a number or -INF", variable.lower());
+    check(variable.upper() > -infinity, "upper: expected a number or INF", variable.upper());
+    check(!(variable.lower() > variable.upper()),
+          "lower: expected at most the upper bound, " + KrRecordText::number(variable.upper()),
+          variable.lower());
+    check(variable.scale() > 0.0 && variable.scale() < infinity,
+          "scale: expected a finite number above 0", variable.scale());
+    return refused;
+}
+
+// The lists of indices are found by their tags, so that a client's constraint is checked too.
+bool KrSearchRun::refuseBadConstraint(KrU32 number) {
+    std::string const where = "constraint " + std::to_string(number) + ": ";
+    KrBaseMultivariableConstraint* const constraint = constraints_.vectorContainer()[number];
+    if (!constraint) {
+        return refuse(where + "expected a constraint, found an empty entry");
+    }
+    bool refused = false;
+    auto const check = [&](KrToken const& token, KrU32 index) {
+        if (index >= dimension_ && !refused) {
+            refused = refuse(where + std::string(token.localName()) + ": expected indices below " +
+                             std::to_string(dimension_) + ", found " + std::to_string(index));
+        }
+    };
+    for (auto const& [token, object, isReadOnly] : constraint->componentMap()) {
+        if (auto const* const indices = dynamic_cast<Indices const*>(object)) {
+            for (auto const& index : *indices) {
+                check(token, index);
+            }
+        } else if (auto const* const pairs = dynamic_cast<IndexPairs const*>(object)) {
+            for (auto const& pair : *pairs) {
+                check(token, std::max(pair.first().value(), pair.second().value()));
+            }
+        }
+    }
+    return refused;
+}
+
+// --- The run.
+
+void KrSearchRun::prepare(KrScalarMultivariableFunction const& function) {
+    KrRealVector lower;
+    KrRealVector upper;
+    KrRealVector scales;
+    bool isScaled = false;
+    bool isBounded = false;
+    for (KrSearchVariable const* const variable : search_.variables().vectorContainer()) {
+        lower.push_back(variable->lower());
+        upper.push_back(variable->upper());
+        scales.push_back(variable->scale());
+        powers_.push_back(powerOfTwo(variable->scale()));
+        isBounded = isBounded || lower.back() > -infinity || upper.back() < infinity;
+        isScaled = isScaled || powers_.back() != 1.0;
+    }
+    KrScalarMultivariableFunction const* f = &function;
+    if (isBounded) {
+        f = &bounded_.emplace(*f, lower, upper, scales, maximise_);
+    }
+    if (isScaled) {
+        scaled_.emplace(*f, powers_);
+    }
+    inBatches_ = !direct_ || hasOwnBatch(*direct_);
+    if (search_.maxSeconds() < 1e9) {  // longer ones are beyond the clock's range
+        deadline_ = begin_ + std::chrono::duration_cast<Time::duration>(
+                                 std::chrono::duration<double>(search_.maxSeconds()));
+    }
+    isPlain_ = direct_ && !isTimed_ && !canStop_ && !remember_ && maxEvaluations_ == 0 &&
+               deadline_ == Time::max() && constraints_.size() == 0 &&
+               std::isnan(search_.targetValue()) && search_.stallEvaluations() == 0;
+    if (remember_) {
+        memory_.emplace(dimension_);
+    }
+    if (record_) {
+        // Evaluations that were complete when the last run ended, and not yet asked for.
+        std::set<std::uint64_t> const asked(record_->asked().begin(), record_->asked().end());
+        for (auto const& [ticket, entry] : record_->entries()) {
+            if (!asked.contains(ticket)) {
+                if (!memory_) {
+                    memory_.emplace(dimension_);
+                }
+                if (!memory_->find(entry.point)) {
+                    memory_->insert(
+                        entry.point,
+                        {entry.value, entry.failed || isFailure(entry.value), false, ticket});
+                }
+            }
+        }
+        nextTicket_ = record_->nextTicket();
+    }
+}
+
+void KrSearchRun::search(KrScalarMultivariableFunction const& function) {
+    KrRealVector start;
+    for (KrSearchVariable const* const variable : search_.variables().vectorContainer()) {
+        start.push_back(variable->start());
+    }
+    if (bounded_) {
+        KrRealVector inside;
+        if (bounded_->clip(start, inside) > 0.0) {
+            Kr::Print::instance().write(Kr::PrintType::Warning,
+                                        "search: start: expected a point inside the bounds, "
+                                        "moved it onto them\n");
+        }
+        start = inside;
+    }
+    for (KrU32 i = 0; i < dimension_; ++i) {
+        start[i] /= powers_[i];
+    }
+    KrScalarMultivariableFunction const& f = scaled_ ? *scaled_ : bounded_ ? *bounded_ : function;
+    // A clone, since an optimizer may carry a value over from its last search.
+    KrScalarMultivariableOptimizerContainer const optimizer(search_.optimizer());
+    KrRandomStream stream(search_.seed());
+    KrRealVector answer;
+    double value = nan;
+    try {
+        KrRandomScope const scope(stream);
+        value = maximise_ ? optimizer.findMaximum(f, start, answer)
+                          : optimizer.findMinimum(f, start, answer);
+    } catch (Stop const&) {
+    } catch (...) {
+        drain();
+        throw;
+    }
+    drain();
+    if (exception_) {  // which the optimizer caught
+        std::rethrow_exception(exception_);
+    }
+    report_.reason_ = static_cast<unsigned short>(stopped_.value_or(KrSearchReason::Finished));
+    if (!stopped_) {
+        setAnswer(answer, value);
+    }
+}
+
+// The function's own value at the answer is the optimizer's if no penalty was added there.
+void KrSearchRun::setAnswer(KrRealVector const& answer, double value) {
+    KrRealVector physical = answer;
+    if (scaled_) {
+        scaled_->scale(answer, physical);
+    }
+    KrRealVector inside = physical;
+    bool const isInside = !bounded_ || bounded_->clip(physical, inside) == 0.0;
+    report_.answerPoint_ = KrXmlRealVector::fromValues(inside);
+    if (Known const* const known = memory_ ? memory_->find(inside) : nullptr) {
+        report_.answer_ = known->value;
+    } else if (inside == best_) {
+        report_.answer_ = bestValue_;
+    } else if (isInside && violation(inside) == 0.0) {
+        report_.answer_ = value;
+    }
+}
+
+// Ends what is under way. What was complete goes into the record.
+void KrSearchRun::drain() {
+    if (!direct_) {
+        workers_.cancel();
+        std::vector<KrEvaluation> rest;
+        while (workers_.finish(rest, Time::max(), {})) {
+        }
+    }
+}
+
+void KrSearchRun::finish() {
+    if (record_) {
+        record_->end();
+    }
+    report_.bestPoint_ = KrXmlRealVector::fromValues(best_);
+    report_.bestValue_ = bestValue_;
+    report_.evaluations_ = asked_;
+    report_.evaluationsMade_ = made_;
+    report_.evaluationsFromRecord_ = replayed_;
+    report_.failures_ = failures_;
+    report_.seconds_ = secondsSince(begin_);
+    if (context_.report) {
+        *context_.report = report_;
+    }
+}
+
+// --- One evaluation.
+
+double KrSearchRun::step(KrRealVector const& x) {
+    if (!isPlain_ || failures_ == asked_ || exception_) {  // the first failures may end it
+        mayGoOn();
+        return take(x, obtain(x));
+    }
+    // The same with what has no effect left out: 8 instead of 24 ns.
+    Known const known = evaluated(x);
+    ++asked_;
+    if (!known.failed) {
+        compare(x, known.value);
+    }
+    return optimizersValue(known);
+}
+
+// Between two evaluations.
+void KrSearchRun::mayGoOn() {
+    if (exception_) {
+        std::rethrow_exception(exception_);
+    }
+    if (stopped_) {
+        throw Stop();
+    }
+    if (canStop_ && context_.stop.stop_requested()) {
+        stop(KrSearchReason::Cancelled);
+    }
+    if (maxEvaluations_ != 0 && asked_ >= maxEvaluations_) {
+        stop(KrSearchReason::Evaluations);
+    }
+    if (deadline_ != Time::max() && std::chrono::steady_clock::now() >= deadline_) {
+        stop(KrSearchReason::Time);
+    }
+}
+
+void KrSearchRun::stop(KrSearchReason reason) {
+    stopped_ = reason;
+    throw Stop();
+}
+
+auto KrSearchRun::obtain(KrRealVector const& x) -> Known {
+    isOld_ = true;
+    if (record_ && asked_ < record_->asked().size()) {
+        return replayed(x);
+    }
+    if (Known* const known = remembered(x)) {
+        known->isTaken = true;
+        if (record_ && !record_->take(known->ticket)) {
+            stop(KrSearchReason::Cancelled);
+        }
+        return *known;
+    }
+    isOld_ = false;
+    return evaluated(x);
+}
+
+// An evaluation that the search may use again, or that it has not used yet.
+auto KrSearchRun::remembered(KrRealVector const& x) -> Known* {
+    Known* const known = memory_ ? memory_->find(x) : nullptr;
+    return known && (remember_ || !known->isTaken) ? known : nullptr;
+}
+
+auto KrSearchRun::replayed(KrRealVector const& x) -> Known {
+    std::uint64_t const ticket = record_->asked()[asked_];
+    KrEvaluationRecord::Entry const& entry = record_->entries().at(ticket);
+    if (x.size() != entry.point.size() ||
+        std::memcmp(x.data(), entry.point.data(), x.size() * sizeof(double)) != 0) {
+        divergence_ = x;
+        Kr::Print::instance().write(
+            Kr::PrintType::Error, "search: evaluation %u: %s\n", asked_,
+            "expected the point of the record, found another: the library, the optimizer or the "
+            "machine computes differently");
+        stop(KrSearchReason::Failed);
+    }
+    ++replayed_;
+    Known const known{entry.value, entry.failed || isFailure(entry.value), true, ticket};
+    if (remember_ && !memory_->find(x)) {
+        memory_->insert(x, known);
+    }
+    return known;
+}
+
+auto KrSearchRun::evaluated(KrRealVector const& x) -> Known {
+    if (!direct_) {
+        return claimed(evaluatedMany({x}).front());
+    }
+    if (!isTimed_) {
+        ++made_;
+        Known known{0.0, false, true, nextTicket_};
+        try {
+            known.value = direct_->evaluate(x);
+            known.failed = isFailure(known.value);
+        } catch (KrEvaluationFailure const&) {
+            known = {nan, true, true, nextTicket_};
+        } catch (...) {
+            exception_ = std::current_exception();
+            throw;
+        }
+        if (remember_) {
+            memory_->insert(x, known);
+        }
+        return known;
+    }
+    KrEvaluation evaluation = KrCallingThread::evaluate(*direct_, x);
+    evaluation.ticket = nextTicket_++;
+    ++made_;
+    if (evaluation.exception) {
+        exception_ = evaluation.exception;
+        std::rethrow_exception(exception_);
+    }
+    return accepted(x, evaluation, true);
+}
+
+// A batch. Its evaluations that are new are made as one.
+void KrSearchRun::stepMany(std::vector<KrRealVector> const& points, KrRealVector& values) {
+    values.resize(points.size());
+    if (!inBatches_) {
+        std::ranges::transform(points, values.begin(),
+                               [this](KrRealVector const& x) { return step(x); });
+        return;
+    }
+    mayGoOn();
+    std::size_t count = points.size();
+    if (maxEvaluations_ != 0) {
+        count = std::min<std::size_t>(count, maxEvaluations_ - asked_);
+    }
+    constexpr std::size_t old = ~std::size_t{0};
+    std::vector<std::size_t> places(count, old);
+    std::vector<KrRealVector> news;
+    KrPointTable<char> batch(dimension_);
+    for (std::size_t i = 0; i < count; ++i) {
+        bool const isReplayed = record_ && asked_ + i < record_->asked().size();
+        if (isReplayed || remembered(points[i]) || (remember_ && batch.find(points[i]))) {
+            continue;
+        }
+        places[i] = news.size();
+        news.push_back(points[i]);
+        if (remember_) {
+            batch.insert(points[i], 1);
+        }
+    }
+    std::vector<Made> all = evaluatedMany(news);
+    for (std::size_t i = 0; i < count; ++i) {
+        values[i] = take(points[i], places[i] == old ? obtain(points[i]) : claimed(all[places[i]]));
+    }
+    if (count < points.size()) {
+        mayGoOn();
+    }
+}
+
+auto KrSearchRun::evaluatedMany(std::vector<KrRealVector> const& points) -> std::vector<Made> {
+    std::vector<Made> all(points.size());
+    if (!points.empty()) {
+        direct_ ? evaluateBatch(points, all) : evaluateByWorkers(points, all);
+    }
+    return all;
+}
+
+void KrSearchRun::evaluateBatch(std::vector<KrRealVector> const& points, std::vector<Made>& all) {
+    KrRealVector values;
+    KrEvaluation evaluation;
+    auto const start = std::chrono::steady_clock::now();
+    made_ += static_cast<KrU32>(points.size());
+    try {
+        direct_->evaluateMultiple(points, values);
+        values.resize(points.size(), nan);
+    } catch (KrEvaluationFailure const& failure) {
+        evaluation.outcome = KrEvaluation::Outcome::Failure;
+        evaluation.text = failure.what();
+        values.assign(points.size(), nan);
+    } catch (...) {
+        exception_ = std::current_exception();
+        throw;
+    }
+    evaluation.seconds = secondsSince(start);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        evaluation.ticket = nextTicket_++;
+        evaluation.value = values[i];
+        all[i].known = accepted(points[i], evaluation, false);
+    }
+}
+
+void KrSearchRun::evaluateByWorkers(std::vector<KrRealVector> const& points,
+                                    std::vector<Made>& all) {
+    std::vector<KrEvaluationRequest> requests;
+    std::uint64_t const first = nextTicket_;
+    for (KrRealVector const& point : points) {
+        requests.push_back({nextTicket_++, point});
+    }
+    std::vector<KrEvaluation> ended;
+    std::size_t back = 0;
+    auto const accept = [&] {
+        for (KrEvaluation const& evaluation : ended) {
+            std::size_t const i = evaluation.ticket - first;
+            if (i >= all.size()) {
+                continue;  // of a run that was stopped before
+            }
+            ++back;
+            switch (evaluation.outcome) {
+                case KrEvaluation::Outcome::Value:
+                case KrEvaluation::Outcome::Failure:
+                    ++made_;
+                    all[i].known = accepted(points[i], evaluation, false);
+                    break;
+                case KrEvaluation::Outcome::Exception:
+                    ++made_;
+                    all[i].exception = evaluation.exception;
+                    break;
+                case KrEvaluation::Outcome::Broken: all[i].broken = evaluation.text; break;
+                case KrEvaluation::Outcome::Cancelled: break;
+            }
+        }
+        ended.clear();
+    };
+    workers_.start(requests);
+    while (back < all.size() && workers_.finish(ended, deadline_, context_.stop)) {
+        accept();
+    }
+    if (back < all.size()) {
+        workers_.cancel();
+        while (workers_.finish(ended, Time::max(), {})) {
+            accept();
+        }
+    }
+}
+
+// The evaluation of a batch whose turn it is.
+auto KrSearchRun::claimed(Made& made) -> Known {
+    if (made.exception) {
+        exception_ = made.exception;
+        std::rethrow_exception(exception_);
+    }
+    if (!made.broken.empty()) {
+        Kr::Print::instance().write(Kr::PrintType::Error, "search: evaluation %u: %s\n", asked_,
+                                    made.broken);
+        stop(KrSearchReason::Failed);
+    }
+    if (!made.known) {
+        bool const isLate = deadline_ != Time::max() && !context_.stop.stop_requested() &&
+                            std::chrono::steady_clock::now() >= deadline_;
+        stop(isLate ? KrSearchReason::Time : KrSearchReason::Cancelled);
+    }
+    isOld_ = false;
+    if (record_ && !record_->take(made.known->ticket)) {
+        stop(KrSearchReason::Cancelled);
+    }
+    return *made.known;
+}
+
+// Notes a new evaluation in record and memory.
+auto KrSearchRun::accepted(KrRealVector const& x, KrEvaluation const& evaluation, bool isTaken)
+    -> Known {
+    bool const failed = evaluation.outcome == KrEvaluation::Outcome::Failure;
+    Known const known{failed ? nan : evaluation.value, failed || isFailure(evaluation.value),
+                      isTaken || !remember_, evaluation.ticket};
+    if (remember_ && !memory_->find(x)) {
+        memory_->insert(x, known);
+    }
+    if (record_) {
+        KrEvaluationRecord::Entry entry;
+        entry.point = x;
+        entry.value = known.value;
+        entry.failed = failed;
+        entry.text = evaluation.text;
+        entry.worker = evaluation.worker;
+        entry.seconds = evaluation.seconds;
+        entry.start = secondsSince(begin_) - evaluation.seconds;
+        if (!record_->add(evaluation.ticket, std::move(entry), isTaken)) {
+            stop(KrSearchReason::Cancelled);
+        }
+    }
+    return known;
+}
+
+// The function's value, or what stands in its place.
+double KrSearchRun::optimizersValue(Known const& known) {
+    if (!known.failed) {
+        if (isBetter(worstValue_, known.value) && std::isfinite(known.value)) {
+            worstValue_ = known.value;
+        }
+        return known.value;
+    }
+    ++failures_;
+    double const given = search_.failureValue();
+    double const none = maximise_ ? -1e100 : 1e100;
+    return !std::isnan(given) ? given : std::isfinite(worstValue_) ? worstValue_ : none;
+}
+
+double KrSearchRun::take(KrRealVector const& x, Known const& known) {
+    ++asked_;
+    double value = optimizersValue(known);
+    if (constraints_.size() != 0) {
+        double const v = violation(x);
+        if (!known.failed && !(v > 0.0)) {
+            compare(x, value);
+        }
+        value += (maximise_ ? -1.0 : 1.0) * search_.constraintWeight() * v;
+    } else if (!known.failed) {
+        compare(x, value);
+    }
+    if (context_.observer) {
+        context_.observer->evaluated({asked_ - 1, x, known.value, known.failed, isOld_, best_,
+                                      bestValue_, secondsSince(begin_)});
+    }
+    if (failures_ == asked_ && asked_ >= 2 * dimension_ + 1) {
+        Kr::Print::instance().write(Kr::PrintType::Error,
+                                    "search: expected a value, found %u failures and no value\n",
+                                    failures_);
+        stop(KrSearchReason::Failed);
+    }
+    double const target = search_.targetValue();
+    if (!best_.empty() && (maximise_ ? bestValue_ >= target : bestValue_ <= target)) {
+        stop(KrSearchReason::Target);
+    }
+    if (search_.stallEvaluations() != 0 && asked_ - stallStart_ >= search_.stallEvaluations()) {
+        stop(KrSearchReason::Stalled);
+    }
+    return value;
+}
+
+// A feasible point.
+void KrSearchRun::compare(KrRealVector const& x, double value) {
+    if (!best_.empty() && !isBetter(value, bestValue_)) {
+        return;
+    }
+    best_ = x;
+    bestValue_ = value;
+    if (!(std::abs(value - stallValue_) <= search_.stallImprovement() * std::abs(value))) {
+        stallValue_ = value;
+        stallStart_ = asked_;
+    }
+}
+
+// The sum of what the constraints are above 0.
+double KrSearchRun::violation(KrRealVector const& x) const {
+    double sum = 0.0;
+    for (KrBaseMultivariableConstraint const* const constraint : constraints_.vectorContainer()) {
+        double const c = constraint->evaluate(x);
+        sum += c > 0.0 ? c : 0.0;
+    }
+    return sum;
+}
+
+double KrSearchRun::secondsSince(Time begin) const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}

@@ -1,0 +1,132 @@
+#pragma once
+
+#include "foundation/math/KrRandomStream.h"
+#include "search/KrBoundedFunction.h"
+#include "search/KrEvaluationRecord.h"
+#include "search/KrEvaluationWorkers.h"
+#include "search/KrScaledFunction.h"
+#include "search/KrSearch.h"
+#include "search/internal/KrPointTable.h"
+
+#include <optional>
+
+/// One run of a search. A point is physical and inside the bounds here: the scales and the bounds
+/// are functions between the optimizer and this.
+///
+/// Each evaluation goes through three steps: `mayGoOn` throws a stop through the optimizer, `obtain`
+/// gets the value from the record, the memory or the workers, and `take` counts it, compares it and
+/// turns it into what the optimizer sees.
+class KrSearchRun {
+public:
+    KrSearchRun(KrSearch const& search, KrEvaluationWorkers& workers,
+                KrSearchContext const& context);
+
+    KrSearchReport run();
+
+    /// The point at which the search asked for something else than the record holds, empty if there
+    /// is none. It is the evaluation of number `evaluations()`.
+    std::optional<KrRealVector> const& divergence() const { return divergence_; }
+    KrU32 evaluations() const { return asked_; }
+
+private:
+    // What the optimizer, the scales or the bounds call. The caller's random stream is in place
+    // meanwhile.
+    class Function;
+    // Thrown through the optimizer. No class of the standard library, which it might catch.
+    struct Stop {};
+    using Time = KrEvaluationWorkers::Time;
+
+    // An evaluation that has a value, or has failed.
+    struct Known {
+        double value = 0.0;
+        bool failed = false;
+        bool isTaken = false;  // by the search
+        std::uint64_t ticket = 0;
+    };
+    // One that was handed out in a batch.
+    struct Made {
+        std::optional<Known> known;
+        std::exception_ptr exception;
+        std::string broken;
+    };
+
+    bool isRefused();
+    bool refuse(std::string const& text);
+    bool refuseBadVariable(KrSearchVariable const& variable);
+    bool refuseBadConstraint(KrU32 number);
+    void prepare(KrScalarMultivariableFunction const& function);
+    void search(KrScalarMultivariableFunction const& function);
+    void setAnswer(KrRealVector const& answer, double value);
+    void drain();
+    void finish();
+
+    double step(KrRealVector const& x);
+    void stepMany(std::vector<KrRealVector> const& points, KrRealVector& values);
+    void mayGoOn();
+    [[noreturn]] void stop(KrSearchReason reason);
+    Known obtain(KrRealVector const& x);
+    Known* remembered(KrRealVector const& x);
+    Known replayed(KrRealVector const& x);
+    Known evaluated(KrRealVector const& x);
+    std::vector<Made> evaluatedMany(std::vector<KrRealVector> const& points);
+    void evaluateBatch(std::vector<KrRealVector> const& points, std::vector<Made>& all);
+    void evaluateByWorkers(std::vector<KrRealVector> const& points, std::vector<Made>& all);
+    Known claimed(Made& made);
+    Known accepted(KrRealVector const& x, KrEvaluation const& evaluation, bool isTaken);
+    double take(KrRealVector const& x, Known const& known);
+    double optimizersValue(Known const& known);
+    void compare(KrRealVector const& x, double value);
+    bool isBetter(double a, double b) const { return maximise_ ? a > b : a < b; }
+    bool isFailure(double value) const {
+        return !(maximise_ ? value < infinity : value > -infinity);
+    }
+    double violation(KrRealVector const& x) const;
+    double secondsSince(Time begin) const;
+
+    static constexpr double infinity = std::numeric_limits<double>::infinity();
+    static constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+    KrSearch const& search_;
+    KrEvaluationWorkers& workers_;
+    KrSearchContext const& context_;
+    KrEvaluationRecord* const record_;
+    KrScalarMultivariableFunction const* const direct_;
+    KrRandomStream*& slot_;          // of this thread's random stream
+    KrRandomStream* const callers_;  // the random stream of the caller
+    Time const begin_;
+    KrSearchReport report_;
+
+    // Settings, as plain values.
+    KrU32 const dimension_;
+    KrU32 const maxEvaluations_;
+    bool const maximise_;
+    bool const remember_;
+    bool const canStop_;
+    bool const isTimed_;
+    bool inBatches_ = true;  // a batch is handed on as a whole
+    bool isPlain_ = false;   // nothing happens between two evaluations
+    Time deadline_ = Time::max();
+    KrMultivariableConstraintVector constraints_;
+    std::optional<KrBoundedFunction> bounded_;
+    std::optional<KrScaledFunction> scaled_;
+    KrRealVector powers_;
+
+    std::optional<KrPointTable<Known>> memory_;
+    std::uint64_t nextTicket_ = 0;
+    bool isOld_ = false;  // the last value is from the record or the memory
+
+    // How the run ends.
+    std::optional<KrSearchReason> stopped_;
+    std::exception_ptr exception_;
+    std::optional<KrRealVector> divergence_;
+
+    KrU32 asked_ = 0;
+    KrU32 made_ = 0;
+    KrU32 replayed_ = 0;
+    KrU32 failures_ = 0;
+    KrRealVector best_;
+    double bestValue_ = nan;
+    double worstValue_;  // of those that did not fail
+    double stallValue_ = nan;
+    KrU32 stallStart_ = 0;
+};
