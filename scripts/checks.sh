@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(format generated headers reference cppcheck static clang tidy asan tsan coverage fuzz bits
+all=(format generated floors headers reference cppcheck static clang tidy asan tsan coverage fuzz bits
     hardening benchmarks packages demo commands)
 
 # build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
@@ -23,6 +23,9 @@ check_format() { scripts/format.sh --check; }
 check_generated() {
     scripts/gauss_legendre.py | diff -u function/tools/KrGaussLegendreTables.cpp -
 }
+
+# Includes go down or sideways in the floor table of CONTRIBUTING.md.
+check_floors() { scripts/floors.py; }
 
 # Each public header compiles alone, in the source tree, and all of them together as installed:
 # one that includes something which is not installed fails only there.

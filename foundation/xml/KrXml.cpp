@@ -2,42 +2,21 @@
 
 #include "foundation/core/KrPrint.h"
 #include "foundation/core/internal/KrReplaceFile.h"
-#include "foundation/xml/KrXmlBaseVariableCompoundType.h"
 #include "foundation/xml/KrXmlChildren.h"
-#include "foundation/xml/KrXmlCompoundType.h"
 #include "foundation/xml/KrXmlFactory.h"
-#include "foundation/xml/KrXmlObjectVisitor.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlSchema.h"
 #include "foundation/xml/KrXmlWriter.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <sstream>
 #include <streambuf>
 #include <system_error>
 
-// In a program that is linked statically, the tokens are there before all that uses them.
-#define KR_EARLY [[gnu::init_priority(200)]]
-
 namespace KrXml {
 
-char const namespaceUri[] = "urn:zeibreku:function#";
-
 KR_SOURCE_VERSION;
-
-namespace {
-
-KR_EARLY KrToken const ns(namespaceUri);
-
-}  // namespace
-
-KR_EARLY KrToken const KrCountToken("count");
-KR_EARLY KrToken const KrAddLibrariesToken = ns + "addLibraries";
-KR_EARLY KrToken const KrItemToken = ns + "item";
-KR_EARLY KrToken const KrFirstToken = ns + "first";
-KR_EARLY KrToken const KrSecondToken = ns + "second";
 
 namespace {
 
@@ -99,33 +78,7 @@ struct TextBuffer : std::streambuf {
     }
 };
 
-// Collects what can create elements, in an order that is the same for all objects of a
-// class.
-struct Creators : KrXmlObjectVisitor {
-    explicit Creators(KrXmlObject& object) { object.accept(this); }
-    void visit(KrXmlObject*) override {}
-    void visit(KrXmlCompoundType* object) override {
-        for (auto* const map : {&object->componentMap(), &object->specialDescriptorMap()}) {
-            for (auto const& component : *map) {
-                component.object->accept(this);
-            }
-        }
-    }
-    void visit(KrXmlBaseVariableCompoundType* object) override { found.push_back(object); }
-    std::vector<KrXmlBaseVariableCompoundType*> found;
-};
-
 }  // namespace
-
-namespace internal {
-
-void takeOverCreators(KrXmlObject& fresh, KrXmlObject& object) {
-    Creators const target(fresh);
-    Creators const source(object);
-    for (std::size_t i = 0; i < std::min(target.found.size(), source.found.size()); ++i) {
-        target.found[i]->takeOverCreators(*source.found[i]);
-    }
-}
 
 KrBoolean readFileInto(std::string const& path, KrXmlObject& object, KrXmlFactory const* factory) {
     std::ifstream stream;
@@ -137,8 +90,6 @@ KrBoolean readTextInto(std::string const& text, KrXmlObject& object, KrXmlFactor
     std::istream stream(&buffer);
     return readDocument(stream, stringName, object, factory);
 }
-
-}  // namespace internal
 
 std::unique_ptr<KrXmlObject> read(KrXmlReader& reader, KrXmlFactory const& factory) {
     std::unique_ptr<KrXmlObject> object;

@@ -1,15 +1,14 @@
 #pragma once
 
 #include "foundation/core/KrExport.h"
-#include "foundation/core/KrToken.h"
 #include "foundation/core/KrTypes.h"
 #include "foundation/xml/KrXmlObject.h"
+#include "foundation/xml/KrXmlReplace.h"
+#include "foundation/xml/KrXmlTokens.h"
 
 #include <concepts>
 #include <memory>
 #include <string>
-#include <type_traits>
-#include <utility>
 
 class KrXmlFactory;
 class KrXmlReader;
@@ -19,64 +18,14 @@ class KrXmlReader;
 /// been printed through `Kr::Print`.
 namespace KrXml {
 
-/// The namespace of all elements, "urn:zeibreku:function#".
-extern KR_EXPORT char const namespaceUri[];
-
-extern KR_EXPORT KrToken const KrCountToken;         ///< attribute "count", no namespace
-extern KR_EXPORT KrToken const KrAddLibrariesToken;  ///< element "addLibraries"
-extern KR_EXPORT KrToken const KrItemToken;          ///< element "item" of a vector
-extern KR_EXPORT KrToken const KrFirstToken;         ///< element "first" of a pair
-extern KR_EXPORT KrToken const KrSecondToken;        ///< element "second" of a pair
-
-namespace internal {
-
-/// Reads a document, whose root element must be `object.token()`, into `object`.
+/// Reads a document into `object`, whose class the compiler need not know. The root
+/// element must be `object.token()`. What the document lacks keeps its value. If the
+/// result is false, part of `object` may have changed. `factory` as in `readFile`.
 KR_EXPORT KrBoolean readFileInto(std::string const& path, KrXmlObject& object,
                                  KrXmlFactory const* factory);
+/// Does the same from a text.
 KR_EXPORT KrBoolean readTextInto(std::string const& text, KrXmlObject& object,
                                  KrXmlFactory const* factory);
-
-/// Lets `fresh`, a new object of the class of `object`, create what clients have
-/// registered with `object`, at any depth.
-KR_EXPORT void takeOverCreators(KrXmlObject& fresh, KrXmlObject& object);
-
-/// Whether an object may be large: one with components, one that creates elements, a list.
-template <class T>
-concept Composite = requires(T& object) {
-    object.componentMap();
-}
-|| requires(T& object) { object.creatorMap(); }
-|| requires(T& object) { object.pushBack(object[0]); };
-
-/// Reads by `read(fresh)` into an object with default values, and moves it to `object`
-/// when that was true. What clients have registered with `object` stays, and an element
-/// knows the same container.
-template <class T, class Read>
-KrBoolean replaceByNew(T& object, Read read) {
-    static_assert(!std::is_abstract_v<T>, "a document is read into an object of a concrete class");
-    auto const replaceBy = [&](T& fresh) {
-        bool const good = read(fresh);
-        if (good) {
-            object = std::move(fresh);
-        }
-        return good;
-    };
-    if constexpr (Composite<T>) {
-        T fresh;
-        takeOverCreators(fresh, object);
-        if constexpr (requires { fresh.setContainer(object.container()); }) {
-            fresh.setContainer(object.container());
-        }
-        return replaceBy(fresh);
-    } else {
-        T fresh(object);  // with what belongs to it besides its value, such as texts
-        fresh = T();
-        fresh.setSpecified(false);
-        return replaceBy(fresh);
-    }
-}
-
-}  // namespace internal
 
 /// Reads a whole document whose root is `object.token()`. What the document
 /// lacks takes its default: the object is replaced. When the result is false,
@@ -84,15 +33,15 @@ KrBoolean replaceByNew(T& object, Read read) {
 /// have no creator for; null: none.
 template <std::derived_from<KrXmlObject> T>
 KrBoolean readFile(std::string const& path, T& object, KrXmlFactory const* factory = nullptr) {
-    return internal::replaceByNew(
-        object, [&](KrXmlObject& fresh) { return internal::readFileInto(path, fresh, factory); });
+    return replaceByNew(object,
+                        [&](KrXmlObject& fresh) { return readFileInto(path, fresh, factory); });
 }
 
 /// The same from a text; in messages the document is called "<string>".
 template <std::derived_from<KrXmlObject> T>
 KrBoolean fromString(std::string const& text, T& object, KrXmlFactory const* factory = nullptr) {
-    return internal::replaceByNew(
-        object, [&](KrXmlObject& fresh) { return internal::readTextInto(text, fresh, factory); });
+    return replaceByNew(object,
+                        [&](KrXmlObject& fresh) { return readTextInto(text, fresh, factory); });
 }
 
 /// Reads a whole document of whatever element: the root's tag chooses one of the

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "foundation/xml/KrElement.h"
-#include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlSchema.h"
 #include "foundation/xml/KrXmlText.h"
+#include "foundation/xml/KrXmlTokens.h"
 #include "foundation/xml/KrXmlWriter.h"
 
 #include <string>

@@ -2,10 +2,10 @@
 
 #include "foundation/core/KrMember.h"
 #include "foundation/xml/KrElement.h"
-#include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlSchema.h"
 #include "foundation/xml/KrXmlText.h"
+#include "foundation/xml/KrXmlTokens.h"
 #include "foundation/xml/KrXmlWriter.h"
 
 #include <string>

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "foundation/xml/KrElement.h"
-#include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlChildren.h"
+#include "foundation/xml/KrXmlReplace.h"
+#include "foundation/xml/KrXmlTokens.h"
 
 #include <utility>
 
@@ -44,8 +45,8 @@ public:
 
     /// What a document lacks takes its default; a refused one changes nothing.
     KrBoolean read(KrXmlReader& reader) override {
-        return KrXml::internal::replaceByNew(first_, [&](F& first) {
-            return KrXml::internal::replaceByNew(
+        return KrXml::replaceByNew(first_, [&](F& first) {
+            return KrXml::replaceByNew(
                 second_, [&](S& second) { return KrXmlPair::read(reader, first, second); });
         });
     }

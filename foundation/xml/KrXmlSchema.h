@@ -3,7 +3,7 @@
 #include "foundation/core/KrExport.h"
 #include "foundation/core/KrToken.h"
 #include "foundation/core/KrTypes.h"
-#include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlTokens.h"
 
 #include <functional>
 #include <map>
@@ -13,6 +13,7 @@
 
 class KrXmlBaseVariableCompoundType;
 class KrXmlFactory;
+class KrXmlObject;
 
 /// Collects an XML Schema (1.0) from what objects say of themselves in
 /// `writeSchema`. Each class of elements and containers is described once, as a

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "foundation/xml/KrElement.h"
-#include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlChildren.h"
+#include "foundation/xml/KrXmlTokens.h"
 
 #include <cstddef>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "function/object/KrFunction.h"
 
-#include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlTokens.h"
 
 // In a program that is linked statically, the tokens are there before its own globals, and those of
 // the framework before these.

@@ -245,8 +245,8 @@ TEST(FailingSurroundings, ThreadsWithTheirOwnObjectsDoNotMeet) {
         for (std::string const& path : examples) {
             std::unique_ptr<KrXmlObject> const object = KrXml::readFile(path, everyElement());
             std::unique_ptr<KrXmlObject> const back(object->clone());
-            EXPECT_TRUE(KrXml::internal::readTextInto(KrXml::toString(*object), *back, nullptr));
-            EXPECT_FALSE(KrXml::internal::readTextInto("<a/>", *back, nullptr));
+            EXPECT_TRUE(KrXml::readTextInto(KrXml::toString(*object), *back, nullptr));
+            EXPECT_FALSE(KrXml::readTextInto("<a/>", *back, nullptr));
             answers.push_back(run(*back));
         }
         return answers;
@@ -317,7 +317,7 @@ TEST(FailedOnce, ElementsAreAsGoodAsBefore) {
     }
     std::string const document = content(sequenceFile);
     failOnce("read", KrSequenceOptimizer(), [&](auto& optimizer) {
-        KrXml::internal::readTextInto(document, optimizer, nullptr);
+        KrXml::readTextInto(document, optimizer, nullptr);
         return KrXml::toString(optimizer);
     });
     KrHookeJeevesOptimizer turning;

@@ -1,6 +1,7 @@
 // Schemas, judged by xmllint: that they are schemas, that what is written is valid
 // under them, and that they refuse what the reader refuses.
 
+#include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlEnumType.h"
 #include "function/composite/KrCompositeFunctionBranch.h"
 #include "function/composite/KrTableFunctionInterpolator.h"

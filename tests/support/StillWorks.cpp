@@ -123,7 +123,7 @@ std::string whatFails(KrXmlObject& object, bool wasRead) {
     std::unique_ptr<KrXmlObject> const back(object.newObject());
     // What follows from the components is there only where they were read well.
     KrXmlObject& copy = wasRead ? *back : *clone;
-    if (wasRead && !KrXml::internal::readTextInto(text, copy, &everyElement())) {
+    if (wasRead && !KrXml::readTextInto(text, copy, &everyElement())) {
         return "wrote what is not read:\n" + text;
     }
     if (KrXml::toString(copy) != text) {
