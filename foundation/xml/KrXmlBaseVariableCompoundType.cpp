@@ -4,6 +4,8 @@
 #include "foundation/xml/KrXmlChildren.h"
 #include "foundation/xml/KrXmlObjectVisitor.h"
 #include "foundation/xml/KrXmlSchema.h"
+#include "foundation/xml/internal/KrXmlCreate.h"
+#include "foundation/xml/internal/KrXmlParts.h"
 
 #include <memory>
 

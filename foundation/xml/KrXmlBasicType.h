@@ -38,11 +38,11 @@ public:
 
     KrBoolean read(KrXmlReader& reader) override {
         std::string_view text;
-        return reader.readText(text) && krXmlParse(reader, text, value_);
+        return reader.readText(text) && krXmlSetFromText(reader, text, value_);
     }
 
     KrBoolean readAttribute(KrXmlReader& reader) override {
-        return krXmlParse(reader, reader.attributeValue(), value_);
+        return krXmlSetFromText(reader, reader.attributeValue(), value_);
     }
 
     KrBoolean write(KrXmlWriter& writer) const override {

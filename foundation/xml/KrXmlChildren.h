@@ -34,24 +34,6 @@ KrBoolean krXmlReadChildren(KrXmlReader& reader, ReadChild readChild,
     }
 }
 
-/// Marks `part` as specified by the child on which the reader stands; when an earlier
-/// child has done so, refuses this one and is false.
-inline KrBoolean krXmlGiveOnce(KrXmlObject& part, KrXmlReader& reader) {
-    if (part.specified()) {
-        return reader.refuse("each component once",
-                             "a second " + krXmlQuoted(reader.token().localName()));
-    }
-    part.setSpecified(true);
-    return true;
-}
-
-/// Whether the current element, which the reader has read to its end, can be written
-/// with `part`, which the document left out, under `tag`. If that would nest deeper than
-/// readers take, refuses the element. Only elements in the deeper half of what the
-/// reader takes are looked at: the others have room for any default.
-KR_EXPORT KrBoolean krXmlHasRoomFor(KrToken const& tag, KrXmlObject const& part,
-                                    KrXmlReader& reader);
-
 /// Writes `object` as a whole element: `tag` around its content.
 inline KrBoolean krXmlWriteElement(KrXmlWriter& writer, KrToken const& tag,
                                    KrXmlObject const& object) {

@@ -5,6 +5,7 @@
 #include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlSchema.h"
 #include "foundation/xml/KrXmlWriter.h"
+#include "foundation/xml/internal/KrXmlParts.h"
 
 #include <algorithm>
 #include <initializer_list>

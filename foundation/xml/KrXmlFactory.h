@@ -29,6 +29,3 @@ public:
 private:
     KrXmlCreatorMap creators_;
 };
-
-/// A new object from the creator registered for `token`, null when there is none.
-KR_EXPORT KrXmlObject* krXmlCreate(KrXmlCreatorMap const& creators, KrToken const& token);

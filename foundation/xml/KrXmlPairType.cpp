@@ -2,6 +2,7 @@
 
 #include "foundation/core/KrPrint.h"
 #include "foundation/xml/KrXmlSchema.h"
+#include "foundation/xml/internal/KrXmlParts.h"
 
 KR_SOURCE_VERSION;
 

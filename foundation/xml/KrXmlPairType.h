@@ -7,18 +7,21 @@
 
 #include <utility>
 
-/// What the pairs of all types share.
+/// The functions that the pairs of all types share.
 namespace KrXmlPair {
 
-/// Reads the two parts under `first` and `second`, each at most once.
+/// Reads the children `first` and `second`, each at most once. False, with a message, if
+/// anything was refused.
 KR_EXPORT KrBoolean read(KrXmlReader& reader, KrXmlObject& first, KrXmlObject& second);
+/// Writes both parts as child elements; false, with a message, if one of them fails.
 KR_EXPORT KrBoolean write(KrXmlWriter& writer, KrXmlObject const& first, KrXmlObject const& second);
+/// Describes the two children, each optional, in any order.
 KR_EXPORT void writeSchema(KrXmlSchema& schema, KrXmlObject const& first,
                            KrXmlObject const& second);
 
 }  // namespace KrXmlPair
 
-/// Two objects as one object of a document.
+/// A pair of objects as one object of a document.
 ///
 ///     <item><first>0</first><second>1</second></item>
 template <class F, class S>
@@ -27,23 +30,24 @@ class KR_EXPORT KrXmlPairType
 public:
     KrXmlPairType() = default;
 
-    /// The part that stands under `first` in a document.
+    /// The child element `first` in a document.
     F const& first() const { return first_; }
     void setFirst(F const& first) { first_ = first; }
-    /// The part that stands under `second`.
+    /// The child element `second`.
     S const& second() const { return second_; }
     void setSecond(S const& second) { second_ = second; }
 
     bool operator==(KrXmlPairType const&) const = default;
 
-    /// Calls the visitor's `visit` for the pair, and then both parts' `accept`.
+    /// Calls the visitor's `visit` for the pair, then `accept` of both parts.
     void accept(KrXmlObjectVisitor* visitor) override {
         KrXmlObject::accept(visitor);
         first_.accept(visitor);
         second_.accept(visitor);
     }
 
-    /// What a document lacks takes its default; a refused one changes nothing.
+    /// Reads both parts. What the document lacks takes its default. If the result is false,
+    /// the pair keeps its value.
     KrBoolean read(KrXmlReader& reader) override {
         return KrXml::replaceByNew(first_, [&](F& first) {
             return KrXml::replaceByNew(

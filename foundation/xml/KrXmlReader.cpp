@@ -3,7 +3,7 @@
 #include "foundation/core/KrPrint.h"
 #include "foundation/core/internal/KrClosest.h"
 #include "foundation/xml/KrXmlFactory.h"
-#include "foundation/xml/internal/KrUtf8.h"
+#include "foundation/xml/internal/KrCharacters.h"
 
 #include <expat.h>
 
@@ -760,7 +760,7 @@ std::size_t KrXmlReader::depthLimit() const { return parser_->depthLimit(); }
 std::string krXmlPrintable(std::string_view text, std::size_t longest) {
     std::string printable;
     for (std::string_view rest = text; !rest.empty();) {
-        auto const [code, length] = krUtf8Character(rest);
+        auto const [code, length] = krDecodeUtf8(rest);
         std::size_t const taken = std::max<std::size_t>(length, 1);
         if (text.size() - rest.size() + taken > longest) {
             return printable + "...";

@@ -187,7 +187,7 @@ KR_EXPORT std::string krXmlQuoted(std::string_view text);
 
 /// Sets `value` from `text`, or refuses the text at the reader's current element.
 template <class T>
-KrBoolean krXmlParse(KrXmlReader& reader, std::string_view text, T& value) {
+KrBoolean krXmlSetFromText(KrXmlReader& reader, std::string_view text, T& value) {
     KrXmlParse const result = KrXmlText<T>::parse(text, value);
     return result == KrXmlParse::Good ||
            reader.refuse(

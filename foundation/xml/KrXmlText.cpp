@@ -1,5 +1,7 @@
 #include "foundation/xml/KrXmlText.h"
 
+#include "foundation/xml/internal/KrCharacters.h"
+
 #include <charconv>
 #include <cmath>
 #include <limits>

@@ -69,8 +69,5 @@ struct KR_EXPORT KrXmlText<std::string> {
     static std::string_view format(std::string const& value, KrXmlTextRoom&) { return value; }
 };
 
-/// Whether XML counts `c` as white space.
-inline bool krXmlIsBlank(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; }
-
 /// `text` without the XML white space at its ends.
 KR_EXPORT std::string_view krXmlTrimmed(std::string_view text);

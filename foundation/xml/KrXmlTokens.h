@@ -3,7 +3,7 @@
 #include "foundation/core/KrExport.h"
 #include "foundation/core/KrToken.h"
 
-/// The framework's own names in documents, and the operations on whole documents.
+// The framework's own names in documents. KrXml.h has the operations on whole documents.
 namespace KrXml {
 
 /// The namespace of all elements, "urn:zeibreku:function#".

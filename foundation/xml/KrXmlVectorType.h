@@ -10,30 +10,34 @@
 #include <utility>
 #include <vector>
 
-/// What the vectors of all item types share.
+/// The functions that the vectors of all item types share.
 namespace KrXmlVector {
 
-/// Reads the attributes of a vector's start tag: the item count where there is
-/// one. False when anything else was there.
+/// Reads the attributes of a vector's start tag. Sets `count` if the tag states one. False,
+/// with a message, if the count is malformed or another attribute is present.
 KR_EXPORT KrBoolean readCount(KrXmlReader& reader, std::optional<KrU32>& count);
 
+/// Writes the attribute with the number of items.
 KR_EXPORT void writeCount(KrXmlWriter& writer, KrU32 count);
 
-/// Describes a vector whose items are like `item`.
+/// Describes a vector of items like `item`.
 KR_EXPORT void writeSchema(KrXmlSchema& schema, KrXmlObject const& item);
 
+/// Prints that the reader does not stand on an element.
 KR_EXPORT void reportWrongMode();
+/// Prints that the number of items differs from the count that the start tag states.
 KR_EXPORT void reportCount(KrU32 stated, std::size_t actual);
 
-/// How the room for the items of a list grows while it is read.
+/// How the capacity of a list grows while its items are read.
 class KR_EXPORT Growth {
 public:
+    /// Begins with an empty list. `stated` is the count in its start tag.
     Growth(KrXmlReader const& reader, std::optional<KrU32> stated);
 
-    /// How much room to have when `size` items are there and the next one comes. A
-    /// stated count is believed once an eighth of it is there: a wrong one then costs
-    /// memory in proportion to the document, a right one no more than it says. Without
-    /// one, what is left of the document tells how many items it has room for.
+    /// The capacity to reserve when item number `size` arrives and the list is full. A
+    /// stated count is used once an eighth of the items is present: memory stays in
+    /// proportion to the document, and a correct count is not exceeded. Without a stated
+    /// count, the number of items is extrapolated from the bytes that are left.
     std::size_t room(std::size_t size);
 
 private:
@@ -42,27 +46,28 @@ private:
     std::size_t expected_;  // items, 0 when unknown
 };
 
-/// What a program lists the items of a vector as: the items, or where these are values
-/// of documents, the plain values.
+/// The type of an item in `KrXmlVectorType::fromValues`: the plain value if the item is a
+/// `KrXmlBasicType`, otherwise the item itself.
 template <class E>
 struct PlainValue {
     using Type = E;  ///< the item itself
 };
+/// The plain value of a `KrXmlBasicType`.
 template <class T>
 struct PlainValue<KrXmlBasicType<T>> {
-    using Type = T;  ///< what the item holds
+    using Type = T;  ///< the type of the value
 };
 
 }  // namespace KrXmlVector
 
-/// A list of values, or of elements of one class, as an object of a document.
-/// Items that are elements stand under their own tag, others under `item`. The
-/// count attribute is a hint for room on reading; when all items are good and it
-/// differs from their number, that is reported, and the items count.
+/// A list of values, or of elements of one class, as an object of a document. An element has
+/// its own tag, a value the tag `item`. On reading, the count attribute is a hint for the
+/// capacity. If it differs from the number of items, a warning is printed and all items are
+/// kept.
 ///
 ///     <simplexEdgeLengths count="2"><item>0.5</item><item>0.25</item></simplexEdgeLengths>
 ///
-/// In a program it is made of plain values, and gives them back:
+/// Conversions from and to plain values:
 ///
 ///     optimizer.setSimplexEdgeLengths(KrXmlRealVector::fromValues({0.5, 0.25}));
 ///     KrXmlRealVector const& lengths = optimizer.simplexEdgeLengths();
@@ -71,13 +76,13 @@ template <class E>
 class KR_EXPORT KrXmlVectorType
     : public KrElement<KrXmlVectorType<E>, KrXmlObject, KrXml::KrItemToken> {
 public:
-    /// The item as a program lists it: the plain value where the item is a value.
+    /// The plain value if the item is a `KrXmlBasicType`, otherwise the item itself.
     using Value = typename KrXmlVector::PlainValue<E>::Type;
 
     KrXmlVectorType() = default;
 
-    /// A vector of `values`, which may be a list in braces. By name, since a constructor
-    /// would make f({1.0, 2.0}) ambiguous where f takes a KrRealVector as well.
+    /// A vector of `values`, which may be a list in braces. A constructor would make
+    /// f({1.0, 2.0}) ambiguous if f has an overload for a KrRealVector.
     static KrXmlVectorType fromValues(std::vector<Value> const& values) {
         KrXmlVectorType vector;
         vector.items_.assign(values.begin(), values.end());
@@ -92,16 +97,16 @@ public:
 
     /// Appends a copy of `item`.
     void pushBack(E const& item) { items_.push_back(item); }
-    /// Makes room for `count` items, and adds none.
+    /// Reserves memory for `count` items.
     void reserve(KrU32 count) { items_.reserve(count); }
-    /// Cuts the list to `count` items, or fills it up with default ones.
+    /// Cuts the list to `count` items, or appends default ones.
     void resize(KrU32 count) { items_.resize(count); }
     /// Removes every item.
     void clear() { items_.clear(); }
 
-    /// The first item, to read only.
+    /// The first item, read-only.
     auto begin() const { return items_.begin(); }
-    /// Behind the last item.
+    /// The end of the items.
     auto end() const { return items_.end(); }
 
     bool operator==(KrXmlVectorType const&) const = default;
@@ -113,10 +118,10 @@ public:
         }
         KrToken const tag = E().token();
         std::optional<KrU32> count;
-        std::vector<E> items;  // ours stay as they were until all are read
+        std::vector<E> items;  // items_ stays until all are read
         bool const attributesRead = KrXmlVector::readCount(reader, count);
         KrXmlVector::Growth growth(reader, count);
-        KrToken const* known = nullptr;  // the reader has one token for a name
+        KrToken const* known = nullptr;  // the reader has one token object for each name
         auto const readItem = [&](KrToken const& token, KrXmlReader& from) {
             if (&token != known && !(token == tag)) {
                 return false;
@@ -155,5 +160,5 @@ private:
     std::vector<E> items_;
 };
 
-/// The vector of doubles that elements hold as parameters.
+/// The vector of doubles, as elements hold it for their parameters.
 using KrXmlRealVector = KrXmlVectorType<KrXmlBasicType<double>>;

@@ -2,7 +2,7 @@
 
 #include "foundation/core/KrPrint.h"
 #include "foundation/xml/KrXmlReader.h"
-#include "foundation/xml/internal/KrUtf8.h"
+#include "foundation/xml/internal/KrCharacters.h"
 
 #include <algorithm>
 #include <ostream>
@@ -17,7 +17,7 @@ constexpr std::size_t bufferSize = 1 << 16;
 // How many bytes the character at the start of `text` takes in UTF-8; 0 when it
 // is malformed or no character of XML 1.0.
 std::size_t characterLength(std::string_view text) {
-    auto const [code, length] = krUtf8Character(text);
+    auto const [code, length] = krDecodeUtf8(text);
     bool const control = code < 0x20 && code != '\t' && code != '\n' && code != '\r';
     return control || code == 0xFFFE || code == 0xFFFF ? 0 : length;
 }
@@ -42,7 +42,7 @@ bool isName(KrToken const& token) {
     std::string_view const name = token.localName();
     bool const colons = token.namespaceUri().empty();
     for (std::string_view rest = name; !rest.empty();) {
-        auto const [code, length] = krUtf8Character(rest);
+        auto const [code, length] = krDecodeUtf8(rest);
         bool const follows =
             rest.size() < name.size() && (isIn(others, code) || (code == ':' && colons));
         if (length == 0 || !(isIn(letters, code) || follows)) {

@@ -3,15 +3,18 @@
 #include <cstddef>
 #include <string_view>
 
-/// A character of UTF-8. What is malformed, cut off, overlong or a surrogate has no
-/// length, and its first byte for a code.
+/// Whether XML counts `c` as white space.
+inline bool krXmlIsBlank(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; }
+
+/// A character of UTF-8. If it is malformed, cut off, overlong or a surrogate, its length is
+/// 0 and its code is its first byte.
 struct KrUtf8Character {
     char32_t code;
     std::size_t length;
 };
 
-/// The first character of `text`, which is not empty.
-inline KrUtf8Character krUtf8Character(std::string_view text) {
+/// Decodes the first character of `text`, which must not be empty.
+inline KrUtf8Character krDecodeUtf8(std::string_view text) {
     auto const byte = [&](std::size_t i) {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
     };

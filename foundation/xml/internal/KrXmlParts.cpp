@@ -1,4 +1,7 @@
+#include "foundation/xml/internal/KrXmlParts.h"
+
 #include "foundation/xml/KrXmlChildren.h"
+#include "foundation/xml/KrXmlWriter.h"
 
 #include <limits>
 #include <ostream>
@@ -13,7 +16,7 @@ struct Nowhere : std::streambuf {
     std::streamsize xsputn(char const*, std::streamsize count) override { return count; }
 };
 
-// How many levels of elements `part` takes under its tag.
+// How many levels of elements `part` occupies with its tag.
 std::size_t levelsOf(KrToken const& tag, KrXmlObject const& part) {
     if (part.isBasicType()) {
         return 1;
