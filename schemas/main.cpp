@@ -1,9 +1,9 @@
-// What the library says of its elements:
+// Describes the elements of the library:
 //
-//   zeibreku_schema                 the XML Schema of all of them
-//   zeibreku_schema --components    a line for each component: its element, its name,
-//                                   "attribute" or "element", and its default ("empty" for
-//                                   what has children), with tabs between
+//   zeibreku_schema                 prints the XML Schema of all of them
+//   zeibreku_schema --components    prints a line for each component: its element, its name,
+//                                   "attribute" or "element", and its default, separated by
+//                                   tabs. The default of a component with children is "empty".
 
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlCompoundType.h"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Proves that results are bit-identical: builds one program for several processors, compilers and
-# optimisations, runs it, natively or under an emulator, and compares what it prints.
+# Checks that results are bit-identical: builds one program for several processors, compilers and
+# optimisations, runs it natively or under an emulator, and compares the outputs.
 #
-#   scripts/bits.sh            fails where two results differ, or docs/bits.md shows others
+#   scripts/bits.sh            fails if two results differ, or if docs/bits.md shows others
 #   scripts/bits.sh --write    writes the table of docs/bits.md
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -12,7 +12,8 @@ set_up checks bits
 work=$PWD/build/bits
 mkdir -p "$work"
 
-# The parser is built from Debian's source: the release has it for some of the processors only.
+# Prints the folder of Debian's source of expat. Debian has no binary package for some of the
+# processors, so that the parser is built from source.
 expat_source() {
     local source
     source=$(compgen -G "$work/expat-*/expat" | head -n 1 || true)
@@ -27,7 +28,7 @@ expat_source() {
         local options=(-qq -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$apt/sources"
             -o "Dir::State::lists=$apt/lists" -o APT::Sandbox::User=root)
         apt-get "${options[@]}" update >&2
-        # The newest that the mirror still has.
+        # Takes the newest version that the mirror still has.
         local version
         for version in $(apt-cache "${options[@]}" showsrc expat | sed -n 's/^Version: //p'); do
             if (cd "$work" && apt-get "${options[@]}" source "expat=$version" >/dev/null); then
@@ -39,7 +40,7 @@ expat_source() {
     echo "$source"
 }
 
-# build NAME OPTION...: the program in build/bits/NAME.
+# build NAME OPTION...: builds the program in build/bits/NAME.
 build() {
     local name=$1
     shift
@@ -48,7 +49,7 @@ build() {
     quietly cmake --build "$work/$name" --target zeibreku_bits
 }
 
-# build_for TRIPLE: the same for another processor, with a parser of its own.
+# build_for TRIPLE: builds the parser and the program for another processor.
 build_for() {
     local triple=$1
     local cross=(--toolchain "$PWD/cmake/cross-toolchain.cmake" -D "ZEIBREKU_TRIPLE=$triple")
@@ -69,7 +70,7 @@ names=()
 program=tests/bits/zeibreku_bits
 traces=tests/golden/traces
 
-# run NAME COMMAND...: keeps what the command prints as NAME's column.
+# run NAME COMMAND...: writes the output of the command to build/bits/NAME.txt.
 run() {
     names+=("$1")
     "${@:2}" "$traces" >"$work/$1.txt" 2>/dev/null
@@ -99,7 +100,7 @@ for name in "${names[@]}"; do
     fi
 done
 
-# The table between the two markers of the page.
+# Replaces the rows of the page's table.
 sed 's/^\([a-z]*\) *\(.*\)/| \1 | `\2` |/' "$work/x86-64.txt" >"$work/table"
 page=docs/bits.md
 awk -v table="$work/table" '

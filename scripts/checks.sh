@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# The slower checks. Without arguments all of them, otherwise those that are named:
+# Runs the slower checks: all of them, or those in the arguments:
 #
 #   scripts/checks.sh asan tidy
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(format generated floors headers reference cppcheck static clang tidy asan tsan coverage fuzz bits
-    hardening benchmarks packages demo commands)
+all=(format generated floors headers reference cppcheck static clang tidy asan tsan coverage fuzz
+    bits hardening benchmarks packages demo commands)
 
-# build_and_test PRESET [COMMAND...]: the command, when given, is what ctest runs under.
+# build_and_test PRESET [COMMAND...]: builds a preset and runs its tests, under the command if any.
 build_and_test() {
     local preset=$1
     shift
@@ -19,7 +19,7 @@ build_and_test() {
 
 check_format() { scripts/format.sh --check; }
 
-# Files that a script writes are what it writes.
+# Generated files are up to date.
 check_generated() {
     scripts/gauss_legendre.py | diff -u function/tools/KrGaussLegendreTables.cpp -
 }
@@ -27,8 +27,8 @@ check_generated() {
 # Includes go down or sideways in the floor table of CONTRIBUTING.md.
 check_floors() { scripts/floors.py; }
 
-# Each public header compiles alone, in the source tree, and all of them together as installed:
-# one that includes something which is not installed fails only there.
+# Each public header compiles alone in the source tree, and all of them compile together as
+# installed. An include of a header that is not installed fails only there.
 check_headers() {
     cmake --preset development
     cmake --build --preset development
@@ -47,8 +47,8 @@ check_headers() {
         build/headers/all.cpp
 }
 
-# Every public class and operation is described. Doxygen warns of what it sees without a
-# description, and is silent about what it does not see.
+# Every public class and operation is described. Doxygen warns of a missing description, but not of
+# a class that it overlooks.
 check_reference() {
     cmake --preset development
     rm -rf build/development/reference
@@ -65,8 +65,8 @@ check_reference() {
 }
 
 check_cppcheck() {
-    # What cppcheck cannot see, such as the standard headers, is left to the compilers. Members that
-    # an assignment leaves alone are this library's way to keep working state and containers apart.
+    # Cppcheck has no standard headers; the compilers check what depends on them. operatorEqVarError
+    # is off, since assignments keep working state and containers on purpose.
     cppcheck --quiet --error-exitcode=1 --std=c++20 --language=c++ -j "$jobs" -I . \
         --enable=warning,performance,portability --inline-suppr \
         --suppress=missingInclude --suppress=missingIncludeSystem \
@@ -82,7 +82,7 @@ check_clang() { build_and_test clang; }
 
 check_tidy() {
     cmake --preset clang
-    # One file at a time keeps all cores busy; the count of suppressed warnings is noise.
+    # One file for each process keeps all cores busy. The count of suppressed warnings is dropped.
     find foundation function -name '*.cpp' -print0 | sort -z |
         xargs -0 -r -n 1 -P "$jobs" "$(first_of clang-tidy-14 clang-tidy)" \
             -p build/clang --quiet 2>&1 |
@@ -92,8 +92,8 @@ check_tidy() {
 check_asan() { build_and_test asan; }
 
 check_tsan() {
-    # The thread sanitizer of this compiler generation wants its shadow memory at fixed places and
-    # gives up where the kernel scatters mappings widely.
+    # The thread sanitizer needs fixed addresses for its shadow memory. It fails if the kernel
+    # randomises mappings widely.
     local fixed_addresses=()
     if setarch -R true 2>/dev/null; then
         fixed_addresses=(setarch -R)
@@ -101,11 +101,10 @@ check_tsan() {
     build_and_test tsan "${fixed_addresses[@]}"
 }
 
-# What the tests reach: all of the reader, which meets what anybody may send, and nearly all of the
-# rest.
+# The tests reach all of the reader, whose input is untrusted, and 95 % of the libraries.
 check_coverage() {
     cmake --preset coverage
-    find build/coverage -name '*.gcda' -delete  # they are of an earlier build
+    find build/coverage -name '*.gcda' -delete  # from an earlier build
     cmake --build --preset coverage
     ctest --preset coverage
     local gcovr=(gcovr --root . --object-directory build/coverage --exclude-unreachable-branches)
@@ -113,13 +112,14 @@ check_coverage() {
     "${gcovr[@]}" --filter foundation/xml/KrXmlReader.cpp --fail-under-line 100 build/coverage
 }
 
-# About a minute, the same each time.
+# Takes about a minute. The seed makes it repeatable.
 check_fuzz() {
     rm -rf build/fuzz/corpus
     ZEIBREKU_FUZZ_SEED=1 scripts/fuzz.sh 200000
 }
 
-# The same bits on other processors, and every test where the C library lacks fused multiply-add.
+# Results are bit-identical on other processors, and every test passes if the C library does not use
+# fused multiply-add.
 check_bits() {
     scripts/bits.sh
     cmake --preset development
@@ -128,12 +128,12 @@ check_bits() {
         ctest --preset development
 }
 
-# The protections of cmake/Hardening.cmake, as they stand in the libraries.
+# The libraries have the protections of cmake/Hardening.cmake.
 check_hardening() {
     cmake --preset release
     cmake --build --preset release --target zeibreku
     local library missing=0
-    # has NAME PATTERN COMMAND...: what the command prints of the library has the pattern.
+    # has NAME PATTERN COMMAND...: the output of the command for the library matches the pattern.
     has() {
         local name=$1 pattern=$2
         shift 2
@@ -158,7 +158,7 @@ check_hardening() {
     return "$missing"
 }
 
-# Whether they run, not how fast: a figure taken beside other builds means nothing.
+# The benchmarks run. Their figures are not checked, since other builds disturb them.
 check_benchmarks() {
     cmake --preset release
     cmake --build --preset release --target benchmarks
@@ -171,7 +171,7 @@ check_benchmarks() {
     done
 }
 
-# The Debian packages: made, judged, installed into a root of their own by dpkg, and used there.
+# The Debian packages build, pass lintian, and work after dpkg installs them into a separate root.
 check_packages() {
     local build=$PWD/build/package
     cmake --preset package
@@ -184,7 +184,7 @@ check_packages() {
     rm -rf "$root" "$build/consumer"
     mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates" "$root/var/log"
     touch "$root/var/lib/dpkg/status"
-    # What they depend on, and nothing else, is in the other root.
+    # The separate root lacks the packages' dependencies, which the system provides.
     PATH=$PATH:/usr/sbin:/sbin fakeroot dpkg --root="$root" -i \
         --ignore-depends=libc6,libexpat1,libgcc-s1,libstdc++6 "$build"/*.deb
 
@@ -199,14 +199,14 @@ check_packages() {
         -P tests/consumer/pkg_config.cmake
     test -e "$root/usr/share/zeibreku/zeibreku.xsd"
 
-    # Every link of the documentation leads to something that is installed too.
+    # The targets of all links in the documentation are installed too.
     find "$root/usr/share/doc/libzeibreku-doc" -name '*.md' -print0 |
         xargs -0 awk -f tests/docs/links.awk
 }
 
 check_demo() { scripts/demo.sh; }
 
-# The commands of the README and the guide, on what a newcomer has.
+# The commands of the README and the guide work with a newcomer's packages.
 check_commands() { scripts/commands.sh; }
 
 for name in "$@"; do
@@ -224,7 +224,7 @@ if (($# == 1)); then
     exit
 fi
 
-# Each check runs in a shell of its own, so that its first failure ends it and not the others.
+# Each check runs in its own shell, so that its first failure does not end the others.
 set_up checks benchmarks
 export ZEIBREKU_CHECKS_SET_UP=1
 if (($# == 0)); then

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs the commands that the README and the guide show, in a copy of the sources and with an empty
-# home. The PATH has the programs of a bare Debian, of `scripts/setup.sh demo`, and of the groups
-# that a page itself sets up; that something else is installed helps no page.
+# Runs the commands of the README and the guide in a copy of the sources, with an empty home. The
+# PATH has only the programs of a bare Debian, of `scripts/setup.sh demo`, and of the groups that a
+# page sets up. Other installed programs are hidden.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -10,7 +10,7 @@ rm -rf "$work"
 mkdir -p "$work/copy" "$work/home"
 tar -cf - --exclude=./build --exclude=./.git . | tar -xf - -C "$work/copy"
 
-# programs_of GROUP...: links to the programs of a bare Debian and of the groups, in a folder.
+# programs_of FOLDER GROUP...: links the programs of a bare Debian and of the groups into a folder.
 programs_of() {
     local folder=$1
     shift
@@ -21,14 +21,14 @@ programs_of() {
             awk '$2 == "yes" || $3 == "required" { print $1 }'
         scripts/setup.sh --list "$@"
     )
-    # With what they depend on; names of packages that only provide another begin with "<".
+    # Adds the dependencies. A name that begins with "<" is a virtual package.
     mapfile -t packages < <(
         apt-cache depends --recurse --installed --no-recommends --no-suggests --no-conflicts \
             --no-breaks --no-replaces --no-enhances "${packages[@]}" | grep '^[a-z]' | sort -u
     )
     local name path
-    # Of packages that can replace each other, one is installed, and the rest have no files. A
-    # program may have further names, as c++ is one.
+    # Packages that are not installed, since another replaces them, have no files. A program may
+    # have further names, such as c++.
     (dpkg-query -L "${packages[@]}" 2>/dev/null || true) |
         sed 's|^/bin/|/usr/bin/|; s|^/sbin/|/usr/sbin/|' |
         sort -u >"$work/files"

@@ -1,13 +1,13 @@
 # shellcheck shell=bash
-# Sourced by the other scripts: they work from any directory, on the whole repository.
+# Sourced by the other scripts, so that they run from any directory, on the whole repository.
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
 jobs=$(nproc 2>/dev/null || echo 2)
 export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$jobs}
 export CTEST_PARALLEL_LEVEL=${CTEST_PARALLEL_LEVEL:-$jobs}
 
-# set_up GROUP...: installs what is missing, then chooses the generator, since Ninja may have come
-# with it. The presets name none, so that they work without Ninja as well.
+# set_up GROUP...: installs missing packages, then chooses the generator, since Ninja may be among
+# them. The presets name no generator, so that they also work without Ninja.
 set_up() {
     scripts/setup.sh "$@"
     if [[ -z ${CMAKE_GENERATOR:-} ]] && command -v ninja >/dev/null; then
@@ -15,7 +15,7 @@ set_up() {
     fi
 }
 
-# first_of NAME...: the first of the programs that is installed.
+# first_of NAME...: prints the path of the first program that is installed.
 first_of() {
     local name
     for name in "$@"; do
@@ -27,7 +27,7 @@ first_of() {
     return 1
 }
 
-# quietly COMMAND...: shows what the command prints only if it fails.
+# quietly COMMAND...: shows the output of the command only if it fails.
 quietly() {
     local log
     log=$(mktemp)

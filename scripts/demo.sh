@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# From a fresh checkout to a result: builds the library and an example, fits a model to published
-# measurements with it, and shows what becomes of a damaged settings file.
+# Takes a fresh checkout to a result: builds the library and an example, fits a model to published
+# measurements, and shows the message for a damaged settings file.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 set_up demo
 
-# A folder of its own: the release build also wants the tests' and benchmarks' packages. Somebody
-# else's compiler may warn of something new, which is no reason to show nothing.
+# Has its own build folder, since the release build needs the packages of the tests and benchmarks.
+# Warnings are not errors here: an unknown compiler may have new ones.
 echo "Building in build/demo ..."
 quietly cmake --preset release -B build/demo \
     -D ZEIBREKU_BUILD_TESTS=OFF -D ZEIBREKU_BUILD_BENCHMARKS=OFF \
@@ -21,7 +21,7 @@ echo "The transmittance of a filter, y = b1 / b2 exp(-((x - b3) / b2)^2 / 2), by
 sed -n '/<nelderMead>/,/<\/nelderMead>/p' $files/nelder-mead.xml
 $program $files/nelder-mead.xml $files/transmittance.txt 1 10 500
 
-# Elsewhere, so that a fault of the demonstration cannot damage the file itself.
+# Writes the damaged file to the build folder and leaves the original alone.
 sed 's/>1e-15</>1e-l5</' $files/nelder-mead.xml >build/demo/damaged.xml
 echo
 echo "With a letter l for the digit 1 in the threshold:"

@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
-"""Brings what the headers say of each component into the schema and into the documentation.
+"""Copies the descriptions of components from the headers to the schema and the documentation.
 
     scripts/describe.py PROGRAM            writes schemas/zeibreku.xsd, and the tables of
                                            docs/xml-format.md
-    scripts/describe.py PROGRAM --check    fails where they are not what would be written
+    scripts/describe.py PROGRAM --check    fails if they differ from what it would write
 
-PROGRAM is zeibreku_schema of a build folder, which knows the components and their defaults. A
-component's description is the comment of its accessor, or a line "- `name`: ..." in the comment of
-its class; that of an element is the first sentence of its class. The schema gets them as
-annotations, which editors show.
+PROGRAM is zeibreku_schema of a build folder, which prints the components and their defaults. The
+description of a component is the comment of its accessor, or a line "- `name` (type): ..." in the
+comment of its class. The description of an element is the first sentence of its class's comment.
+The schema has them as annotations, which editors show.
 """
 
 import difflib
@@ -22,7 +22,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 SCHEMA = ROOT / "schemas" / "zeibreku.xsd"
 PAGE = ROOT / "docs" / "xml-format.md"
 
-# How the page calls the types of C++.
+# The names of C++ types in the page.
 TYPES = {
     "double": "number",
     "KrU32": "integer",
@@ -37,7 +37,7 @@ TYPES = {
 
 
 class Element:
-    """What the header of an element's class says."""
+    """The comment and the body of an element's class in its header."""
 
     def __init__(self, summary, comment, body):
         self.summary = summary
@@ -104,7 +104,7 @@ def annotated(schema, elements, components):
             continue
         found = re.match(r"( +)<xs:(element|attribute) name=\"(\w+)\".*?(/?)>\n", line)
         default = found and components.get((element, found[3]))
-        # What stands deeper is an item of a component, or of a list.
+        # A deeper line is an item of a component or of a list.
         if not default or len(found[1]) > 6:
             result.append(line)
             continue

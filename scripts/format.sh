@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Formats every C++ file; with --check only says which lines differ.
+# Formats every C++ file. With --check, only lists the lines that differ.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -8,7 +8,7 @@ if [[ ${1:-} == --check ]]; then
     mode=(--dry-run -Werror)
 fi
 
-# Files that are not committed yet count too; those that are only deleted on disk do not.
+# Includes files that are not committed yet, and omits files that are deleted on disk.
 files=()
 while IFS= read -r -d '' file; do
     if [[ -e $file ]]; then
@@ -21,5 +21,5 @@ if ((${#files[@]} == 0)); then
     exit 1
 fi
 
-# Another version lays out some lines differently, hence the one that is asked for first.
+# Prefers version 14: other versions format some lines differently.
 "$(first_of clang-format-14 clang-format)" "${mode[@]}" "${files[@]}"

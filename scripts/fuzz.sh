@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Fuzzes the readers until a finding or a number of executions, 20 million without one:
+# Fuzzes the readers on all cores until a finding, or for a number of executions, by default 20
+# million:
 #
 #   scripts/fuzz.sh [EXECUTIONS]
 #
-# Every core works at them: of twenty, four go to the value types, one to documents put together
-# from whole elements, and the others to documents changed by the byte. What a run has learnt stays
-# in build/fuzz/corpus and helps the next one. ZEIBREKU_FUZZ_SEED makes a run repeatable, on one
-# core and without what was learnt.
+# Four executions of twenty go to the value types, one to documents made of whole elements, and
+# fifteen to documents changed by the byte. Each run keeps its corpus in build/fuzz/corpus for the
+# next one. ZEIBREKU_FUZZ_SEED runs on one core and makes the run repeatable from an empty corpus.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -15,7 +15,8 @@ set_up checks
 cmake --preset fuzz
 cmake --build --preset fuzz
 
-# Every name that the libraries know, as a word and as an empty document, beside the examples.
+# The seeds: an empty document for every name of the libraries, and the examples. The names are also
+# the dictionary.
 work=$PWD/build/fuzz
 rm -rf "$work/seeds"
 mkdir -p "$work/seeds"
@@ -29,13 +30,13 @@ for file in examples/*/*.xml; do
     cp "$file" "$work/seeds/${file//\//-}"
 done
 
-# Most of the time would go into stack traces of allocations and into filling them, and into deciding
-# what is rare and what could be shorter.
+# Without these options, and -entropic=0 and -reduce_inputs=0 below, most of the time goes to stack
+# traces of allocations, to filling them, and to ranking and shortening the inputs.
 export ASAN_OPTIONS=malloc_context_size=1:quarantine_size_mb=4:max_malloc_fill_size=0
 workers=${ZEIBREKU_FUZZ_SEED:+1}
 workers=${workers:-$jobs}
 
-# fuzz TARGET EXECUTIONS LENGTH [SEEDS]: documents of at most LENGTH bytes.
+# fuzz TARGET EXECUTIONS LENGTH [SEEDS]: runs a target with documents of at most LENGTH bytes.
 fuzz() {
     local target=$1 executions=$2 length=$3 corpus=$work/corpus/$1 begun=$SECONDS
     local each=$((executions / workers)) pids=() pid worker failed=0

@@ -3,9 +3,9 @@
 
     scripts/gauss_legendre.py > function/tools/KrGaussLegendreTables.cpp
 
-The nodes of the rule of order n are the roots x of the Legendre polynomial P(n), their weights
+The nodes of the rule of order n are the roots x of the Legendre polynomial P(n). The weights are
 2 / ((1 - x^2) P'(n)(x)^2). The polynomials come from Bonnet's recurrence, the roots from Newton's
-method, in decimal arithmetic of 60 digits, more than 50 of which hold. Each value is then rounded
+method, in decimal arithmetic of 60 digits, of which more than 50 are correct. Each value is rounded
 once, to the nearest double, and written as the shortest text that reads back to it.
 """
 
@@ -49,7 +49,7 @@ def root(n, i):
     """The root of P(n) that is the i-th from above, i = 1, 2, ..."""
     x = Decimal(math.cos(math.pi * (i - 0.25) / (n + 0.5)))
     step = Decimal(1)
-    while abs(step) > Decimal("1e-35"):  # its square is below the last digit
+    while abs(step) > Decimal("1e-35"):  # the error is about its square
         value, slope = legendre(n, x)
         step = value / slope
         x -= step
@@ -57,7 +57,7 @@ def root(n, i):
 
 
 def rule(n):
-    """The nodes that are not negative, ascending, and their weights."""
+    """The nodes >= 0 in ascending order, and their weights."""
     nodes = [root(n, i) for i in range(n // 2, 0, -1)]
     if n % 2:
         nodes.insert(0, Decimal(0))

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the pictures of the documentation, docs/pictures, from what the examples and the data profiles
-# print. Without arguments all of them, otherwise those that are named:
+# Makes the pictures of the documentation, docs/pictures, from the outputs of the examples and the
+# data profiles. Without arguments all of them, otherwise those in the arguments:
 #
 #   scripts/pictures.sh convergence paths
 # shellcheck disable=SC2086  # a table's numbers are words of one text
@@ -15,8 +15,8 @@ examples=build/release/examples
 work=build/pictures
 pictures=docs/pictures
 
-# plot FILE WIDTH HEIGHT: runs gnuplot's commands from standard input. The colours are those of Okabe and
-# Ito, which colour-blind people tell apart.
+# plot FILE WIDTH HEIGHT: runs gnuplot's commands from standard input. The colours of Okabe and Ito
+# are distinct for colour-blind people.
 plot() {
     local terminal='svg font "sans-serif,14" background "white"'
     if [[ $1 == *.png ]]; then
@@ -109,7 +109,7 @@ table() {
 END
 }
 
-# evaluate TABLE FROM TO COUNT: its values from left to right, "x ok y".
+# evaluate TABLE FROM TO COUNT: the values of a table from left to right, "x ok y".
 evaluate() {
     seq -f %.6f "$2" "$(awk "BEGIN { print ($3 - $2) / $4 }")" "$3" |
         "$examples/04_tables" "$work/$1.xml" >"$work/$1.txt"
@@ -184,7 +184,7 @@ END
 }
 
 picture_leaves() {
-    # Cells of a tenth; rows that are alike are drawn as one.
+    # Cells of a tenth; equal rows are drawn as one.
     local step=0.1 west=-2 east=7 south=-1 north=5
     awk -v s=$step -v w=$west -v e=$east -v b=$south -v t=$north 'BEGIN {
         for (j = 0; j < (t - b) / s - 1e-9; ++j)
@@ -233,8 +233,8 @@ plot "$work/leaves.txt" using ((\$1 + \$3) / 2):((\$2 + \$4) / 2):1:3:2:4:5 \
 END
 }
 
-# tabulate INTERVALS STEP FROM TO: the constraint and its gradient, in rows along x for each y. A blank line
-# ends each row, as contours want it.
+# tabulate INTERVALS STEP FROM TO: the constraint and its gradient, in rows along x for each y. A
+# blank line ends each row, which contours need.
 tabulate() {
     local y
     for y in $(seq "$3" "$2" "$4"); do
@@ -246,7 +246,7 @@ tabulate() {
 picture_constraint() {
     tabulate 140 0.05 -3.5 3.5 >"$work/constraint.txt"
     tabulate 4 1.2 -2.4 2.4 >"$work/gradients.txt"
-    # Where the values stand on their contours, between the arrows.
+    # The positions of the values on their contours, between the arrows.
     awk 'function along(y, side, v,    b) {
             b = 1 + 2 * y
             print (-b + side * sqrt(b * b + 4 * (3 + v))) / 2, y, v
@@ -285,7 +285,7 @@ plot "$work/contours.txt" using 1:(\$2 * level(\$3, 0.5, 99)) with lines lt 2 ti
 END
 }
 
-# trace SETTINGS FUNCTION START...: what a search evaluates, "number value best point".
+# trace SETTINGS FUNCTION START...: the evaluations of a search, "number value best point".
 trace() {
     local settings=$1
     shift
@@ -300,7 +300,7 @@ picture_convergence() {
     local settings
     for settings in "${searches[@]}"; do
         trace "$settings" powell 3 -1 0 1
-        # The steps, and where the search stops.
+        # The steps, and the end of the search.
         awk '$2 == $3; END { print }' "$work/$settings-powell.txt" >"$work/$settings-steps.txt"
         tail -n 1 "$work/$settings-steps.txt" >"$work/$settings-stop.txt"
     done
@@ -332,7 +332,7 @@ picture_paths() {
     local settings
     for settings in "${searches[@]}"; do
         trace "$settings" rosenbrock -1.2 1
-        # As many as a picture can show. A short line takes less room than a symbol.
+        # As many evaluations as fit. A short line takes less room than a symbol.
         head -n 250 "$work/$settings-rosenbrock.txt" |
             awk '{ print $4 - 0.008, $5; print $4 + 0.008, $5; print "" }' >"$work/$settings-points.txt"
         head -n 250 "$work/$settings-rosenbrock.txt" |
@@ -451,8 +451,8 @@ plot "$work/quadrature.txt" using 1:(floored(\$2)) with linespoints lt 1 pt 7 ps
 END
 }
 
-# correlation NAME FIELD_FILE: the function, what the turned samples make of it, and what is measured, each as
-# "distance correlation"; and a field in standard deviations.
+# correlation NAME FIELD_FILE: the correlation function, that of the turned samples, and the measured
+# one, each as "distance correlation"; and a field in standard deviations.
 correlation() {
     local name=$1 file=$2 variance seed
     "$examples/02_functions" "$file" 0 24 240 | awk '!/^#/' >"$work/$name-function.txt"
@@ -489,8 +489,8 @@ correlation() {
 }
 
 picture_random-fields() {
-    # A point for each distance between cells: between its points a function is linear, and few functions
-    # stay correlations when they are bent so.
+    # A point for each distance between cells. The function is linear between its points, and few
+    # correlation functions remain valid with such bends.
     awk 'BEGIN {
         print "<scalarFunctionContainer xmlns=\"urn:zeibreku:function#\"><multipointScalarFunction><rangeValues>"
         for (d = 0; d <= 150; d += 0.5) printf "<item>%.9f</item>\n", exp(-d / 10) * cos(d / 2)

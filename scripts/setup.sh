@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
-# Installs what building needs, as Debian packages, and only what is missing.
+# Installs the Debian packages that building needs, if they are missing.
 #
 #   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat
-#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python, locales, and libpng for an
-#                                 example
+#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python, locales, and libpng
+#                                 for an example
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
 #   scripts/setup.sh bits         demo, and compilers and emulators of other processors
 #   scripts/setup.sh pictures     demo, and gnuplot
 #
-# Several may be given. `--list` before them prints the packages instead. What counts is whether a thing is there, not where it came from: a newer
-# CMake on the PATH is as good as the package.
+# Several groups may be given. `--list` before them prints the packages instead. A package counts as
+# present if its program or library is found, such as a newer CMake on the PATH.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -26,7 +26,7 @@ need() {
     "$@" >/dev/null 2>&1 || missing+=("$package")
 }
 
-# want PACKAGE COMMAND...: the same for a package that not every release has.
+# want PACKAGE COMMAND...: does the same for a package that not every release has.
 want() {
     local package=$1
     shift
@@ -43,10 +43,10 @@ new_enough_cmake() {
     printf '3.25\n%s\n' "$version" | sort -CV
 }
 
-# The compiler has to know the language, whatever its name.
+# Any compiler of C++20 serves.
 cpp20_compiler() { echo '#include <concepts>' | "${CXX:-c++}" -std=c++20 -x c++ -fsyntax-only -; }
 
-# Clang's sanitizers are a package of their own, in the version of the compiler.
+# Clang's sanitizers are a separate package of the compiler's version.
 clang_runtime() {
     local clang
     clang=$(command -v clang++-14 || command -v clang++)
@@ -157,8 +157,8 @@ if ((EUID != 0)); then
 fi
 apt=("${as_root[@]}" DEBIAN_FRONTEND=noninteractive apt-get -q)
 
-# For an optional package alone the lists are not fetched: where the release does not have it, that
-# would happen on every run.
+# Missing optional packages do not cause an update of the lists: if the release does not have them,
+# every run would update.
 if ((${#missing[@]} > 0)); then
     quietly "${apt[@]}" update </dev/null
 fi

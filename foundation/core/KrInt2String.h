@@ -5,6 +5,6 @@
 
 #include <string>
 
-/// The digits of `value` in base `radix` (2 to 36, lower case); empty for any
-/// other radix.
+/// The digits of `value` in base `radix`, 2 to 36, in lower case. Empty for any other
+/// radix.
 KR_EXPORT std::string KrINT2STRING(KrU32 value, KrU32 radix);

@@ -4,9 +4,8 @@
 #include <type_traits>
 #include <utility>
 
-/// Member wrappers that carry the meaning of copying and comparing in the
-/// member's type, so that a class which uses them can leave its copy
-/// operations and `operator==` to the compiler:
+/// Member wrappers that carry the meaning of copying and comparing in the member's type.
+/// A class of such members defaults its copy operations and `operator==`:
 ///
 /// | member            | copied              | compared           |
 /// |-------------------|---------------------|--------------------|
@@ -16,15 +15,15 @@
 /// | `KrCache<T>`      | no: starts empty    | no                 |
 /// | `KrOwned<T>`      | by `clone()`        | by `equality()`    |
 
-/// A value that is copied but takes no part in equality, such as derived data.
+/// A value that is copied and not compared, such as derived data.
 template <class T>
 class KrUncompared {
 public:
     KrUncompared() = default;
-    /// Holds `value`, so that a member is initialised like a plain one.
+    /// Holds `value`. Implicit, so that a member is initialised like a plain one.
     KrUncompared(T value) : value_(std::move(value)) {}
 
-    /// The value itself; nothing is checked.
+    /// The value.
     T& operator*() { return value_; }
     T const& operator*() const { return value_; }
     /// A member of the value.
@@ -38,21 +37,21 @@ private:
     T value_{};
 };
 
-/// A value that belongs to its object alone: a copy starts with `T()`, an
-/// assignment leaves the target's value as it was, and it is not compared.
-/// For working state, caches, and back-pointers.
+/// A value that belongs to its object alone, such as working state or a back-pointer. A
+/// copy starts with `T()`, an assignment keeps the target's value, and a comparison
+/// ignores it.
 template <class T>
 class KrScratch {
 public:
     KrScratch() = default;
-    /// Holds `T()`. Also where a move is asked for, and then no reason for a vector
-    /// to copy.
+    /// Holds `T()`. A move does the same and does not throw, so that a vector moves its
+    /// items.
     KrScratch(KrScratch const&) noexcept(std::is_nothrow_default_constructible_v<T>) : value_{} {}
-    /// Leaves the value as it is.
+    /// Keeps the value.
     KrScratch& operator=(KrScratch const&) noexcept { return *this; }
     ~KrScratch() = default;
 
-    /// The value itself; nothing is checked.
+    /// The value.
     T& operator*() { return value_; }
     T const& operator*() const { return value_; }
     /// A member of the value.
@@ -66,9 +65,9 @@ private:
     T value_{};
 };
 
-/// What is derived from the other members of its object when it is first needed, and
-/// empty until then. A copy starts empty, an assignment empties its target, and it is
-/// not compared.
+/// Data that is derived from the other members of its object on first use, and empty
+/// until then. A copy starts empty, an assignment empties its target, and a comparison
+/// ignores it.
 ///
 /// `T` may be incomplete where the member is declared. The class then defines its
 /// constructors, assignments and destructor where `T` is complete.
@@ -99,7 +98,7 @@ public:
     }
     /// Drops the value.
     void clear() { value_.reset(); }
-    /// Exchanges the values, for an object that changes places with another.
+    /// Exchanges the values, as the swap of two objects needs it.
     void swap(KrCache& other) noexcept { value_.swap(other.value_); }
 
     /// Always true.
@@ -109,11 +108,10 @@ private:
     std::unique_ptr<T> value_;
 };
 
-/// The sole owner of a polymorphic object, null when there is none. A copy
-/// holds the source object's `clone()` (null when the clone is not a `T`); two
-/// owners are equal when both are empty or their objects are equal by
-/// `equality()`. Copying assigns only after the clone was made, so a failed
-/// clone changes nothing.
+/// The sole owner of a polymorphic object, or of none. A copy holds the source object's
+/// `clone()`, or null if the clone is not a `T`. Two owners are equal if both are empty or
+/// their objects are equal by `equality()`. An assignment clones first: a clone that fails
+/// changes nothing.
 template <class T>
 class KrOwned {
 public:
@@ -133,7 +131,7 @@ public:
     KrOwned& operator=(KrOwned&&) noexcept = default;
     ~KrOwned() = default;
 
-    /// The object, null when there is none; still owned.
+    /// The object, null if there is none. The owner keeps it.
     T* get() const { return object_.get(); }
     /// A member of the object, which must exist.
     T* operator->() const { return object_.get(); }
@@ -153,8 +151,8 @@ public:
         return object_->equality(other.get());
     }
 
-    /// A clone of `source` as a `T`: null for null, and for a clone that is no
-    /// `T`, which is discarded.
+    /// A clone of `source` as a `T`. Null for null, and for a clone that is not a `T`,
+    /// which is deleted.
     static T* cloneOf(T const* source) { return source ? castOrDelete(source->clone()) : nullptr; }
 
     /// `candidate` as a `T`; an object of another class is deleted.

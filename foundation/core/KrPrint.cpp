@@ -22,28 +22,28 @@ using Kr::Print;
 using Kr::PrintArgument;
 using Kr::PrintType;
 
-// Some messages have no line end of their own: here they would run together.
+// Adds a line end to a message that has none, so that messages do not run together.
 void writeToStandardError(Message const& message) {
     bool const ended = !message.text.empty() && message.text.back() == '\n';
     std::fputs((ended ? message.text : message.text + '\n').c_str(), stderr);
 }
 
 struct Output {
-    // Recursive, so that a sink may itself print or install another sink.
+    // Recursive, so that a sink may print or install another sink.
     std::recursive_mutex mutex;
     std::shared_ptr<Print::Sink const> sink =
         std::make_shared<Print::Sink const>(writeToStandardError);
 
     void send(Message const& message) {
         std::lock_guard const lock(mutex);
-        auto const current = sink;  // stays alive though the sink may replace itself
+        auto const current = sink;  // keeps a sink alive that replaces itself
         if (*current) {
             (*current)(message);
         }
     }
 };
 
-// Never destroyed: objects that print may outlive every static of this library.
+// Never destroyed: objects that print may outlive every static object of this library.
 Output& output() {
     static Output& instance = *new Output;
     return instance;
@@ -55,7 +55,7 @@ public:
     ~MessageBuffer() override {
         try {
             send();
-        } catch (...) {  // a sink that throws must not end the program with the thread
+        } catch (...) {  // an exception here would end the program
         }
     }
 
@@ -98,8 +98,8 @@ struct MessageStream {
 };
 
 MessageStream& messageStream() {
-    // A pointer outlives the thread's other objects: one that prints while they are
-    // destroyed gets a stream that is never deleted.
+    // A plain pointer is valid until the thread's end. If an object prints after `owner` is
+    // destroyed, it gets a new stream, which is never deleted.
     thread_local MessageStream* stream = nullptr;
     thread_local struct Owner {
         ~Owner() { delete std::exchange(stream, nullptr); }
@@ -110,7 +110,7 @@ MessageStream& messageStream() {
     return *stream;
 }
 
-// Out-of-range and unordered values are held at the ends of the integer type.
+// Clamps to the range of the integer type; NaN becomes 0.
 template <class Integer>
 Integer toInteger(double value) {
     if (!(value > static_cast<double>(std::numeric_limits<Integer>::min()))) {
@@ -124,7 +124,7 @@ Integer toInteger(double value) {
 
 template <class Value>
 void appendConverted(std::string& text, std::string const& directive, Value value) {
-    char room[64];  // for nearly all; what is longer is converted again
+    char room[64];  // a longer text is converted a second time
     int const length = std::snprintf(room, sizeof room, directive.c_str(), value);
     std::size_t const size = length > 0 ? static_cast<std::size_t>(length) : 0;
     if (size < sizeof room) {
@@ -137,7 +137,7 @@ void appendConverted(std::string& text, std::string const& directive, Value valu
     text.pop_back();
 }
 
-// The printf conversions, driven by the types that the arguments really have.
+// The printf conversions, chosen by the directive and by the argument's own type.
 class Formatter {
 public:
     explicit Formatter(std::span<PrintArgument const> arguments) : arguments_(arguments) {}
@@ -156,7 +156,7 @@ public:
     }
 
 private:
-    // Handles what follows a '%' and returns how many characters that was.
+    // Converts the directive behind a '%' and returns its length.
     std::size_t convert(std::string_view rest) {
         std::string directive = "%";
         std::size_t used = 0;
@@ -183,7 +183,7 @@ private:
         return used + 1;
     }
 
-    // A negative precision is one that is not given.
+    // A negative precision counts as absent, as in printf.
     static void appendWidth(std::string& directive, long long width) {
         if (width < 0 && directive.back() == '.') {
             directive.pop_back();
@@ -229,7 +229,7 @@ private:
         }
     }
 
-    // Both ways a text ends at its first NUL.
+    // Either way, the text ends at its first NUL.
     void appendText(std::string const& directive, std::string const& text) {
         if (directive == "%") {
             text_.append(text, 0, text.find('\0'));
@@ -259,7 +259,6 @@ unsigned long long PrintArgument::asUnsigned() const {
     if (kind_ == Kind::Real && real_ >= 0.0) {
         return toInteger<unsigned long long>(real_);
     }
-    // A negative number prints as the two's complement of its own width.
     long long const value = asSigned();
     return isWide_ ? static_cast<unsigned long long>(value) : static_cast<unsigned>(value);
 }
@@ -302,8 +301,8 @@ std::ostream& Print::ostream(PrintType type, char const* context) {
     current.buffer.send();
     current.buffer.begin(type, context);
     current.stream.clear();
-    current.stream.copyfmt(std::ios(nullptr));    // no formatting is left from the last message
-    current.stream.exceptions(std::ios::badbit);  // those of a sink pass through
+    current.stream.copyfmt(std::ios(nullptr));    // drops the last message's formatting
+    current.stream.exceptions(std::ios::badbit);  // lets a sink's exceptions pass
     current.stream.imbue(std::locale::classic());
     return current.stream;
 }

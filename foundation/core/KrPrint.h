@@ -10,31 +10,31 @@
 
 namespace Kr {
 
-/// How grave a message is. The numbers are part of the interface.
+/// The severity of a message. The numbers are part of the interface.
 enum class PrintType : int {
-    Warning = 3,   ///< something in the input disagrees with itself; nothing was lost
+    Warning = 3,   ///< the input contradicts itself; nothing was lost
     Error = 4,     ///< an input or a call was refused
-    Mismatch = 5,  ///< the sizes of an object's data do not belong together
+    Mismatch = 5,  ///< the sizes of an object's data do not match
 };
 
-/// What a sink is handed.
+/// A message as a sink receives it.
 struct Message {
-    PrintType type;       ///< how grave it is
-    std::string context;  ///< the signature of the function that speaks; may be empty
-    std::string text;     ///< the message alone, with its own line ends; few have none
+    PrintType type;       ///< its severity
+    std::string context;  ///< the signature of the function that prints; may be empty
+    std::string text;     ///< the message with its own line ends; a few have none
 };
 
-/// What a message can show as a number.
+/// A type that a message can show as a number.
 template <class T>
 concept PrintNumber = std::is_arithmetic_v<T> || std::is_enum_v<T>;
 
-/// One argument of a printf-style message, with the type that it really has.
+/// One argument of a printf-style message, with its own type.
 class KR_EXPORT PrintArgument {
 public:
-    /// What the argument was given as.
+    /// The kind of the argument's type.
     enum class Kind { Signed, Unsigned, Real, Text, Pointer };
 
-    /// Keeps the value in the widest type of its kind; an enumeration as a signed
+    /// Keeps the value in the widest type of its kind. An enumeration becomes a signed
     /// number.
     template <PrintNumber T>
     PrintArgument(T value) : isWide_(sizeof(T) > sizeof(int)) {
@@ -49,24 +49,24 @@ public:
             unsigned_ = static_cast<unsigned long long>(value);
         }
     }
-    /// The text is not copied: it lives as long as the message is formatted. Null is
-    /// "(null)".
+    /// Keeps a pointer to the text, which must exist until the message is formatted. Null
+    /// becomes "(null)".
     PrintArgument(char const* text) : kind_(Kind::Text), text_(text ? text : "(null)") {}
     PrintArgument(std::string const& text) : PrintArgument(text.c_str()) {}
-    /// Any other pointer, to be printed as an address.
+    /// Keeps any other pointer, which prints as an address.
     PrintArgument(void const* pointer) : kind_(Kind::Pointer), pointer_(pointer) {}
 
-    /// The number, for %d: a real without its fraction and held inside the range, 0
-    /// for what is no number.
+    /// The number for %d. A real loses its fraction and is clamped to the range. A text
+    /// and a pointer give 0.
     long long asSigned() const;
-    /// The number, for %u, %o and %x: a negative one as the two's complement of its
+    /// The number for %u, %o and %x. A negative number becomes the two's complement of its
     /// own width.
     unsigned long long asUnsigned() const;
-    /// The number, for %e, %f, %g and %a.
+    /// The number for %e, %f, %g and %a.
     double asReal() const;
-    /// The text, for %s: that of a number, too.
+    /// The text for %s. A number becomes its decimal text.
     std::string asText() const;
-    /// The address, for %p; null for what is no pointer.
+    /// The address for %p; null for a number and a text.
     void const* asPointer() const { return kind_ == Kind::Pointer ? pointer_ : nullptr; }
 
 private:
@@ -81,42 +81,39 @@ private:
     };
 };
 
-/// The logging facility of the libraries. Every message goes to one sink, which
-/// a client may replace; the default sink writes the text to standard error, and a
-/// line end where it has none. All operations may be called from several threads:
-/// messages reach the sink one at a time.
+/// The log of the libraries. Every message goes to one sink, which you may replace. The
+/// default sink writes the text to standard error, and adds a line end if it has none. All
+/// operations are thread-safe: messages reach the sink one at a time.
 ///
 ///     Kr::Print::instance().write(Kr::PrintType::Error, "bad mode: %d\n", mode);
 class KR_EXPORT Print {
 public:
-    /// Receives each message as it is printed, from the thread that prints it. It may
-    /// itself print, or install another sink. An exception that it throws passes through
-    /// the operation that printed. An object of the library is consistent then: it
-    /// changes its state first and prints afterwards.
+    /// Receives each message as it is printed, on the thread that prints it. A sink may
+    /// print, or install another sink. If it throws, the exception passes through the
+    /// operation that printed. Objects of the library stay consistent then, since they
+    /// change their state first and print afterwards.
     using Sink = std::function<void(Message const&)>;
 
-    /// The one logger of the process, made when it is first asked for.
+    /// The only log of the process. The first call constructs it.
     static Print& instance();
 
-    /// Prints a printf-style message without a context. Each conversion takes
-    /// the argument's value whatever its type, so that a conversion which does
-    /// not fit its argument prints some number ("%d" of 0.5 prints 0) and a
-    /// missing argument prints nothing.
+    /// Prints a printf-style message without a context. Each conversion converts the
+    /// argument's value from its own type: "%d" of 0.5 prints 0. A missing argument prints
+    /// nothing.
     template <class... Arguments>
     void write(PrintType type, char const* format, Arguments const&... arguments) {
-        // One more than needed, since an array cannot be empty.
+        // The last one is not used: an array cannot be empty.
         PrintArgument const list[] = {PrintArgument(arguments)..., PrintArgument(0)};
         writeArguments(type, format, std::span(list, sizeof...(arguments)));
     }
 
-    /// A stream for one message; it becomes a message when the stream is
-    /// flushed or the thread's next message begins. The stream belongs to the
-    /// calling thread; numbers are written independently of the locale. An exception of
-    /// the sink passes through the flush, or through what begins the next message.
+    /// A stream for one message, which is sent when the stream is flushed or the thread's
+    /// next message begins. The stream belongs to the calling thread. The locale does not
+    /// change how it writes numbers. An exception of the sink passes through the flush, or
+    /// through the call that begins the next message.
     static std::ostream& ostream(PrintType type, char const* context);
 
-    /// Installs `sink` and returns the one that was in force. An empty sink
-    /// discards every message.
+    /// Installs `sink` and returns the previous one. An empty sink discards every message.
     Sink setSink(Sink sink);
 
 private:

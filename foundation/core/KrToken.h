@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-/// An XML qualified name held as one text: the namespace URI, which ends in
-/// '#', followed directly by the local name. A name without a namespace is the
-/// local name alone. Tokens compare and order by their text.
+/// An XML qualified name as one text: the namespace URI, which ends in '#', and the local
+/// name directly behind it. A name without a namespace is its local name. Tokens compare
+/// and order by their text.
 ///
 ///     KrToken const ns("urn:example#");
 ///     KrToken const alpha = ns + "alpha";   // "urn:example#alpha"
@@ -25,13 +25,13 @@ public:
     KrToken& operator=(KrToken&&) = default;
     virtual ~KrToken();
 
-    /// The full text, namespace included. `operator<<` writes what this returns.
+    /// The full text with the namespace. `operator<<` writes what this returns.
     virtual std::string text() const;
 
-    /// Appends to the full text; no separator is put between.
+    /// Appends to the full text, without a separator.
     KrToken& operator+=(std::string const& more);
 
-    /// Compares the full texts, namespace included.
+    /// Compares the full texts with their namespaces.
     bool operator==(KrToken const& other) const { return text_ == other.text_; }
     bool operator==(std::string const& other) const { return text_ == other; }
     /// The order of the full texts, byte by byte.
@@ -41,10 +41,10 @@ public:
     operator std::string const&() const { return text_; }
     /// A copy of the full text.
     std::string token() const { return text_; }
-    /// The full text, valid until the token changes or ends.
+    /// The full text, valid until the token changes or is destroyed.
     char const* c_str() const { return text_.c_str(); }
 
-    /// The part after the last '#': the whole text of a name without a namespace.
+    /// The part after the last '#'. Without a namespace, the whole text.
     std::string_view localName() const;
 
     /// The part up to and including the last '#'; empty without a namespace.
@@ -54,8 +54,8 @@ private:
     std::string text_;
 };
 
-/// `prefix` followed by `local`; `prefix` itself is unchanged.
+/// The token of the text of `prefix` with `local` behind it.
 KR_EXPORT KrToken operator+(KrToken const& prefix, char const* local);
 
-/// Writes the token's full text, whatever its characters.
+/// Writes the token's full text and escapes nothing.
 KR_EXPORT std::ostream& operator<<(std::ostream& stream, KrToken const& token);

@@ -2,18 +2,17 @@
 
 #include "foundation/core/KrExport.h"
 
-/// Elementary operations that the library's algorithms name.
+/// The elementary operations of the library's algorithms.
 class KR_EXPORT KrMath {
 public:
     KrMath() = delete;
 
-    /// The square root of `x`, correctly rounded; NaN for negative `x`.
+    /// The square root of `x`, correctly rounded. NaN for a negative `x`.
     static double sqrt(double x);
 
-    /// A strictly positive divisor: `x` when x > 1e-300, otherwise 1e-300 (for
-    /// NaN too).
+    /// `x` if x > 1e-300, otherwise (also for NaN) 1e-300: a divisor that is never zero.
     static double nonZeroPos(double x) { return x > 1e-300 ? x : 1e-300; }
 
-    /// Uniform in [0, 1), the next value of the stream of `KrRandom`.
+    /// The next value of the stream of `KrRandom`, uniform in [0, 1).
     static double unifRand();
 };

@@ -19,7 +19,7 @@ Shared& shared() {
     return instance;
 }
 
-// Calls `use` with the stream of this thread, else with the one that is shared.
+// Calls `use` with the stream of this thread's scope, else with the shared one.
 template <class Use>
 auto withStream(Use use) {
     if (KrRandomStream* const own = KrRandomScope::current()) {

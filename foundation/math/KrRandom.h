@@ -3,22 +3,22 @@
 #include "foundation/core/KrExport.h"
 #include "foundation/core/KrTypes.h"
 
-/// The random numbers of the library: a `KrRandomStream` that all of the process shares,
-/// or inside a `KrRandomScope` the one that it installs for its thread.
+/// The random numbers of the library. They come from the `KrRandomStream` of the innermost
+/// `KrRandomScope` of the thread, else from one stream that the whole process shares.
 ///
-/// The shared stream is that of the seed 5489 until `seed` is called. It may be used from
-/// several threads, which then share one sequence: what each draws does not repeat. Give
-/// each a stream of its own for that.
+/// The shared stream has the seed 5489 until `seed` is called. It is thread-safe, but the
+/// threads share one sequence, so that what each of them draws depends on the others. For
+/// repeatable numbers, give each thread a stream of its own.
 class KR_EXPORT KrRandom {
 public:
     KrRandom() = delete;
 
-    /// Starts the stream again, at the beginning of that of `seed`.
+    /// Restarts the stream with `seed`.
     static void seed(KrU32 seed);
 
-    /// `KrRandomStream::normalRandoms` of the stream.
+    /// Draws by `KrRandomStream::normalRandoms` of the stream.
     static KrRealVector normalRandoms(double mean, double standardDeviation, KrU32 count);
 
-    /// `KrRandomStream::uniformRealRandom` of the stream.
+    /// Draws by `KrRandomStream::uniformRealRandom` of the stream.
     static double uniformRealRandom(double low, double high);
 };

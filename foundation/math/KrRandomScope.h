@@ -4,10 +4,10 @@
 
 class KrRandomStream;
 
-/// Has `KrRandom`, and so all of the library, draw from `stream` on this thread while the
-/// scope lives; `KrRandom::seed` seeds that stream then. Other threads are not touched.
-/// Scopes nest: at its end a scope puts back what it has found. The stream must outlive
-/// it.
+/// Makes `KrRandom`, and so the whole library, draw from `stream` on this thread while the
+/// scope exists. `KrRandom::seed` seeds that stream then. Other threads are not affected.
+/// Scopes nest: the destructor restores the previous stream. The stream must outlive the
+/// scope.
 ///
 ///     KrRandomScope const scope(stream);
 class KR_EXPORT KrRandomScope {

@@ -9,26 +9,26 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-// The density of the normal distribution without its factor, e^(-x²/2).
+// e^(-x²/2), the normal density without its constant factor.
 double height(double x) { return KrElementary::exp(-0.5 * x * x); }
 
 }  // namespace
 
-// 256 layers of equal area under that curve, the lowest one with the tail. Layer i
-// reaches from its height to that of layer i + 1, and x from 0 to its width.
+// 256 layers of equal area under that curve. The lowest one includes the tail. Layer i
+// reaches from its height to that of layer i + 1; its x reaches from 0 to its width.
 class KrRandomStream::Ziggurat {
 public:
-    static constexpr int bits = 52;  // of a whole number j, which stands for x = j step
+    static constexpr int bits = 52;  // of the integer j in x = j step
     static constexpr double tailStart = 0x1.d3bb48209ad33p+1;
 
     struct Layer {
         double step;
-        std::uint64_t inside;  // a smaller j lies below the curve, whatever its height is
+        std::uint64_t inside;  // a smaller j lies below the curve at every height
         double height;
     };
 
     Ziggurat() {
-        // So that the area of 256 layers ends at the height 1 (in 113 bits).
+        // With this area, found in 113 bits, layer 256 begins at the height 1.
         constexpr double area = 0x1.43016a5a43732p-8;
         double width = area / height(tailStart);
         double next = tailStart;
@@ -55,8 +55,8 @@ private:
 };
 
 // The engine is std::mt19937_64 (M. Matsumoto and T. Nishimura, ACM Transactions on
-// Modeling and Computer Simulation 8 (1998); the constants are the C++ standard's) at
-// about twice the speed of a library that branches on a bit which is random.
+// Modeling and Computer Simulation 8 (1998)) with the constants of the C++ standard. It is
+// about twice as fast as one that branches on a random bit.
 void KrRandomStream::seed(KrU32 seed) {
     std::uint64_t value = seed;
     for (std::size_t i = 0; i < size; ++i) {
@@ -97,7 +97,7 @@ inline std::uint64_t KrRandomStream::draw() {
 
 inline double KrRandomStream::uniform() { return static_cast<double>(draw() >> 11) * 0x1p-53; }
 
-// The layer and the sign take 9 bits of a draw, and x 52 others.
+// The layer and the sign take 9 bits of a draw, x takes 52 others.
 inline double KrRandomStream::normal(Ziggurat const& layers) {
     for (;;) {
         std::uint64_t const bits = draw();
@@ -112,19 +112,19 @@ inline double KrRandomStream::normal(Ziggurat const& layers) {
     }
 }
 
-// At the end of a layer: whether a random height lies below the curve.
+// Whether a random height in the layer lies below the curve at `x`.
 bool KrRandomStream::accepts(Ziggurat const& layers, std::size_t layer, double x) {
     double const low = layers[layer].height;
     double const y = low + uniform() * (layers[layer + 1].height - low);
     return y < height(x);
 }
 
-// In the tail (G. Marsaglia, "Generating a variable from the tail of the normal
+// Draws x from the tail (G. Marsaglia, "Generating a variable from the tail of the normal
 // distribution", Technometrics 6 (1964)).
 bool KrRandomStream::tail(double& x) {
     constexpr double start = Ziggurat::tailStart;
     for (;;) {
-        // In (0, 1]: its logarithm is finite.
+        // 1 - u lies in (0, 1], where the logarithm is finite.
         double const a = -KrElementary::log(1.0 - uniform()) / start;
         double const b = -KrElementary::log(1.0 - uniform());
         if (b + b > a * a) {

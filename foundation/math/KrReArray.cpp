@@ -12,21 +12,21 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-// The lower triangle of a matrix on its way to its factor, in panels of four rows,
-// each column by column, so that what four rows have in one column lies together.
-// The last panel is filled up with rows of zeros.
+// The lower triangle of a matrix, which `factor` turns into its factor. It is stored in
+// panels of four rows, each column-major, so that the entries of four rows in one column
+// are contiguous. Rows of zeros pad the last panel.
 class Panels {
 public:
     static constexpr std::size_t height = 4;
-    // How many panels are completed together, sweep by sweep over those to the left
-    // of them: as many as the second-level cache holds at a few thousand rows.
+    // How many panels one sweep over the panels to their left completes: as many as the
+    // second-level cache holds at a few thousand rows.
     static constexpr std::size_t block = 8;
 
     explicit Panels(std::size_t size) : size_(size), values_(start(count())) {}
 
-    // Factors `matrix` with `shift` added to its diagonal; whether every pivot was
-    // positive. With `toTheEnd` a column whose pivot is not is zero, and the
-    // factorisation goes on.
+    // Factors `matrix` with `shift` added to its diagonal. True if every pivot was positive.
+    // With `toTheEnd` the factorisation goes on behind a pivot that is not, with a column of
+    // zeros.
     bool factor(KrReArray const& matrix, double shift, bool toTheEnd) {
         copyFrom(matrix, shift);
         return krHasFour() ? factorByFour(toTheEnd) : factorBy<KrTwo, 1>(toTheEnd);
@@ -59,7 +59,7 @@ private:
 
     KR_FOUR bool factorByFour(bool toTheEnd) { return factorBy<KrFour, 2>(toTheEnd); }
 
-    // So many panels together as fill the registers with sums that do not wait for one
+    // `together` panels at a time fill the registers with sums that do not depend on one
     // another.
     template <class Lanes, std::size_t together>
     [[gnu::always_inline]] bool factorBy(bool toTheEnd) {
@@ -85,7 +85,7 @@ private:
         return positive;
     }
 
-    // The square where panel `p` meets the diagonal.
+    // Completes the square of panel `p` on the diagonal.
     template <class Lanes>
     [[gnu::always_inline]] bool factorDiagonal(std::size_t p) {
         double rests[1][height][height];
@@ -104,7 +104,7 @@ private:
         return positive;
     }
 
-    // The squares of panels `down` and following, beside the diagonal of panel `across`.
+    // Completes the squares of panels `down`, `down` + 1, ... in the columns of panel `across`.
     template <class Lanes, std::size_t together>
     [[gnu::always_inline]] void factorBelow(std::size_t down, std::size_t across) {
         double rest[together][height][height];
@@ -118,8 +118,8 @@ private:
         }
     }
 
-    // rest[p][j][i]: element (i, j) of the square of panel `down` + p less the products
-    // of all columns to the left of it, in their order.
+    // Sets rest[p][j][i] to element (i, j) of the square of panel `down` + p minus the
+    // products of all columns to its left, in their order.
     template <class Lanes, std::size_t together>
     [[gnu::always_inline]] void subtractProducts(std::size_t down, std::size_t across,
                                                  double (&rest)[together][height][height]) {
@@ -147,8 +147,8 @@ private:
         std::memcpy(rest, sum, sizeof rest);
     }
 
-    // Divides column j of a square by its pivot and subtracts its products from
-    // the columns behind.
+    // Divides column j of a square by its pivot and subtracts its products from the later
+    // columns.
     [[gnu::always_inline]] static void finishColumn(double (&rest)[height][height], double* target,
                                                     double const* diagonal, std::size_t j,
                                                     double pivot) {
@@ -172,7 +172,7 @@ void KrReArray::resizeArray(KrU32 rows, KrU32 columns) {
     if (rows == numRows() && columns == columns_) {
         return;
     }
-    // Whatever fails, all rows have the length that the array says.
+    // Reserves first: if memory runs out, all rows still have `columns_` entries.
     rows_.resize(std::min(rows, numRows()));
     for (KrRealVector& row : rows_) {
         row.reserve(columns);

@@ -2,12 +2,11 @@
 
 #include "foundation/core/KrExport.h"
 
-/// A function from double to double, for a client to derive from.
+/// A function from double to double. Derive yours from it.
 class KR_EXPORT KrRealRealUnaryFunction {
 public:
     virtual ~KrRealRealUnaryFunction();
 
-    /// The value at `x`. What a function makes of an `x` outside its domain is its own
-    /// affair.
+    /// The value at `x`. Each function defines what it returns outside of its domain.
     virtual double evaluate(double x) const = 0;
 };

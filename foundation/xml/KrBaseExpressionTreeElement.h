@@ -4,17 +4,16 @@
 
 class KrXmlBaseVariableCompoundType;
 
-/// Base of the elements that a container can hold. An element knows its
-/// container, when it was told, and never owns it. The container belongs to the
-/// place, not to the value: a copy has none, and an assignment keeps the
-/// target's own.
+/// Base of the elements that a container can hold. An element points to its container, if it
+/// has one, and does not own it. The container is no part of the value: a copy has none, and
+/// an assignment keeps that of the target.
 class KR_EXPORT KrBaseExpressionTreeElement : public KrXmlCompoundType {
 public:
     KrBaseExpressionTreeElement() = default;
-    /// An element that knows its container, which must outlive it; null is none.
+    /// An element of `container`, which must outlive it; null for none.
     explicit KrBaseExpressionTreeElement(KrXmlBaseVariableCompoundType const* container);
 
-    /// The container given last, null when there is none.
+    /// The container that was set last, null if there is none.
     virtual KrXmlBaseVariableCompoundType const* container() const;
     virtual void setContainer(KrXmlBaseVariableCompoundType const* container);
 

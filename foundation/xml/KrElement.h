@@ -5,11 +5,10 @@
 #include "foundation/core/KrTypes.h"
 #include "foundation/xml/KrXmlObject.h"
 
-/// The contract of a concrete class, once: stands between `Derived` and its
-/// base `Base` and supplies what follows from the class and its element tag
-/// `Tag` alone. `Derived` adds its members, a default constructor, and
-/// `operator==`, usually defaulted. Only overrides and statics: no virtual slot
-/// is added.
+/// Implements the operations that follow from the class `Derived` and its element tag `Tag`.
+/// It is the base of `Derived` and derives from `Base`. `Derived` adds its members, a default
+/// constructor, and `operator==`, which is usually defaulted. `KrElement` adds no virtual
+/// slot.
 ///
 ///     class KrLine : public KrElement<KrLine, KrBaseScalarFunction, KrFunction::KrLineToken> {
 template <class Derived, class Base, KrToken const& Tag>
@@ -17,25 +16,24 @@ class KR_EXPORT KrElement : public Base {
 public:
     using Base::Base;
 
-    /// A copy of the run-time class `Derived`, owned by the caller.
+    /// A copy of class `Derived`, which the caller owns.
     KrXmlObject* clone() const override { return new Derived(static_cast<Derived const&>(*this)); }
 
-    /// The same as `creator`, by an object.
+    /// Returns what `creator` returns.
     KrXmlObject* newObject() const override { return creator(); }
 
-    /// Whether `other` is a `Derived`, or derived from it, that `operator==` of
-    /// `Derived` finds equal; false for null.
+    /// Whether `other` is a `Derived`, or derived from it, and equal by `operator==` of
+    /// `Derived`. False for null.
     KrBoolean equality(KrXmlObject const* other) const override {
         auto const* const same = dynamic_cast<Derived const*>(other);
         return same && static_cast<Derived const&>(*this) == *same;
     }
 
-    /// The `Tag`.
+    /// Returns `Tag`.
     KrToken const& token() const override { return Tag; }
 
-    /// A default-constructed object on the heap, owned by the caller: the
-    /// function that containers and vectors register for the tag. It has one address in
-    /// all libraries and programs.
+    /// A default-constructed object on the heap, which the caller owns. Containers and vectors
+    /// register this function for the tag. It has one address in all libraries and programs.
     static KrXmlObject* creator();
 
     /// A default-constructed object by value.
@@ -44,19 +42,20 @@ public:
     bool operator==(KrElement const&) const = default;
 };
 
-// Outside of the class it is not inline: inline operations are hidden in the libraries.
+// Defined outside of the class, so that it is not inline: the libraries hide inline
+// operations.
 template <class Derived, class Base, KrToken const& Tag>
 KrXmlObject* KrElement<Derived, Base, Tag>::creator() {
     return new Derived;
 }
 
-/// A `KrElement` whose class also tells its tag without an object.
+/// A `KrElement` whose tag is also available without an object.
 template <class Derived, class Base, KrToken const& Tag>
 class KR_EXPORT KrTaggedElement : public KrElement<Derived, Base, Tag> {
 public:
     using KrElement<Derived, Base, Tag>::KrElement;
 
-    /// The `Tag`; the same as `token` of any object of the class.
+    /// Returns `Tag`, like `token` of any object of the class.
     static KrToken const& classToken() { return Tag; }
 
     bool operator==(KrTaggedElement const&) const = default;

@@ -24,7 +24,7 @@ namespace {
 void readRoot(KrXmlReader& reader, KrXmlObject& object) {
     object.setSpecified(true);
     if (!object.read(reader) && reader.errorCount() == 0) {
-        // A client's element may have refused without a word.
+        // A client's element may refuse without a message.
         reader.refuse("a " + std::string(object.token().localName()) + " that can be read",
                       "another");
     }
@@ -49,7 +49,7 @@ KrBoolean readDocument(std::istream& stream, std::string const& name, KrXmlObjec
 KrBoolean writeDocument(std::ostream& stream, KrXmlObject const& object) {
     KrXmlWriter writer("", stream);
     if (!krXmlWriteElement(writer, object.token(), object) && writer.good()) {
-        // A client's element may have failed without a word.
+        // A client's element may fail without a message.
         writer.refuse("element " + std::string(object.token().localName()));
     }
     return writer.flush();
@@ -58,7 +58,7 @@ KrBoolean writeDocument(std::ostream& stream, KrXmlObject const& object) {
 KrBoolean openFile(std::string const& path, std::ifstream& stream) {
     errno = 0;
     stream.open(path, std::ios::binary);
-    stream.peek();  // a folder is opened, and fails only here
+    stream.peek();  // a folder opens without an error and fails here
     if (stream.fail()) {
         Kr::Print::instance().write(Kr::PrintType::Error, "%s: cannot be read: %s\n", path,
                                     std::generic_category().message(errno));
@@ -67,10 +67,10 @@ KrBoolean openFile(std::string const& path, std::ifstream& stream) {
     return true;
 }
 
-// What messages call a document that is no file.
+// The name of a text's document in messages.
 constexpr char stringName[] = "<string>";
 
-// A stream over characters that stay where they are.
+// A stream buffer over a text, without a copy.
 struct TextBuffer : std::streambuf {
     explicit TextBuffer(std::string const& text) {
         char* const begin = const_cast<char*>(text.data());  // a get area is never written to

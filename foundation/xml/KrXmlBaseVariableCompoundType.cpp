@@ -73,15 +73,14 @@ void KrXmlBaseVariableCompoundType::setAddLibraries(LibraryList const& libraries
 
 KrXmlCreatorMap const& KrXmlBaseVariableCompoundType::creatorMap() const {
     if (!creators_->registered) {
-        // What can be created is no part of the value, which is why a const object
-        // may have it registered.
+        // Changes a const object, but not its value.
         auto& self = const_cast<KrXmlBaseVariableCompoundType&>(*this);
         Creators& creators = *self.creators_;
-        KrXmlCreatorMap kept = std::exchange(creators.map, {});  // those of a client
-        creators.registered = true;  // who registers may look at the map
+        KrXmlCreatorMap kept = std::exchange(creators.map, {});  // a client's creators
+        creators.registered = true;                              // the registration may use the map
         try {
             self.registerComponentCreators();
-            kept.merge(creators.map);  // beside them, what they do not replace
+            kept.merge(creators.map);  // a client's creator replaces that of the class
         } catch (...) {
             creators.registered = false;
             creators.map.swap(kept);

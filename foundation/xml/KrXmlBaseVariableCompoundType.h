@@ -9,40 +9,38 @@
 #include <string>
 #include <utility>
 
-/// Base of containers and element vectors, whose children are elements of
-/// several classes, each created from its tag by the creator registered for it.
-/// The one child of its own is a list of library names, written when it is not
-/// empty:
+/// Base of containers and element vectors. Their children are elements of several classes;
+/// the creator that is registered for a tag creates the element. One child is not an element:
+/// a list of library names, which is written if it is not empty:
 ///
 ///     <addLibraries count="1"><item>libmine.so</item></addLibraries>
 class KR_EXPORT KrXmlBaseVariableCompoundType : public KrXmlObject {
 public:
-    /// Names of libraries, as a document lists them.
+    /// The names of libraries in a document.
     using LibraryList = KrXmlVectorType<KrXmlBasicType<std::string>>;
 
     void accept(KrXmlObjectVisitor* visitor) override;
 
-    /// Gives each child element to `readValueFromToken`.
+    /// Calls `readValueFromToken` for each child element.
     KrBoolean read(KrXmlReader& reader) override;
     KrBoolean write(KrXmlWriter& writer) const override;
     void writeSchema(KrXmlSchema& schema) const override;
 
-    /// Calls `registerComponentCreator` for every class that the object can
-    /// create. Called by the framework before the creators are first needed.
+    /// Calls `registerComponentCreator` for every class that the object can create. The
+    /// framework calls it once, before it first uses the creators.
     virtual void registerComponentCreators() = 0;
 
-    /// Adds a creator, in place of an earlier one for the same tag.
+    /// Adds a creator, and replaces an earlier one for the same tag.
     virtual void registerComponentCreator(KrToken const& token, KrXmlCreator creator);
 
-    /// A new object for `token`, owned by the caller; null for an unknown tag.
+    /// A new object for `token`, which the caller owns; null for an unknown tag.
     virtual KrXmlObject* newObjectFromToken(KrToken const& token) const;
 
-    /// The library names: read, kept and written, and nothing else.
+    /// The library names. They are read and written, but no library is loaded.
     virtual LibraryList const& addLibraries() const;
     virtual void setAddLibraries(LibraryList const& libraries);
 
-    /// All that the object can create: the creators of its class, with those that a
-    /// client has added.
+    /// All creators: those of the class, and those that a client has added.
     virtual KrXmlCreatorMap const& creatorMap() const;
 
     /// Adds the creators of `source` for tags that have none here.
@@ -50,21 +48,20 @@ public:
         creators_ = source.creators_;
     }
 
-    /// Reads the child element `token`, on which the reader stands. The base
-    /// reads the library list and answers false for any other.
+    /// Reads the child element `token`, on which the reader stands. The base class reads the
+    /// library list and returns false for any other child.
     virtual KrBoolean readValueFromToken(KrToken const& token, KrXmlReader& reader);
 
-    /// Acts on the library list that was just read: reports each name, print
-    /// type 4, and loads nothing, since a data file must not make a program run
-    /// code.
+    /// Called when a library list has been read. Prints each name as an error and loads
+    /// nothing, since a data file must not make a program run code.
     virtual void processLibraries();
 
-    /// Compares the library lists: what can be created is no part of the value.
+    /// Compares the library lists. The creators are no part of the value.
     bool operator==(KrXmlBaseVariableCompoundType const&) const = default;
 
 private:
-    // A copy can create what its source can. An assignment takes away nothing: what
-    // a client registered with an object stays when the object gets another value.
+    // A copy has the creators of its source. An assignment only adds creators: what a client
+    // registered with an object stays when the object gets another value.
     struct Creators {
         Creators() = default;
         Creators(Creators const&) = default;
@@ -75,8 +72,8 @@ private:
             }
             return *this;
         }
-        // Takes over what the map lacks, and allocates nothing: a document that was
-        // read replaces an object also when there is no more memory.
+        // Adds what the map lacks without allocation, so that replacing an object by one that
+        // was read cannot fail.
         Creators& operator=(Creators&& source) noexcept {
             map.merge(source.map);
             registered = registered || std::exchange(source.registered, false);
@@ -84,7 +81,7 @@ private:
         }
 
         KrXmlCreatorMap map;
-        bool registered = false;  // those of the class
+        bool registered = false;  // whether the map has those of the class
     };
 
     void prepare() const;

@@ -10,9 +10,8 @@
 #include <string>
 #include <utility>
 
-/// A value of type `double`, `KrU32`, `bool` or `std::string` as an object of a
-/// document; `KrXmlText<T>` says how its text is read and written. A text that
-/// is refused leaves the value as it was.
+/// A value of type `double`, `KrU32`, `bool` or `std::string` as an object of a document.
+/// `KrXmlText<T>` converts its text. If a text is refused, the value stays.
 ///
 ///     <alpha>0.5</alpha>
 template <class T>
@@ -20,18 +19,18 @@ class KR_EXPORT KrXmlBasicType
     : public KrElement<KrXmlBasicType<T>, KrXmlObject, KrXml::KrItemToken> {
 public:
     KrXmlBasicType() = default;
-    /// Explicit, so that a comparison with a number is one of numbers.
+    /// Holds `value`. Explicit, so that a comparison with a number compares numbers.
     explicit KrXmlBasicType(T value) : value_(std::move(value)) {}
 
-    /// Sets the value; the flags of the object stay as they are.
+    /// Sets the value and keeps the flags of the object.
     KrXmlBasicType& operator=(T value) {
         value_ = std::move(value);
         return *this;
     }
 
-    /// The value, wherever a `T` is wanted.
+    /// Converts to the value.
     operator T const&() const { return value_; }
-    /// The value by name, where a conversion would be ambiguous.
+    /// The value, where a conversion is ambiguous.
     T const& value() const { return value_; }
 
     bool operator==(KrXmlBasicType const&) const = default;

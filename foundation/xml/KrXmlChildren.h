@@ -5,11 +5,10 @@
 #include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlWriter.h"
 
-/// The loop over an element's children that all objects with children share.
-/// `readChild(token, reader)` takes one child, on whose start tag the reader
-/// stands; what it leaves of the child is passed over. A child that it answers
-/// false for without saying why is refused as unknown, and so is text; the message
-/// lists `known`. True when every child was taken and there was nothing else.
+/// Reads the children of an element. `readChild(token, reader)` reads one child, on whose
+/// start tag the reader stands; what it leaves unread is skipped. If it returns false without
+/// a message, the child is refused as unknown, and the message lists `known`. Text between
+/// the children is refused too. True if everything was read and nothing was refused.
 template <class ReadChild>
 KrBoolean krXmlReadChildren(KrXmlReader& reader, ReadChild readChild,
                             KrXmlReader::KnownTags const& known = {}) {
@@ -34,7 +33,7 @@ KrBoolean krXmlReadChildren(KrXmlReader& reader, ReadChild readChild,
     }
 }
 
-/// Writes `object` as a whole element: `tag` around its content.
+/// Writes `object` as an element: `tag` around its content.
 inline KrBoolean krXmlWriteElement(KrXmlWriter& writer, KrToken const& tag,
                                    KrXmlObject const& object) {
     writer.startElement(tag);

@@ -24,8 +24,8 @@ std::vector<KrToken> tagsOf(std::initializer_list<KrXmlComponentMap const*> maps
     return tags;
 }
 
-// Marks a map as registered while it is filled, since who fills it may look at it,
-// and from then on unless that fails.
+// Calls `fill` with the map marked as registered, so that `fill` may use the map. If `fill`
+// throws, the mark is removed.
 template <class Fill>
 void registerOnce(bool& registered, Fill fill) {
     registered = true;
@@ -188,7 +188,7 @@ KrXmlComponentMap& KrXmlCompoundType::attributeComponentMap() {
 
 KrXmlComponentMap& KrXmlCompoundType::specialDescriptorMap() {
     if (!maps().specialsRegistered) {
-        maps().specials.clear();  // of a registration that failed
+        maps().specials.clear();  // removes entries of a registration that threw
         registerOnce(maps().specialsRegistered, [this] { createSpecialDescriptorMap(); });
     }
     return maps().specials;
@@ -265,9 +265,8 @@ KrXmlCompoundType::Maps& KrXmlCompoundType::maps() {
     return **maps_;
 }
 
-// Initialises the object before its first use in a document. The maps, and the
-// texts of enumerations, are no part of its value, which is why a const object
-// may have them made.
+// Initialises the object before its first use in a document. This changes a const object,
+// but not its value: only its maps and the texts of its enumerations.
 KrXmlCompoundType& KrXmlCompoundType::prepared() const {
     auto& self = const_cast<KrXmlCompoundType&>(*this);
     if (!xmlInitialized()) {

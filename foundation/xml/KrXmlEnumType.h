@@ -12,9 +12,8 @@
 #include <utility>
 #include <vector>
 
-/// A number of type `T` that a document writes as one of a list of texts. The
-/// texts belong to the object's class, which sets them with `setEnumString`
-/// before the object is first read or written; the value is its own.
+/// A number of type `T` that a document shows as one of a list of texts. The class that
+/// holds the object sets the texts by `setEnumString`, before it is first read or written.
 ///
 ///     <directionsMode>urn:zeibreku:function#rotated</directionsMode>
 template <class T>
@@ -22,13 +21,12 @@ class KR_EXPORT KrXmlEnumType
     : public KrElement<KrXmlEnumType<T>, KrXmlObject, KrXml::KrItemToken> {
 public:
     KrXmlEnumType() = default;
-    /// Any value is taken; one that has no text cannot be written.
+    /// Holds any value. A value without a text cannot be written.
     explicit KrXmlEnumType(T const& value) : value_(value) {}
 
     KrXmlEnumType(KrXmlEnumType const&) = default;
     KrXmlEnumType(KrXmlEnumType&&) noexcept = default;
-    /// Takes the value. The texts belong to the class: an assignment never takes them
-    /// away from an object that has them.
+    /// Copies the value. If the target has texts, it keeps them.
     KrXmlEnumType& operator=(KrXmlEnumType const& other) {
         value_ = other.value_;
         if (texts_->empty()) {
@@ -36,8 +34,8 @@ public:
         }
         return *this;
     }
-    /// The same, and allocates nothing: a document that was read replaces an object also
-    /// when there is no more memory.
+    /// Does the same without allocation, so that replacing an object by one that was read
+    /// cannot fail.
     KrXmlEnumType& operator=(KrXmlEnumType&& other) noexcept {
         value_ = other.value_;
         if (texts_->empty()) {
@@ -50,13 +48,12 @@ public:
         return *this;
     }
 
-    /// The number, whether it has a text or not.
+    /// The number, with or without a text.
     T const& value() const { return value_; }
-    /// The same by conversion.
+    /// Converts to the number.
     operator T const&() const { return value_; }
 
-    /// `text` is what is written and read for `value`, in place of an earlier
-    /// text for it.
+    /// Sets the text of `value`, and replaces an earlier one.
     void setEnumString(T const& value, std::string const& text) {
         for (auto& [known, knownText] : *texts_) {
             if (known == value) {
@@ -78,7 +75,7 @@ public:
         return parse(reader.attributeValue(), reader);
     }
 
-    /// Fails for a value that has no text.
+    /// Writes the text of the value. False, with a message, if it has none.
     KrBoolean write(KrXmlWriter& writer) const override {
         for (auto const& [known, text] : *texts_) {
             if (known == value_) {
@@ -95,7 +92,7 @@ public:
         for (auto const& entry : *texts_) {
             texts.push_back(entry.second);
         }
-        schema.simpleType("xs:token", texts);  // white space around a text is read
+        schema.simpleType("xs:token", texts);  // white space around a text is accepted
     }
 
     bool isBasicType() const override { return true; }

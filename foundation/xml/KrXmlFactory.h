@@ -7,23 +7,23 @@
 
 class KrXmlObject;
 
-/// Creates a new object on the heap, owned by the caller.
+/// Creates an object on the heap, which the caller owns.
 using KrXmlCreator = KrXmlObject* (*)();
 
 /// Creators by element tag.
 using KrXmlCreatorMap = std::map<KrToken, KrXmlCreator>;
 
-/// A client's own creators, handed to a reader: containers and vectors ask it
-/// for elements of tags that they have no creator for.
+/// Creators that you pass to a reader. Containers and vectors use them for tags for which
+/// they have no creator.
 class KR_EXPORT KrXmlFactory {
 public:
-    /// Adds a creator, in place of an earlier one for the same tag.
+    /// Adds a creator, and replaces an earlier one for the same tag.
     void registerCreator(KrToken const& token, KrXmlCreator creator) { creators_[token] = creator; }
 
-    /// All that was registered.
+    /// All registered creators.
     KrXmlCreatorMap const& creatorMap() const { return creators_; }
 
-    /// A new object for `token`, owned by the caller; null for an unknown tag.
+    /// A new object for `token`, which the caller owns; null for an unknown tag.
     KrXmlObject* newObjectFromToken(KrToken const& token) const;
 
 private:

@@ -6,17 +6,16 @@ class KrXmlBaseVariableCompoundType;
 class KrXmlCompoundType;
 class KrXmlObject;
 
-/// Told by an object's `accept` of what kind it is. A visit that is not
-/// overridden goes to the more general one, and that for any object does
-/// nothing.
+/// An object's `accept` calls the `visit` for its kind. If you do not override a `visit` of
+/// elements or containers, it calls the one for any object, which does nothing.
 class KR_EXPORT KrXmlObjectVisitor {
 public:
     virtual ~KrXmlObjectVisitor();
 
-    /// Called with values, and whatever the two below pass on.
+    /// Visits a value, or any object that the two others pass on.
     virtual void visit(KrXmlObject* object);
-    /// Called with elements that are made of components.
+    /// Visits an element made of components.
     virtual void visit(KrXmlCompoundType* object);
-    /// Called with containers and element vectors.
+    /// Visits a container or an element vector.
     virtual void visit(KrXmlBaseVariableCompoundType* object);
 };

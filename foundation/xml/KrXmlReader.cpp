@@ -31,8 +31,8 @@ bool isBlank(std::string_view text) {
     return true;
 }
 
-// What a terminal or a reader of messages would obey instead of showing it: controls,
-// line and paragraph ends, and what turns the direction of text.
+// Whether a terminal interprets the character instead of showing it: controls, line and
+// paragraph ends, and characters that change the direction of text.
 bool isControl(char32_t code) {
     return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x61C || code == 0x200E ||
            code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
@@ -58,7 +58,7 @@ std::vector<KrToken> tagsOf(KrXmlReader::KnownTags const& known) {
     return known ? known() : std::vector<KrToken>();
 }
 
-// " (alpha, beta)", of the first few.
+// " (alpha, beta)" with the first five names.
 std::string listed(std::vector<KrToken> const& known) {
     constexpr std::size_t most = 5;
     std::string list;
@@ -73,8 +73,7 @@ std::string listed(std::vector<KrToken> const& known) {
     return count == 0 ? list : list + ')';
 }
 
-// "element "alhpa"", and which name may have been meant: one that is known here, or that the
-// factory knows.
+// `element "alhpa"` with the closest name of `known` and of the factory, if one is close.
 std::string unknown(std::string const& kind, std::string_view name,
                     std::vector<KrToken> const& known, KrXmlFactory const* factory) {
     std::vector<std::string_view> candidates;
@@ -92,11 +91,11 @@ std::string unknown(std::string const& kind, std::string_view name,
     return closest.empty() ? found : found + ": did you mean " + krXmlQuoted(closest) + '?';
 }
 
-// Stands between namespace and local name in the names that expat gives: no document can
-// hold this character.
+// Separates the namespace from the local name in the names of expat. No document can contain
+// this character.
 constexpr char separator = '\x01';
 
-// Where a schema may be found: says nothing of the document's content.
+// Whether an attribute only states where a schema is found.
 bool isSchemaLocation(std::string_view name) {
     constexpr std::string_view instance = "http://www.w3.org/2001/XMLSchema-instance\x01";
     return name.starts_with(instance) &&
@@ -104,8 +103,8 @@ bool isSchemaLocation(std::string_view name) {
             name.substr(instance.size()) == "noNamespaceSchemaLocation");
 }
 
-// Makes `text` that of a name's token. A token's namespace ends in '#'; a name of another
-// namespace is no token's, whatever its letters, and becomes "{namespace}local".
+// Sets `text` to that of a name's token. If the namespace does not end in '#', the text is
+// "{namespace}local": concatenated, such a name could equal a token of another namespace.
 void setTokenText(std::string& text, std::string_view name) {
     std::size_t const end = name.find(separator);
     if (end == std::string_view::npos) {
@@ -117,22 +116,22 @@ void setTokenText(std::string& text, std::string_view name) {
     }
 }
 
-// The local name of a token that was made so.
+// The local name of a token that `setTokenText` made.
 std::string_view localName(KrToken const& token) {
     std::string const& text = token;
     return text.starts_with('{') ? std::string_view(text).substr(text.rfind('}') + 1)
                                  : token.localName();
 }
 
-// How many refusals of one document are printed.
+// The number of refusals of one document that are printed.
 constexpr std::size_t mostRefusals = 1000;
 
-// How long a namespace may be.
+// The longest namespace that is read, in bytes.
 constexpr std::size_t longestNamespace = 1000;
 
-// Expat writes the namespace of an attribute's name out for each of a start tag's
-// attributes, as soon as the tag's declarations are told, and stops for nothing but a
-// lack of memory: a namespace that is refused lets it have no more.
+// Expat copies the namespace for each attribute of a start tag as soon as it has reported the
+// tag's declarations. Only a lack of memory stops it. Therefore allocation fails after a
+// namespace was refused.
 thread_local bool memoryIsRefused = false;
 
 constexpr XML_Memory_Handling_Suite memory = {
@@ -140,13 +139,14 @@ constexpr XML_Memory_Handling_Suite memory = {
     [](void* old, std::size_t size) { return memoryIsRefused ? nullptr : std::realloc(old, size); },
     std::free};
 
-// Whether a document with these first bytes is UTF-16, by its mark or by an ASCII character.
+// Whether a document with these first bytes is UTF-16: it begins with a byte order mark or an
+// ASCII character.
 bool startsAsUtf16(std::string_view text) {
     return text.size() > 1 && (text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") ||
                                text[0] == '\0' || text[1] == '\0');
 }
 
-// How many bytes of UTF-8 begin no character.
+// The number of continuation bytes of UTF-8.
 std::size_t continuations(std::string_view text) {
     std::size_t count = 0;
     for (char const c : text) {
@@ -155,8 +155,8 @@ std::size_t continuations(std::string_view text) {
     return count;
 }
 
-// How many line ends stand in `text`: "\r\n" is one. Sums of one byte let the compiler
-// count 16 bytes at a time: 16 KB take 0.8 instead of 16 us.
+// The number of line ends in `text`; "\r\n" is one. Sums of one byte let the compiler count
+// 16 bytes at a time: 16 KB take 0.8 instead of 16 us.
 std::size_t lineEnds(std::string_view text) {
     std::size_t count = text.starts_with('\r') || text.starts_with('\n') ? 1 : 0;
     for (std::size_t begin = 1; begin < text.size(); begin += 255) {
@@ -175,9 +175,9 @@ std::size_t lineEnds(std::string_view text) {
 
 }  // namespace
 
-// Expat pushes, the reader pulls: the parser turns a chunk of the document into
-// a queue of events, and takes the next chunk when the queue is empty. The texts
-// of the queue's events stand in one string beside it.
+// Expat pushes, the reader pulls: the parser turns a chunk of the document into a queue of
+// events. When the queue is empty, it parses the next chunk. One string holds the texts of all
+// events in the queue.
 class KrXmlReader::Parser {
 public:
     enum class Kind { Start, End, Text, Failure };
@@ -185,7 +185,7 @@ public:
         Kind kind;
         Place place;
         KrToken const* token = nullptr;
-        KrU32 begin = 0;  // of the attributes of a start tag, of the characters of a text
+        KrU32 begin = 0;  // of a start tag's attributes or a text's characters
         KrU32 end = 0;
     };
     struct Attribute {
@@ -199,7 +199,7 @@ public:
         if (!expat_) {
             throw std::bad_alloc();
         }
-        events_.reserve(64);  // a small document needs no more room
+        events_.reserve(64);  // enough for a small document
         texts_.reserve(512);
         XML_SetUserData(expat_.get(), this);
         XML_SetElementHandler(expat_.get(), onStart, onEnd);
@@ -209,11 +209,11 @@ public:
         XML_SetStartNamespaceDeclHandler(expat_.get(), onNamespace);
     }
 
-    // Whether the next event comes from the next chunk.
+    // Whether the queue is empty, so that the next event needs the next chunk.
     bool isEmpty() const { return nextEvent_ == events_.size(); }
 
-    // The next event, null at the document's end. It and its texts are valid
-    // until `next` is called with the queue empty.
+    // The next event, null at the document's end. It and its texts are valid until `next` is
+    // called with an empty queue.
     Event const* next() {
         while (isEmpty()) {
             if (finished_) {
@@ -224,8 +224,8 @@ public:
         return &events_[nextEvent_++];
     }
 
-    // Takes the characters and the end tag that follow a start tag, when both are
-    // in the queue: almost every element that holds a text.
+    // Takes the text and the end tag behind a start tag if both are in the queue, as they are
+    // for almost every element that holds a text.
     bool takeTextAndEnd(std::string_view& taken) {
         if (events_.size() - nextEvent_ < 2 || events_[nextEvent_].kind != Kind::Text ||
             events_[nextEvent_ + 1].kind != Kind::End) {
@@ -242,8 +242,8 @@ public:
 
     Attribute const& attribute(std::size_t index) const { return attributes_[index]; }
 
-    // Makes a line and a column of an event's place, until the next chunk is parsed. Places
-    // come in the order of the document, so that each byte is counted once.
+    // Computes the line and the column of an event's place, before the next chunk is parsed.
+    // Calls follow the order of the document, so that each byte is counted once.
     void locate(Place& place) {
         if (place.line == 0) {
             std::string_view passed(origin_ + counted_, place.column - counted_);
@@ -267,11 +267,11 @@ public:
     void setDepthLimit(std::size_t limit) { depthLimit_ = limit; }
     std::size_t depthLimit() const { return depthLimit_; }
 
-    // Of the failure event.
+    // The message of the failure event.
     std::string expected;
     std::string found;
 
-    // The start tag whose attributes are current.
+    // The range of attributes of the current start tag that are not read yet.
     std::size_t nextAttribute = 0;
     std::size_t attributesEnd = 0;
 
@@ -279,8 +279,8 @@ private:
     static constexpr int chunkSize = 1 << 14;
     static constexpr int largestChunk = 1 << 28;
 
-    // Finds a name without making a token of it. Most names differ in their lengths, and
-    // all begin alike.
+    // Finds a name without constructing a token. Compares the lengths first: most names differ
+    // in length, and all begin with the same namespace.
     struct InOrder {
         using is_transparent = void;
         bool operator()(std::string const& a, std::string const& b) const {
@@ -324,8 +324,8 @@ private:
             fail("well-formed XML", error == XML_ERROR_NO_ELEMENTS ? "the end of the document"
                                                                    : XML_ErrorString(error));
         }
-        // A tag or a comment that has not ended yet is scanned from its beginning again
-        // with each chunk: chunks that grow with it keep the time in proportion.
+        // Expat scans an unfinished tag or comment from its beginning with each chunk. Chunks
+        // that double keep the time proportional to its length.
         size_ = events_.empty() ? std::min(2 * size_, largestChunk) : chunkSize;
     }
 
@@ -334,9 +334,9 @@ private:
                 static_cast<KrU32>(XML_GetCurrentColumnNumber(expat_.get()) + 1)};
     }
 
-    // The place of an event. Expat takes 7 % of the time of reading to tell all of them, and
-    // hardly any is asked for. After the first of a chunk, a place is line 0 and the bytes
-    // since the first; `locate` counts lines and columns in them.
+    // The place of an event. Hardly any place is needed, and asking expat for all of them takes
+    // 7 % of the time of reading. Behind the first event of a chunk, a place is therefore line
+    // 0 and the bytes since that event; `locate` counts lines and columns in them.
     Place place() {
         XML_Index const index = XML_GetCurrentByteIndex(expat_.get());
         if (origin_) {
@@ -355,7 +355,7 @@ private:
         return place;
     }
 
-    // The queue holds a chunk's texts, far less than 4 GB.
+    // The queue holds the texts of one chunk, far less than 4 GB.
     KrU32 textsSize() const { return static_cast<KrU32>(texts_.size()); }
 
     void push(Event const& event) {
@@ -371,9 +371,9 @@ private:
         push({Kind::Failure, currentPlace()});
     }
 
-    // What is longer than any token is cut.
+    // The token of a name. A name longer than any token is cut.
     KrToken const* intern(char const* text) {
-        // A vector's items share one name.
+        // The items of a vector have one name, so that most names repeat the last one.
         if (!lastName_ || std::strncmp(text, lastText_.c_str(), lastText_.size() + 1) != 0) {
             std::string_view const name(text, strnlen(text, 2 * longestNamespace));
             lastName_ = nullptr;
@@ -412,8 +412,8 @@ private:
     }
 
     void characters(std::string_view text) {
-        // White space after an end tag stands between elements and says nothing;
-        // after a start tag it may be all that a text element holds.
+        // White space behind an end tag separates elements and is dropped. Behind a start tag
+        // it may be the whole text of an element.
         if (lastKind_ == Kind::End && isBlank(text)) {
             return;
         }
@@ -426,8 +426,8 @@ private:
         }
     }
 
-    // Exceptions must not travel through expat's frames: they are kept, and
-    // thrown when expat has returned.
+    // Exceptions must not pass through expat's frames: they are kept, and rethrown when expat
+    // has returned.
     template <class Action>
     static void guarded(void* self, Action action) {
         Parser& parser = *static_cast<Parser*>(self);
@@ -450,12 +450,12 @@ private:
             parser.characters({text, static_cast<std::size_t>(length)});
         });
     }
-    // Of the encodings besides UTF-16 that expat reads, ISO-8859-1 alone is not UTF-8.
+    // Besides UTF-16, the only encoding of expat whose bytes are not UTF-8 is ISO-8859-1.
     static void onXmlDecl(void* self, char const*, char const* encoding, int) {
         Parser& parser = *static_cast<Parser*>(self);
         parser.isUtf8_ = parser.isUtf8_ && !(encoding && (*encoding == 'I' || *encoding == 'i'));
     }
-    // Stopped before the declaration's content is parsed.
+    // Stops before expat parses the content of the declaration.
     static void onDoctype(void* self, char const*, char const*, char const*, int) {
         guarded(self,
                 [](Parser& parser) { parser.fail("no document type declaration", "<!DOCTYPE"); });
@@ -478,20 +478,20 @@ private:
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> expat_;
     std::size_t bytesRead_ = 0;
     bool isUtf8_ = true;
-    char const* origin_ = nullptr;  // of the chunk's places, null where all are known
+    char const* origin_ = nullptr;  // the first place of the chunk, null if no place needs counting
     XML_Index originIndex_ = 0;
-    KrU32 counted_ = 0;  // bytes from the origin to `counter_`
+    KrU32 counted_ = 0;  // bytes from the origin to that of `counter_`
     Place counter_;
     std::vector<Event> events_;
     std::vector<Attribute> attributes_;
     std::string texts_;
     std::size_t nextEvent_ = 0;
-    // The names met so far, each once; entries never move. In order, since a document
-    // could choose names that a hash table takes for one.
+    // The distinct names so far; entries never move. Not a hash table, since a document could
+    // choose names that collide.
     std::set<KrToken, InOrder> names_;
     KrToken const* lastName_ = nullptr;
-    std::string lastText_;   // of that name, as expat gave it
-    std::string tokenText_;  // and as its token has it
+    std::string lastText_;   // the name in expat's form
+    std::string tokenText_;  // the name in the form of its token
     std::size_t depth_ = 0;
     std::size_t depthLimit_ = defaultDepthLimit;
     Kind lastKind_ = Kind::Start;
@@ -507,12 +507,12 @@ KrXmlReader::KrXmlReader(std::istream& stream, std::string const& fileName)
 KrXmlReader::~KrXmlReader() {
     try {
         tellOmitted();
-    } catch (...) {  // a sink that throws has no one to throw to here
+    } catch (...) {  // a destructor must not pass on the exception of a sink
     }
 }
 
-// Brings the next event in: the current element is left when it had ended, and
-// the reader stands on what a start tag opens.
+// Takes the next event. Leaves the current element if it has ended, and enters the element
+// that a start tag opens.
 KrXmlReader::Step KrXmlReader::step(std::string_view& text) {
     if (stopped_) {
         return Step::None;
@@ -524,7 +524,7 @@ KrXmlReader::Step KrXmlReader::step(std::string_view& text) {
     if (parser_->isEmpty()) {
         locateOpen();
     }
-    stopped_ = true;  // until the step is done: where memory ends, so does the document
+    stopped_ = true;  // until the step is done, so that an exception ends the document
     Parser::Event const* const event = parser_->next();
     if (event && event->kind == Parser::Kind::Start) {
         open_.push_back({event->token, event->place});
@@ -547,7 +547,7 @@ KrXmlReader::Step KrXmlReader::step(std::string_view& text) {
     }
 }
 
-// Makes lines and columns of the open elements' places. The places that are known come first.
+// Computes the places of all open elements. Those that are known come first.
 void KrXmlReader::locateOpen() const {
     auto first = open_.end();
     while (first != open_.begin() && std::prev(first)->place.line == 0) {
@@ -574,7 +574,7 @@ bool KrXmlReader::begin() {
 
 KrBoolean KrXmlReader::nextChild(KnownTags const& known) {
     std::string_view text;
-    bool strayText = false;  // a long one comes in several pieces, and is refused once
+    bool strayText = false;  // a long text comes in several pieces and is refused once
     while (begin()) {
         switch (step(text)) {
             case Step::Start: return true;
@@ -737,7 +737,7 @@ std::size_t KrXmlReader::bytesRead() const { return parser_->bytesRead(); }
 std::size_t KrXmlReader::bytesLeft() const { return parser_->bytesLeft(); }
 
 std::string KrXmlReader::path() const {
-    constexpr std::size_t ends = 4;  // so many names are shown of each end of a deep path
+    constexpr std::size_t ends = 4;  // names at each end of a deep path
     std::string path;
     for (std::size_t i = 0; i < open_.size(); ++i) {
         if (i > 0) {

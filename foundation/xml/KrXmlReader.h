@@ -15,134 +15,130 @@
 
 class KrXmlFactory;
 
-/// A pull reader of one XML document, streaming: the document is parsed in
-/// chunks as it is asked for, and no tree of it is built.
+/// A streaming pull reader of one XML document. It parses the document in chunks on demand and
+/// builds no tree.
 ///
-/// The reader stands on an element. An object's `read` is called with the
-/// reader on the object's start tag and takes what is inside:
+/// The reader stands on an element. An object's `read` begins with the reader on the object's
+/// start tag and reads what is inside:
 ///
 ///     while (reader.nextAttribute()) ...            // the start tag's attributes
 ///     while (reader.nextChild()) {                  // until the end tag
 ///         std::size_t const depth = reader.depth();
 ///         ... child.read(reader), chosen by reader.token() ...
-///         reader.close(depth);                      // whatever it left unread
+///         reader.close(depth);                      // skips what it left unread
 ///     }
 ///
-/// or, for an element without children, `readText`. A reader that has not moved
-/// yet stands on the root element as soon as anything is asked of it.
+/// or, in an element without children, calls `readText`. The first call moves the reader to
+/// the root element.
 ///
-/// Whatever is refused, malformed text included, is printed as one message
-/// "FILE:LINE:COLUMN: PATH: expected ..., found ..." with lines and columns
-/// counted from 1, without "PATH: " outside the root element, and counted. The
-/// count never goes back. After 1,000 refusals of one document the reader prints no
-/// more of them, but one at its end with their number. A document type declaration is
-/// refused, so that no entity is expanded and nothing external is fetched, and so are
-/// nesting deeper than the limit and a namespace of more than 1,000 bytes. After
-/// malformed text the reader finds no further children.
+/// Every refusal is counted and printed as one message "FILE:LINE:COLUMN: PATH: expected ...,
+/// found ...". Lines and columns begin at 1. Outside of the root element "PATH: " is left out.
+/// The count never decreases. After 1,000 refusals of one document the reader prints no more
+/// of them; at the end it prints one message with their number.
 ///
-/// A name is a token's only if its namespace and its local name both are the token's.
-/// The token of a name whose namespace does not end in '#' is "{namespace}local".
+/// Malformed text is refused, and the reader finds no further children then. The same holds
+/// for nesting deeper than the limit, for a namespace of more than 1,000 bytes, and for a
+/// document type declaration, so that no entity is expanded and nothing external is fetched.
 ///
-/// Attributes come first: they are gone once the reader has moved inside.
+/// A name matches a token only if both the namespace and the local name match. If the
+/// namespace of a name does not end in '#', its token is "{namespace}local".
 ///
-/// Memory: a chunk of 16 KB with its events, the text of one element, and the
-/// distinct names of the document.
+/// Read the attributes first: they are lost when the reader moves inside the element.
+///
+/// Memory: a chunk of 16 KB with its events, the text of one element, and the distinct names
+/// of the document.
 class KR_EXPORT KrXmlReader {
 public:
-    /// The nesting that is read unless `setDepthLimit` says otherwise.
+    /// The deepest nesting that is read before any call of `setDepthLimit`.
     static constexpr std::size_t defaultDepthLimit = 256;
 
-    /// Reads from `stream`, which must outlive the reader. `fileName` is what
-    /// messages call the document.
+    /// Reads from `stream`, which must outlive the reader. Messages call the document
+    /// `fileName`.
     explicit KrXmlReader(std::istream& stream, std::string const& fileName = "");
     ~KrXmlReader();
     KrXmlReader(KrXmlReader const&) = delete;
     KrXmlReader& operator=(KrXmlReader const&) = delete;
 
-    /// Tells the tags that may stand at a place; asked only when a message lists them.
+    /// Returns the tags that may stand at a place. Called only if a message lists them.
     using KnownTags = std::function<std::vector<KrToken>()>;
 
-    /// Moves to the next child of the current element; false when its end tag
-    /// was met instead, which ends the current element. Text between the children is
-    /// refused, and the message lists `known`.
+    /// Moves to the next child of the current element. False at its end tag, which ends the
+    /// current element. Text between the children is refused, and the message lists `known`.
     KrBoolean nextChild(KnownTags const& known = {});
 
-    /// Moves to the next attribute of the current element's start tag.
+    /// Moves to the next attribute of the current element's start tag; false if there is none.
     KrBoolean nextAttribute();
 
-    /// Takes the rest of an element that holds text alone: `text` is its
-    /// characters, valid until the reader moves on. Child elements, and
-    /// attributes not yet taken, are refused; the result is false when any were.
+    /// Reads an element that holds only text, up to its end tag. `text` is valid until the
+    /// reader moves on. Child elements, and attributes that were not read, are refused; the
+    /// result is false then.
     KrBoolean readText(std::string_view& text);
 
-    /// Reads on to the end of the element at `depth`, as `depth()` gave it,
-    /// passing over what is left of it.
+    /// Skips to the end of the element at `depth`, a result of `depth()`.
     void close(std::size_t depth);
 
-    /// Reads on to the end of the document. True when all of it was well formed.
+    /// Skips to the end of the document. True if all of it was well formed.
     KrBoolean finish();
 
     /// Prints and counts a refusal at the current element. Returns false.
     KrBoolean refuse(std::string const& expected, std::string const& found);
 
-    /// Refuses the current element as none of `known`, which the message lists unless
-    /// the namespace alone is wrong. It asks whether a name was meant that is one or two
-    /// letters off. Returns false.
+    /// Refuses the current element. The message lists `known`, or if only the namespace is
+    /// wrong, shows the right one. It suggests a name that is one or two letters off. Returns
+    /// false.
     KrBoolean refuseElement(KnownTags const& known);
 
-    /// The same for the current attribute.
+    /// Refuses the current attribute in the same way.
     KrBoolean refuseAttribute(KnownTags const& known = {});
 
-    /// Refuses every attribute of the start tag that was not taken yet; true when
-    /// there was none.
+    /// Refuses every attribute of the start tag that was not read yet; true if there was none.
     KrBoolean refuseAttributes();
 
-    /// False once the document has ended or turned out to be malformed, and for
+    /// Whether there is a current element: false after its end, in a malformed document, and in
     /// a document without a root element.
     KrBoolean onElement();
 
-    /// Whether the document has turned out to be malformed, as far as it was read.
+    /// Whether the part of the document that was read is malformed.
     KrBoolean malformed() const { return stopped_; }
 
-    /// The tag of the current element; empty when there is none.
+    /// The tag of the current element; empty if there is none.
     KrToken const& token();
-    /// How many elements are open: 1 on the root.
+    /// The number of open elements: 1 on the root.
     std::size_t depth();
     /// The name of the attribute that `nextAttribute` moved to.
     KrToken const& attributeName() const;
-    /// Its value, valid until the reader moves on.
+    /// The value of that attribute, valid until the reader moves on.
     std::string_view attributeValue() const;
 
-    /// What messages call the document.
+    /// The name of the document in messages.
     std::string const& fileName() const { return fileName_; }
     /// The line where the current element's start tag begins, counted from 1.
     KrU32 line() const { return place().line; }
-    /// The column there, counted from 1.
+    /// The column where it begins, counted from 1.
     KrU32 column() const { return place().column; }
-    /// How many bytes of the document were read, in whole chunks.
+    /// The number of bytes read so far, in whole chunks.
     std::size_t bytesRead() const;
-    /// How many more the stream has, as far as it tells; 0 when it does not.
+    /// The number of bytes that the stream still has; 0 if it does not report it.
     std::size_t bytesLeft() const;
-    /// The local names from the root to the current element, joined by '/'; of more than
-    /// nine the first and the last four. Each is as `krXmlPrintable` makes it.
+    /// The local names from the root to the current element, joined by '/'; of more than nine
+    /// only the first four and the last four. `krXmlPrintable` escapes each.
     std::string path() const;
-    /// How much was refused so far; it never goes back.
+    /// The number of refusals so far.
     std::size_t errorCount() const { return errorCount_; }
 
-    /// Deepest nesting that is read: at most so many elements are open. To be set before
-    /// the reader moves.
+    /// Sets the deepest nesting that is read. Call it before the reader moves.
     void setDepthLimit(std::size_t limit);
-    /// The limit in force.
+    /// The deepest nesting that is read.
     std::size_t depthLimit() const;
 
-    /// A factory that containers and vectors ask for elements which they have no
-    /// creator for; not owned. Null, as at first: none.
+    /// Sets the factory for elements for which containers and vectors have no creator. It must
+    /// outlive the reader. Null, the default, is none.
     void setFactory(KrXmlFactory const* factory) { factory_ = factory; }
-    /// The factory in force, null when there is none.
+    /// The factory that was set, null if there is none.
     KrXmlFactory const* factory() const { return factory_; }
 
 private:
-    class Parser;  // the XML parser, and what it has read ahead
+    class Parser;  // the XML parser and its queue of events
 
     struct Place {
         KrU32 line = 1;
@@ -150,7 +146,7 @@ private:
     };
     struct OpenElement {
         KrToken const* token;
-        mutable Place place;  // line 0: counted when it is asked for
+        mutable Place place;  // if the line is 0, counted on demand
     };
 
     enum class Step { Start, End, Text, None };
@@ -169,23 +165,24 @@ private:
     KrXmlFactory const* factory_ = nullptr;
     std::vector<OpenElement> open_;  // from the root to the current element
     std::string text_;
-    Place textPlace_;  // of the text that was met last
+    Place textPlace_;  // of the last text
     std::size_t errorCount_ = 0;
     std::size_t omitted_ = 0;  // refusals that were not printed
-    Place omittedPlace_;       // of the last of them
+    Place omittedPlace_;       // of the last such refusal
     bool begun_ = false;
     bool ended_ = false;    // the current element's end tag was read
-    bool stopped_ = false;  // malformed: there is no more to be had
+    bool stopped_ = false;  // malformed: nothing more is read
 };
 
-/// `text` as a message may show it: controls, line ends and what turns the direction of
-/// text escaped (`\n`, `\u{85}`), and cut after `longest` bytes.
+/// `text` for a message: cut after `longest` bytes, with controls, line ends and characters
+/// that change the direction of text escaped (`\n`, `\u{85}`).
 KR_EXPORT std::string krXmlPrintable(std::string_view text, std::size_t longest = 60);
 
-/// `text` as `krXmlPrintable` makes it, in double quotes.
+/// `krXmlPrintable(text)` in double quotes.
 KR_EXPORT std::string krXmlQuoted(std::string_view text);
 
-/// Sets `value` from `text`, or refuses the text at the reader's current element.
+/// Sets `value` from `text`. If that is impossible, refuses the text at the reader's current
+/// element and returns false.
 template <class T>
 KrBoolean krXmlSetFromText(KrXmlReader& reader, std::string_view text, T& value) {
     KrXmlParse const result = KrXmlText<T>::parse(text, value);

@@ -12,7 +12,7 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-// Collects what can create elements, in an order that is the same for all objects of a
+// Collects the objects that create elements. The order is the same for all objects of a
 // class.
 struct Creators : KrXmlObjectVisitor {
     explicit Creators(KrXmlObject& object) { object.accept(this); }

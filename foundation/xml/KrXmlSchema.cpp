@@ -16,7 +16,7 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-// Classes, which may hold one another, get a named type; values do not.
+// Whether the object gets a named type. Classes need one, since they may hold one another.
 bool isClass(KrXmlObject const& object) {
     return dynamic_cast<KrXmlCompoundType const*>(&object) ||
            dynamic_cast<KrXmlBaseVariableCompoundType const*>(&object);
@@ -24,8 +24,8 @@ bool isClass(KrXmlObject const& object) {
 
 }  // namespace
 
-// An element of the schema document. A list keeps the nodes where they are, so
-// that `open_` stays good while types are added.
+// An element of the schema document. The nodes of a list do not move, so that `open_` stays
+// valid while types are added.
 struct KrXmlSchema::Node {
     explicit Node(std::string nodeName, Node* nodeParent = nullptr)
         : name(std::move(nodeName)), parent(nodeParent) {}
@@ -44,7 +44,7 @@ struct KrXmlSchema::Node {
             writer.text(value);
             writer.endAttribute();
         }
-        // A type's attributes stand behind its children, whatever was said first.
+        // XML Schema wants a type's attributes behind its children.
         for (bool const isAttribute : {false, true}) {
             for (Node const& child : children) {
                 if ((child.name == "xs:attribute") == isAttribute) {
@@ -109,8 +109,8 @@ void KrXmlSchema::element(KrToken const& tag, KrXmlObject const& object) {
     describe(node, object);
 }
 
-// Allows the elements of another namespace: once for a namespace, since a schema
-// may not leave open which of its parts an element fits.
+// Allows the elements of another namespace, once for each namespace: a schema must not be
+// ambiguous about which of its parts an element matches.
 void KrXmlSchema::foreignElement(std::string const& uri) {
     if (open_ == root_.get()) {
         return;
@@ -122,7 +122,7 @@ void KrXmlSchema::foreignElement(std::string const& uri) {
             }
         }
     }
-    if (open_->name == "xs:all") {  // which holds no wildcards
+    if (open_->name == "xs:all") {  // cannot contain wildcards
         open_->name = "xs:choice";
         open_->with("minOccurs", "0").with("maxOccurs", "unbounded");
     }
@@ -156,9 +156,9 @@ void KrXmlSchema::family(KrXmlBaseVariableCompoundType const& holder,
     foreignElements();
 }
 
-// Allows all elements that are not of the target namespace.
+// Allows all elements outside of the target namespace.
 void KrXmlSchema::foreignElements() {
-    // In place of those of single namespaces, which would fit as well.
+    // Replaces the wildcards of single namespaces, which would match the same elements.
     open_->children.remove_if([](Node const& child) { return child.name == "xs:any"; });
     for (char const* const any : {"##other", "##local"}) {
         open_->add("xs:any").with("namespace", any).with("processContents", "lax");
@@ -181,7 +181,7 @@ void KrXmlSchema::simpleType(std::string const& base, std::vector<std::string> c
 }
 
 void KrXmlSchema::boundedType(std::string const& base, std::string const& largest) {
-    // Met often, and therefore described once, under a name that says it.
+    // Many components have this type, so that it is described once, under a name.
     auto const [type, isNew] = typeNames_.try_emplace(base + largest, "upTo" + largest);
     if (isNew) {
         root_->add("xs:simpleType")
@@ -213,8 +213,8 @@ KrBoolean KrXmlSchema::writeFile(std::string const& path) const {
     });
 }
 
-// A new name for the type of the class: its tag, with a number where two classes
-// share one.
+// A new name for the type of the class: its tag, with a number if another class has the same
+// tag.
 std::string KrXmlSchema::typeNameOf(KrXmlObject const& object) {
     std::string const tag(object.token().localName());
     std::string name = tag;

@@ -15,30 +15,28 @@ class KrXmlBaseVariableCompoundType;
 class KrXmlFactory;
 class KrXmlObject;
 
-/// Collects an XML Schema (1.0) from what objects say of themselves in
-/// `writeSchema`. Each class of elements and containers is described once, as a
-/// named type, so that classes may hold one another; values are described where
-/// they stand.
+/// Collects an XML Schema (1.0) from the objects' `writeSchema`. Each class of elements and
+/// containers becomes one named type, so that classes may hold one another. Values are
+/// described in place.
 ///
 ///     KrXmlSchema schema;
 ///     schema.element(object.token(), object);  // a root; there may be several
 ///     std::string const text = schema.text();
 ///
-/// Inside a `writeSchema`, a class describes its children, then its attributes:
+/// A class implements `writeSchema` so that it describes its children, then its attributes:
 ///
 ///     schema.startGroup(KrXmlSchema::Group::All);
 ///     schema.element(token, member);
 ///     schema.endGroup();
 ///     schema.attribute(token, member);
 ///
-/// or calls `simpleType` alone.
+/// or calls only `simpleType`.
 ///
-/// A schema describes one namespace. An element of another one is allowed where
-/// it may stand, whatever it holds, and the children beside it then any number of
-/// times.
+/// A schema describes one namespace. An element of another namespace is allowed in its place
+/// with any content. Its siblings are then allowed any number of times.
 class KR_EXPORT KrXmlSchema {
 public:
-    /// How the children of a group may stand in a document.
+    /// The order and the number of the children of a group in a document.
     enum class Group {
         All,       ///< each child at most once, in any order
         Sequence,  ///< each child at most once, in the order given
@@ -48,50 +46,49 @@ public:
 
     /// Describes elements of `targetNamespace`, and those without a namespace.
     explicit KrXmlSchema(std::string targetNamespace = KrXml::namespaceUri);
-    /// The same for documents that are read with `factory`, which must outlive the schema.
+    /// Does the same for documents that are read with `factory`, which must outlive the
+    /// schema.
     explicit KrXmlSchema(KrXmlFactory const& factory,
                          std::string targetNamespace = KrXml::namespaceUri);
     ~KrXmlSchema();
     KrXmlSchema(KrXmlSchema const&) = delete;
     KrXmlSchema& operator=(KrXmlSchema const&) = delete;
 
-    /// Opens a group of children; a choice or a list may stand in a sequence.
+    /// Opens a group of children. A sequence may contain choices and lists.
     void startGroup(Group group);
-    /// Closes the group that was opened last.
+    /// Closes the innermost group.
     void endGroup();
 
-    /// A child element `tag` with the content of `object`, in the open group; where
-    /// none is open, a root element of documents, which must be of the target
-    /// namespace.
+    /// Adds a child element `tag` with the content of `object` to the open group. If no group
+    /// is open, adds a root element, which must be in the target namespace.
     void element(KrToken const& tag, KrXmlObject const& object);
 
-    /// An optional attribute `tag` with the value of `object`.
+    /// Adds an optional attribute `tag` with the value of `object`.
     void attribute(KrToken const& tag, KrXmlObject const& object);
 
-    /// In the open choice or list, the elements that `holder` may hold: each that it
-    /// creates itself and `belongs` accepts. In a schema with a factory also those of the
-    /// factory's that `belongs` accepts, and any element of another namespace or of none:
-    /// a reader's factory may create it. `belongs` may prepare the object that it is given.
+    /// Adds the elements that `holder` may hold to the open choice or list: those that it
+    /// creates itself and `belongs` accepts. In a schema with a factory, adds the factory's
+    /// elements that `belongs` accepts, and any element of another namespace or of none, since
+    /// a reader's factory may create it. `belongs` may prepare the object that it receives.
     void family(KrXmlBaseVariableCompoundType const& holder,
                 std::function<bool(KrXmlObject& object)> const& belongs);
 
-    /// By what a document's reader creates what a holder cannot; null when there is none.
+    /// The factory of the documents' readers, null if there is none.
     KrXmlFactory const* factory() const { return factory_; }
 
-    /// The content is a text of the XML Schema type `base`, and one of `texts`
-    /// where there are any.
+    /// Declares that the content is a text of the XML Schema type `base`. If `texts` is not
+    /// empty, it is one of them.
     void simpleType(std::string const& base, std::vector<std::string> const& texts = {});
 
-    /// The content is a number of the XML Schema type `base`, and at most `largest`.
+    /// Declares that the content is a number of the XML Schema type `base`, at most `largest`.
     void boundedType(std::string const& base, std::string const& largest);
 
-    /// Whether the run-time class of `object` has been described already.
+    /// Whether the run-time class of `object` is already described.
     KrBoolean described(KrXmlObject const& object) const;
 
     /// The schema's document; empty, with a message, on failure.
     std::string text() const;
-    /// Writes that document to the file `path`, in one step; false, with a message, on
-    /// failure.
+    /// Writes that document to the file `path` atomically; false, with a message, on failure.
     KrBoolean writeFile(std::string const& path) const;
 
 private:
@@ -104,7 +101,8 @@ private:
 
     std::string targetNamespace_;
     KrXmlFactory const* factory_ = nullptr;
-    std::map<std::string, std::string> typeNames_;  // by class, and by what a bounded type is
+    std::map<std::string, std::string>
+        typeNames_;  // by class, or by a bounded type's base and limit
     std::unique_ptr<Node> root_;
-    Node* open_;  // what the calls of a writeSchema add to
+    Node* open_;  // the node that a writeSchema adds to
 };

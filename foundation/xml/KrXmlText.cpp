@@ -13,8 +13,8 @@ namespace {
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool startsNumber(char c) { return isDigit(c) || c == '.'; }
 
-// Drops white space, and a '+' ahead of a number, which std::from_chars does not
-// take. With "+INF" and "+-1" the '+' stays, and they are malformed.
+// Drops white space, and a '+' before a number, which std::from_chars refuses. The '+'
+// stays in "+INF" and "+-1", so that they are malformed.
 std::string_view numberText(std::string_view text) {
     text = krXmlTrimmed(text);
     if (text.size() > 1 && text.front() == '+' && startsNumber(text[1])) {
@@ -57,8 +57,8 @@ std::string_view krXmlTrimmed(std::string_view text) {
 
 KrXmlParse KrXmlText<double>::parse(std::string_view text, double& value) {
     text = numberText(text);
-    // A number begins with a digit or a point. What does not is one of the three
-    // names of XML Schema; std::from_chars would also take "inf" and "nan".
+    // A number begins with a digit or a point. Otherwise only the three names of XML Schema
+    // are values; std::from_chars would also accept "inf" and "nan".
     std::size_t const sign = text.starts_with('-') ? 1 : 0;
     if (text.size() > sign && startsNumber(text[sign])) {
         return parseNumber(text, value);

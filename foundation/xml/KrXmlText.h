@@ -7,27 +7,26 @@
 #include <string>
 #include <string_view>
 
-/// What became of a text: a value, no value at all, or one that is too large.
+/// The result of parsing a text: a value, a malformed text, or a value out of range.
 enum class KrXmlParse { Good, Malformed, OutOfRange };
 
-/// The conversion between a value and its text in a document, the only place
-/// where it stands. It does not depend on the locale. For each `T`:
+/// The conversion between a value and its text in a document, independent of the locale.
+/// For each `T`:
 ///
-/// - `expected`, `range`: what a message calls it, and one that is not too large;
-/// - `schemaType`: its XML Schema type, and `schemaLargest`: the largest value of
-///   that type which is one, where there are larger ones;
-/// - `parse(text, value)`: sets `value` when the whole of `text`, but for white
-///   space around it, is a value; otherwise leaves it as it was;
-/// - `format(value, room)`: the text, in `room` where it needs any.
+/// - `expected`, `range`: how a message describes a value, and a value in range;
+/// - `schemaType`: its XML Schema type;
+/// - `schemaLargest`: the largest value, if the XML Schema type has larger ones;
+/// - `parse(text, value)`: sets `value` if all of `text`, except for white space at its
+///   ends, is a value; otherwise `value` stays;
+/// - `format(value, room)`: the text, which may point into `room`.
 template <class T>
 struct KrXmlText;
 
-/// Room for any formatted number.
+/// Memory for the text of any number.
 using KrXmlTextRoom = std::array<char, 32>;
 
-/// Shortest text that reads back to the same bits; "INF", "-INF", "NaN". A
-/// value beyond the range of double, or so small that it would become zero, is
-/// out of range.
+/// The shortest text that reads back to the same bits; "INF", "-INF", "NaN". A value that
+/// overflows, or underflows to zero, is out of range.
 template <>
 struct KR_EXPORT KrXmlText<double> {
     static constexpr char const* expected = "a number";
@@ -37,12 +36,12 @@ struct KR_EXPORT KrXmlText<double> {
     static std::string_view format(double value, KrXmlTextRoom& room);
 };
 
-/// Decimal digits, 0 to 4294967295, and "-0".
+/// Decimal digits, 0 to 4294967295. "-0" is read too.
 template <>
 struct KR_EXPORT KrXmlText<KrU32> {
     static constexpr char const* expected = "an integer";
     static constexpr char const* range = "an integer from 0 to 4294967295";
-    // Not xs:unsignedInt, which some validators take neither white space nor '+' for.
+    // Not xs:unsignedInt: some validators refuse white space and '+' in it.
     static constexpr char const* schemaType = "xs:nonNegativeInteger";
     static constexpr char const* schemaLargest = "4294967295";
     static KrXmlParse parse(std::string_view text, KrU32& value);
@@ -59,7 +58,7 @@ struct KR_EXPORT KrXmlText<bool> {
     static std::string_view format(bool value, KrXmlTextRoom&) { return value ? "true" : "false"; }
 };
 
-/// The text itself, white space included.
+/// The text itself with its white space.
 template <>
 struct KR_EXPORT KrXmlText<std::string> {
     static constexpr char const* expected = "a text";

@@ -26,10 +26,10 @@ KrBoolean readCount(KrXmlReader& reader, std::optional<KrU32>& count) {
 Growth::Growth(KrXmlReader const& reader, std::optional<KrU32> stated)
     : reader_(reader), begin_(reader.bytesRead()), expected_(stated.value_or(0)) {}
 
-// The room that no item takes costs no memory in a long list, since nothing touches its pages.
-// An eighth more than expected spares a second move of all items where later ones are shorter.
-// The document is asked once: a pipe tells only what waits in it. An item has 4 bytes at least,
-// so that the room stays in proportion to the document.
+// Unused capacity of a long list costs no memory, since nothing touches its pages. An eighth
+// more than expected avoids a second move of all items if later ones are shorter. The stream is
+// asked once, since a pipe reports only what waits in it. An item has at least 4 bytes, so that
+// the capacity stays in proportion to the document.
 std::size_t Growth::room(std::size_t size) {
     constexpr std::size_t longList = 4096;
     if (expected_ == 0 && size >= longList) {

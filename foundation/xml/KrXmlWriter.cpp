@@ -14,17 +14,16 @@ namespace {
 constexpr std::size_t firstSize = 1 << 10;  // most documents are small
 constexpr std::size_t bufferSize = 1 << 16;
 
-// How many bytes the character at the start of `text` takes in UTF-8; 0 when it
-// is malformed or no character of XML 1.0.
+// The length of the first character of `text` in bytes; 0 if it is malformed or not a
+// character of XML 1.0.
 std::size_t characterLength(std::string_view text) {
     auto const [code, length] = krDecodeUtf8(text);
     bool const control = code < 0x20 && code != '\t' && code != '\n' && code != '\r';
     return control || code == 0xFFFE || code == 0xFFFF ? 0 : length;
 }
 
-// Whether the local name is one of XML 1.0: letters of most alphabets, and what may
-// follow a first one. A colon divides it from a prefix, which only a name without a
-// namespace brings along.
+// Whether the local name is a name of XML 1.0: a letter of most alphabets, then letters and
+// the characters of `others`. A name without a namespace may contain a colon behind a prefix.
 bool isName(KrToken const& token) {
     struct Range {
         char32_t first, last;
@@ -78,7 +77,7 @@ KrXmlWriter::KrXmlWriter(std::string const& writerText, std::ostream& stream)
 KrXmlWriter::~KrXmlWriter() {
     try {
         flush();
-    } catch (...) {  // a stream that throws has said so to its owner already
+    } catch (...) {  // the stream's owner sees its state
     }
 }
 
@@ -195,10 +194,10 @@ void KrXmlWriter::startDocument() {
     put(" -->");
 }
 
-// Makes an element `token` of a level; refuses a local name that is no name of XML.
+// Prepares a level for the element `token`. Refuses a local name that XML does not allow.
 void KrXmlWriter::name(std::size_t index, KrToken const& token) {
     Level& level = levels_[index];
-    level.tags.clear();  // until they are those of the token
+    level.tags.clear();  // stays empty if an allocation below throws
     level.token = token;
     std::string_view const local = level.token.localName();
     if (!isName(token)) {
@@ -213,7 +212,7 @@ void KrXmlWriter::name(std::size_t index, KrToken const& token) {
         index == 0 ? std::string_view() : levels_[index - 1].token.namespaceUri();
     level.declares = level.token.namespaceUri() != enclosing;
     if (index + 1 < levels_.size()) {
-        levels_[index + 1].tags.clear();  // it stood in another element
+        levels_[index + 1].tags.clear();  // was for a child of another element
     }
 }
 
@@ -240,7 +239,7 @@ void KrXmlWriter::putEscaped(std::string_view text) {
         } else if (c == '>') {
             put("&gt;");
         } else if (c == '\r') {
-            put("&#13;");  // a parser would make a line feed of it
+            put("&#13;");  // a parser would turn it into a line feed
         } else if (inAttribute_ && c == '"') {
             put("&quot;");
         } else if (inAttribute_ && c == '\n') {

@@ -12,32 +12,30 @@
 #include <string_view>
 #include <vector>
 
-/// Writes one XML document, indented by two blanks a level, an element that
-/// holds text alone on one line. What it wrote reads back: characters that XML
-/// would change or misread are escaped, and a text that XML cannot carry (a
-/// control character, malformed UTF-8) is refused with a message, and so is nesting
-/// deeper than readers take.
+/// Writes one XML document. Each level is indented by two blanks; an element that holds only
+/// text takes one line. The document reads back: characters that XML would change or misread
+/// are escaped. A text that XML cannot carry (a control character, malformed UTF-8) is refused
+/// with a message, and so is nesting deeper than readers accept.
 ///
-/// The namespace of an element is declared as the default namespace where it
-/// differs from the enclosing element's. Attributes have no namespace: of their
-/// tokens the local name is written.
+/// If the namespace of an element differs from that of the enclosing element, it is declared
+/// as the default namespace. An attribute is written with its local name only.
 ///
-/// Output is buffered and handed to the stream when the root element ends, when
-/// the buffer is full, and on destruction.
+/// The output is buffered. It goes to the stream when the root element ends, when the buffer
+/// is full, and on destruction.
 class KR_EXPORT KrXmlWriter {
 public:
-    /// Writes to `stream`, which must outlive the writer. A `writerText` that is
-    /// not empty becomes a comment ahead of the root element.
+    /// Writes to `stream`, which must outlive the writer. If `writerText` is not empty, it
+    /// becomes a comment before the root element.
     KrXmlWriter(std::string const& writerText, std::ostream& stream);
     ~KrXmlWriter();
     KrXmlWriter(KrXmlWriter const&) = delete;
     KrXmlWriter& operator=(KrXmlWriter const&) = delete;
 
-    /// Lets elements nest to `limit`, as deep as `KrXmlReader::setDepthLimit` has a
-    /// reader take them. To be set before the first element.
+    /// Allows nesting up to `limit`, as `KrXmlReader::setDepthLimit` does for a reader. Call
+    /// it before the first element.
     void setDepthLimit(std::size_t limit) { depthLimit_ = limit; }
 
-    /// How deep elements have nested so far: 1 with the root alone.
+    /// The deepest nesting so far: 1 for a root without children.
     std::size_t deepest() const { return levels_.size(); }
 
     /// Opens an element inside the current one; the first is the root.
@@ -45,36 +43,36 @@ public:
     /// Closes the current element.
     void endElement();
 
-    /// Opens an attribute: what is written as text up to `endAttribute` is its value.
-    /// It stands between `startElement` and the element's content.
+    /// Opens an attribute. The text up to `endAttribute` becomes its value. Call it between
+    /// `startElement` and the element's content.
     void startAttribute(KrToken const& token);
     /// Closes the attribute.
     void endAttribute();
 
-    /// Character content of the current element or attribute, escaped.
+    /// Writes the escaped `text` into the current element or attribute.
     void text(std::string_view text);
 
-    /// The same for text that needs no escaping, such as a number.
+    /// Writes a text that needs no escaping, such as a number.
     void plainText(std::string_view text);
 
-    /// Refuses to write something: prints the reason, and the document fails.
+    /// Prints `reason` as an error; `good` is false from now on.
     void refuse(std::string const& reason);
 
-    /// False once anything was refused or the stream has failed.
+    /// False after a refusal or a failure of the stream.
     KrBoolean good() const;
 
-    /// Hands what is buffered to the stream; true when the document is good.
+    /// Writes the buffer to the stream; returns `good()`.
     KrBoolean flush();
 
 private:
-    // An open element, or the last one that stood so deep: siblings of one name are
-    // written from the same texts.
+    // An open element, or the last one at this depth. Siblings with the same name share the
+    // texts.
     struct Level {
         KrToken token;
         std::string tags;          // a line end with the indentation, "<name", "</name>"
-        std::size_t startTag = 0;  // where in it "<name" begins
+        std::size_t startTag = 0;  // where "<name" begins in `tags`
         std::size_t endTag = 0;    // where "</name>" begins
-        bool declares = false;     // its namespace, which is not the enclosing element's
+        bool declares = false;     // whether it declares its namespace
     };
     enum class Content { None, Text, Elements };
 
@@ -96,11 +94,11 @@ private:
 
     std::ostream& stream_;
     std::string comment_;
-    std::string buffer_;  // of which the first used_ characters are waiting
+    std::string buffer_;  // its first used_ characters are not written yet
     std::size_t used_ = 0;
     std::vector<Level> levels_;
     std::size_t depthLimit_;
-    std::size_t depth_ = 0;            // so many elements are open
+    std::size_t depth_ = 0;            // the number of open elements
     Content content_ = Content::None;  // of the current element so far
     bool inStartTag_ = false;
     bool inAttribute_ = false;

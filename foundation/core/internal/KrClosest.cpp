@@ -10,10 +10,10 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-constexpr std::size_t longest = 64;  // no name of ours is longer
+constexpr std::size_t longest = 64;  // longer than any name of the library
 
 std::size_t distance(std::string_view a, std::string_view b) {
-    // The distances of the first i letters of a, in the last three rows, from the first j of b.
+    // rows[i % 3][j]: the distance of the first i letters of a from the first j letters of b.
     std::array<std::array<std::size_t, longest + 1>, 3> rows{};
     for (std::size_t j = 0; j <= b.size(); ++j) {
         rows[0][j] = j;

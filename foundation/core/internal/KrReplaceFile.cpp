@@ -30,13 +30,13 @@ bool refuse(std::string const& path, std::string const& reason) {
     return false;
 }
 
-// For the reason that errno tells.
+// Gives the reason in errno.
 bool refuse(std::string const& path) {
     return refuse(path, "cannot be written: " + std::generic_category().message(errno));
 }
 
-// A write beyond the limit on a file's size ends the process by a signal, unless the
-// thread holds it back: then the write fails, with the reason.
+// Blocks SIGXFSZ on this thread, which would end the process at the limit on a file's
+// size. The write fails with EFBIG then.
 class FileSizeSignal {
 public:
     FileSizeSignal() {
@@ -50,7 +50,7 @@ public:
     ~FileSizeSignal() {
         timespec const now{};
         if (ours_) {
-            ::sigtimedwait(&signal_, nullptr, &now);  // there is one at most
+            ::sigtimedwait(&signal_, nullptr, &now);  // at most one is pending
         }
         ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
     }
@@ -63,8 +63,8 @@ private:
     bool ours_;
 };
 
-// An open file, and a stream buffer that hands everything on at once: who writes much
-// has a buffer already.
+// An open file with a stream buffer that does not buffer: the writer of documents has a
+// buffer of its own.
 class File : public std::streambuf {
 public:
     explicit File(int descriptor) : descriptor_(descriptor) {}
@@ -75,13 +75,13 @@ public:
     int descriptor() const { return descriptor_; }
     bool isOpen() const { return descriptor_ >= 0; }
 
-    /// False, with errno set, when the system tells only now that something was lost.
+    // False, with errno set, if the system reports a lost write only now.
     bool close() {
         int const descriptor = std::exchange(descriptor_, -1);
         return descriptor < 0 || ::close(descriptor) == 0;
     }
 
-    /// The errno of the write that failed.
+    // The errno of the write that failed.
     int error() const { return error_; }
 
 protected:
@@ -109,7 +109,7 @@ private:
     int error_ = 0;
 };
 
-// Puts into the file what `write` has to say; messages call it `path`.
+// Calls `write` with a stream to the file, which messages call `path`.
 bool fill(File& file, std::string const& path, std::function<bool(std::ostream&)> const& write) {
     std::ostream stream(&file);
     bool const written = write(stream);
@@ -117,11 +117,10 @@ bool fill(File& file, std::string const& path, std::function<bool(std::ostream&)
         errno = file.error();
         return refuse(path);
     }
-    return written || refuse(path, "not written");  // for the reason that was given already
+    return written || refuse(path, "not written");  // `write` has printed the reason
 }
 
-// A new file in the folder of `target`. It goes with this object, unless it was moved to
-// its place.
+// A new file in the folder of `target`. The destructor removes it unless `moveTo` succeeded.
 class FreshFile {
 public:
     FreshFile(fs::path const& target, mode_t mode) : file_(create(target, mode)) {}
@@ -135,8 +134,8 @@ public:
 
     File& file() { return file_; }
 
-    // What was written reaches the disk first: the name never moves to a file whose
-    // content a crash could still lose.
+    // Syncs before it renames: otherwise a crash could leave the name with a file whose
+    // content is lost.
     bool moveTo(fs::path const& target) {
         isOurs_ = ::fsync(file_.descriptor()) != 0 || !file_.close() ||
                   std::rename(path_.c_str(), target.c_str()) != 0;
@@ -144,8 +143,8 @@ public:
     }
 
 private:
-    // A name that exists is somebody else's. The numbers are random, so that files which
-    // killed processes have left behind are not in the way.
+    // O_EXCL refuses a name that exists. The numbers are random, so that files which killed
+    // processes have left do not collide.
     int create(fs::path const& target, mode_t mode) {
         int file = -1;
         for (int attempt = 0; attempt < 100; ++attempt) {
@@ -169,8 +168,8 @@ private:
     bool isOurs_ = file_.isOpen();
 };
 
-// Gives a file owner, group and permissions of the one that it replaces, as far as the
-// process may. What the group was allowed is not allowed to another group.
+// Gives a file the owner, the group and the permissions of `old`, as far as the process
+// may. If the group differs then, it does not get the permissions of the old group.
 bool takeOver(int file, struct stat const& old) {
     struct stat fresh {};
     if (::fstat(file, &fresh) != 0) {
@@ -191,7 +190,7 @@ bool takeOver(int file, struct stat const& old) {
     return ::fchmod(file, mode) == 0;
 }
 
-// Follows symbolic links to the file that is meant, which need not exist yet.
+// The file at the end of a chain of symbolic links, which need not exist yet.
 fs::path followed(fs::path path) {
     std::error_code error;
     for (int links = 0; links < 40 && fs::is_symlink(fs::symlink_status(path, error)); ++links) {
@@ -207,7 +206,7 @@ bool krReplaceFile(std::string const& path, std::function<bool(std::ostream&)> c
     FileSizeSignal const heldBack;
     struct stat old {};
     bool const exists = ::stat(path.c_str(), &old) == 0;
-    if (!exists && errno != ENOENT) {  // such as links in a circle
+    if (!exists && errno != ENOENT) {  // such as a cycle of links
         return refuse(path);
     }
     if (exists && !S_ISREG(old.st_mode)) {
@@ -219,7 +218,8 @@ bool krReplaceFile(std::string const& path, std::function<bool(std::ostream&)> c
     if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
         return refuse(path);
     }
-    // Until it has the permissions of the old one, nobody else may read the new one.
+    // If there is an old file, nobody else may read the new one until it has the old
+    // permissions.
     FreshFile fresh(target, exists ? 0600 : 0666);
     if (!fresh.file().isOpen() || (exists && !takeOver(fresh.file().descriptor(), old))) {
         return refuse(path);

@@ -4,15 +4,15 @@
 #include <iosfwd>
 #include <string>
 
-/// Fills the file `path` in one step with what `write` puts into the stream that it is
-/// given: the new file is made beside `path` and then renamed over it, so that at every
-/// moment the old or the new one is whole. Nothing is replaced if `write` is false or
-/// throws. False, with a message, on failure.
+/// Replaces the file `path` atomically by what `write` puts into its stream. `write` fills a
+/// new file in the same folder, which is then renamed to `path`: at every moment either
+/// the old or the new file is complete. If `write` returns false or throws, the old file
+/// stays. False, with a message, on failure.
 ///
-/// The new file has a name of its own that no other thread or process has. An existing
-/// file keeps its permissions, and its owner and group where the process may give them;
-/// where it may not give the group, the group's permissions are cut to those of others.
-/// Access control lists, extended attributes and further hard links are not kept. An
-/// existing file that the process may not write to is refused. A symbolic link is
-/// followed. What is no regular file, such as a pipe, is written to as it stands.
+/// No other thread or process has the name of the new file. An existing file keeps its
+/// permissions, and its owner and group if the process may set them. If it may not set the
+/// group, the group's permissions are cut to those of others. Access control lists, extended
+/// attributes and further hard links are lost. An existing file that the process may not
+/// write to is refused. Symbolic links are followed. If `path` is not a regular file but, say,
+/// a pipe, `write` writes to it directly.
 bool krReplaceFile(std::string const& path, std::function<bool(std::ostream&)> const& write);

@@ -3,15 +3,15 @@
 #include <bit>
 #include <cstdint>
 
-/// Elementary functions by sums, products and quotients alone, which are rounded in one
-/// way everywhere: the C library's differ in the last bit between versions and
-/// processors. Each is defined where random numbers need it, and no farther.
+/// Elementary functions of sums, products and quotients only, which round alike
+/// everywhere. Those of the C library differ in the last bit between versions and
+/// processors. The domains are those that random numbers need.
 namespace KrElementary {
 
 inline constexpr int mantissaBits = 52;
 inline constexpr std::uint64_t exponentOfOne = 1023;
 
-// 2^k for an exponent that a normal number can have.
+// 2^k for the exponent k of a normal number.
 inline double powerOfTwo(std::int64_t k) {
     return std::bit_cast<double>((exponentOfOne + static_cast<std::uint64_t>(k)) << mantissaBits);
 }
@@ -26,7 +26,7 @@ double polynomial(double const (&c)[count], double x) {
     return sum;
 }
 
-// The upper part has so few digits that its product with a small whole number is exact.
+// The upper parts have trailing zeros, so that their products with small integers are exact.
 inline constexpr double ln2High = 0x1.62e42fee00000p-1;
 inline constexpr double ln2Low = 0x1.a39ef35793c76p-33;
 inline constexpr double halfPiHigh = 0x1.921fb54400000p+0;
@@ -53,7 +53,7 @@ inline double exp(double x) {
     double const high = x - steps * ln2High;
     double const low = steps * ln2Low;
     double const r = high - low;
-    // r is rounded; what it lacks counts to first order.
+    // r is rounded. Its rounding error counts to first order.
     double const rest = (high - r) - low;
     double const sum = 1.0 + (r + (r * r * polynomial(inverse, r) + rest));
     return sum * powerOfTwo(k);
@@ -78,8 +78,8 @@ inline double log(double x) {
     double const f = m - 1.0;
     double const s = f / (m + 1.0);
     double const s2 = s * s;
-    // ln m = f - (f^2/2 - s (f^2/2 + R)), where R is the series without its first term:
-    // f is exact, and what is subtracted is small.
+    // ln m = f - (f^2/2 - s (f^2/2 + R)), where R is the series without its first term.
+    // f is exact, and the difference from it is small.
     double const halfSquare = 0.5 * f * f;
     double const correction = s * (halfSquare + s2 * polynomial(inverse, s2));
     double const steps = static_cast<double>(k);
