@@ -84,6 +84,16 @@ def read_elements():
     return elements
 
 
+def with_default(text, default):
+    """The text with the default, which has to agree where the text states it."""
+    stated = re.search(r"Default: (\S+?)[.,;]?(\s|$)", text)
+    if not stated:
+        return f"{text} Default: {default}."
+    if stated[1].strip("`") not in (default, default.rpartition("#")[2]):
+        sys.exit(f"The default is {default}, not as in: {text}")
+    return text
+
+
 def annotation(indent, text):
     text = xml.sax.saxutils.escape(text.replace("`", ""))
     return (
@@ -108,7 +118,7 @@ def annotated(schema, elements, components):
         if not default or len(found[1]) > 6:
             result.append(line)
             continue
-        text = elements[element].describe(found[3])[1] + f" Default: {default[1]}."
+        text = with_default(elements[element].describe(found[3])[1], default[1])
         if found[4]:
             line = line.replace("/>\n", ">\n")
         result += [line, annotation(found[1] + "  ", text)]

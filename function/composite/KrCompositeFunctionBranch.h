@@ -5,23 +5,21 @@
 #include "function/composite/KrCompositeFunctionElement.h"
 #include "function/object/KrFunction.h"
 
-/// Joins two composite functions: a point is handed to the child whose box
-/// contains it, else to one that may extrapolate to it, the left one first. A child is
-/// asked once for a point.
+/// Joins two composite functions. A point goes to the child whose box contains it, else to one
+/// that may extrapolate to it, the left child first. A child is evaluated at most once.
 ///
 ///     <compositeFunctionBranch>
 ///       <tableFunctionInterpolator> ... </tableFunctionInterpolator>     left
 ///       <compositeFunctionBranch> ... </compositeFunctionBranch>         right
 ///     </compositeFunctionBranch>
 ///
-/// The children are created by the container, so that a branch which has none
-/// reads none. A third child of a document replaces the second.
+/// The container creates the children, so a branch without a container cannot read any. A
+/// third child in a document replaces the second.
 ///
-/// When no child has an answer, `ok` is false and the values are those of an
-/// earlier evaluation; they are kept, and compared, as part of the branch. The box
-/// encloses those of both children, the gap between them included; a missing child
-/// is passed over in evaluation, and makes the box empty. An evaluation costs the
-/// tests of the boxes on its way, and one table.
+/// If no child covers the point, `ok` is false and the values are those of an earlier
+/// evaluation. These values belong to the branch and are compared by `==`. The box encloses
+/// those of both children and the gap between them. Evaluation skips a missing child; with
+/// one missing, the box is empty. An evaluation costs the box tests on its way and one table.
 class KR_EXPORT KrCompositeFunctionBranch
     : public KrTaggedElement<KrCompositeFunctionBranch, KrCompositeFunctionElement,
                              KrFunction::KrCompositeFunctionBranchToken> {
@@ -29,8 +27,8 @@ public:
     using KrTaggedElement::KrTaggedElement;
     KrCompositeFunctionBranch() = default;
     KrCompositeFunctionBranch(KrCompositeFunctionBranch const&) = default;
-    /// Takes clones of the children, and gives them this branch's container. `source`
-    /// may be part of a child.
+    /// Clones the children and sets their container to this branch's. `source` may be part of
+    /// a child.
     KrCompositeFunctionBranch& operator=(KrCompositeFunctionBranch const& source);
     ~KrCompositeFunctionBranch() override = default;
 
@@ -38,13 +36,14 @@ public:
     Bounds const& initBounds() override;
     Flags const& initLimitOrExtrapolate() override;
 
-    /// The first child, null when there is none.
+    /// The first child, null if there is none. Default: none.
     virtual KrCompositeFunctionElement* left() const { return left_.get(); }
-    /// Stores a clone of `element` in place of the first child.
+    /// Replaces the first child by a clone of `element`. The boxes of the tree follow with the
+    /// container's next `setTopElement`.
     virtual void setLeft(KrCompositeFunctionElement const& element);
-    /// The second child, null when there is none.
+    /// The second child, null if there is none. Default: none.
     virtual KrCompositeFunctionElement* right() const { return right_.get(); }
-    /// Stores a clone of `element` in place of the second child.
+    /// Replaces the second child by a clone of `element`, likewise.
     virtual void setRight(KrCompositeFunctionElement const& element);
 
     /// Sets the container of the whole subtree.

@@ -5,8 +5,8 @@
 #include "function/object/KrBaseExpressionTreeContainer.h"
 #include "function/object/KrFunction.h"
 
-/// Owner and entry point of a composite function: a table, or a tree of branches
-/// over tables that cover different regions.
+/// Owns and evaluates a composite function: a table, or a tree of branches over tables that
+/// cover different regions.
 ///
 ///     <compositeFunctionContainer>
 ///       <compositeFunctionBranch>
@@ -15,40 +15,39 @@
 ///       </compositeFunctionBranch>
 ///     </compositeFunctionContainer>
 ///
-/// `setTopElement`, and reading, determine the boxes of the whole tree and give every
-/// element in it this container, by which branches create their children. What changes
-/// inside the tree afterwards does so only when the top element is set again, by
-/// `container.setTopElement(*container.topElement())`.
+/// `setTopElement` and reading compute the boxes of the whole tree and set the container of
+/// every element. If you change the tree afterwards, call
+/// `container.setTopElement(*container.topElement())`; until then the old boxes are used.
 ///
-/// `setAndDeleteTopElementPointer` takes the element as it is and determines no boxes:
-/// a new branch then answers nowhere, `ok` being false, until `setTopElement` follows as
-/// above, or `initBounds` and `initLimitOrExtrapolate` of the element. The container's
-/// own `bounds` are those of the last `setTopElement` or reading.
+/// `setAndDeleteTopElementPointer` takes the element as it is and computes no boxes. A new
+/// branch set that way gives `ok` false everywhere until you call `setTopElement` as above, or
+/// `initBounds` and `initLimitOrExtrapolate` of the element. `bounds` of the container are
+/// those of the last `setTopElement` or reading.
 class KR_EXPORT KrCompositeFunctionContainer
     : public KrElement<KrCompositeFunctionContainer,
                        KrBaseExpressionTreeContainer<KrCompositeFunctionElement>,
                        KrFunction::KrCompositeFunctionContainerToken> {
 public:
-    /// For each variable two numbers, the smallest and the largest value.
+    /// Two numbers for each variable: the smallest and the largest value.
     using Bounds = KrCompositeFunctionElement::Bounds;
 
     KrCompositeFunctionContainer() = default;
     KrCompositeFunctionContainer(KrCompositeFunctionContainer const&) = default;
-    /// Takes a clone of the element. `source` may be part of the present one.
+    /// Clones the element. `source` may be part of the present one.
     KrCompositeFunctionContainer& operator=(KrCompositeFunctionContainer const& source);
-    /// Takes the element itself. `source` may be part of the present one.
+    /// Moves the element. `source` may be part of the present one.
     KrCompositeFunctionContainer& operator=(KrCompositeFunctionContainer&& source) noexcept;
     ~KrCompositeFunctionContainer() override = default;
 
-    /// Sets `y` to the values at `x`; `ok` tells whether `x` is covered. Where it is
-    /// not, `y` becomes the values of an earlier evaluation. Without a top element
-    /// `ok` is false, and `y` is left as it was.
+    /// Sets `y` to the values at `x` and `ok` to whether the tree covers `x`. If `ok` is false,
+    /// `y` gets the values of an earlier evaluation. If there is no top element, `ok` is false
+    /// and `y` is unchanged.
     virtual void evaluate(KrRealVector const& x, KrRealVector& y, KrBoolean& ok) const;
 
-    /// For each variable the smallest and the largest value that the tree covers.
+    /// The smallest and the largest value of each variable that the tree covers.
     virtual Bounds const& bounds() const { return bounds_; }
 
-    /// Stores a clone of `element`, and prepares the tree.
+    /// Stores a clone of `element` and computes the boxes of its tree.
     void setTopElement(KrCompositeFunctionElement const& element) override;
     void setTopElementContainerToThis() override;
     KrBoolean read(KrXmlReader& reader) override;

@@ -5,51 +5,50 @@
 
 #include <vector>
 
-/// Base of the functions of a vector of variables to a vector of values that make
-/// up a composite function: tables, and branches that choose between two of them.
+/// Base class of the parts of a composite function: tables, and branches that choose between
+/// two parts. Each maps a vector of variables to a vector of values.
 ///
-/// An element knows the box of points that it covers, and at which of its faces it
-/// may go on beyond. Both follow from the tables; `initBounds` and
-/// `initLimitOrExtrapolate` determine them for the element and all below it, which
-/// a container does for its tree.
+/// An element has a box of points that it covers, and flags for the faces beyond which it may
+/// extrapolate. Both follow from the tables. `initBounds` and `initLimitOrExtrapolate` compute
+/// them for the element and its children; a container calls both for its tree.
 class KR_EXPORT KrCompositeFunctionElement : public KrBaseExpressionTreeElement {
 public:
-    /// For each variable two numbers, the smallest and the largest value.
+    /// Two numbers for each variable: the smallest and the largest value.
     using Bounds = std::vector<std::vector<double>>;
-    /// For each variable two flags, one for either end.
+    /// Two flags for each variable, one for each end.
     using Flags = std::vector<std::vector<KrBoolean>>;
 
     using KrBaseExpressionTreeElement::KrBaseExpressionTreeElement;
 
-    /// The values at `point`; `ok` tells whether there are any. The result is valid
-    /// until the next evaluation.
+    /// Returns the values at `point` and sets `ok` to whether the element covers it. The result
+    /// is valid until the next evaluation.
     virtual KrRealVector const& evaluate(KrRealVector const& point, KrBoolean& ok) const = 0;
 
-    /// For each variable the smallest and the largest value covered.
+    /// The smallest and the largest value of each variable that the element covers.
     virtual Bounds const& bounds() const { return bounds_; }
 
-    /// For each variable whether the element may extrapolate below the smallest and
-    /// above the largest value.
+    /// Whether the element may extrapolate below the smallest and above the largest value of
+    /// each variable.
     virtual Flags const& limitOrExtrapolate() const { return limitOrExtrapolate_; }
 
-    /// Determines `bounds` for this element and all below it.
+    /// Computes `bounds` for this element and its children.
     virtual Bounds const& initBounds() = 0;
-    /// Determines `limitOrExtrapolate` for this element and all below it.
+    /// Computes `limitOrExtrapolate` for this element and its children.
     virtual Flags const& initLimitOrExtrapolate() = 0;
 
-    /// Whether the box contains `point`, its faces included. A point of fewer
-    /// variables than the box counts with those it has, and one of more is outside.
+    /// Whether the closed box contains `point`. If the point has fewer variables than the box,
+    /// only these are compared. If it has more, it is outside. A NaN coordinate is inside.
     virtual KrBoolean isInBounds(KrRealVector const& point) const;
 
-    /// Whether each coordinate is inside, or beyond a face where the element may
-    /// extrapolate: nowhere, as long as `limitOrExtrapolate` was not determined.
+    /// Whether each coordinate is inside, or beyond a face where the element may extrapolate.
+    /// Before `initLimitOrExtrapolate` it may extrapolate nowhere.
     virtual KrBoolean ableToExtrap(KrRealVector const& point) const;
 
     bool operator==(KrCompositeFunctionElement const&) const = default;
 
 protected:
-    /// What `bounds` gives; filled by `initBounds` of the derived class.
+    /// Returned by `bounds`; `initBounds` of the derived class fills it.
     Bounds bounds_;
-    /// What `limitOrExtrapolate` gives; filled by `initLimitOrExtrapolate`.
+    /// Returned by `limitOrExtrapolate`; `initLimitOrExtrapolate` of the derived class fills it.
     Flags limitOrExtrapolate_;
 };

@@ -21,20 +21,18 @@
 ///       </dependentData>
 ///     </tableFunctionInterpolator>
 ///
-/// Each table is flat, the first variable varying fastest. An evaluation always
-/// succeeds: outside the grid each dimension limits or extrapolates as it says. A
-/// table that is too short for the grid gives NaN where it lacks a value.
+/// Each table is flat; its first variable varies fastest. `evaluate` always sets `ok` to true:
+/// outside the grid, the boundary options of each dimension apply.
 ///
-/// After reading, the element is ready; after setting anything, `init` makes it so. A table
-/// of more than 64 axes is neither read nor written.
-/// It holds each value twice, for documents and for evaluation, in 32 bytes.
+/// Reading prepares the element for evaluation. After a setter call `init`. The element holds
+/// each value twice, for documents and for evaluation, in 32 bytes.
 class KR_EXPORT KrTableFunctionInterpolator
     : public KrTaggedElement<KrTableFunctionInterpolator, KrCompositeFunctionElement,
                              KrFunction::KrTableFunctionInterpolatorToken> {
 public:
-    /// The dimensions, the fastest first.
+    /// The dimensions; the first varies fastest.
     using IndependentData = KrXmlVectorType<KrTableFunctionVectorSearch>;
-    /// One flat list for each table.
+    /// One flat list of values for each table.
     using DependentData = KrXmlVectorType<KrXmlRealVector>;
 
     using KrTaggedElement::KrTaggedElement;
@@ -43,18 +41,25 @@ public:
     Bounds const& initBounds() override;
     Flags const& initLimitOrExtrapolate() override;
 
-    /// Makes the interpolator from both components. True.
+    /// Builds the interpolator from both components. Returns true.
     virtual KrBoolean init();
 
-    /// Adds a table.
+    /// Appends a table.
     virtual void dependentDataPushBack(KrRealVector const& table);
-    /// Adds a dimension.
+    /// Appends a dimension.
     virtual void independentDataPushBack(KrTableFunctionVectorSearch const& search);
 
-    /// The dimensions of the grid: breakpoints and options of each.
+    /// The dimensions of the grid: breakpoints and options of each. Default: empty.
+    /// Admissible: 0 <= dimensions <= 64. With none the function is constant; with more than 64
+    /// reading and writing are refused. A dimension without breakpoints makes all values NaN.
+    /// Add a dimension if the values depend on one more variable.
     IndependentData const& independentData() const { return independentData_; }
     void setIndependentData(IndependentData const& data) { independentData_ = data; }
-    /// One flat table for each dependent value, the first dimension varying fastest.
+    /// One flat table for each dependent value, the first dimension varying fastest. Default: empty.
+    /// Admissible: size >= n0 n1 ... of the numbers of breakpoints, in the unit of the value, not
+    /// checked. Values beyond that are ignored; cells that lack a value give NaN. An infinite or
+    /// NaN value makes each cell at its corner infinite or NaN. Add a table for a further value
+    /// over the same grid: one look-up then serves both.
     DependentData const& dependentData() const { return dependentData_; }
     void setDependentData(DependentData const& data) { dependentData_ = data; }
 

@@ -8,56 +8,64 @@
 #include "function/composite/KrVectorSearch.h"
 #include "function/object/KrFunction.h"
 
-/// One dimension of a table in a document: its breakpoints, and how they are
-/// searched. `KrVectorSearch` says what the options mean.
+/// One dimension of a table in a document: its breakpoints and how they are searched.
+/// `KrVectorSearch` defines the options.
 ///
 ///     <tableFunctionVectorSearch searchOption="bisection"
 ///         lowerBoundaryOption="limit" upperBoundaryOption="extrapolate">
 ///       <independentVector count="3"><item>0</item><item>5</item><item>20</item></independentVector>
 ///     </tableFunctionVectorSearch>
 ///
-/// Breakpoints are in units of the variable. The search options are "linear" (the
-/// default), "bisection" and "equal_spaced"; at each end it is "limit" (the default)
-/// or "extrapolate". After reading, `dimension` is ready for look-ups; after setting
-/// anything, `init` makes it so.
+/// Reading prepares `dimension` for look-ups. After a setter call `init`.
 class KR_EXPORT KrTableFunctionVectorSearch
     : public KrTaggedElement<KrTableFunctionVectorSearch, KrXmlCompoundType,
                              KrFunction::KrTableFunctionVectorSearchToken> {
 public:
-    /// What happens at one end of the table and beyond it.
+    /// The behaviour at one end of the table and beyond it.
     using BOUNDARY_OPTION = KrVectorSearchEnums::BOUNDARY_OPTION;
     /// How the segment of a value inside the table is found.
     using SEARCH_OPTION = KrVectorSearchEnums::SEARCH_OPTION;
 
-    /// Makes the search from breakpoints and options. True.
+    /// Builds the search from breakpoints and options. Returns true.
     virtual KrBoolean init();
 
     /// Sets the breakpoints.
     virtual void independentVector(KrRealVector const& vector);
-    /// Sets what happens at the first breakpoint.
+    /// Sets the behaviour at and before the first breakpoint.
     virtual void lowerBoundaryOption(BOUNDARY_OPTION const& option);
-    /// Sets what happens at the last breakpoint.
+    /// Sets the behaviour at and beyond the last breakpoint.
     virtual void upperBoundaryOption(BOUNDARY_OPTION const& option);
     /// Sets how the segment is found.
     virtual void searchOption(SEARCH_OPTION const& option);
 
-    /// The search, as the last `init` made it.
+    /// The search that the last `init` built.
     virtual KrVectorSearch<double> const& dimension() const { return dimension_; }
 
-    /// The breakpoints, at least two, in units of the variable.
+    /// The breakpoints v(k), strictly monotone, in the unit of the variable. Default: empty.
+    /// Admissible: two or more, all v(k) < v(k+1) or all v(k) > v(k+1), finite, not checked. One
+    /// breakpoint makes a constant, none gives NaN. Out of order, a look-up finds some segment
+    /// of the table. Equal, infinite or NaN neighbours give infinite or NaN values between them.
     KrXmlRealVector const& independentVector() const { return independentVector_; }
-    /// What happens before the first breakpoint: `limit` holds its value, `extrapolate`
-    /// extends the first segment.
+    /// The behaviour before the first breakpoint: `limit` holds its value, `extrapolate`
+    /// extends the first segment. Default: limit.
+    /// A document with another text is refused; another number set by a program extrapolates.
+    /// "First" is as stored: of a descending table it is the largest breakpoint.
     BOUNDARY_OPTION lowerBoundaryOption() const {
         return static_cast<BOUNDARY_OPTION>(lowerBoundaryOption_.value());
     }
-    /// What happens behind the last breakpoint: `limit` holds its value, `extrapolate`
-    /// extends the last segment.
+    /// The behaviour beyond the last breakpoint: `limit` holds its value, `extrapolate`
+    /// extends the last segment. Default: limit.
+    /// A document with another text is refused; another number set by a program extrapolates.
+    /// "Last" is as stored: of a descending table it is the smallest breakpoint.
     BOUNDARY_OPTION upperBoundaryOption() const {
         return static_cast<BOUNDARY_OPTION>(upperBoundaryOption_.value());
     }
     /// How the segment is found: `linear` walks from the one found last, `bisection`
-    /// halves the table, `equal_spaced` computes it.
+    /// halves the table, `equal_spaced` computes it. Default: linear.
+    /// `linear` assumes breakpoints 1 apart. Choose `bisection` for any other table, and
+    /// `equal_spaced` only if every step v(k+1) - v(k) equals the first, which is not checked. A
+    /// document with another text is refused. With another number set by a program, each look-up
+    /// prints a message and uses the segment found last.
     SEARCH_OPTION searchOption() const { return static_cast<SEARCH_OPTION>(searchOption_.value()); }
 
     KrBoolean read(KrXmlReader& reader) override;

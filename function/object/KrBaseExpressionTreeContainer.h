@@ -9,24 +9,22 @@
 
 #include <utility>
 
-/// An element that owns one element of the base class `T`, or none, and creates
-/// it on reading from the tag that it meets: by its own creators, else by the
-/// reader's factory. It stands in for its element; a concrete container adds the
-/// operations of `T`.
+/// An element that owns one element of the base class `T`, or none. Reading creates the element
+/// from its tag, by the container's creators, else by the reader's factory. A concrete container
+/// adds the operations of `T` and forwards them.
 ///
 ///     <optimizerContainer>
 ///       <nelderMead> ... </nelderMead>
 ///     </optimizerContainer>
 ///
-/// A container keeps clones of what it is given. Of several children in a
-/// document it keeps the last; a tag that nobody can create empties it, and is
-/// refused.
+/// A container stores clones. If a document has several children, the last one counts. A tag
+/// that neither can create empties the container and is refused.
 template <class T>
 class KR_EXPORT KrBaseExpressionTreeContainer : public KrXmlBaseVariableCompoundType {
 public:
     KrBaseExpressionTreeContainer() = default;
     KrBaseExpressionTreeContainer(KrBaseExpressionTreeContainer const&) = default;
-    /// Takes a clone of the element.
+    /// Clones the element.
     KrBaseExpressionTreeContainer& operator=(KrBaseExpressionTreeContainer const& source) {
         if (this != &source) {
             KrXmlBaseVariableCompoundType::operator=(source);
@@ -38,11 +36,11 @@ public:
         return *this;
     }
 
-    /// Takes the element itself. There is no move construction: a moved element would
-    /// know the old container.
+    /// Moves the element and sets its container. There is no move constructor: the moved
+    /// element would still point to the old container.
     KrBaseExpressionTreeContainer& operator=(KrBaseExpressionTreeContainer&& source) noexcept {
         if (this != &source) {
-            // The base's part alone: the element is moved in the next line.
+            // The base only; the next line moves the element.
             KrXmlBaseVariableCompoundType::operator=(
                 static_cast<KrXmlBaseVariableCompoundType&&>(source));
             topElement_ = std::move(source.topElement_);
@@ -53,17 +51,16 @@ public:
         return *this;
     }
 
-    /// The element, null when the container is empty.
+    /// The element, null if the container is empty. Default: none.
     virtual T const* topElement() const { return topElement_.get(); }
     virtual T* topElement() { return topElement_.get(); }
 
-    /// Stores a clone of `element` in place of the present one.
+    /// Replaces the element by a clone of `element`.
     virtual void setTopElement(T const& element) {
         setAndDeleteTopElementPointer(KrOwned<T>::cloneOf(&element));
     }
 
-    /// Deletes the present element and takes ownership of `element`, which may be
-    /// null.
+    /// Deletes the present element and takes ownership of `element`, which may be null.
     virtual void setAndDeleteTopElementPointer(T* element) {
         if (element != topElement_.get()) {
             topElement_.reset(element);
@@ -71,7 +68,8 @@ public:
         setTopElementContainerToThis();
     }
 
-    /// For containers whose elements need to know them; here, does nothing.
+    /// Sets the container of the element. Does nothing here; containers whose elements use
+    /// their container override it.
     virtual void setTopElementContainerToThis() {}
 
     KrBoolean read(KrXmlReader& reader) override {
@@ -90,9 +88,9 @@ public:
         return good;
     }
 
-    /// The element is one of those that the container can create.
+    /// Describes a choice of the elements that the container can create.
     void writeSchema(KrXmlSchema& schema) const override {
-        // Not the base's: it describes a list of what can be created, this is one.
+        // Not the base's, which describes a list of elements.
         KrXmlObject::writeSchema(schema);  // NOLINT(bugprone-parent-virtual-call)
         schema.startGroup(KrXmlSchema::Group::Sequence);
         schema.element(KrXml::KrAddLibrariesToken, addLibraries());

@@ -5,7 +5,7 @@
 #include "function/object/KrBaseExpressionTreeContainer.h"
 #include "function/object/KrFunction.h"
 
-/// A container of one constraint, which is evaluated in its place.
+/// A container of one constraint, to which it forwards evaluation.
 ///
 ///     <multivariableConstraintContainer>
 ///       <linearMultivariableConstraint> ... </linearMultivariableConstraint>
@@ -15,11 +15,11 @@ class KR_EXPORT KrMultivariableConstraintContainer
                        KrBaseExpressionTreeContainer<KrBaseMultivariableConstraint>,
                        KrFunction::KrMultivariableConstraintContainerToken> {
 public:
-    /// The constraint's `evaluate`; 0.0 without a constraint.
+    /// The value of the constraint at `x`, or 0 if the container is empty.
     virtual double evaluate(KrRealVector const& x) const;
     virtual double evaluate(KrXmlRealVector const& x) const;
 
-    /// The constraint's `gradient`; without a constraint an empty vector.
+    /// The gradient of the constraint at `x`, or an empty vector if the container is empty.
     virtual KrRealVector const& gradient(KrRealVector const& x) const;
     virtual KrRealVector const& gradient(KrXmlRealVector const& x) const;
 

@@ -5,7 +5,7 @@
 #include "function/object/KrFunction.h"
 #include "function/object/KrXmlVariableVectorType.h"
 
-/// A list of constraints.
+/// A list of constraints, in document order.
 ///
 ///     <multivariableConstraintVector count="1">
 ///       <linearMultivariableConstraint> ... </linearMultivariableConstraint>

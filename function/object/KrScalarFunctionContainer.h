@@ -5,8 +5,7 @@
 #include "function/object/KrFunction.h"
 #include "function/scalar/KrBaseScalarFunction.h"
 
-/// A container of one function, which evaluates in its place; the identity without
-/// one.
+/// A container of one function, to which it forwards evaluation. Empty, it is the identity.
 ///
 ///     <scalarFunctionContainer><linearScalarFunction> ... </linearScalarFunction></scalarFunctionContainer>
 class KR_EXPORT KrScalarFunctionContainer
@@ -14,7 +13,7 @@ class KR_EXPORT KrScalarFunctionContainer
                              KrBaseExpressionTreeContainer<KrBaseScalarFunction>,
                              KrFunction::KrScalarFunctionContainerToken> {
 public:
-    /// The function's `evaluate`; `x` without a function.
+    /// The value of the function at `x`, or `x` if the container is empty.
     virtual double evaluate(double const& x) const;
 
     void registerComponentCreators() override;

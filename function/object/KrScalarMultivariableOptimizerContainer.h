@@ -5,7 +5,7 @@
 #include "function/object/KrFunction.h"
 #include "function/optimizer/KrScalarMultivariableOptimizer.h"
 
-/// A container of one optimizer, which searches in its place.
+/// A container of one optimizer, to which it forwards searches.
 ///
 ///     <optimizerContainer><nelderMead> ... </nelderMead></optimizerContainer>
 class KR_EXPORT KrScalarMultivariableOptimizerContainer
@@ -13,12 +13,12 @@ class KR_EXPORT KrScalarMultivariableOptimizerContainer
                        KrBaseExpressionTreeContainer<KrScalarMultivariableOptimizer>,
                        KrFunction::KrOptimizerContainerToken> {
 public:
-    /// The optimizer's `findMinimum`. Without an optimizer 0.0, and `result` is
-    /// left as it was.
+    /// Calls `findMinimum` of the optimizer. If the container is empty, it returns 0 and leaves
+    /// `result` unchanged.
     virtual double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
                                KrRealVector& result) const;
 
-    /// The optimizer's `findMaximum`, likewise.
+    /// Calls `findMaximum` of the optimizer, likewise.
     virtual double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
                                KrRealVector& result) const;
 

@@ -5,7 +5,7 @@
 #include "function/object/KrXmlVariableVectorType.h"
 #include "function/optimizer/KrScalarMultivariableOptimizer.h"
 
-/// A list of optimizers.
+/// A list of optimizers, in document order.
 ///
 ///     <scalarMultivariableOptimizerVector count="2">
 ///       <hookeJeeves> ... </hookeJeeves>

@@ -5,15 +5,14 @@
 #include "function/object/KrFunction.h"
 #include "function/scalar/KrBaseUnitaryMap.h"
 
-/// A container of one map, which evaluates in its place; the identity without
-/// one.
+/// A container of one map, to which it forwards evaluation. Empty, it is the identity.
 ///
 ///     <unitaryMapContainer><powerUnitaryMap> ... </powerUnitaryMap></unitaryMapContainer>
 class KR_EXPORT KrUnitaryMapContainer
     : public KrElement<KrUnitaryMapContainer, KrBaseExpressionTreeContainer<KrBaseUnitaryMap>,
                        KrFunction::KrUnitaryMapContainerToken> {
 public:
-    /// The map's `evaluate`; `x` without a map.
+    /// The value of the map at `x`, or `x` if the container is empty.
     virtual double evaluate(double const& x) const;
 
     void registerComponentCreators() override;

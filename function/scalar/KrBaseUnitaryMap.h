@@ -3,8 +3,8 @@
 #include "foundation/core/KrExport.h"
 #include "foundation/xml/KrBaseExpressionTreeElement.h"
 
-/// Base of the maps of the unit interval: functions that take 0 to 0 and 1 to 1
-/// and shape what lies between, such as a gain curve. It has no components.
+/// Base class of the maps of the unit interval, with f(0) = 0 and f(1) = 1, such as gain
+/// curves. It has no components.
 class KR_EXPORT KrBaseUnitaryMap : public KrBaseExpressionTreeElement {
 public:
     using KrBaseExpressionTreeElement::KrBaseExpressionTreeElement;
@@ -12,7 +12,7 @@ public:
     KrBaseUnitaryMap(KrBaseUnitaryMap const&) = default;
     KrBaseUnitaryMap& operator=(KrBaseUnitaryMap const&) = default;
 
-    /// An x outside [0, 1] is not clamped.
+    /// The value at `x`. An `x` outside [0, 1] is not clamped.
     virtual double evaluate(double const& x) const = 0;
 
     bool operator==(KrBaseUnitaryMap const&) const = default;

@@ -11,7 +11,7 @@ namespace {
 
 using Callable = std::function<double(double)>;
 
-// All identities share one, so that they are equal.
+// Shared by all identities, so that they compare equal.
 std::shared_ptr<Callable const> const& identity() {
     static auto const callable = std::make_shared<Callable const>([](double x) { return x; });
     return callable;

@@ -5,14 +5,13 @@
 #include <functional>
 #include <memory>
 
-/// A scalar function made of a callable, where a program needs one that no element is:
-/// the correlation of a random field, say.
+/// A scalar function made from a callable. Use it where no element fits, for example as the
+/// correlation of a random field.
 ///
 ///     KrCallableScalarFunction correlation([](double d) { return std::exp(-d / 8.0); });
 ///
-/// A callable has no form in a document: writing one, reading one and a document that
-/// names one are refused with a message. Copies share the callable, and are equal for
-/// that reason; two that were made separately are different.
+/// A document cannot hold a callable. `read` and `write` return false and print a message.
+/// Copies share the callable and compare equal. Two objects made separately are different.
 class KR_EXPORT KrCallableScalarFunction : public KrBaseScalarFunction {
 public:
     /// The identity.
@@ -25,7 +24,7 @@ public:
     KrXmlObject* clone() const override;
     KrXmlObject* newObject() const override;
     KrBoolean equality(KrXmlObject const* other) const override;
-    /// "callableScalarFunction", for messages. No factory knows it.
+    /// "callableScalarFunction", for messages only. No factory creates it.
     KrToken const& token() const override;
 
     KrBoolean read(KrXmlReader& reader) override;

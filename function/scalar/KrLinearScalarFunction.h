@@ -8,7 +8,7 @@
 ///
 ///     f(x) = (1 - x) startValue + x endValue
 ///
-/// for every x, outside [0, 1] too. By default the identity.
+/// It extrapolates outside [0, 1]. The default is the identity.
 ///
 ///     <linearScalarFunction>
 ///       <startValue>0</startValue>   value at x = 0
@@ -20,10 +20,15 @@ class KR_EXPORT KrLinearScalarFunction
 public:
     double evaluate(double const& x) const override;
 
-    /// The value at x = 0; 0 by default.
+    /// The value f(0), in the unit of the function. Default: 0.
+    /// Admissible: -INF < startValue < INF. An infinite value makes f infinite, and NaN at
+    /// x = 1; a NaN makes f NaN everywhere. Change it to shift the left end of the line.
     virtual double startValue() const { return startValue_; }
     virtual void setStartValue(double value) { startValue_ = value; }
-    /// The value at x = 1; 1 by default.
+    /// The value f(1), in the unit of the function. Default: 1.
+    /// Admissible: -INF < endValue < INF. An infinite value makes f infinite, and NaN at
+    /// x = 0; a NaN makes f NaN everywhere. Change it to set the slope,
+    /// endValue - startValue.
     virtual double endValue() const { return endValue_; }
     virtual void setEndValue(double value) { endValue_ = value; }
 

@@ -12,7 +12,7 @@ double KrMultipointScalarFunction::evaluate(double const& x) const {
         return range.size() == 0 ? 0.0 : range[0].value();
     }
     KrU32 i = 0;
-    // A NaN stops the scan, be it x or an abscissa: nothing says that x lies behind it.
+    // A NaN stops the scan, as x or as an abscissa: its order relative to x is unknown.
     while (i < count && x > domain[i]) {
         ++i;
     }

@@ -4,12 +4,12 @@
 #include "function/object/KrFunction.h"
 #include "function/scalar/KrBaseScalarFunction.h"
 
-/// The piecewise linear function through the points (x(k), y(k)), continued
-/// beyond both ends along the first and the last segment:
+/// The piecewise linear function through the points (x(k), y(k)), which extrapolates its
+/// first and its last segment:
 ///
 ///     f(x) = ((xa - x) yb + (x - xb) ya) / (xa - xb)
 ///
-/// with a and b the ends of the segment. An x that is an abscissa belongs to the
+/// where a and b are the ends of the segment. An x equal to an abscissa belongs to the
 /// segment that ends there.
 ///
 ///     <multipointScalarFunction>
@@ -17,34 +17,37 @@
 ///       <domainValues count="3"><item>0</item><item>1</item><item>2</item></domainValues>
 ///     </multipointScalarFunction>
 ///
-/// The abscissae are expected in ascending order, which is not checked: the
-/// segment is the one that ends at the first abscissa not below x. What the
-/// longer list has more than the other is passed over. One point, or range values
-/// without a domain, make a constant, the first range value; no range values 0.0.
-/// Where a segment's abscissae are equal, a table value is returned: that of
-/// the second point below the table, of the last one above it. NaN counts as
-/// below the table, and gives NaN unless a table value is returned.
+/// The abscissae must ascend, which is not checked: the segment is the one that ends at the
+/// first abscissa not below x. If one list is longer than the other, its surplus is ignored.
+/// With fewer than two points, f is the constant y(0), or 0 if there are no range values.
+/// If both abscissae of an end segment are equal, f returns a range value beyond it: that of
+/// the second point below the table, that of the last point above it. A NaN x counts as below
+/// the table, and gives NaN unless that rule applies.
 ///
-/// Cost: the abscissae are scanned from the first on, so that an evaluation takes
-/// time in proportion to the number of points below x, some milliseconds for a
-/// million of them; a table of that size belongs into an interpolator.
+/// Cost: proportional to the number of points below x, some milliseconds for a million
+/// points. A table of that size belongs in an interpolator.
 class KR_EXPORT KrMultipointScalarFunction
     : public KrTaggedElement<KrMultipointScalarFunction, KrBaseScalarFunction,
                              KrFunction::KrMultipointScalarFunctionToken> {
 public:
     double evaluate(double const& x) const override;
 
-    /// The abscissae x(k), in ascending order.
+    /// The abscissae x(k), ascending, in the unit of x. Default: empty.
+    /// Admissible: -INF < x(0) < x(1) < ... < INF, not checked. Out of order, f uses the first
+    /// segment whose end is not below x. A segment with an infinite or NaN end gives NaN, and so
+    /// does every x beyond a NaN abscissa. Add points where f bends.
     virtual KrXmlRealVector const& domainValues() const { return domainValues_; }
     virtual void setDomainValues(KrXmlRealVector const& values) { domainValues_ = values; }
-    /// The values y(k).
+    /// The values y(k), one for each abscissa, in the unit of the function. Default: empty.
+    /// Admissible: -INF < y(k) < INF. An infinite or NaN value makes f infinite or NaN on both
+    /// neighbouring segments. Change them to change f without moving its bends.
     virtual KrXmlRealVector const& rangeValues() const { return rangeValues_; }
     virtual void setRangeValues(KrXmlRealVector const& values) { rangeValues_ = values; }
 
     /// The same as `creator`.
     KR_EXPORT static KrXmlObject* xmlObjectCreator() { return creator(); }
 
-    /// In documents the range comes first.
+    /// Registers the range before the domain, which is their order in documents.
     void registerComponents() override;
 
     bool operator==(KrMultipointScalarFunction const&) const = default;

@@ -4,8 +4,8 @@
 #include "function/object/KrFunction.h"
 #include "function/scalar/KrBaseUnitaryMap.h"
 
-/// A power, f(x) = x^exponent, by the C library's `pow`: a negative x with an
-/// exponent that is no integer gives NaN. By default the identity.
+/// The power f(x) = x^exponent, computed by the C library's `pow`. A negative x with a
+/// fractional exponent gives NaN. The default is the identity.
 ///
 ///     <powerUnitaryMap><exponent>1</exponent></powerUnitaryMap>
 class KR_EXPORT KrPowerUnitaryMap : public KrTaggedElement<KrPowerUnitaryMap, KrBaseUnitaryMap,
@@ -13,7 +13,10 @@ class KR_EXPORT KrPowerUnitaryMap : public KrTaggedElement<KrPowerUnitaryMap, Kr
 public:
     double evaluate(double const& x) const override;
 
-    /// The exponent; 1 by default. With a negative one, f(0) is infinite.
+    /// The exponent of f(x) = x^exponent, a pure number. Default: 1.
+    /// Admissible: 0 < exponent < INF, not checked. 0 makes f the constant 1. A negative
+    /// exponent makes f(0) infinite. INF makes f 0 below x = 1. NaN makes f NaN except at x = 1.
+    /// Raise it above 1 to flatten the curve near 0; lower it below 1 to steepen it there.
     virtual double exponent() const { return exponent_; }
     virtual void setExponent(double exponent) { exponent_ = exponent; }
 

@@ -33,12 +33,11 @@ void KrSCurveUnitaryMap::setCenterSlope(double slope) {
 void KrSCurveUnitaryMap::calculateCoefficients() {
     double const c = center();
     if (!(c > 0.0 && 1.0 > c)) {
-        // Both pieces y = x, with their poles just outside the interval.
+        // Both pieces are y = x, with their poles just outside the interval.
         constexpr Piece identity{-1.0, 1.0000001, 1.0000001};
         lower_ = identity;
         upper_ = identity;
-        // The conversion does not fit a real number; the text is what log readers
-        // search for, and stays.
+        // %d does not print a real number. The text stays, since log readers search for it.
         Kr::Print::instance().write(
             Kr::PrintType::Error,
             "KrSCurveUnitaryMap::calculateCoefficients(): center (%d) out of range.\n", c);
@@ -53,7 +52,7 @@ void KrSCurveUnitaryMap::calculateCoefficients() {
     upper_ = Piece::through(d, s1, sc);
 }
 
-// The piece from (0, 0) with slope s to (w, 0.5) with slope sc.
+// Returns the piece from (0, 0) with slope s to (w, 0.5) with slope sc.
 KrSCurveUnitaryMap::Piece KrSCurveUnitaryMap::Piece::through(double w, double s, double sc) {
     double const rise = (s + sc) * w - 1.0;
     return {(1.0 - 4.0 * (w * w) * s * sc) / (4.0 * w * rise),

@@ -5,8 +5,8 @@
 #include "function/object/KrFunction.h"
 #include "function/scalar/KrBaseUnitaryMap.h"
 
-/// An S-shaped map through (0, 0), (center, 0.5) and (1, 1) with given slopes at
-/// the three points, of two rational pieces:
+/// An S-shaped map through (0, 0), (center, 0.5) and (1, 1) with given slopes at the three
+/// points, made of two rational pieces:
 ///
 ///     f(x) = (a1 x^2 + b1 x) / (c1 - x)                       x < center
 ///     f(x) = 1 - (a2 u^2 + b2 u) / (c2 - u),   u = 1 - x      otherwise
@@ -18,38 +18,51 @@
 ///       <centerSlope>4</centerSlope>       at the centre, from both sides
 ///     </sCurveUnitaryMap>
 ///
-/// For the poles to lie outside [0, 1] the end slopes may not exceed those of the
-/// chords to the centre, and the centre slope must exceed what they leave to be
-/// climbed; slopes beyond are limited in the coefficients, while the parameters
-/// keep what they were given. A centre that is not inside (0, 1) is reported with
-/// every computation of the coefficients and makes the map the identity.
+/// The poles lie outside [0, 1] only if
 ///
-/// The coefficients follow from the parameters when one of them is set or the map
-/// is read. A map of which neither has happened has none: it is 0 below the
-/// centre and 1 from there on, and NaN at 0 and 1.
+///     s0 < 0.5 / center,   s1 < 0.5 / (1 - center),
+///     sc > max(1 / center - s0, 1 / (1 - center) - s1)
+///
+/// for the slopes s0 at 0, s1 at 1 and sc at the centre. Slopes outside these bounds are
+/// clamped to 1e-7 inside them, in the coefficients only: the getters return the values set.
+/// If the centre is outside (0, 1), the map is the identity, and each computation of the
+/// coefficients prints a message.
+///
+/// Setters and `read` compute the coefficients. Before the first of these calls the map
+/// returns 0 below the centre, 1 from the centre on, and NaN at 0 and 1.
 class KR_EXPORT KrSCurveUnitaryMap : public KrTaggedElement<KrSCurveUnitaryMap, KrBaseUnitaryMap,
                                                             KrFunction::KrSCurveUnitaryMapToken> {
 public:
     double evaluate(double const& x) const override;
 
-    /// The x at which f is 0.5, inside (0, 1); 0.5 by default.
+    /// The x at which f is 0.5, inside (0, 1). Default: 0.5.
+    /// Admissible: 0 < center < 1. Outside, and for NaN, f is the identity, with a message.
+    /// Within 1e-9 of 0 or 1, rounding can make f NaN on the shorter side. Move it to shift
+    /// the steep part.
     virtual double center() const { return center_; }
     virtual void setCenter(double center);
-    /// The slope at 0, as it was given; 0 by default. The curve's own is at most
-    /// 0.5 / center - 1e-7.
+    /// The slope of f at x = 0, a pure number. Default: 0.
+    /// Admissible: 0 <= initialSlope < 0.5 / center. A greater slope is clamped to
+    /// 0.5 / center - 1e-7. With a negative slope f falls below 0 first. NaN makes f NaN below
+    /// the centre; -INF makes it NaN everywhere. Raise it for a response that starts at once.
     virtual double initialSlope() const { return initialSlope_; }
     virtual void setInitialSlope(double slope);
-    /// The slope at 1, as it was given; 0 by default. The curve's own is at most
-    /// 0.5 / (1 - center) - 1e-7.
+    /// The slope of f at x = 1, a pure number. Default: 0.
+    /// Admissible: 0 <= finalSlope < 0.5 / (1 - center). A greater slope is clamped to
+    /// 0.5 / (1 - center) - 1e-7. With a negative slope f exceeds 1 before x = 1. NaN makes f
+    /// NaN from the centre on; -INF makes it NaN everywhere. Raise it for a response that does
+    /// not level off.
     virtual double finalSlope() const { return finalSlope_; }
     virtual void setFinalSlope(double slope);
-    /// The slope at the centre, as it was given; 4 by default. The curve's own is
-    /// more than 1 / center and 1 / (1 - center) less the end slope on that side.
+    /// The slope of f at the centre, from both sides, a pure number. Default: 4.
+    /// Admissible: centerSlope > max(1 / center - s0, 1 / (1 - center) - s1), with s0 and s1 the
+    /// clamped end slopes. A lesser slope, negative ones included, is raised to that bound plus
+    /// 1e-7. NaN or INF makes f NaN. Above 1e9 rounding shows at the centre. Raise it for a
+    /// sharper step.
     virtual double centerSlope() const { return centerSlope_; }
     virtual void setCenterSlope(double slope);
 
-    /// Computes the coefficients from the parameters; called by every setter and
-    /// by `read`.
+    /// Computes the coefficients from the parameters. Every setter and `read` call it.
     virtual void calculateCoefficients();
 
     KrBoolean read(KrXmlReader& reader) override;
@@ -62,7 +75,7 @@ public:
     bool operator==(KrSCurveUnitaryMap const&) const = default;
 
 private:
-    // One piece, as seen from its end of the interval, where x = 0 and f = 0.
+    // One piece, in coordinates with its end of the interval at x = 0, f = 0.
     struct Piece {
         static Piece through(double width, double endSlope, double centerSlope);
         double evaluate(double x) const { return (a * (x * x) + b * x) / (c - x); }

@@ -14,39 +14,38 @@
 ///
 ///     h sum of w(i) f(c + h x(i)),  h = (b - a) / 2,  c = (a + b) / 2
 ///
-/// with x(i) the roots of the Legendre polynomial of the order n and w(i) their
-/// weights. Exact, but for rounding, for polynomials up to the degree 2 n - 1.
+/// where x(i) are the roots of the Legendre polynomial of order n and w(i) their weights.
+/// Exact up to rounding for polynomials of degree 2 n - 1 or less.
 ///
 ///     <gaussQuadrature><order>10</order></gaussQuadrature>
 ///
-/// The orders 2 to 20, 32, 64, 96, 100 and 128 are supported. Nodes and weights are
-/// tables of correctly rounded doubles, see scripts/gauss_legendre.py. A document
-/// sets the order and nothing else: the quadrature integrates by it when it is
-/// supported. When it is not, `order` tells it all the same, and the rule stays: that
-/// of the last order that was set (10 when none was) after a bare `read`, and that of
-/// order 10 after `KrXml::readFile` and `fromString`, which replace the object.
+/// Nodes and weights are tables of correctly rounded doubles, see scripts/gauss_legendre.py.
+/// The error falls quickly with n if f is smooth. At a kink or a singularity inside [a, b],
+/// integrate the pieces; examples/06_quadrature prints the errors.
 ///
-/// Cost: n evaluations of the function and some nanoseconds; nothing is allocated.
-/// After reading, `setOrder(order())` spares each integral the search for its tables.
-/// The error falls with n as the function is smooth: at a kink, or a singularity
-/// inside of [a, b], integrate the pieces (examples/06_quadrature shows by how much).
+/// Cost: n evaluations of f and some nanoseconds; no allocation. After reading,
+/// `setOrder(order())` saves each integral the search for its tables.
 ///
 /// M. Abramowitz and I. A. Stegun, Handbook of Mathematical Functions, 25.4.30.
 class KR_EXPORT KrGaussQuadrature
     : public KrElement<KrGaussQuadrature, KrXmlCompoundType, KrFunction::KrGaussQuadratureToken> {
 public:
-    /// The number of nodes: 2 to 20, 32, 64, 96, 100 or 128; with any other the rule of the
-    /// default stays.
+    /// The number n of nodes: 2 to 20, 32, 64, 96, 100 or 128. Default: 10.
+    /// A document may hold any other order, which `order` returns; `integrate` then keeps the
+    /// last supported order that was set, or 10 if none was. `KrXml::readFile` and `fromString`
+    /// replace the object, so that it is 10. Raise it if the error is too large; of a smooth f a
+    /// dozen nodes usually reach rounding.
     virtual KrU32 order() const { return order_; }
-    /// An order without tables is reported and changes nothing.
+    /// Sets a supported order. Any other prints a message and changes nothing.
     virtual void setOrder(KrU32 order);
 
-    /// The integral of `f` from `a` to `b`, negative when they are exchanged. `f` is
-    /// evaluated as often as the order says: first in the middle if the order is odd,
-    /// then in pairs from the inside out, each towards `b` before towards `a`.
+    /// Returns the integral of `f` from `a` to `b`; swapped limits change its sign. It evaluates
+    /// `f` exactly n times: first in the middle if n is odd, then in pairs from the inside out,
+    /// the point towards `b` first. Limits must be finite, which is not checked: with others `f`
+    /// is evaluated at infinite or NaN points.
     virtual double integrate(KrRealRealUnaryFunction const& f, double a, double b) const;
 
-    /// The same for a callable, such as a lambda: `f(x)` is a double for a double x.
+    /// Returns the integral of a callable, such as a lambda that maps a double to a double.
     template <class Callable>
         requires(std::is_invocable_r_v<double, Callable&, double> &&
                  !std::is_convertible_v<Callable&, KrRealRealUnaryFunction const&>)
@@ -59,9 +58,9 @@ public:
         return integrate(Integrand(f), a, b);
     }
 
-    /// The tables of `order`: the (order + 1) / 2 nodes that are not negative, in
-    /// ascending order, and their weights. Both are left as they were when the order
-    /// is not supported. The tables live as long as the library is loaded.
+    /// Sets the pointers to the (order + 1) / 2 nodes >= 0 of `order`, ascending, and to their
+    /// weights. If the order is not supported, both stay unchanged. The tables live as long as
+    /// the library is loaded.
     virtual void obtainAbscissasAndWeights(KrU32 order, double const*& abscissas,
                                            double const*& weights) const;
 
@@ -81,13 +80,13 @@ private:
     };
     static Rule const rules_[24];
 
-    // The row of `order`, null when it is not supported.
+    // Returns the row of `order`, or null if it is not supported.
     static Rule const* row(KrU32 order);
-    // The tables of `order` as `obtainAbscissasAndWeights` gives them, which a derived
-    // class may override; null pointers when it is not supported.
+    // Returns the tables of `order` by `obtainAbscissasAndWeights`, which a derived class may
+    // override; null pointers if the order is not supported.
     Tables tables(KrU32 order) const;
 
     KrXmlBasicType<KrU32> order_{10};
-    // That of the last order that was set: a document may hold any order.
+    // The rule of the last order that was set. It can differ from `order_` after reading.
     KrUncompared<Rule> rule_{*row(order_)};
 };
