@@ -13,12 +13,12 @@ KR_SOURCE_VERSION;
 KrCompositeFunctionBranch& KrCompositeFunctionBranch::operator=(
     KrCompositeFunctionBranch const& source) {
     if (this != &source) {
-        KrCompositeFunctionBranch copy(source);  // which may be part of a child
-        KrTaggedElement::operator=(static_cast<KrTaggedElement&&>(copy));  // the base's part
+        KrCompositeFunctionBranch copy(source);  // first: `source` may be part of a child
+        KrTaggedElement::operator=(static_cast<KrTaggedElement&&>(copy));  // the base only
         left_ = std::move(copy.left_);
         right_ = std::move(copy.right_);
         result_ = std::move(copy.result_);
-        setContainer(container());  // of the new children
+        setContainer(container());  // for the new children
     }
     return *this;
 }
@@ -28,26 +28,25 @@ KrRealVector const& KrCompositeFunctionBranch::evaluate(KrRealVector const& poin
     ok = false;
     KrRealVector const* leftValues = nullptr;
     KrRealVector const* rightValues = nullptr;
-    // Takes the child's values, whether it has an answer or not. A child that had
-    // none is not asked a second time: it would say the same again, and with two
-    // questions at each level a deep tree would take for ever.
-    auto const ask = [&](Child const& child, KrRealVector const*& values) {
+    // Evaluates a child once, even if `ok` was false. A second evaluation would give the same,
+    // and would double the work at every level of the tree.
+    auto const evaluateOnce = [&](Child const& child, KrRealVector const*& values) {
         if (!values) {
             values = &child->evaluate(point, ok);
         }
         result_ = *values;
     };
     if (left_ && left_->isInBounds(point)) {
-        ask(left_, leftValues);
+        evaluateOnce(left_, leftValues);
     }
     if (!ok && right_ && right_->isInBounds(point)) {
-        ask(right_, rightValues);
+        evaluateOnce(right_, rightValues);
     }
     if (!ok && left_ && left_->ableToExtrap(point)) {
-        ask(left_, leftValues);
+        evaluateOnce(left_, leftValues);
     }
     if (!ok && right_ && right_->ableToExtrap(point)) {
-        ask(right_, rightValues);
+        evaluateOnce(right_, rightValues);
     }
     return result_;
 }
@@ -88,7 +87,7 @@ void KrCompositeFunctionBranch::setRight(KrCompositeFunctionElement const& eleme
 }
 
 void KrCompositeFunctionBranch::setChild(Child& child, KrCompositeFunctionElement const& element) {
-    child.reset(Child::cloneOf(&element));  // which may be part of the old child
+    child.reset(Child::cloneOf(&element));  // `element` may be part of the old child
     if (child) {
         child->setContainer(container());
     }
@@ -119,8 +118,8 @@ KrBoolean KrCompositeFunctionBranch::write(KrXmlWriter& writer) const {
     return good;
 }
 
-// Any number of children are accepted, of the classes that the container creates. A
-// branch that has none may have children all the same, which it writes.
+// The schema accepts any number of children of the classes that the container creates. A
+// branch without a container has them too, since it writes the children that were set.
 void KrCompositeFunctionBranch::writeSchema(KrXmlSchema& schema) const {
     KrCompositeFunctionElement::writeSchema(schema);
     KrCompositeFunctionContainer const standIn;
@@ -136,8 +135,8 @@ void KrCompositeFunctionBranch::writeSchema(KrXmlSchema& schema) const {
     schema.endGroup();
 }
 
-// The container alone creates children, and the reader's factory is not asked: what a
-// branch may hold is one list for the whole tree, which its schema shows.
+// Only the container creates children, not the reader's factory: the whole tree then accepts
+// one list of classes, which is the list in its schema.
 KrBoolean KrCompositeFunctionBranch::readValueFromSpecialToken(KrToken const& token,
                                                                KrXmlReader& reader) {
     if (!container()) {

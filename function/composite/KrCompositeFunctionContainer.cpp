@@ -16,7 +16,7 @@ KrCompositeFunctionContainer& KrCompositeFunctionContainer::operator=(
 
 KrCompositeFunctionContainer& KrCompositeFunctionContainer::operator=(
     KrCompositeFunctionContainer&& source) noexcept {
-    Bounds bounds = std::move(source.bounds_);  // which the old element may take with it
+    Bounds bounds = std::move(source.bounds_);  // first: `source` may go with the old element
     KrElement::operator=(static_cast<KrElement&&>(source));
     bounds_ = std::move(bounds);
     return *this;

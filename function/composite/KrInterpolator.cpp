@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t largest = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t largestPrinted = std::numeric_limits<std::int64_t>::max();
 
-// The number of grid points; `largest` when it is too large to be counted.
+// Returns the number of grid points, or `largest` if it overflows.
 template <class Searches>
 std::size_t pointCount(Searches const& searches) {
     std::size_t count = 1;
@@ -29,18 +29,18 @@ std::size_t pointCount(Searches const& searches) {
     return count;
 }
 
-// How many positions of a table have all of their cell in it.
+// Returns how many positions of a table are the first corner of a cell inside the table.
 template <class Table>
-std::size_t roomIn(Table const& table, std::size_t span) {
+std::size_t wholeCellsIn(Table const& table, std::size_t span) {
     return table.size() - std::min(table.size(), span);
 }
 
 template <class Value>
 constexpr Value nan = std::numeric_limits<Value>::quiet_NaN();
 
-// The corners of a cell: each has an offset from the first one, and a weight. An axis
-// splits every corner in two. The compiler knows the number of axes, and keeps the
-// corners apart in registers.
+// The corners of a cell: each has an offset from the first corner and a weight. Each axis
+// splits every corner in two. With the number of axes known at compile time, the corners stay
+// in registers.
 template <class Value, std::size_t axes>
 class FewCorners {
 public:
@@ -48,7 +48,7 @@ public:
 
     void weigh(std::size_t axis, std::size_t stride, Value upperWeight) {
         Value const lowerWeight = 1.0 - upperWeight;
-        std::size_t const step = axis == 0 ? 1 : stride;  // a constant, for the compiler
+        std::size_t const step = axis == 0 ? 1 : stride;  // a compile-time constant for axis 0
         for (std::size_t k = std::size_t{1} << axis; k-- > 0;) {
             weights_[2 * k + 1] = upperWeight * weights_[k];
             weights_[2 * k] = lowerWeight * weights_[k];
@@ -57,7 +57,7 @@ public:
         }
     }
 
-    // The interpolated value of the table whose cell begins at `cell`.
+    // Returns the interpolated value of the table whose cell begins at `cell`.
     Value sum(Value const* cell) const {
         Value sum = 0.0;
         for (std::size_t k = 0; k < weights_.size(); ++k) {
@@ -71,8 +71,8 @@ private:
     std::array<std::size_t, std::size_t{1} << axes> offsets_{0};
 };
 
-// The same for any number of axes. The sum splits the corners along the last axis, so
-// that half of the weights need no memory.
+// The corners of a cell of any number of axes. The sum splits corners along the last axis
+// itself, which halves the memory for weights.
 template <class Value>
 class ManyCorners {
 public:
@@ -100,7 +100,7 @@ public:
             weights[0] = lowerWeight;
             weights[1] = upperWeight;
         } else {
-            // Downward, so that a weight is read before its place is used.
+            // Downward, so that each weight is read before it is overwritten.
             for (std::size_t k = std::size_t{1} << axis; k-- > 0;) {
                 Value const weight = weights[k];
                 weights[2 * k] = lowerWeight * weight;
@@ -119,9 +119,9 @@ public:
         return sum;
     }
 
-    // The same for four tables. An addition waits for the one before it in its own sum
-    // alone, so that four sums in two registers take less time than two in turn: 1.3
-    // times less in 4-D and 1.6 times in 6-D than table by table.
+    // Sums four tables side by side. Each addition waits for the previous one of its own sum
+    // only, so four sums in two registers overlap: 1.3 times as fast in 4-D, 1.6 times in 6-D
+    // as table by table.
     static constexpr std::ptrdiff_t sideBySide = 4;
     Value* sumSideBySide(std::vector<Value> const* tables, std::size_t first, Value* result) const {
         typedef Value Pair __attribute__((vector_size(2 * sizeof(Value))));
@@ -175,7 +175,7 @@ struct [[gnu::visibility("hidden")]] KrInterpolator<Value>::Grid {
     using Search = KrVectorSearch<Value>;
     using Values = std::vector<Value>;
 
-    // How the place on an axis is had: by looking a point up, or from the last look-up.
+    // The two ways to locate a point on an axis: by a look-up, or from the last look-up.
     struct AtPoint {
         auto operator()(Search const& search, std::size_t dimension) const {
             return search.locate(point[dimension]);
@@ -183,10 +183,10 @@ struct [[gnu::visibility("hidden")]] KrInterpolator<Value>::Grid {
         Value const* point;
     };
     struct AtLast {
-        auto operator()(Search const& search, std::size_t) const { return search.found_; }
+        auto operator()(Search const& search, std::size_t) const { return search.last_; }
     };
 
-    // A dimension of two breakpoints or more.
+    // A dimension of at least two breakpoints.
     struct Axis {
         Search const* search;
         std::size_t dimension;
@@ -195,8 +195,8 @@ struct [[gnu::visibility("hidden")]] KrInterpolator<Value>::Grid {
 
     Grid(std::vector<Values> const& tables, std::vector<Search> const& searches);
 
-    // One function for each number of axes, chosen once: it saves as few registers as it
-    // needs.
+    // One function for each number of axes, chosen once, so that each saves only the registers
+    // it needs.
     template <class Locate>
     using Evaluation = Values const& (*)(Grid&, KrInterpolator const&, Locate);
     template <class Locate>
@@ -214,8 +214,8 @@ struct [[gnu::visibility("hidden")]] KrInterpolator<Value>::Grid {
     Evaluation<AtLast> evaluateAtLast = evaluateToNaN<AtLast>;
     std::size_t dimensions;
     std::vector<Axis> axes;
-    std::size_t span = 0;  // from the first corner of a cell to its last
-    std::size_t room = 0;  // first corners before it have their cell in each table
+    std::size_t span = 0;        // from the first corner of a cell to its last
+    std::size_t wholeCells = 0;  // cells inside the shortest table
     ManyCorners<Value> corners;
 };
 
@@ -289,7 +289,7 @@ void KrInterpolator<Value>::addInterpolator(std::vector<Value> table) {
 template <class Value>
 std::vector<Value> const& KrInterpolator<Value>::evaluate() const {
     if (!grid_) {
-        measure();
+        buildGrid();
     }
     return grid_->evaluateAtLast(*grid_, *this, {});
 }
@@ -313,12 +313,12 @@ std::vector<Value> const& KrInterpolator<Value>::evaluate(std::vector<Value> con
     return grid_->evaluateAtPoint(*grid_, *this, {point.data()});
 }
 
-// Before the grid is measured, and at a point that lacks coordinates.
+// Evaluates while there is no grid yet, or at a point that lacks coordinates.
 template <class Value>
 std::vector<Value> const& KrInterpolator<Value>::evaluateUnprepared(
     std::vector<Value> const& point) const {
     if (!grid_) {
-        measure();
+        buildGrid();
         return KrInterpolator::evaluate(point);
     }
     for (std::size_t d = 0; d < searches_.size(); ++d) {
@@ -359,7 +359,7 @@ void KrInterpolator<Value>::swap(KrInterpolator& other) noexcept {
 }
 
 template <class Value>
-void KrInterpolator<Value>::measure() const {
+void KrInterpolator<Value>::buildGrid() const {
     auto grid = std::make_unique<Grid>(tables_, searches_);
     result_->resize(tables_.size());
     grid_.set(std::move(grid));
@@ -384,8 +384,8 @@ KrInterpolator<Value>::Grid::Grid(std::vector<std::vector<Value>> const& tables,
         stride *= searches[d].size();
     }
     auto const [shortest, longest] = std::ranges::minmax(tables, {}, &std::vector<Value>::size);
-    room = roomIn(shortest, span);
-    // The corners of a cell lie apart, so that a table of fewer values lacks one.
+    wholeCells = wholeCellsIn(shortest, span);
+    // Corners have distinct offsets: a table with fewer values lacks at least one.
     if (std::size_t{1} << axes.size() > longest.size()) {
         return;
     }
@@ -434,8 +434,8 @@ auto KrInterpolator<Value>::Grid::evaluateMany(Grid& grid, KrInterpolator const&
     return grid.interpolate(grid.corners, f, locate);
 }
 
-// Locates the point on each axis, weighs the corners of its cell, and sums each table's
-// values there.
+// Locates the point on each axis, weighs the corners of its cell, and sums the values of each
+// table at the corners.
 template <class Value>
 template <class Corners, class Locate>
 [[gnu::always_inline]] inline auto KrInterpolator<Value>::Grid::interpolate(Corners& cell,
@@ -452,9 +452,9 @@ template <class Corners, class Locate>
     Value* result = f.result_->data();
     Values const* table = f.tables_.data();
     Values const* const end = table + f.tables_.size();
-    if (first >= room) {
+    if (first >= wholeCells) {
         for (; table != end; ++table) {
-            bool const isInside = first < roomIn(*table, span);
+            bool const isInside = first < wholeCellsIn(*table, span);
             *result++ = isInside ? cell.sum(table->data() + first) : nan<Value>;
         }
         return *f.result_;

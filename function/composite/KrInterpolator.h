@@ -13,13 +13,12 @@
 ///
 ///     y(x) = sum over the 2^n corners of the grid cell of  W * table[corner],
 ///
-/// where W is the product of one weight per dimension, as its vector search finds
-/// them. What happens at the ends of a dimension is up to its search.
+/// where W is the product of one weight per dimension, which the vector search of the
+/// dimension gives. The search also defines the behaviour at the ends of its dimension.
 ///
-/// A table is flat; its first dimension varies fastest: the value at the grid
-/// indices i0, i1, i2 is at i0 + i1 n0 + i2 n0 n1, n0 and n1 being the numbers of
-/// breakpoints. Corners are added in the order of their numbers, in which the last
-/// dimension is the least significant bit.
+/// A table is flat and its first dimension varies fastest: the value at the grid indices i0,
+/// i1, i2 is at i0 + i1 n0 + i2 n0 n1, where n0 and n1 are numbers of breakpoints. Corners are
+/// added in the order of their numbers, whose least significant bit is the last dimension.
 ///
 ///     KrInterpolator<double> f;
 ///     f.addDimension(x);                      // breakpoints 0, 1
@@ -27,40 +26,39 @@
 ///     f.addInterpolator({a00, a10, a01, a11});
 ///     f.evaluate(0.25, 0.5)[0]                // 0.375 a00 + 0.125 a10 + ...
 ///
-/// A corner that lies outside a table counts as NaN, so that a table which is too
-/// short for the cell gives NaN. So do a query that lacks a coordinate, a
-/// dimension without breakpoints, and a grid of more corners than any of its
-/// tables could fill. A dimension of one breakpoint takes any coordinate, or none.
+/// The value of a table is NaN if the table is too short for the cell. All values are NaN if
+/// the point lacks a coordinate, a dimension has no breakpoints, or a cell has more corners
+/// than the longest table has values. A dimension of one breakpoint accepts any coordinate, or
+/// none.
 ///
-/// An evaluation costs n look-ups, and 2^n multiplications and additions for each
-/// table. The first one measures the grid and allocates, the others do not.
-/// Evaluation writes into the object: one object is for one thread.
+/// Cost: n look-ups, and 2^n multiplications and additions for each table. The first
+/// evaluation allocates, later ones do not. A const evaluation still writes into the object:
+/// use one object per thread.
 ///
 /// Instantiated for `double`.
 template <class Value>
 class KR_EXPORT KrInterpolator {
 public:
-    /// For each dimension two breakpoints, the smallest and the largest.
+    /// Two breakpoints for each dimension: the smallest and the largest.
     using Bounds = std::vector<std::vector<Value>>;
-    /// For each dimension two flags, one for either end.
+    /// Two flags for each dimension, one for each end.
     using Flags = std::vector<std::vector<KrBoolean>>;
 
     KrInterpolator();
     KrInterpolator(KrInterpolator const& source);
-    /// Takes everything, or nothing when memory runs out.
+    /// Copies everything, or nothing if memory runs out.
     KrInterpolator& operator=(KrInterpolator const& source);
-    /// The source gets what this one held, so that it can be used as before.
+    /// Moves. `source` is then empty and usable.
     KrInterpolator(KrInterpolator&& source) noexcept;
-    /// The two change places.
+    /// Swaps the two.
     KrInterpolator& operator=(KrInterpolator&& source) noexcept;
     virtual ~KrInterpolator();
 
     /// A copy on the heap, owned by the caller.
     virtual KrInterpolator* clone() const;
 
-    /// Takes tables and dimensions in place of the present ones. When the first
-    /// table's length is not the product of the numbers of breakpoints, that is
-    /// reported; the others are taken as they are.
+    /// Replaces tables and dimensions. If the length of the first table is not the product of
+    /// the numbers of breakpoints, it prints a message. Other tables are not checked.
     virtual void init(std::vector<std::vector<Value>> tables,
                       std::vector<KrVectorSearch<Value>> searches);
 
@@ -68,28 +66,27 @@ public:
     /// values of the last evaluation stay.
     virtual void init();
 
-    /// Appends a copy of `search` as the slowest dimension so far.
+    /// Appends a copy of `search` as the slowest varying dimension.
     virtual void addDimension(KrVectorSearch<Value> const& search);
 
-    /// Adds a table, whose length is not checked.
+    /// Appends a table. Its length is not checked.
     virtual void addInterpolator(std::vector<Value> table);
 
-    /// One value for each table, at the point looked up last. The result is valid
-    /// until the next evaluation.
+    /// Returns one value for each table at the point located last. The result is valid until
+    /// the next evaluation.
     virtual std::vector<Value> const& evaluate() const;
 
-    /// The same at the point `x0` and further arguments of type `Value`, one for each
-    /// further dimension. Too few arguments are undefined behaviour: a variadic
-    /// operation cannot count them. Those beyond the last dimension do not count.
+    /// Evaluates at the point of `x0` and one further argument of type `Value` for each further
+    /// dimension. Too few arguments are undefined behaviour, since a variadic function cannot
+    /// count them. Surplus arguments are ignored.
     virtual std::vector<Value> const& evaluate(Value x0, ...) const;
 
-    /// The same at `point`; what is beyond the last dimension does not count.
+    /// Evaluates at `point`. Surplus coordinates are ignored.
     virtual std::vector<Value> const& evaluate(std::vector<Value> const& point) const;
 
-    /// The same at separate arguments of which some are no `Value`, as in
-    /// `f.evaluate(0.5, 2)`: each is converted, and the variadic operation evaluates.
-    /// A class that overrides one of these operations hides the others: it needs
-    /// `using KrInterpolator::evaluate`.
+    /// Evaluates at separate arguments of mixed types, as in `f.evaluate(0.5, 2)`: it converts
+    /// each and calls the variadic operation. A class that overrides one `evaluate` hides the
+    /// others; add `using KrInterpolator::evaluate` to it.
     template <std::convertible_to<Value>... Coordinates>
         requires(sizeof...(Coordinates) > 0 && !(std::same_as<Coordinates, Value> && ...))
     std::vector<Value>
@@ -97,37 +94,37 @@ public:
         return evaluate(static_cast<Value>(coordinates)...);
     }
 
-    /// The same at a point in braces, as in `f.evaluate({0.5, 1.0})`: the operation on a
-    /// vector evaluates.
+    /// Evaluates at a point in braces, as in `f.evaluate({0.5, 1.0})`, by the operation on a
+    /// vector.
     std::vector<Value> const& evaluate(std::initializer_list<Value> point) const {
         point_->assign(point);
         return evaluate(*point_);
     }
 
-    /// Determines the ends of each dimension: smallest and largest breakpoint.
+    /// Computes the bounds: the smallest and the largest end of each dimension.
     virtual Bounds const& initBounds();
 
-    /// Determines for each dimension whether its search extrapolates at the
-    /// smallest and at the largest breakpoint.
+    /// Computes for each dimension whether its search extrapolates beyond its smaller and its
+    /// larger end.
     virtual Flags const& initLimitOrExtrapolate();
 
-    /// What the last `initBounds` has determined; empty before.
+    /// The result of the last `initBounds`; empty before.
     Bounds const& bounds() const { return bounds_; }
-    /// What the last `initLimitOrExtrapolate` has determined; empty before.
+    /// The result of the last `initLimitOrExtrapolate`; empty before.
     Flags const& limitOrExtrapolate() const { return limitOrExtrapolate_; }
 
-    /// One without tables and dimensions, by value.
+    /// An interpolator without tables and dimensions, by value.
     static KrInterpolator nullObject() { return KrInterpolator(); }
 
-    /// Compares everything but the outcome of the last evaluation.
+    /// Compares everything but the result of the last evaluation.
     bool operator==(KrInterpolator const&) const = default;
 
 private:
-    // What follows from tables and dimensions, and working space.
+    // Strides and evaluation functions derived from tables and dimensions, and scratch memory.
     struct Grid;
 
     void swap(KrInterpolator& other) noexcept;
-    void measure() const;
+    void buildGrid() const;
     std::vector<Value> const& evaluateUnprepared(std::vector<Value> const& point) const;
 
     std::vector<std::vector<Value>> tables_;
@@ -136,7 +133,7 @@ private:
     Flags limitOrExtrapolate_;
     mutable KrCache<Grid> grid_;
     mutable KrUncompared<std::vector<Value>> result_;
-    mutable KrScratch<std::vector<Value>> point_;  // one that came in braces
+    mutable KrScratch<std::vector<Value>> point_;  // the last point in braces
 };
 
 extern template class KrInterpolator<double>;

@@ -9,8 +9,8 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-// A cell of 64 axes has 2^64 corners. More of them, below branches that each keep a copy
-// of their box, let a document of 1 MB take 1.2 GB.
+// A cell of 64 axes has 2^64 corners. Without a limit, a document of 1 MB took 1.2 GB: each
+// branch above a table keeps a copy of its box.
 constexpr KrU32 mostAxes = 64;
 }  // namespace
 
@@ -52,7 +52,7 @@ void KrTableFunctionInterpolator::independentDataPushBack(
 KrBoolean KrTableFunctionInterpolator::read(KrXmlReader& reader) {
     bool good = KrCompositeFunctionElement::read(reader);
     if (KrU32 const axes = independentData_.size(); axes > mostAxes) {
-        independentData_.clear();  // what is refused is not kept
+        independentData_.clear();
         good = reader.refuse("at most " + std::to_string(mostAxes) + " axes", std::to_string(axes));
     }
     if (good) {

@@ -19,7 +19,7 @@ template <class Value>
 void KrVectorSearch<Value>::init(std::vector<Value> const& vector,
                                  BOUNDARY_OPTION lowerBoundaryOption,
                                  BOUNDARY_OPTION upperBoundaryOption, SEARCH_OPTION searchOption) {
-    auto const copy = std::make_shared<Value[]>(vector.size());  // before anything is changed
+    auto const copy = std::make_shared<Value[]>(vector.size());  // may throw: before any change
     std::ranges::copy(vector, copy.get());
     *this = KrVectorSearch();
     lowerBoundaryOption_ = lowerBoundaryOption;
@@ -52,20 +52,20 @@ KrU32 KrVectorSearch<Value>::size() const {
 
 template <class Value>
 void KrVectorSearch<Value>::getIndex(KrU32& index, KrU32& upperIndex) const {
-    index = size_ < 2 ? 0 : static_cast<KrU32>(found_.index);
+    index = size_ < 2 ? 0 : static_cast<KrU32>(last_.index);
     upperIndex = size_ < 2 ? 0 : index + 1;
 }
 
 template <class Value>
 void KrVectorSearch<Value>::getWeight(Value& lowerWeight, Value& upperWeight) const {
-    bool const nothingFound = found_.index < 0;
-    lowerWeight = nothingFound ? 0.0 : 1.0 - found_.fraction;
-    upperWeight = nothingFound ? 0.0 : found_.fraction;
+    bool const nothingFound = last_.index < 0;
+    lowerWeight = nothingFound ? 0.0 : 1.0 - last_.fraction;
+    upperWeight = nothingFound ? 0.0 : last_.fraction;
 }
 
 template <class Value>
 void KrVectorSearch<Value>::getBounds(Value& low, Value& high) const {
-    if (size_ == 0) {  // a box that holds nothing, and adds nothing to another
+    if (size_ == 0) {  // an empty box, which leaves a union with another box unchanged
         low = std::numeric_limits<Value>::infinity();
         high = -low;
         return;
@@ -88,7 +88,7 @@ void KrVectorSearch<Value>::getLimitOrExtrapolate(KrBoolean& atLow, KrBoolean& a
 
 template <class Value>
 bool KrVectorSearch<Value>::operator==(KrVectorSearch const& other) const {
-    // A spacing between equal infinities is NaN, and such a table equals none.
+    // The spacing of two equal infinities is NaN: such a table compares equal to no table.
     return std::ranges::equal(breakpoints(), other.breakpoints()) && spacing_ == other.spacing_ &&
            lowerBoundaryOption_ == other.lowerBoundaryOption_ &&
            upperBoundaryOption_ == other.upperBoundaryOption_ &&
@@ -96,82 +96,82 @@ bool KrVectorSearch<Value>::operator==(KrVectorSearch const& other) const {
 }
 
 template <class Value>
-auto KrVectorSearch<Value>::locateAnew(Value x, Value sx) const -> Place {
+auto KrVectorSearch<Value>::search(Value x, Value sx) const -> Location {
     if (size_ < 2) {
-        return found(0, size_ == 1 ? 0.0 : std::numeric_limits<Value>::quiet_NaN());
+        return store(0, size_ == 1 ? 0.0 : std::numeric_limits<Value>::quiet_NaN());
     }
     if (direction_ * vector_[0] >= sx) {
-        return lowerBoundaryOption_ == LIMIT ? found(0, 0.0) : weigh(0, x);
+        return lowerBoundaryOption_ == LIMIT ? store(0, 0.0) : weigh(0, x);
     }
     if (sx >= direction_ * vector_[maxIndex_ + 1]) {
-        return upperBoundaryOption_ == LIMIT ? found(maxIndex_, 1.0) : weigh(maxIndex_, x);
+        return upperBoundaryOption_ == LIMIT ? store(maxIndex_, 1.0) : weigh(maxIndex_, x);
     }
     switch (searchOption_) {
         case LINEAR: return weigh(walk(x, sx), x);
         case BISECTION: return weigh(bisect(x, sx), x);
-        case EQUAL_SPACED: return weigh(divide(x), x);
+        case EQUAL_SPACED: return weigh(indexBySpacing(x), x);
     }
-    return weighWithoutOption(x);
+    return weighLastSegment(x);
 }
 
-// Counts without a branch: random values on a coarse axis come back to their segment now and
-// then, and each test of that is a branch that no processor predicts.
+// Stores a result. It counts repeats without a branch: random values on a coarse axis repeat
+// their segment at random, so that a branch would be mispredicted.
 template <class Value>
-inline auto KrVectorSearch<Value>::found(std::int64_t index, Value fraction) const -> Place {
-    bool const again = index == found_.index;
+inline auto KrVectorSearch<Value>::store(std::int64_t index, Value fraction) const -> Location {
+    bool const again = index == last_.index;
     repeats_ = again ? repeats_ + 1 : 0;
     segment_.low = again ? segment_.low : infinity;
-    found_ = {index, fraction};
-    if (repeats_ == enoughRepeats && monotone_) {
-        remember();
+    last_ = {index, fraction};
+    if (repeats_ == repeatsBeforeCaching && monotone_) {
+        cacheSegment();
     }
     return {index, fraction};
 }
 
 template <class Value>
-inline auto KrVectorSearch<Value>::weigh(std::int64_t index, Value x) const -> Place {
+inline auto KrVectorSearch<Value>::weigh(std::int64_t index, Value x) const -> Location {
     Value const* const v = vector_.get() + index;
-    return found(index, (x - v[0]) / (v[1] - v[0]));
+    return store(index, (x - v[0]) / (v[1] - v[0]));
 }
 
 template <class Value>
-auto KrVectorSearch<Value>::weighWithoutOption(Value x) const -> Place {
-    Place const place = found_.index < 0 ? found_ : weigh(found_.index, x);
+auto KrVectorSearch<Value>::weighLastSegment(Value x) const -> Location {
+    Location const location = last_.index < 0 ? last_ : weigh(last_.index, x);
     Kr::Print::instance().write(Kr::PrintType::Error,
                                 "KrVectorSearch Error -- Search option not defined:  %d",
                                 searchOption_);
-    return place;
+    return location;
 }
 
-// Sets the segment of the index that was found.
+// Caches the segment of the last look-up.
 template <class Value>
-void KrVectorSearch<Value>::remember() const {
-    std::int64_t const i = found_.index;
+void KrVectorSearch<Value>::cacheSegment() const {
+    std::int64_t const i = last_.index;
     Value const s = direction_;
     Value const* const v = vector_.get();
     segment_ = {s * v[i], s * v[i + 1], v[i], v[i + 1] - v[i]};
-    if (i == 0) {  // the first breakpoint itself is the boundary's
+    if (i == 0) {  // the boundary option applies at the first breakpoint itself
         segment_.low = std::nextafter(segment_.low, infinity);
     }
-    if (searchOption_ == LINEAR && i > 0 && i < maxIndex_) {  // the walk stays, or leaves early
+    if (searchOption_ == LINEAR && i > 0 && i < maxIndex_) {  // the walk ends 1.0 above v[i]
         segment_.high = std::min(std::nextafter(s * v[i] + 1.0, infinity), s * v[maxIndex_ + 1]);
     } else if (searchOption_ == EQUAL_SPACED) {
-        // The quotient may change a little beside the breakpoints. It grows with sx,
-        // so that what holds at both ends holds between them.
+        // Near a breakpoint, rounding can move the quotient to the next segment. The quotient
+        // is monotone in sx, so that a test of both ends covers all values between them.
         Value const margin = (segment_.high - segment_.low) * 0x1p-10;
         segment_.low += margin;
         segment_.high -= margin;
-        if (divide(s * segment_.low) != i || divide(s * segment_.high) != i) {
+        if (indexBySpacing(s * segment_.low) != i || indexBySpacing(s * segment_.high) != i) {
             segment_.low = infinity;
         }
     } else if (searchOption_ != BISECTION && searchOption_ != LINEAR) {
-        segment_.low = infinity;  // each such look-up is to be reported
+        segment_.low = infinity;  // not cached: each such look-up prints a message
     }
 }
 
 template <class Value>
 inline std::int64_t KrVectorSearch<Value>::walk(Value x, Value sx) const {
-    std::int64_t i = found_.index;
+    std::int64_t i = last_.index;
     if (i <= 0 || i >= maxIndex_) {
         return bisect(x, sx);
     }
@@ -189,10 +189,10 @@ inline std::int64_t KrVectorSearch<Value>::walk(Value x, Value sx) const {
 template <class Value>
 inline std::int64_t KrVectorSearch<Value>::bisect(Value x, Value sx) const {
     if (!monotone_) {
-        return bisectAnyTable(sx);
+        return bisectUnordered(sx);
     }
-    // A value inside has one segment, and any halving finds it: this one has no
-    // branches, since they could not be predicted.
+    // Every bisection of a monotone table finds the same segment. This one has no branches,
+    // since they would be mispredicted.
     Value const* const v = vector_.get();
     auto const halve = [&](auto isAbove) {
         Value const* segment = v;
@@ -207,10 +207,10 @@ inline std::int64_t KrVectorSearch<Value>::bisect(Value x, Value sx) const {
                             : halve([x](Value breakpoint) { return breakpoint < x; });
 }
 
-// Where the order is broken there may be several segments, and the one that
-// these very steps lead to is the answer.
+// A table out of order can have several segments around x: the order of these steps decides
+// which one is the result.
 template <class Value>
-std::int64_t KrVectorSearch<Value>::bisectAnyTable(Value sx) const {
+std::int64_t KrVectorSearch<Value>::bisectUnordered(Value sx) const {
     std::int64_t low = 0;
     std::int64_t high = maxIndex_ + 1;
     while (high - low > 1) {
@@ -221,12 +221,12 @@ std::int64_t KrVectorSearch<Value>::bisectAnyTable(Value sx) const {
 }
 
 template <class Value>
-inline std::int64_t KrVectorSearch<Value>::divide(Value x) const {
+inline std::int64_t KrVectorSearch<Value>::indexBySpacing(Value x) const {
     Value const quotient = (x - vector_[0]) / spacing_;
     if (quotient < static_cast<Value>(maxIndex_)) {
         return quotient > 0.0 ? static_cast<std::int64_t>(quotient) : 0;
     }
-    return std::isfinite(quotient) ? maxIndex_ : 0;  // rounding can lead out of the table
+    return std::isfinite(quotient) ? maxIndex_ : 0;  // rounding can exceed the table
 }
 
 template class KrVectorSearch<double>;

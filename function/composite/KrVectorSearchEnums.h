@@ -2,14 +2,14 @@
 
 #include "foundation/core/KrExport.h"
 
-/// The options of a vector search. The values are those that documents' texts
-/// stand for; any other value is possible in an object, and is no option.
+/// The options of a vector search. Documents hold the texts in quotes. A program can set other
+/// values too; `KrVectorSearch` documents their effect.
 class KR_EXPORT KrVectorSearchEnums {
 public:
-    /// What happens at one end of a table and beyond it.
+    /// The behaviour at one end of a table and beyond it.
     enum BOUNDARY_OPTION : int {
         LIMIT = 0,        ///< "limit": the result is held at the end breakpoint
-        EXTRAPOLATE = 1,  ///< "extrapolate": the end segment goes on as a straight line
+        EXTRAPOLATE = 1,  ///< "extrapolate": the end segment is extrapolated
     };
 
     /// How the segment of a value inside the table is found.

@@ -15,16 +15,16 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-// The lower triangle of the correlation matrix, factored in place.
+// Returns the Cholesky factor of the correlation matrix.
 KrReArray correlationFactor(KrU32 side, KrBaseScalarFunction const& correlation, double spacing) {
     double const c0 = correlation.evaluate(0.0);
     double const scale = 1.0 / KrMath::sqrt(KrMath::nonZeroPos(c0));
     KrRealVector values(side);
     for (KrU32 distance = 0; distance < side; ++distance) {
         double const r = correlation.evaluate(distance * spacing);
-        // A negative c0 is what is left of an empty range: there is no variance.
-        double const held = std::min(std::max(std::isnan(r) ? 0.0 : r, -c0), c0);
-        values[side - 1 - distance] = held * scale;
+        // A negative c0 makes the range empty; the result is c0, and the field has no variance.
+        double const clamped = std::min(std::max(std::isnan(r) ? 0.0 : r, -c0), c0);
+        values[side - 1 - distance] = clamped * scale;
     }
     KrReArray matrix(side, side);
     for (KrU32 i = 0; i < side; ++i) {
@@ -34,7 +34,7 @@ KrReArray correlationFactor(KrU32 side, KrBaseScalarFunction const& correlation,
     return matrix;
 }
 
-// Some samples at a time, so that the factor is read once for all of them.
+// Samples are computed in batches, so that the factor is read once for each batch.
 constexpr std::size_t batchSize = 16;
 constexpr std::size_t sequences = 2 * batchSize;
 
@@ -43,8 +43,8 @@ struct Batch {
 
     void draw(std::size_t count);
     void multiply(KrReArray const& factor);
-    // u[i] = sum over k = 0..i of L[i][k] z[k], for four rows and two registers of sequences
-    // at a time.
+    // Computes u[i] = sum over k = 0..i of L[i][k] z[k], for four rows and two registers of
+    // sequences at a time.
     template <class Lanes>
     [[gnu::always_inline]] void multiplyBy(KrReArray const& factor) {
         constexpr std::size_t tile = 4;
@@ -115,8 +115,8 @@ void Batch::multiply(KrReArray const& factor) {
     krHasFour() ? multiplyByFour(factor) : multiplyBy<KrTwo>(factor);
 }
 
-// Adds samples to the cells, tile by tile, so that what a sample and a tile need
-// stays in the nearest cache.
+// Adds samples to the cells, tile by tile, so that the data of a sample and a tile stay in the
+// first-level cache.
 class ReadOut {
 public:
     ReadOut(KrReArray& array, std::size_t side, double weight)
@@ -127,8 +127,8 @@ public:
           centre_(0.5 * static_cast<double>(side)),
           weight_(weight) {}
 
-    // Within the grid no index needs to be held inside it: it reaches half a cell beyond
-    // either end of the field's diagonal.
+    // `withinGrid`: no index needs clamping, since the grid extends half a cell beyond both ends
+    // of the field's diagonal.
     void add(Batch const& batch, bool withinGrid) {
         krHasFour() ? addByFour(batch, withinGrid) : addBy(batch, withinGrid);
     }
@@ -150,7 +150,7 @@ private:
         }
     }
 
-    template <bool hold>
+    template <bool clamp>
     [[gnu::always_inline]] void addToTile(Batch const& batch, std::size_t sample, std::size_t top,
                                           std::size_t left) {
         double const cosine = batch.cosine[sample];
@@ -170,18 +170,18 @@ private:
             double const ySine = y * sine;
             double const yCosine = y * cosine;
             for (std::size_t c = 0; c < width; ++c) {
-                a[c] = index<hold>(xCosine[c] - ySine + centre_);
-                b[c] = index<hold>(xSine[c] + yCosine + centre_);
+                a[c] = index<clamp>(xCosine[c] - ySine + centre_);
+                b[c] = index<clamp>(xSine[c] + yCosine + centre_);
             }
             addProducts(weight_, batch.u1(sample), b, batch.u2(sample), a, width,
                         array_[static_cast<KrU32>(r)].data() + left);
         }
     }
 
-    // A position's floor, which for one that is not negative is its conversion.
-    template <bool hold>
+    // Returns the floor of a position >= 0, for which the conversion truncates alike.
+    template <bool clamp>
     [[gnu::always_inline]] std::int32_t index(double position) const {
-        if (hold) {
+        if (clamp) {
             position = std::min(std::max(position, 0.0), lastIndex_);
         }
         return static_cast<std::int32_t>(position);
