@@ -5,10 +5,9 @@
 #include "foundation/xml/KrXmlVectorType.h"
 #include "function/object/KrScalarFunctionContainer.h"
 
-/// Value types that the library provides for clients' own elements, compiled once
-/// and exported. They are instantiations of `KrXmlVectorType` and `KrXmlPairType`,
-/// and these say how they are read and written. No element of the library itself
-/// holds the ones with scalar functions.
+/// Value types for elements of your own, compiled once and exported. They are instantiations
+/// of `KrXmlVectorType` and `KrXmlPairType`, which document their form in XML. No element of
+/// the library uses those with scalar functions.
 namespace KrValueTypes {
 
 /// A list of texts.
@@ -27,7 +26,7 @@ using NamedFunction = KrXmlPairType<IndexedName, KrScalarFunctionContainer>;
 
 /// A list of scalar functions, each with its index and name.
 using NamedFunctionVector = KrXmlVectorType<NamedFunction>;
-/// Several such lists.
+/// A list of such lists.
 using NamedFunctionVectors = KrXmlVectorType<NamedFunctionVector>;
 
 }  // namespace KrValueTypes

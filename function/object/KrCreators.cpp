@@ -28,14 +28,14 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-// The tag stands in the heading of the class.
+// Deduces the tag from the base of the class.
 template <class Derived, class Base, KrToken const& Tag>
 KrToken const& tagOf(KrElement<Derived, Base, Tag> const*) {
     return Tag;
 }
 
-// Where a class names a creator for containers, that one stands in their maps. Its address
-// is the one that clients see.
+// Containers register `xmlObjectCreator` if the class has one: clients see its address in the
+// creator maps.
 template <class Element>
 constexpr KrXmlCreator creatorOf() {
     if constexpr (requires { Element::xmlObjectCreator(); }) {
@@ -45,7 +45,7 @@ constexpr KrXmlCreator creatorOf() {
     }
 }
 
-// A list of classes, to be registered in this order.
+// A list of classes, registered in this order.
 template <class... Elements>
 struct Classes {
     static void registerWith(KrXmlBaseVariableCompoundType& holder) {
@@ -71,7 +71,7 @@ using Optimizers =
 
 using CompositeFunctions = Classes<KrTableFunctionInterpolator, KrCompositeFunctionBranch>;
 
-// What no container or vector creates of itself.
+// Classes that no container or vector creates without a factory.
 using Others =
     Classes<KrMultipointScalarFunction, KrTableFunctionVectorSearch, KrGaussQuadrature,
             KrScalarFunctionContainer, KrUnitaryMapContainer, KrMultivariableConstraintContainer,

@@ -5,27 +5,27 @@
 
 class KrXmlBaseVariableCompoundType;
 
-/// Which classes of each family a container or vector can create, and all of them
-/// together. The source is the only file that knows every concrete element: no
-/// container needs to include its elements, which may themselves hold containers.
+/// The classes of each family that containers and vectors create, and a factory of all of
+/// them. Only its source includes every concrete element. Containers do not include their
+/// elements, which may hold containers themselves.
 namespace KrCreators {
 
-/// Registers the linear function alone: a multipoint function in a container is
-/// created by the reader's own factory.
+/// Registers the linear function only. Reading a multipoint function in a container needs a
+/// factory.
 KR_EXPORT void registerScalarFunctions(KrXmlBaseVariableCompoundType& holder);
-/// Registers the S-curve and the power.
+/// Registers the S-curve and the power map.
 KR_EXPORT void registerUnitaryMaps(KrXmlBaseVariableCompoundType& holder);
 /// Registers the linear and the quadratic constraint.
 KR_EXPORT void registerConstraints(KrXmlBaseVariableCompoundType& holder);
-/// Registers the five optimizers, the sequence among them.
+/// Registers the five optimizers, including the sequence.
 KR_EXPORT void registerOptimizers(KrXmlBaseVariableCompoundType& holder);
 
-/// Registers the elements of a composite function with `holder`.
+/// Registers the table and the branch of composite functions.
 KR_EXPORT void registerCompositeFunctions(KrXmlBaseVariableCompoundType& holder);
 
-/// The creators of every element of the library by their tags, containers and
-/// vectors among them; a client may add his own. Handed to a reader, it creates
-/// elements that a container has no creator for, such as the multipoint function.
+/// Returns a factory of every element of the library by tag, including containers and vectors.
+/// You may register your own elements in it. Pass it to a reader to read elements that a
+/// container does not create itself, such as the multipoint function.
 KR_EXPORT KrXmlFactory factory();
 
 }  // namespace KrCreators

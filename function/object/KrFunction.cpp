@@ -2,8 +2,8 @@
 
 #include "foundation/xml/KrXmlTokens.h"
 
-// In a program that is linked statically, the tokens are there before its own globals, and those of
-// the framework before these.
+// In a static build, these tokens are initialised before the globals of the program and after the
+// tokens of the framework.
 #define KR_EARLY [[gnu::init_priority(201)]]
 
 namespace KrFunction {

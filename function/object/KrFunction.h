@@ -3,15 +3,15 @@
 #include "foundation/core/KrExport.h"
 #include "foundation/core/KrToken.h"
 
-/// The XML names of the library's elements and components. They are built once,
-/// in this order, when the library is loaded, never change, and are destroyed in
-/// reverse order when it is unloaded; they are the library's only global objects.
+/// The XML names of the library's elements and components. Loading the library builds them
+/// once, in this order; unloading destroys them in reverse order. They never change, and are
+/// the library's only global objects.
 ///
-/// A constant is named after what it names, its text is the name in documents;
-/// the two differ in places (`KrIndVectorToken` is "independentVector").
+/// Some constants are named differently from their text: `KrIndVectorToken` is
+/// "independentVector".
 namespace KrFunction {
 
-/// The namespace URI, "urn:zeibreku:function#", prefix of the names below.
+/// The namespace URI "urn:zeibreku:function#", the prefix of the names below.
 extern KR_EXPORT KrToken const ns;
 
 /// An element, a component, or the text of an enumeration.
@@ -86,7 +86,7 @@ extern KR_EXPORT KrToken const KrTableFunctionVectorSearchToken;
 extern KR_EXPORT KrToken const KrTauToken;
 extern KR_EXPORT KrToken const KrUnitaryMapContainerToken;
 
-/// An attribute, or an enumeration text, of the vector search: without a namespace.
+/// An attribute or an enumeration text of the vector search. These have no namespace.
 extern KR_EXPORT KrToken const KrIndLowerBoundaryToken;
 extern KR_EXPORT KrToken const KrIndSearchToken;
 extern KR_EXPORT KrToken const KrIndUpperBoundaryToken;

@@ -16,31 +16,30 @@
 #include <string>
 #include <vector>
 
-/// An element that owns a list of elements of the base class `T`, each created
-/// on reading from its own tag: by the vector's creators, else by the reader's
-/// factory. The list is in document order.
+/// An element that owns a list of elements of the base class `T`, in document order. Reading
+/// creates each element from its tag, by the vector's creators, else by the reader's factory.
 ///
 ///     <multivariableConstraintVector count="2">
 ///       <linearMultivariableConstraint> ... </linearMultivariableConstraint>
 ///       <quadraticMultivariableConstraint> ... </quadraticMultivariableConstraint>
 ///     </multivariableConstraintVector>
 ///
-/// A vector keeps clones of what it is given. An entry is empty (null) after the
-/// size constructor, after `erase(first, last)`, and where a clone turned out to
-/// be no `T`; empty entries are counted and copied, and not written.
+/// A vector stores clones. An entry is empty (null) after the size constructor, after
+/// `erase(first, last)`, and if a clone is not a `T`. Empty entries are counted and copied, but
+/// not written.
 ///
-/// A bad index is reported with the operation's signature as context.
+/// An index out of range prints a message with the operation's signature as context.
 template <class T>
 class KR_EXPORT KrXmlVariableVectorType : public KrXmlBaseVariableCompoundType {
 public:
     KrXmlVariableVectorType() = default;
-    /// `count` empty entries.
+    /// A list of `count` empty entries.
     explicit KrXmlVariableVectorType(KrU32 count) : entries_(count) {}
 
-    /// The element at `index`. For a bad index, or an empty entry, it reports
-    /// that and returns the first element that is there; a vector without any
-    /// answers with a default one, which it keeps, of the first class that it can
-    /// create in the order of tags, and must not be asked when it can create none.
+    /// The element at `index`. If the index is out of range or the entry is empty, it prints a
+    /// message and returns the first element. If there is no element, it returns a default one
+    /// of the first class, by tag, that it can create; the vector owns it. If it can create
+    /// none, the behaviour is undefined.
     virtual T const& operator[](KrU32 index) const {
         if (T const* const element = find(index)) {
             return *element;
@@ -59,21 +58,22 @@ public:
         return firstElement();
     }
 
-    /// Puts a clone of `element` in the place of the entry at `index`.
+    /// Replaces the entry at `index` by a clone of `element`. Returns false if the index is out
+    /// of range.
     virtual KrBoolean exchange(KrU32 index, T const& element) {
         if (index >= size()) {
             report(__PRETTY_FUNCTION__,
                    "KrXmlVariableVectorType<ElementType>::exchange: bad index, ", index, '\n');
             return false;
         }
-        T* const clone = KrOwned<T>::cloneOf(&element);  // which may be the entry itself
+        T* const clone = KrOwned<T>::cloneOf(&element);  // `element` may be the entry itself
         delete entries_.list[index];
         entries_.list[index] = clone;
         return true;
     }
 
-    /// Removes the entry at `index` and its element; those behind it move up. False for
-    /// a bad index.
+    /// Removes the entry at `index` and its element; later entries move up. Returns false if the
+    /// index is out of range.
     virtual KrBoolean erase(KrU32 index) {
         if (index >= size()) {
             report(__PRETTY_FUNCTION__, "KrXmlVariableVectorType<ElementType>::erase: bad index, ",
@@ -85,10 +85,9 @@ public:
         return true;
     }
 
-    /// Deletes the elements `first` to `last`, both included, for first < last <
-    /// size(), but removes the entries before `last` alone: what was the entry
-    /// `last` stays, empty, at `first`. Clients count on that entry, to be filled
-    /// by `exchange` or removed by `erase`.
+    /// Deletes the elements `first` to `last` inclusive and leaves one empty entry at `first`.
+    /// Fill it by `exchange` or remove it by `erase(first)`. Returns false unless
+    /// first < last < size(). Callers depend on the empty entry.
     virtual KrBoolean erase(KrU32 first, KrU32 last) {
         if (last >= size() || last <= first) {
             report(__PRETTY_FUNCTION__,
@@ -108,13 +107,13 @@ public:
     /// Appends a clone of `element`.
     virtual void pushBack(T const& element) { append(KrOwned<T>::cloneOf(&element)); }
 
-    /// The entries; null where one is empty.
+    /// The entries; an empty one is null.
     virtual std::vector<T*> const& vectorContainer() const { return entries_.list; }
 
-    /// Makes room for `count` entries, and adds none.
+    /// Reserves memory for `count` entries and adds none.
     virtual void reserve(KrU32 count) { entries_.list.reserve(count); }
 
-    /// Cuts the list to `count` entries; never grows it.
+    /// Shortens the list to `count` entries. It never lengthens it.
     virtual void resize(KrU32 count) {
         while (size() > count) {
             delete entries_.list.back();
@@ -125,8 +124,8 @@ public:
     /// Removes every entry.
     virtual void clear() { resize(0); }
 
-    /// Replaces the list by `count` clones of `element`, which may be one of the
-    /// present elements.
+    /// Replaces the list by `count` clones of `element`, which may be one of the present
+    /// elements.
     virtual void assign(KrU32 count, T& element) {
         Entries clones(count);
         for (T*& entry : clones.list) {
@@ -135,19 +134,19 @@ public:
         entries_ = std::move(clones);
     }
 
-    /// The number of entries, empty ones included.
+    /// The number of entries, including empty ones.
     virtual KrU32 size() const { return static_cast<KrU32>(entries_.list.size()); }
 
-    // Writing piece by piece, for lists too long to be held in memory:
+    // Writes piece by piece, for lists too long for memory:
     //
     //     KrXmlWriter* writer = nullptr;
     //     vector.writeHeaderToStream(stream, writer, "made by example", vector.token());
     //     for (...) vector.appendElementToStream(writer, element);
     //     vector.writeFooterToStream(writer);
 
-    /// Makes a writer, which the footer deletes, and starts the element `tag`; its
-    /// count is the present number of entries. False when the stream or the writer
-    /// fails; there is no writer when the stream had failed before.
+    /// Creates a writer, which the footer deletes, and starts the element `tag`. Its `count` is
+    /// `size()`. Returns false if the stream or the writer fails; if the stream had failed
+    /// before, it creates no writer.
     virtual KrBoolean writeHeaderToStream(std::ostream& stream, KrXmlWriter*& writer,
                                           std::string const& writerText, KrToken const& tag) const {
         if (stream.fail()) {
@@ -155,11 +154,11 @@ public:
         }
         writer = new KrXmlWriter(writerText, stream);
         writer->startElement(tag);
-        // NOLINTNEXTLINE(bugprone-parent-virtual-call): the framework's part alone
+        // NOLINTNEXTLINE(bugprone-parent-virtual-call): the part of the base only
         return KrXmlObject::write(*writer) && writeStart(*writer);
     }
 
-    /// Writes the entries. Like the two below, false when there is no writer.
+    /// Writes the entries. This and the next two return false if there is no writer.
     virtual KrBoolean writeBodyToStream(KrXmlWriter* writer) const {
         if (!writer) {
             return false;
@@ -192,14 +191,14 @@ public:
         return true;
     }
 
-    /// Replaces the elements by those that the document has.
+    /// Replaces the elements by those of the document.
     KrBoolean read(KrXmlReader& reader) override {
-        // A count is believed as far as it costs next to nothing.
-        constexpr KrU32 believed = 1024;
+        // A document may state any count: no more memory than this is reserved for it.
+        constexpr KrU32 mostReserved = 1024;
         clear();
         std::optional<KrU32> count;
         bool const countRead = KrXmlVector::readCount(reader, count);
-        reserve(std::min(count.value_or(0), believed));
+        reserve(std::min(count.value_or(0), mostReserved));
         return KrXmlBaseVariableCompoundType::read(reader) && countRead;
     }
 
@@ -210,7 +209,7 @@ public:
     }
 
     void writeSchema(KrXmlSchema& schema) const override {
-        // Not the base's: its list is not of a class `T`.
+        // Not the base's, whose list is not restricted to `T`.
         KrXmlObject::writeSchema(schema);  // NOLINT(bugprone-parent-virtual-call)
         schema.startGroup(KrXmlSchema::Group::List);
         schema.element(KrXml::KrAddLibrariesToken, addLibraries());
@@ -241,12 +240,11 @@ public:
     /// A vector has no components.
     void registerComponents() {}
 
-    /// Lists with an empty entry are equal to none.
+    /// A list with an empty entry equals no list.
     bool operator==(KrXmlVariableVectorType const&) const = default;
 
 private:
-    // The owner of the elements. A list of plain pointers, since that is what
-    // clients are shown.
+    // Owns the elements. The pointers are plain, since `vectorContainer` returns the list.
     struct Entries {
         Entries() = default;
         explicit Entries(KrU32 count) : list(count) {}

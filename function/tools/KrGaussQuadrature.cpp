@@ -19,12 +19,11 @@ void KrGaussQuadrature::setOrder(KrU32 order) {
 }
 
 double KrGaussQuadrature::integrate(KrRealRealUnaryFunction const& f, double a, double b) const {
-    // Copies, since the function may set another order meanwhile.
+    // Copies, since `f` may set another order during the integral.
     KrU32 n = rule_->order;
     double const* x = rule_->abscissas;
     double const* w = rule_->weights;
-    // Reading sets the order and leaves the rule alone: of an order without tables there
-    // is none to take, and this one is left to integrate by.
+    // Reading sets the order but not the rule. If the order is not supported, the rule stays.
     if (order_ != n) {
         if (Tables const read = tables(order_); read.abscissas) {
             n = order_;
@@ -57,7 +56,7 @@ void KrGaussQuadrature::obtainAbscissasAndWeights(KrU32 order, double const*& ab
 }
 
 KrGaussQuadrature::Rule const* KrGaussQuadrature::row(KrU32 order) {
-    // The orders 2, 3, ... 20 stand in the rows 0, 1, ... 18, and the larger ones behind.
+    // Rows 0 to 18 are the orders 2 to 20; the larger orders follow.
     std::size_t const first = order < 2 ? 0 : std::min(order - 2, 19U);
     for (Rule const& rule : std::span(rules_).subspan(first)) {
         if (rule.order == order) {
@@ -67,7 +66,7 @@ KrGaussQuadrature::Rule const* KrGaussQuadrature::row(KrU32 order) {
     return nullptr;
 }
 
-// Out of line, so that an integral whose tables are at hand has no stack to protect.
+// Out of line, so that `integrate` needs no stack protection when the rule is set.
 [[gnu::noinline]] KrGaussQuadrature::Tables KrGaussQuadrature::tables(KrU32 order) const {
     Tables found{nullptr, nullptr};
     obtainAbscissasAndWeights(order, found.abscissas, found.weights);
