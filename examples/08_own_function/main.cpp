@@ -1,5 +1,4 @@
-// A function of one variable that the library does not have, and that documents hold
-// like one of its own.
+// Defines a function of one variable that documents hold like the library's.
 //
 //   08_own_function [FILE.xml]           settings.xml by default
 
@@ -12,8 +11,7 @@
 #include <cmath>
 #include <cstdio>
 
-// The names in documents, in a namespace of our own, so that they never clash with
-// the library's.
+// The names in documents. Their own namespace avoids clashes with the library's names.
 static KrToken const ns("urn:example:decay#");
 static KrToken const DecayToken = ns + "decay";
 static KrToken const StartToken = ns + "start";
@@ -24,7 +22,7 @@ static KrToken const LengthToken = ns + "length";
 ///
 ///     <decay xmlns="urn:example:decay#">
 ///       <start>1</start>      value at x = 0
-///       <length>1</length>    in units of x: where f is start / e
+///       <length>1</length>    x at which f is start / e
 ///     </decay>
 class Decay : public KrElement<Decay, KrBaseScalarFunction, DecayToken> {
 public:
@@ -53,13 +51,13 @@ int main(int argc, char** argv) {
 
     KrScalarFunctionContainer function;
     if (!KrXml::readFile(argc > 1 ? argv[1] : "settings.xml", function, &factory)) {
-        return 1;  // a message with file, line and column has been printed
+        return 1;  // a message gives file, line and column
     }
     for (double const x : {0.0, 1.0, 2.0}) {
         std::printf("f(%g) = %g\n", x, function.evaluate(x));
     }
 
-    // It is written, copied and compared like any other.
+    // It is written, copied and compared like any other element.
     KrScalarFunctionContainer copy;
     bool const same =
         KrXml::fromString(KrXml::toString(function), copy, &factory) && copy == function;

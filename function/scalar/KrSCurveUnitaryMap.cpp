@@ -37,7 +37,7 @@ void KrSCurveUnitaryMap::calculateCoefficients() {
         constexpr Piece identity{-1.0, 1.0000001, 1.0000001};
         lower_ = identity;
         upper_ = identity;
-        // %d does not print a real number. The text stays, since log readers search for it.
+        // %d truncates a real number. The text stays, since log readers search for it.
         Kr::Print::instance().write(
             Kr::PrintType::Error,
             "KrSCurveUnitaryMap::calculateCoefficients(): center (%d) out of range.\n", c);
