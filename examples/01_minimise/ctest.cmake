@@ -1,12 +1,12 @@
 add_run(powell "value +[0-9.]+e-[0-9]+\npoint .*\nevaluations +[0-9]+"
     ${example_dir}/nelder-mead.xml powell 3 -1 0 1)
-# Each search, from the start along the edges.
+# The first points of each search.
 foreach(settings IN ITEMS nelder-mead hooke-jeeves multidirectional implicit-filtering sequence)
     add_run(${settings} "^24.2 -1.2 1\n7.22 -0.9 1\n(6.8 -1.2 1.3|27.62 -0.9 1.3)\n"
         --trace ${example_dir}/${settings}.xml rosenbrock -1.2 1)
 endforeach()
 
-# What is refused: the reason, with its place.
+# Refusals: the reason and its position.
 add_refusal(damaged "damaged.xml:5:5: optimizerContainer/nelderMead/alpha: expected a number, found \"1,5\""
     ${example_dir}/damaged.xml powell 3 -1 0 1)
 add_refusal(missing "absent.xml: cannot be read: No such file or directory" absent.xml powell 3 -1 0 1)

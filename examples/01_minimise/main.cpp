@@ -1,4 +1,4 @@
-// Minimises a function by an optimizer that is restored from an XML file:
+// Minimises a function by an optimizer read from an XML file:
 //
 //   01_minimise [--trace] SETTINGS.xml FUNCTION START...
 //
@@ -6,9 +6,9 @@
 //   01_minimise hooke-jeeves.xml rosenbrock -1.2 1
 //   01_minimise --trace nelder-mead.xml rosenbrock -1.2 1 > path.txt
 //
-// While the search runs, the program shows each new best value with the number of
-// evaluations: it watches the function, and the library knows nothing of it. A trace
-// is a line "value point" for each evaluation instead, as plotting programs read it.
+// During the search, the program prints each new best value with the number of
+// evaluations, by a wrapper around the function. With --trace it prints a line
+// "value point" for each evaluation instead, for plotting programs.
 
 #include "foundation/xml/KrXml.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
@@ -43,8 +43,8 @@ private:
     KrU32 dimension_;
 };
 
-/// Stands between the optimizer and a function, and prints a line whenever the
-/// best value has fallen to a tenth of the one printed last; in a trace always.
+/// Forwards evaluations to a function, and prints a line if the best value is at most a
+/// tenth of the one printed last. In a trace it prints every evaluation.
 class Watched : public KrScalarMultivariableFunction {
 public:
     Watched(KrScalarMultivariableFunction const& f, bool trace) : f_(f), trace_(trace) {}
@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
 
     KrScalarMultivariableOptimizerContainer optimizer;
     if (!KrXml::readFile(argv[1], optimizer)) {
-        return 1;  // the library has said what is wrong, and where
+        return 1;  // the library has printed the fault and its position
     }
     if (!optimizer.topElement()) {
         return fail(std::string(argv[1]) + ": holds no optimizer");

@@ -3,7 +3,7 @@ add_run(points "\n-1 -10\n0 -?0\n1 10\n2 -?0\n3 -10\n" ${example_dir}/points.xml
 add_run(s_curve "\n0 0\n0.25 0.0625\n0.5 0.5\n0.75 0.9375\n1 1\n" ${example_dir}/s-curve.xml 0 1 4)
 add_run(quadratic "\n0 -3 1 0\n1 3 0.961523[0-9]* 0.274721[0-9]*\n" ${example_dir}/quadratic.xml 0 1 1 2)
 
-# What is refused: the reason, with its place.
+# Refusals: the reason and its position.
 set(place multivariableConstraintContainer/linearMultivariableConstraint/firstOrderIndices/item)
 add_refusal(damaged "damaged.xml:6:7: ${place}: expected an integer from 0 to 4294967295"
     ${example_dir}/damaged.xml 0 1 1)

@@ -1,5 +1,5 @@
-// Tabulates a scalar function, a unitary map or a constraint that is restored from
-// an XML file, one line "x y" for each point, as plotting programs read it:
+// Tabulates a scalar function, a unitary map or a constraint read from an XML file, one
+// line "x y" for each point, for plotting programs:
 //
 //   02_functions FILE.xml FROM TO INTERVALS [COMPONENT...]
 //
@@ -7,9 +7,9 @@
 //   02_functions s-curve.xml 0 1 100
 //   02_functions quadratic.xml 0 2 8 1 1
 //
-// What the file holds is told by its root element. Of a constraint's point the
-// first component runs from FROM to TO and the others are COMPONENT...; behind y
-// stand the components of the gradient's direction.
+// The root element defines the kind of function. For a constraint, the first component of
+// the point runs from FROM to TO and the others are COMPONENT...; the line then also holds
+// the components of the gradient's direction.
 
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlReader.h"
@@ -37,12 +37,12 @@ bool parse(char const* text, double& number) {
     return error == std::errc() && *end == '\0';
 }
 
-/// The table's abscissae, and what is said of each.
+/// A table over equidistant abscissae.
 struct Table {
     double from = 0.0;
     double to = 1.0;
     unsigned intervals = 1;
-    KrRealVector others;  // components of a point behind the first
+    KrRealVector others;  // components of a point after the first
 
     void print(char const* heading, std::function<KrRealVector(double x)> const& row) const {
         std::printf("# %s\n", heading);
@@ -59,12 +59,12 @@ struct Table {
 
 template <class Container>
 bool read(std::string const& path, Container& container) {
-    // A container of scalar functions knows the linear one; others come from a
-    // factory, which may as well create a client's own classes.
+    // A container creates linear scalar functions. A factory creates all others, including
+    // your own.
     KrXmlFactory factory;
     factory.registerCreator(KrMultipointScalarFunction::classToken(),
                             KrMultipointScalarFunction::xmlObjectCreator);
-    return KrXml::readFile(path, container, &factory);  // says what is wrong, and where
+    return KrXml::readFile(path, container, &factory);  // prints faults and positions
 }
 
 template <class Container>
@@ -127,7 +127,7 @@ int main(int argc, char** argv) {
     }
     KrXmlReader reader(file, path);
     if (!reader.onElement()) {
-        return 1;  // no XML, which the reader has said
+        return 1;  // not XML; the reader has printed a message
     }
     KrToken const root = reader.token();
     if (root == KrScalarFunctionContainer().token()) {

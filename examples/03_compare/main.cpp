@@ -1,10 +1,10 @@
-// Compares the optimizers of a sequence, each alone and all of them as a chain and as
-// a tournament:
+// Compares the optimizers of a sequence: each alone, all in turn as a chain, and all from
+// one start as a tournament:
 //
 //   03_compare SEQUENCE.xml
 //
-// For each of two functions a table says how low each came, in how many evaluations,
-// and which share of those came in batches, which a function may evaluate in parallel.
+// For each of two functions a table shows the lowest value, the number of evaluations, and
+// the share of them in batches. A function may evaluate a batch in parallel.
 
 #include "foundation/xml/KrXml.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
@@ -26,7 +26,7 @@ public:
     KrU32 domainDim() const override { return 2; }
 };
 
-/// Stands between an optimizer and a function, and counts.
+/// Forwards evaluations to a function and counts them.
 class Counted : public KrScalarMultivariableFunction {
 public:
     explicit Counted(KrScalarMultivariableFunction const& f) : f_(f) {}
@@ -88,7 +88,7 @@ int main(int argc, char** argv) {
     }
     KrSequenceOptimizer sequence;
     if (!KrXml::readFile(argv[1], sequence)) {
-        return 1;  // the library has said what is wrong, and where
+        return 1;  // the library has printed the fault and its position
     }
     printTable("Powell's quartic from (3, -1, 0, 1)", sequence, KrPowellsQuarticFunction(),
                {3.0, -1.0, 0.0, 1.0});

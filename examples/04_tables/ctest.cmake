@@ -8,11 +8,11 @@ add_test(NAME example.04_tables.stream
     COMMAND sh -c "printf '2 0.65\\n0, 0\\n' | \"$1\" \"$2\"" sh $<TARGET_FILE:${example}> ${wing})
 set_tests_properties(example.04_tables.stream PROPERTIES
     PASS_REGULAR_EXPRESSION "^2 0.65 ok 0.39375 0.02525\n0 0 ok 0.125 0.015\n$")
-# Which table answers: where two overlap, beyond one, beyond another, in a gap of a branch's box.
+# The table evaluated: where two overlap, beyond one, beyond another, in a gap of a branch's box.
 add_run(leaves "^1.5 2.5 ok 1\n-1 1 ok 1\n6 5 ok 2\n4 0.5 ok 3\n4 1.5 no\n6 0.5 no\n$"
     ${example_dir}/leaves.xml 1.5,2.5 -1,1 6,5 4,0.5 4,1.5 6,0.5)
 
-# What is refused: the reason, with its place.
+# Refusals: the reason and its position.
 add_refusal(unknown
     "unknown.xml:3:5: compositeFunctionContainer/compositeFunctionBranch/spline: expected a known"
     ${example_dir}/unknown.xml)

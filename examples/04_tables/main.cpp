@@ -1,17 +1,16 @@
-// Evaluates tables that are restored from an XML file, one line for each point:
-// the point, "ok" or "no", and the values where there are any.
+// Evaluates tables read from an XML file, one line for each point: the point, "ok" or
+// "no", and the values if there are any.
 //
 //   04_tables FILE.xml POINT...          points such as 2,0.65
-//   04_tables FILE.xml                   points from standard input, one a line
-//   04_tables FILE.xml --grid COUNT...   a grid over all that the tables cover, with
-//                                        COUNT points along each variable
+//   04_tables FILE.xml                   points from standard input, one per line
+//   04_tables FILE.xml --grid COUNT...   a grid over the box of the tables, with COUNT
+//                                        points along each variable
 //
 //   04_tables aerodynamics.xml 2,0.65 6,1 0,4
 //   04_tables aerodynamics.xml --grid 33 61 > wing.txt
 //
-// A grid has a blank line behind each run of the first variable, and coordinates
-// where there are no values are followed by "no": gnuplot's splot 'wing.txt' using
-// 1:2:4 shows the first value.
+// A grid has a blank line after each run of the first variable, and "no" after coordinates
+// without values: gnuplot's splot 'wing.txt' using 1:2:4 shows the first value.
 
 #include "foundation/xml/KrXml.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
@@ -31,7 +30,7 @@ int fail(std::string const& message) {
     return 1;
 }
 
-// Numbers between blanks and commas; false when there is anything else.
+// Parses numbers separated by blanks or commas. Returns false for any other text.
 bool parse(std::string_view text, KrRealVector& numbers) {
     constexpr char const* separators = " \t\r,";
     numbers.clear();
@@ -65,7 +64,7 @@ void print(KrCompositeFunctionContainer const& f, KrRealVector const& point) {
     std::printf("\n");
 }
 
-// Prints the value at a point that somebody typed.
+// Prints the value at a point given as text.
 int printText(KrCompositeFunctionContainer const& f, std::string const& text) {
     KrRealVector point;
     if (!parse(text, point) || point.size() != f.bounds().size()) {
@@ -94,7 +93,7 @@ int printGrid(KrCompositeFunctionContainer const& f, KrRealVector const& counts)
             point[i] = bounds[i][0] + share * (bounds[i][1] - bounds[i][0]);
         }
         print(f, point);
-        // The next point, as a counter counts, with the first variable ahead.
+        // The next point, like a counter whose first digit is the first variable.
         for (d = 0; d < index.size() && ++index[d] == static_cast<unsigned>(counts[d]); ++d) {
             index[d] = 0;
             if (d == 0) {
@@ -112,7 +111,7 @@ int main(int argc, char** argv) {
         return fail("expected FILE.xml [POINT... | --grid COUNT...]");
     }
     KrCompositeFunctionContainer f;
-    if (!KrXml::readFile(argv[1], f)) {  // which says what is wrong, and where
+    if (!KrXml::readFile(argv[1], f)) {  // prints faults and positions
         return 1;
     }
     if (f.bounds().empty()) {

@@ -2,10 +2,10 @@ set(exponential ${example_dir}/exponential.xml)
 add_run(text "^10.91093[0-9]* 11.50166[0-9]* 10.91958[0-9]*\n11.4024[0-9. ]*\n$"
     ${exponential} 3 2 1 10 100 1)
 add_run(no_samples "^2.5 2.5\n2.5 2.5\n$" ${example_dir}/triangular.xml 2 2 1 2.5 0 1)
-# A long run says how far it is.
+# A long run prints its progress.
 add_run(progress "[0-9]+ of 1000000 samples\n" ${exponential} 16 16 0.1 0 1000000 1)
 
-# The pictures, which are there and begin as their formats do.
+# The pictures exist and begin with the header of their format.
 function(add_picture name file pattern)
     add_test(NAME example.${example}.${name}
         COMMAND sh -c "\"$@\" >/dev/null && od -A n -c -N 12 ${file} && rm ${file}" sh
@@ -17,7 +17,7 @@ if(PNG_FOUND)
     add_picture(png field-test.png "211   P   N   G")
 endif()
 
-# What is refused: the reason, with its place.
+# Refusals: the reason and its position.
 add_refusal(damaged "damaged.xml:4:32: .*/rangeValues/item: expected a number, found \"zero\""
     ${example_dir}/damaged.xml 3 2 1 10 100 1)
 add_refusal(identity "identity.xml: expected a positive value at distance 0, found 0"

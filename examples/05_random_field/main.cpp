@@ -1,15 +1,14 @@
-// Makes a random field whose correlation is a scalar function in an XML file, and
-// writes it as text, a line for each row, and as a picture:
+// Generates a random field whose correlation is a scalar function in an XML file, and
+// writes it as text, one line for each row, and as a picture:
 //
 //   05_random_field FILE.xml COLUMNS ROWS SPACING MEAN SAMPLES SEED [PICTURE]
 //
 //   05_random_field exponential.xml 400 300 0.2 0 100 1 field.png > field.txt
 //   05_random_field triangular.xml 256 256 0.25 20 100 7 field.pgm > field.txt
 //
-// The function's argument is a distance in the units of SPACING, which is the
-// distance between neighbouring cells; its value at 0 is the variance. In the
-// picture the smallest value is black and the largest white. Long runs tell on
-// standard error how far they are.
+// The function's argument is a distance in the unit of SPACING, the distance between
+// neighbouring cells; its value at 0 is the variance. In the picture the smallest value is
+// black and the largest white. Long runs print their progress to standard error.
 
 #include "foundation/xml/KrXml.h"
 #include "function/object/KrScalarFunctionContainer.h"
@@ -45,16 +44,16 @@ bool parse(char const* text, Number& number) {
     return error == std::errc() && *end == '\0';
 }
 
-// Fields of n1, n2, ... samples with mean 0 add up to one of n samples when each
-// counts sqrt(ni / n): a long run is made in parts, after which it can tell how far
-// it is.
+// Generates a long run in parts, to print progress after each. Fields of n1, n2, ... samples
+// with mean 0, each weighted by sqrt(ni / n), add up to a field of n samples.
 KrReArray makeField(KrU32 columns, KrU32 rows, KrBaseScalarFunction& correlation, double spacing,
                     double mean, KrU32 samples) {
-    // Each part begins by factoring the correlation matrix, which is to take less
-    // time than its samples.
+    // Each part factors the correlation matrix again, so a part has enough samples to take
+    // more time than the factor.
     double const side = std::hypot(columns, rows);
     double const cells = 1.0 * columns * rows;
-    double const worth = std::max(100.0, side * side * side / (6.0 * (side * side + 4.0 * cells)));
+    double const partSize =
+        std::max(100.0, side * side * side / (6.0 * (side * side + 4.0 * cells)));
 
     KrReArray field;
     field.resizeArrayAndFill(rows, columns, mean);
@@ -62,7 +61,7 @@ KrReArray makeField(KrU32 columns, KrU32 rows, KrBaseScalarFunction& correlation
     using Clock = std::chrono::steady_clock;
     auto nextReport = Clock::now() + std::chrono::milliseconds(200);
     for (KrU32 done = 0; done < samples;) {
-        tool.setNumRandomSamples(std::min(samples - done, static_cast<KrU32>(worth)));
+        tool.setNumRandomSamples(std::min(samples - done, static_cast<KrU32>(partSize)));
         KrReArray part;
         tool.getGaussianRandomArray(part, columns, rows, correlation, spacing, 0.0);
         double const share = std::sqrt(1.0 * tool.numRandomSamples() / samples);
@@ -158,13 +157,12 @@ int main(int argc, char** argv) {
         return fail(std::string("expected ") + formats + ", found \"" + picture + "\"");
     }
 
-    // A container of scalar functions knows the linear one; others come from a
-    // factory.
+    // A container creates linear scalar functions. A factory creates all others.
     KrXmlFactory factory;
     factory.registerCreator(KrMultipointScalarFunction::classToken(),
                             KrMultipointScalarFunction::xmlObjectCreator);
     KrScalarFunctionContainer container;
-    if (!KrXml::readFile(path, container, &factory)) {  // says what is wrong, and where
+    if (!KrXml::readFile(path, container, &factory)) {  // prints faults and positions
         return 1;
     }
     KrBaseScalarFunction* const correlation = container.topElement();

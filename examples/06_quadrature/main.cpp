@@ -1,5 +1,5 @@
-// Integrates functions whose integrals are known by Gauss quadrature and prints the
-// errors, one line for each order, as plotting programs read them:
+// Integrates functions with known integrals by Gauss quadrature and prints the errors, one
+// line for each order, for plotting programs:
 //
 //   06_quadrature                 every order
 //   06_quadrature FILE.xml        the order of the file's gaussQuadrature element
@@ -7,8 +7,8 @@
 //   06_quadrature > errors.txt
 //
 // gnuplot's set logscale xy; plot for [i=2:7] 'errors.txt' using 1:i with lines
-// shows how fast each error falls. No error is printed as less than 1e-17, which a
-// logarithmic axis can show.
+// shows how fast each error falls. Errors below 1e-17 print as 1e-17, which a logarithmic
+// axis can show.
 
 #include "foundation/xml/KrXml.h"
 #include "function/tools/KrGaussQuadrature.h"
@@ -43,17 +43,17 @@ private:
 };
 
 Integrand const integrands[] = {
-    // The best case: the error falls faster than any power of the order.
+    // Smooth: the error falls faster than any power of the order.
     {"exponential", [](double x) { return std::exp(x); }, 0.0, 1.0, std::exp(1.0) - 1.0},
     // Smooth, but with poles close to the interval, at +-i/5.
     {"runge", [](double x) { return 1.0 / (1.0 + 25.0 * x * x); }, -1.0, 1.0, 0.4 * std::atan(5.0)},
-    // Nothing is right before there are more than two nodes to a wave.
+    // An oscillation: the error is large up to two nodes per wave.
     {"oscillating", [](double x) { return std::cos(50.0 * x); }, 0.0, 1.0, std::sin(50.0) / 50.0},
-    // A kink inside: the error falls as the order's square.
+    // A kink inside: the error falls with the square of the order.
     {"kink", [](double x) { return std::fabs(x - 0.3); }, 0.0, 1.0, 0.29},
-    // A singularity at an end does little harm as long as the function is finite,
+    // A singularity at an end costs little if the function is finite,
     {"root", [](double x) { return std::sqrt(x); }, 0.0, 1.0, 2.0 / 3.0},
-    // and much when it is not.
+    // and much if it is infinite there.
     {"pole", [](double x) { return 1.0 / std::sqrt(x); }, 0.0, 1.0, 2.0},
 };
 
@@ -85,7 +85,7 @@ int main(int argc, char** argv) {
     }
     KrGaussQuadrature quadrature;
     if (argc == 2) {
-        if (!KrXml::readFile(argv[1], quadrature)) {  // which says what is wrong, and where
+        if (!KrXml::readFile(argv[1], quadrature)) {  // prints faults and positions
             return 1;
         }
         if (!isSupported(quadrature, quadrature.order())) {

@@ -1,6 +1,6 @@
-// Checks XML files: reads each by its root element, whatever element of the
-// library that is, and prints every problem with its place, a line for each. The
-// exit status is 1 when there was any, and 2 when it could not be told.
+// Checks XML files: reads each by its root element, which may be any element of the
+// library, and prints one line for each problem, with its position. The exit status is 1 if
+// there is a problem, and 2 if the check fails.
 //
 //   07_check FILE.xml...
 //   07_check --schema          prints the XML Schema of all elements
@@ -19,7 +19,7 @@
 
 namespace {
 
-/// A message's text on one line: a blank for each line end and the tabs behind it.
+/// Returns a message on one line: a blank replaces each line end and the tabs after it.
 std::string onOneLine(std::string text) {
     while (text.ends_with('\n')) {
         text.pop_back();
@@ -35,9 +35,9 @@ std::string onOneLine(std::string text) {
     return line;
 }
 
-/// Refusals tell their place themselves. What has a text of its own, such as the
-/// warning that a vector's count is wrong, gets that of the element being read.
-std::string withPlace(std::string const& text, KrXmlReader const& reader) {
+/// Refusals contain their position. Messages with a fixed text, such as the warning of a wrong
+/// count, get that of the element being read.
+std::string withPosition(std::string const& text, KrXmlReader const& reader) {
     if (text.starts_with(reader.fileName() + ':')) {
         return text;
     }
@@ -47,7 +47,7 @@ std::string withPlace(std::string const& text, KrXmlReader const& reader) {
 
 bool isGood(std::string const& path, KrXmlFactory const& factory) {
     std::ifstream file(path, std::ios::binary);
-    file.peek();  // a folder is opened, and fails only here
+    file.peek();  // opening a folder succeeds; reading it fails
     if (file.fail()) {
         std::printf("%s: cannot be read: %s\n", path.c_str(), std::strerror(errno));
         return false;
@@ -56,7 +56,7 @@ bool isGood(std::string const& path, KrXmlFactory const& factory) {
     bool good = true;
     auto const previous = Kr::Print::instance().setSink([&](Kr::Message const& message) {
         good = false;
-        std::printf("%s\n", onOneLine(withPlace(message.text, reader)).c_str());
+        std::printf("%s\n", onOneLine(withPosition(message.text, reader)).c_str());
     });
     auto const object = KrXml::read(reader, factory);
     Kr::Print::instance().setSink(previous);
@@ -67,9 +67,9 @@ bool isGood(std::string const& path, KrXmlFactory const& factory) {
     return good;
 }
 
-/// Whether all of the files, or the schema, are good.
+/// Returns whether all files, or the schema, are good.
 bool areGood(int argc, char** argv) {
-    KrXmlFactory const factory = KrCreators::factory();  // a client adds elements of his own
+    KrXmlFactory const factory = KrCreators::factory();  // register your own elements here
     if (std::strcmp(argv[1], "--schema") == 0) {
         std::string const schema = KrXml::schemaToString(factory);
         std::fputs(schema.c_str(), stdout);

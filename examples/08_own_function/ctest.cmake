@@ -1,4 +1,4 @@
-# The document comes out as it went in, below the values.
+# The document is printed unchanged after the values.
 file(READ ${example_dir}/settings.xml settings)
 string(REGEX REPLACE "([?.])" "\\\\\\1" settings "${settings}")
 add_run(settings "^f.0. = 8\nf.1. = 1\\.08268\nf.2. = 0\\.146525\n${settings}$"

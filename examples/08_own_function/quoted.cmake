@@ -1,4 +1,4 @@
-# Fails unless the document holds each of the files word for word.
+# Fails unless the document contains the exact text of each file.
 file(READ ${document} text)
 foreach(file IN LISTS quoted)
     file(READ ${file} part)

@@ -1,12 +1,11 @@
-// Fits a peak to measurements by an optimizer that is restored from an XML file:
+// Fits a peak to measurements by an optimizer read from an XML file:
 //
 //   09_fit SETTINGS.xml MEASUREMENTS.txt B1 B2 B3
 //
 //   09_fit nelder-mead.xml transmittance.txt 1 10 500
 //
-// B1 to B3 are where the search starts. The measurements are lines "x y", and a line
-// "certified b1 b2 b3 sum" holds the published answer, which is printed beside the one
-// that was found.
+// The search starts at B1 to B3. The measurements are lines "x y". A line
+// "certified b1 b2 b3 sum" holds the published result, which is printed next to the fit.
 
 #include "foundation/xml/KrXml.h"
 #include "function/multivariable/KrCallableFunction.h"
@@ -27,7 +26,7 @@ struct Measurements {
     std::array<double, 4> certified{};
 };
 
-/// A peak of the area b1 sqrt(2 pi) with the standard deviation b2 around b3.
+/// A peak around b3 with the standard deviation b2 and the area b1 sqrt(2 pi).
 double peak(KrRealVector const& b, double x) {
     double const distance = (x - b[2]) / b[1];
     return b[0] / b[1] * std::exp(-0.5 * distance * distance);
@@ -87,7 +86,7 @@ int main(int argc, char** argv) {
     }
     KrScalarMultivariableOptimizerContainer optimizer;
     if (!KrXml::readFile(argv[1], optimizer)) {
-        return 1;  // the library has said what is wrong, and where
+        return 1;  // the library has printed the fault and its position
     }
     if (!optimizer.topElement()) {
         return fail(std::string(argv[1]) + ": holds no optimizer");
