@@ -19,7 +19,7 @@ ORDERS = [*range(2, 21), 32, 64, 96, 100, 128]
 VALUES_PER_LINE = 4
 
 FILE = """\
-// Written by scripts/gauss_legendre.py, which says how the values were made: edit that.
+// Written by scripts/gauss_legendre.py. Edit the script, not this file.
 
 #include "function/tools/KrGaussQuadrature.h"
 

@@ -1,4 +1,4 @@
-// Written by scripts/gauss_legendre.py, which says how the values were made: edit that.
+// Written by scripts/gauss_legendre.py. Edit the script, not this file.
 
 #include "function/tools/KrGaussQuadrature.h"
 
