@@ -45,6 +45,7 @@ public:
     using Flags = std::vector<std::vector<KrBoolean>>;
 
     KrInterpolator();
+    /// Copies tables, dimensions, bounds and the last values.
     KrInterpolator(KrInterpolator const& source);
     /// Copies everything, or nothing if memory runs out.
     KrInterpolator& operator=(KrInterpolator const& source);

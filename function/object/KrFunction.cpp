@@ -6,9 +6,9 @@
 // tokens of the framework.
 #define KR_EARLY [[gnu::init_priority(201)]]
 
-namespace KrFunction {
-
 KR_SOURCE_VERSION;
+
+namespace KrFunction {
 
 KR_EARLY KrToken const ns(KrXml::namespaceUri);
 
