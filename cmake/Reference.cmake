@@ -24,8 +24,8 @@ set(DOXYGEN_JAVADOC_AUTOBRIEF YES)
 set(DOXYGEN_MACRO_EXPANSION YES)
 set(DOXYGEN_EXPAND_ONLY_PREDEF YES)
 set(DOXYGEN_PREDEFINED KR_EXPORT= KR_EARLY= KR_SOURCE_VERSION=)
-# KrXmlText describes its specialisations; the two others serve the constraints' templates.
-set(DOXYGEN_EXCLUDE_SYMBOLS "KrXmlText<*" KrCoefficientIndex* KrSparseCoefficients*)
+# KrXmlText describes its specialisations.
+set(DOXYGEN_EXCLUDE_SYMBOLS "KrXmlText<*")
 
 set(DOXYGEN_GENERATE_LATEX NO)
 set(DOXYGEN_HAVE_DOT NO)

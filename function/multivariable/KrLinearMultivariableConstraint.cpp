@@ -1,16 +1,19 @@
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 
+#include "function/multivariable/internal/KrSparseCoefficients.h"
+
 #include <algorithm>
 #include <cmath>
 #include <typeinfo>
+#include <utility>
 
 KR_SOURCE_VERSION;
 
 namespace {
 
-// Whether the sum keeps its bits if the coefficients 0.0 are passed over: 0.0 times a
-// number that is not finite is NaN, and of the finite sums only -0.0 is changed by
-// adding a zero. No later sum is -0.0 when the first is not.
+// Whether the sum stays bit-identical without the terms of coefficients 0.0. If a component
+// is not finite, its term is NaN. Otherwise the term is a zero, which changes only a sum of
+// -0.0. If the first sum is not -0.0, no later sum is.
 bool maySkipZeros(double start, KrRealVector const& x) {
     bool const isMinusZero = start == 0.0 && std::signbit(start);
     return !isMinusZero &&
@@ -19,11 +22,40 @@ bool maySkipZeros(double start, KrRealVector const& x) {
 
 }  // namespace
 
+KrLinearMultivariableConstraint::KrLinearMultivariableConstraint() = default;
+
+KrLinearMultivariableConstraint::KrLinearMultivariableConstraint(
+    KrLinearMultivariableConstraint const&) = default;
+
+KrLinearMultivariableConstraint::KrLinearMultivariableConstraint(
+    KrLinearMultivariableConstraint&& source)
+    : KrLinearMultivariableConstraint() {
+    *this = std::move(source);
+}
+
+KrLinearMultivariableConstraint& KrLinearMultivariableConstraint::operator=(
+    KrLinearMultivariableConstraint const&) = default;
+
+KrLinearMultivariableConstraint& KrLinearMultivariableConstraint::operator=(
+    KrLinearMultivariableConstraint&& source) {
+    KrTaggedElement::operator=(source);
+    index_.clear();
+    source.index_.clear();
+    offset_ = source.offset_;
+    indices_ = std::move(source.indices_);
+    coefficients_ = std::move(source.coefficients_);
+    return *this;
+}
+
+KrLinearMultivariableConstraint::~KrLinearMultivariableConstraint() = default;
+
 double KrLinearMultivariableConstraint::evaluate(KrRealVector const& x) const {
     KrU32 const n = static_cast<KrU32>(x.size());
     double v = offset();
-    if (goesByList(n) && maySkipZeros(v, x)) {
-        first_.line(n).forEach([&](double a, std::size_t i) { v = a * x[i] + v; });
+    if (typeid(*this) == typeid(KrLinearMultivariableConstraint) && maySkipZeros(v, x)) {
+        KrSparseCoefficients::rows(index_, indices_, coefficients_)
+            .line(n)
+            .forEach([&](double a, std::size_t i) { v = a * x[i] + v; });
         return v;
     }
     for (KrU32 i = 0; i < n; ++i) {
@@ -32,13 +64,15 @@ double KrLinearMultivariableConstraint::evaluate(KrRealVector const& x) const {
     return v;
 }
 
-// The direction of the coefficients; the point matters by its length alone.
+// The direction of the coefficients. Of the point, only its length counts.
 KrRealVector const& KrLinearMultivariableConstraint::gradient(KrRealVector const& x) const {
     KrU32 const n = static_cast<KrU32>(x.size());
     gradient_.resize(n);
-    if (goesByList(n)) {
+    if (typeid(*this) == typeid(KrLinearMultivariableConstraint)) {
         std::fill(gradient_.begin(), gradient_.end(), 0.0);
-        first_.line(n).forEach([&](double a, std::size_t i) { gradient_[i] = a; });
+        KrSparseCoefficients::rows(index_, indices_, coefficients_)
+            .line(n)
+            .forEach([&](double a, std::size_t i) { gradient_[i] = a; });
     } else {
         for (KrU32 i = 0; i < n; ++i) {
             gradient_[i] = coefficient(i);
@@ -48,20 +82,22 @@ KrRealVector const& KrLinearMultivariableConstraint::gradient(KrRealVector const
     return gradient_;
 }
 
-// Whether the look-up is known to be this class's own, and there is enough to
-// pass over.
-bool KrLinearMultivariableConstraint::goesByList(KrU32 n) const {
-    return typeid(*this) == typeid(KrLinearMultivariableConstraint) && !(first_.areFew() && n <= 8);
+double KrLinearMultivariableConstraint::coefficient(KrU32 index) const {
+    return KrSparseCoefficients::coefficient(index_, indices_, coefficients_, 0, index);
+}
+
+void KrLinearMultivariableConstraint::setCoefficient(KrU32 index, double value) {
+    KrSparseCoefficients::setCoefficient(index_, indices_, coefficients_, 0, index, value);
 }
 
 void KrLinearMultivariableConstraint::registerComponents() {
     KrTaggedElement::registerComponents();
     registerComponent(KrFunction::KrOffsetToken, &offset_);
-    registerComponent(KrFunction::KrFirstOrderIndicesToken, first_.indices());
-    registerComponent(KrFunction::KrFirstOrderCoefficientsToken, first_.coefficients());
+    registerComponent(KrFunction::KrFirstOrderIndicesToken, &indices_);
+    registerComponent(KrFunction::KrFirstOrderCoefficientsToken, &coefficients_);
 }
 
 KrXmlComponentMap& KrLinearMultivariableConstraint::componentMap() {
-    first_.dropIndex();
+    index_.clear();
     return KrTaggedElement::componentMap();
 }

@@ -1,17 +1,20 @@
 #pragma once
 
+#include "foundation/core/KrMember.h"
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlPairType.h"
+#include "foundation/xml/KrXmlVectorType.h"
 #include "function/multivariable/KrBaseMultivariableConstraint.h"
-#include "function/multivariable/KrSparseCoefficients.h"
 #include "function/object/KrFunction.h"
+
+class KrCoefficientIndex;
 
 /// The quadratic constraint
 ///
 ///     c(x) = offset + sum of a(i) x(i) + sum of q(i, j) x(i) x(j) over i <= j
 ///
-/// over the components of the point, with the coefficients a(i) and q(i, j) given
-/// for the indices and the index pairs that have one:
+/// over the components of the point. Coefficients a(i) and q(i, j) that are not listed
+/// are 0:
 ///
 ///     <quadraticMultivariableConstraint>
 ///       <offset>0</offset>
@@ -25,45 +28,66 @@
 ///     </quadraticMultivariableConstraint>
 ///
 /// - `firstOrderIndices` (vector of integers): The indices i that have an a(i), counted
-///   from 0, in any order.
-/// - `firstOrderCoefficients` (vector of numbers): The a(i) of these indices.
+///   from 0, in any order. Range: 0 <= i < n for a point of n components. An index beyond
+///   the point is left out of the sum. If an index is listed repeatedly, the first listing
+///   counts. List each component on which c depends linearly.
+/// - `firstOrderCoefficients` (vector of numbers): The coefficients a(i) of these indices,
+///   position for position. Unit: that of c per unit of x(i). Range: -inf < a(i) < inf,
+///   unchecked: NaN and infinities enter the sum. If the list is shorter than that of the
+///   indices, the missing coefficients are 0. If it is longer, the rest is ignored. Change
+///   a(i) for another slope along x(i).
 /// - `secondOrderIndexPairs` (vector of pairs of integers): The pairs (i, j) that have a
-///   q(i, j), each once, the smaller index first.
-/// - `secondOrderCoefficients` (vector of numbers): The q(i, j) of these pairs.
+///   q(i, j), each once, the smaller index first. Range: 0 <= i <= j < n for a point of n
+///   components. A pair with i > j or beyond the point is left out of the sum. If a pair is
+///   listed repeatedly, the first listing counts. List each product on which c depends.
+/// - `secondOrderCoefficients` (vector of numbers): The coefficients q(i, j) of these pairs,
+///   position for position. Unit: that of c per unit of x(i) x(j). Range:
+///   -inf < q(i, j) < inf, unchecked: NaN and infinities enter the sum. If the list is
+///   shorter than that of the pairs, the missing coefficients are 0. If it is longer, the
+///   rest is ignored. Change q(i, j) for another curvature.
 ///
-/// Each pair stands once, its smaller index first; a pair in a document whose
-/// larger index is first is never found. The lists may be in any order. What is
-/// listed beyond the point is passed over, of several listings the first counts,
-/// an index without a coefficient has 0.0, and a coefficient without an index is
-/// passed over.
-///
-/// The sums are formed in the order of the components. A component that is not finite
-/// makes the value NaN unless all its terms have a coefficient other than 0. Cost, for a
-/// point of n components and m listed pairs: O(n + m). It is O(n^2) look-ups for a class
-/// derived from this one, whose own look-up is used.
+/// The terms are added in the order of the components, including those with coefficient 0:
+/// if a component is NaN or infinite and one of its coefficients is 0, the value is NaN. An
+/// evaluation costs O(n + m) for a point of n components and m listed pairs. In a derived
+/// class it costs O(n^2) calls of the virtual look-ups. The first evaluation after a change
+/// of the lists also sorts them.
 class KR_EXPORT KrQuadraticMultivariableConstraint
     : public KrTaggedElement<KrQuadraticMultivariableConstraint, KrBaseMultivariableConstraint,
                              KrFunction::KrQuadraticMultivariableConstraintToken> {
 public:
+    /// The constraint c(x) = 0, without coefficients.
+    KrQuadraticMultivariableConstraint();
+    /// Copies the lists and the last gradient.
+    KrQuadraticMultivariableConstraint(KrQuadraticMultivariableConstraint const& source);
+    /// Takes the lists of `source` and leaves it without.
+    KrQuadraticMultivariableConstraint(KrQuadraticMultivariableConstraint&& source);
+    /// Copies the lists and the last gradient.
+    KrQuadraticMultivariableConstraint& operator=(KrQuadraticMultivariableConstraint const& source);
+    /// Takes the lists of `source` and leaves it without.
+    KrQuadraticMultivariableConstraint& operator=(KrQuadraticMultivariableConstraint&& source);
+    ~KrQuadraticMultivariableConstraint() override;
+
     using KrBaseMultivariableConstraint::evaluate;
     using KrBaseMultivariableConstraint::gradient;
     double evaluate(KrRealVector const& x) const override;
     KrRealVector const& gradient(KrRealVector const& x) const override;
 
-    /// The value at the origin; 0 by default.
+    /// The value at the origin, c(0). It has the unit of c and is 0 by default. Range:
+    /// -inf < offset < inf, unchecked. If it is NaN or infinite, no value is finite, and the
+    /// gradient is unaffected. Change it to move the contour c = 0: the limit
+    /// a(0) x(0) <= b has the offset -b.
     virtual double offset() const { return offset_; }
     virtual void setOffset(double offset) { offset_ = offset; }
 
-    /// The coefficient a(i), 0.0 when it is not listed.
-    virtual double firstOrderCoefficient(KrU32 i) const { return first_.coefficient(0, i); }
-    /// Overwrites the coefficient, or lists it.
+    /// The coefficient a(i). If it is not listed, it is 0.
+    virtual double firstOrderCoefficient(KrU32 i) const;
+    /// Overwrites the coefficient a(i). If it is not listed, appends it.
     virtual void setFirstOrderCoefficient(KrU32 i, double value);
-    /// The coefficient of x(i) x(j), in either order of the two; 0.0 when it is not
-    /// listed.
-    virtual double secondOrderCoefficient(KrU32 i, KrU32 j) const {
-        return second_.coefficient(std::min(i, j), std::max(i, j));
-    }
-    /// Overwrites the coefficient, or lists it, the smaller index first.
+    /// The coefficient of x(i) x(j), with i and j in either order. If it is not listed, it
+    /// is 0.
+    virtual double secondOrderCoefficient(KrU32 i, KrU32 j) const;
+    /// Overwrites the coefficient of x(i) x(j). If it is not listed, appends it, the smaller
+    /// index first.
     virtual void setSecondOrderCoefficient(KrU32 i, KrU32 j, double value);
     /// The coefficient of x(i)^2.
     virtual double secondOrderCoefficient(KrU32 i) const { return secondOrderCoefficient(i, i); }
@@ -72,8 +96,8 @@ public:
     }
 
     void registerComponents() override;
-    /// Who has the components may change the lists, until the next evaluation or
-    /// look-up: after that the lists are to be fetched anew before they are changed.
+    /// The components by name. You may modify the lists through this map until the next
+    /// evaluation or look-up. After that, call `componentMap()` again first.
     KrXmlComponentMap& componentMap() override;
 
     bool operator==(KrQuadraticMultivariableConstraint const&) const = default;
@@ -81,15 +105,21 @@ public:
 private:
     using IndexPair = KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<KrU32>>;
 
-    bool goesByRows(KrRealVector const& x) const;
-    double evaluateByRows(KrRealVector const& x) const;
+    KrCoefficientIndex const& firstRows() const;
+    KrCoefficientIndex const& secondRows() const;
+    double evaluateByLookUps(KrRealVector const& x) const;
     bool hasEveryTermOf(KrU32 k, KrU32 n) const;
     bool everyTermIsMinusZero(KrRealVector const& x) const;
     void gradientByRows(KrRealVector const& x) const;
     void addTermsThatAreNaN(KrRealVector const& x) const;
     void gradientByLookUps(KrRealVector const& x) const;
 
+    // Declared before the lists: an assignment clears them first.
+    mutable KrCache<KrCoefficientIndex> firstIndex_;
+    mutable KrCache<KrCoefficientIndex> secondIndex_;
     KrXmlBasicType<double> offset_{0.0};
-    KrSparseCoefficients<KrXmlBasicType<KrU32>> first_;
-    KrSparseCoefficients<IndexPair> second_;
+    KrXmlVectorType<KrXmlBasicType<KrU32>> firstIndices_;
+    KrXmlRealVector firstCoefficients_;
+    KrXmlVectorType<IndexPair> secondIndexPairs_;
+    KrXmlRealVector secondCoefficients_;
 };
