@@ -6,13 +6,12 @@
 #include "foundation/xml/KrBaseExpressionTreeElement.h"
 #include "foundation/xml/KrXmlVectorType.h"
 
-/// Base of the constraints: functions c(x) of a point, with the direction of
-/// their gradient. It has no components.
+/// Base of the constraints: functions c(x) of a point, with the direction of their
+/// gradient. It has no components.
 ///
-/// The last gradient is part of the value: it is copied, and two constraints of
-/// which one has computed a gradient and the other has not are not equal.
-/// Evaluation writes to buffers of the object, so that one object is used by one
-/// thread at a time.
+/// The last gradient is part of the value. It is copied and compared: a constraint that has
+/// computed a gradient is unequal to one that has not. Evaluation writes to buffers of the
+/// object, so one object is not thread-safe.
 class KR_EXPORT KrBaseMultivariableConstraint : public KrBaseExpressionTreeElement {
 public:
     using KrBaseExpressionTreeElement::KrBaseExpressionTreeElement;
@@ -20,20 +19,21 @@ public:
     KrBaseMultivariableConstraint(KrBaseMultivariableConstraint const&) = default;
     KrBaseMultivariableConstraint& operator=(KrBaseMultivariableConstraint const&) = default;
 
-    /// c(x). A point of any length is accepted; the components that it has count.
+    /// c(x), in the unit of c. The point may have any length. Terms of components that it
+    /// lacks are left out.
     virtual double evaluate(KrRealVector const& x) const = 0;
 
-    /// The unit vector along the gradient at `x`, as long as `x`, valid until the
-    /// next call; zero where the gradient is.
+    /// The unit vector along the gradient at `x`, of the length of `x`. Where the gradient is
+    /// zero, so is this vector. The reference is valid until the next call.
     virtual KrRealVector const& gradient(KrRealVector const& x) const = 0;
 
-    /// The same for a point that is an element's parameter.
+    /// c(x) at a point that is an element's parameter. It is copied to a buffer.
     virtual double evaluate(KrXmlRealVector const& x) const;
-    /// The same for a point that is an element's parameter.
+    /// The gradient's direction at a point that is an element's parameter.
     virtual KrRealVector const& gradient(KrXmlRealVector const& x) const;
 
-    /// Scales the gradient buffer to length one. A zero vector, and one whose
-    /// sum of squares is NaN, is left as it is.
+    /// Scales the gradient buffer to length one. If its sum of squares is 0 or NaN, it stays
+    /// as it is.
     virtual void normalizeGradient() const;
 
     /// Copies `x` to the point buffer.
@@ -42,8 +42,8 @@ public:
     bool operator==(KrBaseMultivariableConstraint const&) const = default;
 
 protected:
-    /// The gradient computed last, which `gradient` returns.
+    /// The last gradient, which `gradient` returns.
     mutable KrRealVector gradient_;
-    /// Room for a point that came as an element's parameter.
+    /// The copy of a point that is an element's parameter.
     mutable KrScratch<KrRealVector> point_;
 };

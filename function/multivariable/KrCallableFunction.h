@@ -5,15 +5,15 @@
 #include <type_traits>
 #include <utility>
 
-/// A function to minimise made of a callable: a lambda, a function object or a
-/// `std::function`.
+/// A function to minimise that calls a lambda, a function object or a `std::function`.
 ///
 ///     KrCallableFunction const bowl(2, [](KrRealVector const& x) {
 ///         return (x[0] - 1.0) * (x[0] - 1.0) + 4.0 * x[1] * x[1];
 ///     });
 ///
-/// An evaluation costs what one of a class derived by hand costs. For batches of points
-/// at once, derive from `KrScalarMultivariableFunction` and override `evaluateMultiple`.
+/// An evaluation costs as much as in a class that you derive yourself. To evaluate batches
+/// of points at once, derive from `KrScalarMultivariableFunction` and override
+/// `evaluateMultiple`.
 template <class Callable>
     requires std::is_invocable_r_v<double, Callable const&, KrRealVector const&>
 class KrCallableFunction : public KrScalarMultivariableFunction {
