@@ -64,22 +64,8 @@ void rotate(KrRealVector& first, KrRealVector& second) {
 
 }  // namespace
 
-double KrHookeJeevesOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
-                                           KrRealVector const& start, KrRealVector& result) const {
-    return search(1.0, f, start, result);
-}
-
-double KrHookeJeevesOptimizer::findMaximum(KrScalarMultivariableFunction const& f,
-                                           KrRealVector const& start, KrRealVector& result) const {
-    return -search(-1.0, f, start, result);
-}
-
 double KrHookeJeevesOptimizer::search(double sign, KrScalarMultivariableFunction const& f,
                                       KrRealVector const& start, KrRealVector& result) const {
-    KrSearch::Turn const turn(state_->taken, *this);
-    if (turn.clone()) {
-        return turn.clone()->search(sign, f, start, result);
-    }
     struct Forgetting {
         State& state;
         ~Forgetting() { state.function = nullptr; }  // which may not live on

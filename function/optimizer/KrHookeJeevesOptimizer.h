@@ -6,7 +6,7 @@
 #include "foundation/xml/KrXmlEnumType.h"
 #include "foundation/xml/KrXmlVectorType.h"
 #include "function/object/KrFunction.h"
-#include "function/optimizer/KrScalarMultivariableOptimizer.h"
+#include "function/optimizer/KrMinimisingOptimizer.h"
 
 #include <cstdint>
 
@@ -53,16 +53,11 @@
 /// Source: R. Hooke and T. A. Jeeves, "Direct search solution of numerical and
 /// statistical problems", Journal of the ACM 8 (1961).
 class KR_EXPORT KrHookeJeevesOptimizer
-    : public KrTaggedElement<KrHookeJeevesOptimizer, KrScalarMultivariableOptimizer,
+    : public KrTaggedElement<KrHookeJeevesOptimizer, KrMinimisingOptimizer<KrHookeJeevesOptimizer>,
                              KrFunction::KrHookeJeevesToken> {
 public:
     /// The sets of directions, numbered as recorded settings have them.
     enum DIRECTIONS_MODE : KrU32 { NONE = 0, AXIS_ALIGNED = 1, RANDOM = 2, ROTATED = 3 };
-
-    double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
-    double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
 
     /// Factor of the steps at each contraction.
     virtual double reductionFactor() const { return reductionFactor_; }
@@ -120,10 +115,11 @@ public:
     bool operator==(KrHookeJeevesOptimizer const&) const = default;
 
 private:
+    friend class KrMinimisingOptimizer<KrHookeJeevesOptimizer>;
+
     using MoveOperation = void (KrHookeJeevesOptimizer::*)() const;
 
     struct State {
-        bool taken = false;  // by a search
         KrScalarMultivariableFunction const* function = nullptr;
         double sign = 1.0;
         KrRealVector basePoint;  // the best point that was confirmed

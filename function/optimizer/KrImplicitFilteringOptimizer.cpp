@@ -7,25 +7,9 @@
 
 KR_SOURCE_VERSION;
 
-double KrImplicitFilteringOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
-                                                 KrRealVector const& start,
-                                                 KrRealVector& result) const {
-    return search(1.0, f, start, result);
-}
-
-double KrImplicitFilteringOptimizer::findMaximum(KrScalarMultivariableFunction const& f,
-                                                 KrRealVector const& start,
-                                                 KrRealVector& result) const {
-    return -search(-1.0, f, start, result);
-}
-
 double KrImplicitFilteringOptimizer::search(double sign, KrScalarMultivariableFunction const& f,
                                             KrRealVector const& start, KrRealVector& result) const {
     State& s = *state_;
-    KrSearch::Turn const turn(s.taken, *this);
-    if (turn.clone()) {
-        return turn.clone()->search(sign, f, start, result);
-    }
     initialize(sign, f, start, 1.0);
     *evaluations_ = 0;  // the first stencil is not charged
     double scale = 1.0;

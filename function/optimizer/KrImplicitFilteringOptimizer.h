@@ -5,7 +5,7 @@
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlVectorType.h"
 #include "function/object/KrFunction.h"
-#include "function/optimizer/KrScalarMultivariableOptimizer.h"
+#include "function/optimizer/KrMinimisingOptimizer.h"
 
 #include <cstdint>
 
@@ -52,14 +52,10 @@
 /// optimization of functions with many local minima", SIAM Journal on Optimization
 /// 5 (1995).
 class KR_EXPORT KrImplicitFilteringOptimizer
-    : public KrTaggedElement<KrImplicitFilteringOptimizer, KrScalarMultivariableOptimizer,
+    : public KrTaggedElement<KrImplicitFilteringOptimizer,
+                             KrMinimisingOptimizer<KrImplicitFilteringOptimizer>,
                              KrFunction::KrImplicitFilteringToken> {
 public:
-    double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
-    double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
-
     /// Factor of the decrease that a line search asks for.
     virtual double lineSearchAlpha() const { return lineSearchAlpha_; }
     virtual void setLineSearchAlpha(double alpha) { lineSearchAlpha_ = alpha; }
@@ -115,8 +111,9 @@ public:
     bool operator==(KrImplicitFilteringOptimizer const&) const = default;
 
 private:
+    friend class KrMinimisingOptimizer<KrImplicitFilteringOptimizer>;
+
     struct State {
-        bool taken = false;   // by a search
         KrReArray stencil;    // the centre, n points forward, n points backward
         KrRealVector values;  // signed value of each
         KrRealVector gradient;

@@ -6,27 +6,11 @@
 
 KR_SOURCE_VERSION;
 
-double KrMultidirectionalSearchOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
-                                                      KrRealVector const& start,
-                                                      KrRealVector& result) const {
-    return search(1.0, f, start, result);
-}
-
-double KrMultidirectionalSearchOptimizer::findMaximum(KrScalarMultivariableFunction const& f,
-                                                      KrRealVector const& start,
-                                                      KrRealVector& result) const {
-    return -search(-1.0, f, start, result);
-}
-
 double KrMultidirectionalSearchOptimizer::search(double sign,
                                                  KrScalarMultivariableFunction const& f,
                                                  KrRealVector const& start,
                                                  KrRealVector& result) const {
     State& s = *state_;
-    KrSearch::Turn const turn(s.taken, *this);
-    if (turn.clone()) {
-        return turn.clone()->search(sign, f, start, result);
-    }
     initialize(sign, f, start, 1.0);
     *evaluations_ = 0;  // the first simplex is not charged
     bool done = true;   // and stays so in no dimensions

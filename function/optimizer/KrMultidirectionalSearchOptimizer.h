@@ -5,7 +5,7 @@
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlVectorType.h"
 #include "function/object/KrFunction.h"
-#include "function/optimizer/KrScalarMultivariableOptimizer.h"
+#include "function/optimizer/KrMinimisingOptimizer.h"
 
 #include <cstdint>
 
@@ -42,14 +42,10 @@
 /// Source: V. Torczon, "Multi-directional search: a direct search algorithm for
 /// parallel machines", thesis, Rice University (1989).
 class KR_EXPORT KrMultidirectionalSearchOptimizer
-    : public KrTaggedElement<KrMultidirectionalSearchOptimizer, KrScalarMultivariableOptimizer,
+    : public KrTaggedElement<KrMultidirectionalSearchOptimizer,
+                             KrMinimisingOptimizer<KrMultidirectionalSearchOptimizer>,
                              KrFunction::KrMultidirectionalSearchToken> {
 public:
-    double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
-    double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
-
     /// Reflection coefficient: a reflected point is (1 + alpha) best - alpha vertex.
     virtual double alpha() const { return alpha_; }
     virtual void setAlpha(double alpha) { alpha_ = alpha; }
@@ -99,6 +95,8 @@ public:
     bool operator==(KrMultidirectionalSearchOptimizer const&) const = default;
 
 private:
+    friend class KrMinimisingOptimizer<KrMultidirectionalSearchOptimizer>;
+
     // A candidate for the n vertices beside the best one.
     struct TrialSet {
         KrReArray points;
@@ -106,7 +104,6 @@ private:
     };
 
     struct State {
-        bool taken = false;   // by a search
         KrReArray simplex;    // row i is vertex i
         KrRealVector values;  // signed value of each vertex
         TrialSet reflected;

@@ -8,23 +8,9 @@
 
 KR_SOURCE_VERSION;
 
-double KrNelderMeadOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
-                                          KrRealVector const& start, KrRealVector& result) const {
-    return search(1.0, f, start, result);
-}
-
-double KrNelderMeadOptimizer::findMaximum(KrScalarMultivariableFunction const& f,
-                                          KrRealVector const& start, KrRealVector& result) const {
-    return -search(-1.0, f, start, result);
-}
-
 double KrNelderMeadOptimizer::search(double sign, KrScalarMultivariableFunction const& f,
                                      KrRealVector const& start, KrRealVector& result) const {
     State& s = *state_;
-    KrSearch::Turn const turn(s.taken, *this);
-    if (turn.clone()) {
-        return turn.clone()->search(sign, f, start, result);
-    }
     initialize(sign, f, start, 1.0);
     s.evaluations = 0;  // the first simplex is not charged
     s.expansions = 0;

@@ -5,7 +5,7 @@
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlVectorType.h"
 #include "function/object/KrFunction.h"
-#include "function/optimizer/KrScalarMultivariableOptimizer.h"
+#include "function/optimizer/KrMinimisingOptimizer.h"
 
 #include <cstdint>
 #include <vector>
@@ -56,14 +56,9 @@
 /// Kelley, "Detection and remediation of stagnation in the Nelder-Mead
 /// algorithm", SIAM Journal on Optimization 10 (1999).
 class KR_EXPORT KrNelderMeadOptimizer
-    : public KrTaggedElement<KrNelderMeadOptimizer, KrScalarMultivariableOptimizer,
+    : public KrTaggedElement<KrNelderMeadOptimizer, KrMinimisingOptimizer<KrNelderMeadOptimizer>,
                              KrFunction::KrNelderMeadToken> {
 public:
-    double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
-    double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
-
     /// Reflection coefficient: the reflected point is (1 + alpha) c - alpha worst.
     virtual double alpha() const { return alpha_; }
     virtual void setAlpha(double alpha) { alpha_ = alpha; }
@@ -135,6 +130,8 @@ public:
     bool operator==(KrNelderMeadOptimizer const&) const = default;
 
 private:
+    friend class KrMinimisingOptimizer<KrNelderMeadOptimizer>;
+
     // Squared distances of the vertices from one of them, each summed only as far
     // as it was asked for, and again only when one of the two has moved.
     struct Distances {
@@ -149,7 +146,6 @@ private:
     };
 
     struct State {
-        bool taken = false;     // by a search
         KrReArray simplex;      // row i is vertex i
         KrRealVector values;    // signed value of each vertex
         KrRealVector centroid;  // of all vertices but the worst

@@ -1,62 +1,44 @@
 #include "function/optimizer/KrSequenceOptimizer.h"
 
-#include "function/optimizer/internal/KrSearch.h"
-
 KR_SOURCE_VERSION;
 
-double KrSequenceOptimizer::findMinimum(KrScalarMultivariableFunction const& f,
-                                        KrRealVector const& start, KrRealVector& result) const {
-    return search({&KrScalarMultivariableOptimizer::findMinimum, 1e300,
-                   [](double value, double best) { return best > value; }},
-                  f, start, result);
-}
-
-double KrSequenceOptimizer::findMaximum(KrScalarMultivariableFunction const& f,
-                                        KrRealVector const& start, KrRealVector& result) const {
-    return search({&KrScalarMultivariableOptimizer::findMaximum, -1e300,
-                   [](double value, double best) { return value > best; }},
-                  f, start, result);
-}
-
-double KrSequenceOptimizer::search(Direction const& direction,
-                                   KrScalarMultivariableFunction const& f,
+double KrSequenceOptimizer::search(double sign, KrScalarMultivariableFunction const& f,
                                    KrRealVector const& start, KrRealVector& result) const {
     result = start;
     if (optimizerSequence().size() == 0 || numberPasses() == 0) {
-        return f.evaluate(result);
+        double const value = f.evaluate(result);
+        return sign > 0.0 ? value : -value;
     }
-    return executeInParallel() ? runTournament(direction, f, result)
-                               : runChain(direction, f, result);
+    return executeInParallel() ? runTournament(sign, f, result) : runChain(sign, f, result);
 }
 
-double KrSequenceOptimizer::runChain(Direction const& direction,
-                                     KrScalarMultivariableFunction const& f,
+double KrSequenceOptimizer::runOne(KrU32 k, double sign, KrScalarMultivariableFunction const& f,
+                                   KrRealVector const& start, KrRealVector& result) const {
+    KrScalarMultivariableOptimizer const& optimizer = optimizerSequence()[k];
+    return sign > 0.0 ? optimizer.findMinimum(f, start, result)
+                      : -optimizer.findMaximum(f, start, result);
+}
+
+double KrSequenceOptimizer::runChain(double sign, KrScalarMultivariableFunction const& f,
                                      KrRealVector& result) const {
-    KrScalarMultivariableOptimizerVector const& optimizers = optimizerSequence();
     double value = 0.0;
     for (KrU32 pass = 0; pass < numberPasses(); ++pass) {
-        for (KrU32 k = 0; k < optimizers.size(); ++k) {
-            value = (optimizers[k].*direction.find)(f, result, result);
+        for (KrU32 k = 0; k < optimizerSequence().size(); ++k) {
+            value = runOne(k, sign, f, result, result);
         }
     }
     return value;
 }
 
-double KrSequenceOptimizer::runTournament(Direction const& direction,
-                                          KrScalarMultivariableFunction const& f,
+double KrSequenceOptimizer::runTournament(double sign, KrScalarMultivariableFunction const& f,
                                           KrRealVector& result) const {
     State& s = *state_;
-    KrSearch::Turn const turn(s.taken, *this);
-    if (turn.clone()) {
-        return turn.clone()->runTournament(direction, f, result);
-    }
-    KrScalarMultivariableOptimizerVector const& optimizers = optimizerSequence();
-    double best = direction.worst;
+    double best = 1e300;
     for (KrU32 pass = 0; pass < numberPasses(); ++pass) {
         s.passStart = result;
-        for (KrU32 k = 0; k < optimizers.size(); ++k) {
-            double const value = (optimizers[k].*direction.find)(f, s.passStart, s.candidate);
-            if (direction.isBetter(value, best)) {
+        for (KrU32 k = 0; k < optimizerSequence().size(); ++k) {
+            double const value = runOne(k, sign, f, s.passStart, s.candidate);
+            if (value < best) {
                 result = s.candidate;
                 best = value;
             }

@@ -4,7 +4,7 @@
 #include "foundation/xml/KrXmlBasicType.h"
 #include "function/object/KrFunction.h"
 #include "function/object/KrScalarMultivariableOptimizerVector.h"
-#include "function/optimizer/KrScalarMultivariableOptimizer.h"
+#include "function/optimizer/KrMinimisingOptimizer.h"
 
 /// Runs a list of optimizers, sequences among them, for a number of passes.
 ///
@@ -31,14 +31,9 @@
 ///
 /// Cost beyond the optimizers: none.
 class KR_EXPORT KrSequenceOptimizer
-    : public KrTaggedElement<KrSequenceOptimizer, KrScalarMultivariableOptimizer,
+    : public KrTaggedElement<KrSequenceOptimizer, KrMinimisingOptimizer<KrSequenceOptimizer>,
                              KrFunction::KrSequenceOptimizerToken> {
 public:
-    double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
-    double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
-                       KrRealVector& result) const override;
-
     /// How often the whole list is run; 1 by default.
     virtual KrU32 numberPasses() const { return numberPasses_; }
     virtual void setNumberPasses(KrU32 passes) { numberPasses_ = passes; }
@@ -58,25 +53,21 @@ public:
     bool operator==(KrSequenceOptimizer const&) const = default;
 
 private:
-    // One of the two operations of an optimizer, and which of two values it seeks.
-    struct Direction {
-        double (KrScalarMultivariableOptimizer::*find)(KrScalarMultivariableFunction const&,
-                                                       KrRealVector const&, KrRealVector&) const;
-        double worst;
-        bool (*isBetter)(double value, double best);
-    };
+    friend class KrMinimisingOptimizer<KrSequenceOptimizer>;
 
     struct State {
-        bool taken = false;  // by a search
         KrRealVector passStart;
         KrRealVector candidate;
     };
 
-    double search(Direction const& direction, KrScalarMultivariableFunction const& f,
+    // Values are signed, as in the base.
+    double search(double sign, KrScalarMultivariableFunction const& f, KrRealVector const& start,
+                  KrRealVector& result) const;
+    double runOne(KrU32 k, double sign, KrScalarMultivariableFunction const& f,
                   KrRealVector const& start, KrRealVector& result) const;
-    double runChain(Direction const& direction, KrScalarMultivariableFunction const& f,
+    double runChain(double sign, KrScalarMultivariableFunction const& f,
                     KrRealVector& result) const;
-    double runTournament(Direction const& direction, KrScalarMultivariableFunction const& f,
+    double runTournament(double sign, KrScalarMultivariableFunction const& f,
                          KrRealVector& result) const;
 
     KrXmlBasicType<KrU32> numberPasses_{1};

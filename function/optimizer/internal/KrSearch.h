@@ -1,7 +1,6 @@
 #pragma once
 
 #include "foundation/core/KrExport.h"
-#include "foundation/core/KrMember.h"
 #include "foundation/core/KrTypes.h"
 #include "foundation/math/KrReArray.h"
 #include "foundation/xml/KrXmlVectorType.h"
@@ -15,27 +14,6 @@
 /// keep. Values are signed: the function's value times +1.0 in a search for a
 /// minimum and -1.0 in a search for a maximum, so that every search minimises.
 namespace KrSearch {
-
-/// Gives an optimizer's working state to one search at a time: one that the function
-/// starts on the same optimizer is made by a clone, and disturbs nothing.
-template <class Optimizer>
-class Turn {
-public:
-    Turn(bool& taken, Optimizer const& optimizer)
-        : taken_(taken), clone_(taken ? KrOwned<Optimizer>::cloneOf(&optimizer) : nullptr) {
-        taken_ = true;
-    }
-    Turn(Turn const&) = delete;
-    Turn& operator=(Turn const&) = delete;
-    ~Turn() { taken_ = static_cast<bool>(clone_); }
-
-    /// Null for the search that has the state.
-    Optimizer const* clone() const { return clone_.get(); }
-
-private:
-    bool& taken_;
-    KrOwned<Optimizer> clone_;
-};
 
 /// Edge length along coordinate `i`: the listed one, else `otherwise`.
 inline double edgeLength(KrXmlRealVector const& listed, double otherwise, KrU32 i) {
