@@ -2,7 +2,7 @@
 
 #include "foundation/core/KrPrint.h"
 #include "foundation/math/KrMath.h"
-#include "function/optimizer/internal/KrSearch.h"
+#include "function/optimizer/internal/KrPointSet.h"
 
 #include <algorithm>
 #include <utility>
@@ -26,8 +26,8 @@ double dotProduct(KrRealVector const& a, KrRealVector const& b) {
     return sum;
 }
 
-// Random directions, made orthonormal by the modified Gram-Schmidt process: each
-// projection is taken from what the ones before it have left.
+// Makes random orthonormal directions by the modified Gram-Schmidt process: each
+// projection is computed after the earlier ones are subtracted.
 void setRandomOrthonormal(KrReArray& directions) {
     for (KrU32 i = 0; i < directions.numRows(); ++i) {
         KrRealVector& direction = directions[i];
@@ -42,7 +42,7 @@ void setRandomOrthonormal(KrReArray& directions) {
             }
         }
         double const length = KrMath::sqrt(dotProduct(direction, direction));
-        // One unit of the last place below 1e300: seeded searches repeat to the bit.
+        // One unit in the last place below 1e300, on which the bits of seeded searches depend.
         double const scale = length > 1e-300 ? 1.0 / length : 9.999999999999999e299;
         for (double& component : direction) {
             component *= scale;
@@ -50,8 +50,8 @@ void setRandomOrthonormal(KrReArray& directions) {
     }
 }
 
-// Turns two directions by 45 degrees in their plane. The cosine has nine decimals,
-// so that lengths creep by 3e-10 a turn: recorded searches depend on it.
+// Rotates two directions by 45 degrees in their plane. The cosine has nine decimals, so
+// that lengths change by 3e-10 per rotation. The bits of recorded searches depend on it.
 void rotate(KrRealVector& first, KrRealVector& second) {
     constexpr double cosine = 0.707106781;
     for (std::size_t j = 0; j < first.size(); ++j) {
@@ -66,10 +66,10 @@ void rotate(KrRealVector& first, KrRealVector& second) {
 
 double KrHookeJeevesOptimizer::search(double sign, KrScalarMultivariableFunction const& f,
                                       KrRealVector const& start, KrRealVector& result) const {
-    struct Forgetting {
+    struct FunctionReset {
         State& state;
-        ~Forgetting() { state.function = nullptr; }  // which may not live on
-    } const forgetting{*state_};
+        ~FunctionReset() { state.function = nullptr; }  // its lifetime ends after the search
+    } const reset{*state_};
     initialize(sign, f, start, 1.0);
     newExploratoryMove();
     result = state_->basePoint;
@@ -87,7 +87,7 @@ void KrHookeJeevesOptimizer::initialize(double sign, KrScalarMultivariableFuncti
     s.basePoint.resize(std::max<std::size_t>(given, n), 0.0);
     s.stepLengths.resize(n);
     for (KrU32 i = 0; i < n; ++i) {
-        s.stepLengths[i] = KrSearch::edgeLength(edgeLengths(), defaultEdgeLength(), i);
+        s.stepLengths[i] = KrPointSet::edgeLength(edgeLengths(), defaultEdgeLength(), i);
     }
     s.stepSigns.assign(n, 1.0);
     if (given != n) {
@@ -98,7 +98,7 @@ void KrHookeJeevesOptimizer::initialize(double sign, KrScalarMultivariableFuncti
             given, n);
     }
     s.baseValue = sign * f.evaluate(s.basePoint);
-    s.evaluations = 1;
+    *evaluations_ = 1;
     initializeDirections();
     s.totalReduction = 1.0;
     s.searching = true;
@@ -113,12 +113,11 @@ void KrHookeJeevesOptimizer::newExploratoryMove() const {
     s.trialValue = s.baseValue;
     bool const improved = explore();
     if (!s.searching) {
-        s.basePoint = s.trialPoint;
-        s.baseValue = s.trialValue;
+        acceptTrial();
     } else if (improved) {
-        handOverTo(&KrHookeJeevesOptimizer::transitionalMove);
+        runMoves(&KrHookeJeevesOptimizer::transitionalMove);
     } else {
-        handOverTo(&KrHookeJeevesOptimizer::patternContraction);
+        runMoves(&KrHookeJeevesOptimizer::patternContraction);
     }
 }
 
@@ -133,41 +132,41 @@ void KrHookeJeevesOptimizer::transitionalMove() const {
         s.trialPoint[j] = 2.0 * s.trialPoint[j] - previousBase;
     }
     s.baseValue = s.trialValue;
-    // Evaluated whatever the budget: the exploration around it asks next.
+    // Without a check of the budget: the exploration that follows checks it.
     s.trialValue = s.sign * s.function->evaluate(s.trialPoint);
-    ++s.evaluations;
-    explore();  // what counts is the comparison with the base, not with the pattern point
+    ++*evaluations_;
+    explore();  // its result compares with the pattern point; the base is what counts
 
     bool const beatsBase = s.baseValue > s.trialValue;
     if (!s.searching) {
         if (beatsBase) {
-            s.basePoint = s.trialPoint;
-            s.baseValue = s.trialValue;
+            acceptTrial();
         }
     } else if (beatsBase) {
-        handOverTo(&KrHookeJeevesOptimizer::transitionalMove);
+        runMoves(&KrHookeJeevesOptimizer::transitionalMove);
     } else {
         s.trialValue = s.baseValue;
-        handOverTo(&KrHookeJeevesOptimizer::newExploratoryMove);
+        runMoves(&KrHookeJeevesOptimizer::newExploratoryMove);
     }
 }
 
 void KrHookeJeevesOptimizer::patternContraction() const {
     State& s = *state_;
     bool const stepsAreSmall = minTotalReduction() > s.totalReduction;
-    bool const budgetIsSpent = s.evaluations >= maxFunctionEvaluations();
+    bool const budgetIsSpent = *evaluations_ >= maxFunctionEvaluations();
     bool const nothingToExplore = s.stepSigns.empty();
     if (stepsAreSmall || budgetIsSpent || nothingToExplore) {
         return;
     }
     s.totalReduction *= reductionFactor();
     updateDirections();
-    handOverTo(&KrHookeJeevesOptimizer::newExploratoryMove);
+    runMoves(&KrHookeJeevesOptimizer::newExploratoryMove);
 }
 
-// The states would call one another without end in sight; here the first that is
-// entered turns into a loop, which makes the moves that the others name.
-void KrHookeJeevesOptimizer::handOverTo(MoveOperation next) const {
+// Runs `next` and every move that follows from it. If the moves called one another, the
+// call stack would grow with each. So a nested call only schedules its move for the loop of
+// the outermost one.
+void KrHookeJeevesOptimizer::runMoves(MoveOperation next) const {
     State& s = *state_;
     s.next = next;
     if (s.moving) {
@@ -184,69 +183,24 @@ void KrHookeJeevesOptimizer::handOverTo(MoveOperation next) const {
     }
 }
 
-bool KrHookeJeevesOptimizer::explore() const {
-    State& s = *state_;
-    KrU32 const n = static_cast<KrU32>(s.stepSigns.size());
-    if (!s.function || s.trialPoint.size() < n) {  // no search has come so far
-        return false;
-    }
-    bool const alongAxes = directionsMode() == NONE;
-    if (!alongAxes) {
-        s.directions.resizeArray(n, n);  // the mode may have been set since the last update
-    }
-    KrU32 const budget = maxFunctionEvaluations();
-    bool improved = false;
-    for (KrU32 i = 0; i < n; ++i) {
-        if (s.evaluations >= budget) {
-            s.searching = false;
-            return improved;
-        }
-        double const t = s.stepSigns[i] * s.totalReduction;
-        double const axisStart = s.trialPoint[i];
-        if (!alongAxes) {
-            s.directionStart = s.trialPoint;
-        }
-        auto const tryStep = [&](double factor) {
-            if (alongAxes) {
-                s.trialPoint[i] = axisStart + factor * s.stepLengths[i];
-            } else {
-                KrRealVector const& direction = s.directions[i];
-                for (KrU32 j = 0; j < n; ++j) {
-                    s.trialPoint[j] =
-                        s.directionStart[j] + factor * direction[j] * s.stepLengths[j];
-                }
-            }
-            return trialImproves();
-        };
-        if (tryStep(t)) {
-            improved = true;
-            continue;
-        }
-        bool const canStepBack = s.evaluations < budget;
-        if (canStepBack && tryStep(-t)) {
-            s.stepSigns[i] = -s.stepSigns[i];  // the next exploration tries this side first
-            improved = true;
-            continue;
-        }
-        // The trial value is that of the point before both steps.
-        if (alongAxes) {
-            s.trialPoint[i] = axisStart;
-        } else {
-            s.trialPoint = s.directionStart;
-        }
-        if (!canStepBack) {
-            s.searching = false;
-            return improved;
-        }
-    }
-    return improved;
+void KrHookeJeevesOptimizer::acceptTrial() const {
+    state_->basePoint = state_->trialPoint;
+    state_->baseValue = state_->trialValue;
 }
 
-// Evaluates the trial point and keeps its value if that is lower.
-bool KrHookeJeevesOptimizer::trialImproves() const {
+// Whether the budget has another evaluation. If not, the search ends.
+inline bool KrHookeJeevesOptimizer::checkBudget() const {
+    State& s = *state_;
+    bool const isLeft = *evaluations_ < s.budget;
+    s.searching = s.searching && isLeft;
+    return isLeft;
+}
+
+// Evaluates the trial point. If its value is lower, keeps it.
+inline bool KrHookeJeevesOptimizer::trialImproves() const {
     State& s = *state_;
     double const value = s.sign * s.function->evaluate(s.trialPoint);
-    ++s.evaluations;
+    ++*evaluations_;
     bool const improves = s.trialValue > value;
     if (improves) {
         s.trialValue = value;
@@ -254,11 +208,67 @@ bool KrHookeJeevesOptimizer::trialImproves() const {
     return improves;
 }
 
+// Tries the step along direction `i`, then the opposite one. Keeps the first that lowers
+// the trial value; otherwise the trial point stays as it was.
+inline bool KrHookeJeevesOptimizer::exploreDirection(KrU32 i, bool alongAxis) const {
+    State& s = *state_;
+    double const axisStart = s.trialPoint[i];
+    if (!alongAxis) {
+        s.directionStart = s.trialPoint;
+    }
+    auto const step = [&](double factor) {
+        if (alongAxis) {
+            s.trialPoint[i] = axisStart + factor * s.stepLengths[i];
+            return;
+        }
+        KrRealVector const& direction = s.directions[i];
+        for (std::size_t j = 0; j < direction.size(); ++j) {
+            s.trialPoint[j] = s.directionStart[j] + factor * direction[j] * s.stepLengths[j];
+        }
+    };
+    double const factor = s.stepSigns[i] * s.totalReduction;
+    step(factor);
+    if (trialImproves()) {
+        return true;
+    }
+    if (checkBudget()) {
+        step(-factor);
+        if (trialImproves()) {
+            s.stepSigns[i] = -s.stepSigns[i];  // the next exploration tries this side first
+            return true;
+        }
+    }
+    if (alongAxis) {
+        s.trialPoint[i] = axisStart;
+    } else {
+        s.trialPoint = s.directionStart;
+    }
+    return false;
+}
+
+bool KrHookeJeevesOptimizer::explore() const {
+    State& s = *state_;
+    KrU32 const n = static_cast<KrU32>(s.stepSigns.size());
+    if (!s.function || s.trialPoint.size() < n) {  // outside of a search
+        return false;
+    }
+    bool const alongAxes = directionsMode() == NONE;
+    if (!alongAxes) {
+        s.directions.resizeArray(n, n);  // in case the mode was set after the last update
+    }
+    s.budget = maxFunctionEvaluations();
+    bool improved = false;
+    for (KrU32 i = 0; i < n && checkBudget(); ++i) {
+        improved |= exploreDirection(i, alongAxes);
+    }
+    return improved;
+}
+
 void KrHookeJeevesOptimizer::initializeDirections() const {
     state_->directionUpdates = 0;  // every search starts from the same directions
     updateDirections();
-    // Not counting this one: mode "rotated" rebuilds the identity at the first
-    // contraction and turns from the second on.
+    // This update does not count. So mode "rotated" sets the identity again at the first
+    // contraction and rotates from the second on.
     state_->directionUpdates = 0;
 }
 

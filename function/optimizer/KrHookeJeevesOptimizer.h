@@ -120,27 +120,30 @@ private:
     using MoveOperation = void (KrHookeJeevesOptimizer::*)() const;
 
     struct State {
-        KrScalarMultivariableFunction const* function = nullptr;
+        KrScalarMultivariableFunction const* function = nullptr;  // null outside of a search
         double sign = 1.0;
-        KrRealVector basePoint;  // the best point that was confirmed
-        double baseValue = 0.0;  // signed, like all values
+        KrRealVector basePoint;  // the best point so far
+        double baseValue = 0.0;  // signed, as all values
         KrRealVector trialPoint;
         double trialValue = 0.0;
-        KrRealVector directionStart;  // trialPoint before the present direction
+        KrRealVector directionStart;  // trialPoint before the current direction
         KrRealVector stepSigns;       // the side to try first, per direction
         KrRealVector stepLengths;     // per coordinate
-        KrReArray directions;         // row i is direction i: the matrix's column i
+        KrReArray directions;         // row i is direction i: column i of the matrix
         std::uint64_t directionUpdates = 0;
-        std::uint64_t evaluations = 0;
         double totalReduction = 1.0;
-        bool searching = false;  // false once the budget has stopped the search
+        std::uint64_t budget = 0;  // of the current exploration
+        bool searching = false;    // false as soon as the budget ends the search
         MoveOperation next = nullptr;
-        bool moving = false;  // one of the moves is under way
+        bool moving = false;  // while runMoves is on the call stack
     };
 
     double search(double sign, KrScalarMultivariableFunction const& f, KrRealVector const& start,
                   KrRealVector& result) const;
-    void handOverTo(MoveOperation next) const;
+    void runMoves(MoveOperation next) const;
+    void acceptTrial() const;
+    bool checkBudget() const;
+    bool exploreDirection(KrU32 i, bool alongAxis) const;
     bool trialImproves() const;
 
     KrXmlBasicType<double> reductionFactor_{0.5};
@@ -151,4 +154,5 @@ private:
     KrXmlEnumType<KrU32> directionsMode_{NONE};
 
     mutable KrScratch<State> state_;
+    mutable KrUncompared<std::uint64_t> evaluations_;  // charged to the budget
 };

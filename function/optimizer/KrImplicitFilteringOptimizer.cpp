@@ -1,6 +1,6 @@
 #include "function/optimizer/KrImplicitFilteringOptimizer.h"
 
-#include "function/optimizer/internal/KrSearch.h"
+#include "function/optimizer/internal/KrPointSet.h"
 
 #include <algorithm>
 #include <cmath>
@@ -29,12 +29,12 @@ void KrImplicitFilteringOptimizer::initialize(double sign, KrScalarMultivariable
                                               KrRealVector const& start, double scale) const {
     State& s = *state_;
     KrU32 const n = f.domainDim();
-    s.values.clear();  // should the function throw, none may outlast its point
-    KrSearch::seedStencil(n, start, simplexEdgeLengths(), defaultSimplexEdgeLength(), scale,
-                          s.stencil);
+    s.values.clear();  // if the function throws, no value refers to an earlier stencil
+    KrPointSet::buildStencil(n, start, simplexEdgeLengths(), defaultSimplexEdgeLength(), scale,
+                             s.stencil);
     s.gradient.resize(n);
     s.trialPoint.resize(n);
-    KrSearch::evaluateBatch(sign, f, s.stencil.rows(), s.values);
+    KrPointSet::evaluate(sign, f, s.stencil.rows(), s.values);
     *evaluations_ += s.values.size();
     findMaxAndMin();
     s.bestPoint = s.stencil[s.minIndex];
@@ -46,8 +46,8 @@ double KrImplicitFilteringOptimizer::singleStep(double sign, KrScalarMultivariab
     State& s = *state_;
     KrU32 const n = s.stencil.numColumns();
     done = false;
-    // No stencil was built yet.
-    if (n == 0 || s.values.empty() || s.values.size() != s.stencil.numRows()) {
+    bool const hasStencil = !s.values.empty() && s.values.size() == s.stencil.numRows();
+    if (n == 0 || !hasStencil) {
         return 0.0;
     }
     Slope const slope = differenceGradient();
@@ -63,12 +63,11 @@ double KrImplicitFilteringOptimizer::singleStep(double sign, KrScalarMultivariab
         bool const decreasesEnough =
             value - centreValue < -(lineSearchAlpha() * lambda * slope.squared);
         if (decreasesEnough) {
-            // Even where a point of the stencil is lower: the search follows the
-            // slope, not the noise.
+            // Even if a point of the stencil is lower: that may be noise.
             s.bestPoint = s.trialPoint;
             s.bestValue = value;
-            double const noticeable = slope.largestWidth * tau();
-            done = noticeable * noticeable > slope.squared;
+            double const smallSlope = slope.largestWidth * tau();
+            done = smallSlope * smallSlope > slope.squared;
             return s.bestValue;
         }
         lambda *= lineSearchBeta();
@@ -77,7 +76,7 @@ double KrImplicitFilteringOptimizer::singleStep(double sign, KrScalarMultivariab
     return s.bestValue;
 }
 
-// Central differences over the stencil. Coordinates without a width have no part.
+// Forms central differences over the stencil. A coordinate of width 0 gets gradient 0.
 KrImplicitFilteringOptimizer::Slope KrImplicitFilteringOptimizer::differenceGradient() const {
     State& s = *state_;
     KrU32 const n = s.stencil.numColumns();
@@ -91,8 +90,8 @@ KrImplicitFilteringOptimizer::Slope KrImplicitFilteringOptimizer::differenceGrad
         if (width != 0.0) {
             s.gradient[i] = (s.values[forward] - s.values[backward]) / width;
             slope.steepness = std::max(slope.steepness, std::fabs(s.gradient[i] / width));
-            // Replaced, not summed: the tests of a step look at the last component
-            // alone, and their parameters are tuned to that.
+            // Assigned, not summed: the tests of a step use the last component alone, and
+            // their parameters are tuned to it.
             slope.squared = s.gradient[i] * s.gradient[i];
         }
     }
@@ -100,11 +99,11 @@ KrImplicitFilteringOptimizer::Slope KrImplicitFilteringOptimizer::differenceGrad
 }
 
 void KrImplicitFilteringOptimizer::findMaxAndMin() const {
-    KrSearch::findExtremes(state_->values, state_->minIndex, state_->maxIndex);
+    KrPointSet::findExtremes(state_->values, state_->minIndex, state_->maxIndex);
 }
 
 KrU32 KrImplicitFilteringOptimizer::findMinIndex(KrRealVector const& values) const {
-    return KrSearch::minIndexOf(values);
+    return KrPointSet::minIndexOf(values);
 }
 
 void KrImplicitFilteringOptimizer::registerComponents() {

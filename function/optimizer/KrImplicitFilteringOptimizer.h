@@ -124,7 +124,7 @@ private:
         KrU32 maxIndex = 0;
     };
 
-    // What a step takes from the differences beside the gradient.
+    // What a step needs from the differences besides the gradient.
     struct Slope {
         double largestWidth = 0.0;
         double squared = 0.0;    // of the last component with a width
@@ -146,5 +146,5 @@ private:
     KrXmlBasicType<double> defaultSimplexEdgeLength_{0.01};
 
     mutable KrScratch<State> state_;
-    mutable KrUncompared<std::uint64_t> evaluations_;
+    mutable KrUncompared<std::uint64_t> evaluations_;  // charged to the budget
 };

@@ -1,6 +1,6 @@
 #include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
 
-#include "function/optimizer/internal/KrSearch.h"
+#include "function/optimizer/internal/KrPointSet.h"
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ double KrMultidirectionalSearchOptimizer::search(double sign,
     State& s = *state_;
     initialize(sign, f, start, 1.0);
     *evaluations_ = 0;  // the first simplex is not charged
-    bool done = true;   // and stays so in no dimensions
+    bool done = true;   // a step in 0 dimensions leaves it so
     while (*evaluations_ < maxFunctionEvaluations()) {
         singleStep(sign, f, done);
         if (done) {
@@ -29,15 +29,15 @@ void KrMultidirectionalSearchOptimizer::initialize(double sign,
                                                    KrRealVector const& start, double scale) const {
     State& s = *state_;
     KrU32 const n = f.domainDim();
-    // Should the function throw, no value and no index may outlast its vertex.
+    // If the function throws, no value and no index refers to a vertex of an earlier simplex.
     s.values.clear();
     s.minIndex = s.maxIndex = 0;
-    KrSearch::seedSimplex(n, start, simplexEdgeLengths(), defaultSimplexEdgeLength(), scale,
-                          s.simplex);
+    KrPointSet::buildSimplex(n, start, simplexEdgeLengths(), defaultSimplexEdgeLength(), scale,
+                             s.simplex);
     for (TrialSet* trial : {&s.reflected, &s.expanded, &s.contracted}) {
         trial->points.resizeArray(n, n);
     }
-    KrSearch::evaluateBatch(sign, f, s.simplex.rows(), s.values);
+    KrPointSet::evaluate(sign, f, s.simplex.rows(), s.values);
     *evaluations_ += n + std::uint64_t{1};
     findMaxAndMin();
 }
@@ -46,7 +46,7 @@ double KrMultidirectionalSearchOptimizer::singleStep(double sign,
                                                      KrScalarMultivariableFunction const& f,
                                                      bool& done) const {
     State& s = *state_;
-    if (s.values.empty() || s.values.size() != s.simplex.numRows()) {  // none was built yet
+    if (s.values.empty() || s.values.size() != s.simplex.numRows()) {  // no simplex was built yet
         done = true;
         return 0.0;
     }
@@ -65,10 +65,10 @@ double KrMultidirectionalSearchOptimizer::singleStep(double sign,
     TrialSet const* accepted = &s.contracted;
     if (beatsBest) {
         tryVertices(sign, f, 1.0 + g, -g, s.expanded);
-        // A tie goes to the larger simplex, and so does a NaN.
+        // If the two values are equal or one is NaN, the larger simplex wins.
         accepted = lowestOf(s.expanded) > reflectedValue ? &s.reflected : &s.expanded;
     } else {
-        // Accepted even where it is worse: a smaller simplex is what is wanted.
+        // Accepted even if it is worse: the next step needs a smaller simplex.
         tryVertices(sign, f, 1.0 - b, b, s.contracted);
     }
     setNewData(accepted->points, accepted->values);
@@ -78,29 +78,29 @@ double KrMultidirectionalSearchOptimizer::singleStep(double sign,
     return s.values[s.minIndex];
 }
 
-// Fills and evaluates a set of trial points, ofBest best + ofVertex vertex for
-// each vertex beside the best.
+// Fills and evaluates a set of trial points: bestFactor best + vertexFactor vertex for each
+// vertex other than the best.
 void KrMultidirectionalSearchOptimizer::tryVertices(double sign,
                                                     KrScalarMultivariableFunction const& f,
-                                                    double ofBest, double ofVertex,
+                                                    double bestFactor, double vertexFactor,
                                                     TrialSet& trial) const {
     State& s = *state_;
     KrU32 const n = s.simplex.numColumns();
     double const* const best = s.simplex[s.minIndex].data();
     for (KrU32 j = 0; j < n; ++j) {
-        KrSearch::combine(n, ofBest, best, ofVertex, s.simplex[s.besideBest(j)].data(),
-                          trial.points[j].data());
+        KrPointSet::combine(n, bestFactor, best, vertexFactor, s.simplex[s.trialVertex(j)].data(),
+                            trial.points[j].data());
     }
-    KrSearch::evaluateBatch(sign, f, trial.points.rows(), trial.values);
+    KrPointSet::evaluate(sign, f, trial.points.rows(), trial.values);
     *evaluations_ += n;
 }
 
 void KrMultidirectionalSearchOptimizer::findMaxAndMin() const {
-    KrSearch::findExtremes(state_->values, state_->minIndex, state_->maxIndex);
+    KrPointSet::findExtremes(state_->values, state_->minIndex, state_->maxIndex);
 }
 
 KrU32 KrMultidirectionalSearchOptimizer::findMinIndex(KrRealVector const& values) const {
-    return KrSearch::minIndexOf(values);
+    return KrPointSet::minIndexOf(values);
 }
 
 void KrMultidirectionalSearchOptimizer::setNewData(KrReArray const& points,
@@ -109,8 +109,8 @@ void KrMultidirectionalSearchOptimizer::setNewData(KrReArray const& points,
     if (s.values.empty()) {  // no simplex was built yet
         return;
     }
-    // The points of the search's own sets are filled anew at each step: they change
-    // places with the vertices, which spares copying them.
+    // The search's own trial points are rewritten at the next step. So they are exchanged with
+    // the vertices, not copied.
     KrReArray* own = nullptr;
     for (TrialSet* trial : {&s.reflected, &s.expanded, &s.contracted}) {
         own = &points == &trial->points ? &trial->points : own;
@@ -118,7 +118,7 @@ void KrMultidirectionalSearchOptimizer::setNewData(KrReArray const& points,
     std::size_t const given =
         std::min({std::size_t{points.numRows()}, values.size(), s.values.size() - 1});
     for (KrU32 j = 0; j < given; ++j) {
-        KrU32 const i = s.besideBest(j);
+        KrU32 const i = s.trialVertex(j);
         KrRealVector& vertex = s.simplex[i];
         if (own) {
             vertex.swap((*own)[j]);

@@ -97,7 +97,7 @@ public:
 private:
     friend class KrMinimisingOptimizer<KrMultidirectionalSearchOptimizer>;
 
-    // A candidate for the n vertices beside the best one.
+    // Trial points for the n vertices other than the best.
     struct TrialSet {
         KrReArray points;
         KrRealVector values;  // signed
@@ -112,14 +112,14 @@ private:
         KrU32 minIndex = 0;  // the best vertex
         KrU32 maxIndex = 0;  // the worst vertex
 
-        // The vertex for which trial point j stands.
-        KrU32 besideBest(KrU32 j) const { return j < minIndex ? j : j + 1; }
+        // The vertex that trial point j replaces.
+        KrU32 trialVertex(KrU32 j) const { return j < minIndex ? j : j + 1; }
     };
 
     double search(double sign, KrScalarMultivariableFunction const& f, KrRealVector const& start,
                   KrRealVector& result) const;
-    void tryVertices(double sign, KrScalarMultivariableFunction const& f, double ofBest,
-                     double ofVertex, TrialSet& trial) const;
+    void tryVertices(double sign, KrScalarMultivariableFunction const& f, double bestFactor,
+                     double vertexFactor, TrialSet& trial) const;
 
     KrXmlBasicType<double> alpha_{1.0};
     KrXmlBasicType<double> beta_{0.5};
@@ -130,5 +130,5 @@ private:
     KrXmlBasicType<double> defaultSimplexEdgeLength_{0.01};
 
     mutable KrScratch<State> state_;
-    mutable KrUncompared<std::uint64_t> evaluations_;
+    mutable KrUncompared<std::uint64_t> evaluations_;  // charged to the budget
 };

@@ -132,24 +132,25 @@ public:
 private:
     friend class KrMinimisingOptimizer<KrNelderMeadOptimizer>;
 
-    // Squared distances of the vertices from one of them, each summed only as far
-    // as it was asked for, and again only when one of the two has moved.
+    // Squared distances of the vertices from one vertex, each summed as far as a test needed.
+    // A distance stays valid until one of the two vertices moves.
     struct Distances {
-        static constexpr KrU32 nowhere = 0xffffffff;
+        static constexpr KrU32 none = 0xffffffff;
 
         void measureFrom(KrU32 vertex, KrU32 count);
-        void forget(KrU32 vertex);
+        void invalidate(KrU32 vertex);
+        void clear() { origin = none; }
 
-        KrU32 origin = nowhere;
+        KrU32 origin = none;
         KrRealVector sum;
-        std::vector<KrU32> summed;  // components in the sum so far
+        std::vector<KrU32> summed;  // number of components in each sum
     };
 
     struct State {
-        KrReArray simplex;      // row i is vertex i
-        KrRealVector values;    // signed value of each vertex
-        KrRealVector centroid;  // of all vertices but the worst
-        double share = 0.0;     // of one vertex in the centroid, 1/n
+        KrReArray simplex;            // row i is vertex i
+        KrRealVector values;          // signed value of each vertex
+        KrRealVector centroid;        // mean of all vertices but the worst
+        double centroidWeight = 0.0;  // 1/n, of one vertex in the centroid
         KrRealVector reflected;
         KrRealVector expanded;
         KrRealVector contracted;
@@ -157,14 +158,12 @@ private:
         KrU32 minIndex = 0;  // the best vertex
         KrU32 maxIndex = 0;  // the worst vertex
         std::uint64_t expansions = 0;
-        std::uint64_t evaluations = 0;  // charged to the budget
         std::uint64_t evaluationsSinceRestart = 0;
-        // The worst value at the end of the last step. It is the one thing that a
-        // search may find left by an earlier one, when the restart test is due
-        // already at its first step.
+        // The worst value after the last step. It outlasts a search: the next one reads it
+        // if its restart test is due after the first step.
         double previousWorstValue = 0.0;
         Distances distances;
-        KrRealVector ratios;  // of the restart test, from the distances as far as summed
+        KrRealVector slopes;  // squared, from the best vertex
     };
 
     double search(double sign, KrScalarMultivariableFunction const& f, KrRealVector const& start,
@@ -172,7 +171,9 @@ private:
     double evaluate(double sign, KrScalarMultivariableFunction const& f,
                     KrRealVector const& point) const;
     bool hasStalled() const;
-    void sumDistance(KrU32 vertex, KrU32 upTo) const;
+    double largestSquaredSlope(double eta, double decrease) const;
+    double squaredSlope(KrU32 vertex) const;
+    void sumDistance(KrU32 vertex, KrU32 count) const;
 
     KrXmlBasicType<double> alpha_{1.0};
     KrXmlBasicType<double> beta_{0.5};
@@ -188,4 +189,5 @@ private:
     KrXmlBasicType<double> defaultSimplexEdgeLength_{0.01};
 
     mutable KrScratch<State> state_;
+    mutable KrUncompared<std::uint64_t> evaluations_;  // charged to the budget
 };

@@ -10,7 +10,7 @@
 #include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
 #include "function/optimizer/KrSequenceOptimizer.h"
-#include "function/optimizer/internal/KrSearch.h"
+#include "function/optimizer/internal/KrPointSet.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/SmallStack.h"
@@ -357,7 +357,7 @@ TEST(Optimizers, FindTheEarliestExtremes) {
     for (auto const& row : cases) {
         KrU32 lowest = 7;
         KrU32 highest = 7;
-        KrSearch::findExtremes(row.values, lowest, highest);
+        KrPointSet::findExtremes(row.values, lowest, highest);
         EXPECT_EQ(lowest, row.lowest);
         EXPECT_EQ(highest, row.highest);
         EXPECT_EQ(KrMultidirectionalSearchOptimizer().findMinIndex(row.values), row.lowest);
