@@ -12,11 +12,10 @@
 
 /// The pattern search of Hooke and Jeeves, on one of four sets of directions.
 ///
-/// An exploration tries a step along each direction in turn, forward and then
-/// backward, and keeps what lowers the value. After one that succeeded, a pattern
-/// move repeats the whole displacement from the base point, and the search
-/// explores around where that leads; after one that failed, the steps contract.
-/// The search ends when the product of the contractions falls below
+/// An exploration tries a step along each direction, forward and then backward, and keeps
+/// each step that lowers the value. If it succeeds, a pattern move repeats the whole
+/// displacement from the base point, and the search explores around the new point. If it
+/// fails, the steps contract. The search ends when the product of the contractions is below
 /// `minTotalReduction`, or when the budget is spent.
 ///
 ///     <hookeJeeves>
@@ -33,22 +32,22 @@
 /// | `NONE`           | none        | the coordinate axes                          |
 /// | `AXIS_ALIGNED`   | axisAligned | the columns of an identity matrix            |
 /// | `RANDOM`         | random      | orthonormal, redrawn at each contraction     |
-/// | `ROTATED`        | rotated     | two of them turned by 45 degrees at each     |
-/// |                  |             | contraction but the first, from the identity |
+/// | `ROTATED`        | rotated     | an identity matrix, of which two columns     |
+/// |                  |             | rotate by 45° at each contraction but the    |
+/// |                  |             | first                                        |
 ///
-/// A text carries the namespace, as in the sample. Another mode is reported as a
-/// search begins and at each contraction, and leaves the directions as they are, zeros
-/// at first.
+/// A text includes the namespace, as in the sample. Another mode is reported at the begin
+/// of a search and at each contraction. It leaves the directions as they are, zeros at
+/// first.
 ///
-/// Every evaluation is charged, that at the start point included; a pattern move
-/// may spend one more than the budget. A start point whose length is not the
-/// dimension is reported; a shorter one is filled with zeros, the extra components
-/// of a longer one are handed to the function as they are. A NaN compares as no
-/// improvement.
+/// Every evaluation is charged, that at the start point included. A pattern move may exceed
+/// the budget by one. A start point of another length than the dimension is reported. If it
+/// is too short, it is filled with zeros. If it is too long, the function receives its last
+/// components as they are. A NaN is not an improvement.
 ///
-/// Cost beyond the function: a few operations an evaluation in mode "none", about
-/// 3n in the others, and n² to n³ a contraction there; no allocation but in an
-/// object's first search of a dimension; n² doubles of memory.
+/// Cost beyond the function: a few operations per evaluation in mode "none". In the other
+/// modes about 3n per evaluation and n² to n³ per contraction. Only the first search of a
+/// dimension allocates: n² doubles.
 ///
 /// Source: R. Hooke and T. A. Jeeves, "Direct search solution of numerical and
 /// statistical problems", Journal of the ACM 8 (1961).
@@ -56,57 +55,72 @@ class KR_EXPORT KrHookeJeevesOptimizer
     : public KrTaggedElement<KrHookeJeevesOptimizer, KrMinimisingOptimizer<KrHookeJeevesOptimizer>,
                              KrFunction::KrHookeJeevesToken> {
 public:
-    /// The sets of directions, numbered as recorded settings have them.
+    /// The sets of directions, with the numbers of recorded settings.
     enum DIRECTIONS_MODE : KrU32 { NONE = 0, AXIS_ALIGNED = 1, RANDOM = 2, ROTATED = 3 };
 
-    /// Factor of the steps at each contraction.
+    /// Factor of all steps at each contraction.
+    /// Range: 0 < reductionFactor < 1, dimensionless; 0.5 by default. With 0 and negative values
+    /// the search ends after one contraction. With 1 or more, NaN and infinity the steps never
+    /// become small, and only the budget ends the search. Decrease it to 0.25 if the first steps
+    /// may be far too long.
     virtual double reductionFactor() const { return reductionFactor_; }
     virtual void setReductionFactor(double factor) { reductionFactor_ = factor; }
-    /// The search ends when the steps are less than this share of the first ones.
+    /// The search ends when the steps are smaller than this share of the first ones.
+    /// Range: 0 < minTotalReduction <= 1, dimensionless; 0.001 by default. With 0, a negative value
+    /// or NaN only the budget ends the search. Above 1 the first failed exploration ends it. Set it
+    /// to the precision of x that you need, over the edge length.
     virtual double minTotalReduction() const { return minTotalReduction_; }
     virtual void setMinTotalReduction(double reduction) { minTotalReduction_ = reduction; }
-    /// Most evaluations, that at the start point included.
+    /// Largest number of evaluations, that at the start point included.
+    /// Range: 2 to 4294967295; 300 by default. With 0 and 1 only the start point is evaluated. A
+    /// pattern move may exceed the budget by one. Set it to 50 (n + 1) or more.
     virtual KrU32 maxFunctionEvaluations() const { return maxFunctionEvaluations_; }
     virtual void setMaxFunctionEvaluations(KrU32 count) { maxFunctionEvaluations_ = count; }
-    /// First step along coordinate i; in the modes with a matrix, the unit of
-    /// coordinate i.
+    /// First step along coordinate i, or the unit of coordinate i in modes with a matrix.
+    /// Range: finite and not 0, in units of coordinate i; empty by default. Lengths beyond n are
+    /// ignored. With 0 the search never moves along the coordinate. A negative length tries the
+    /// backward step first. With NaN or infinity the coordinate's steps fail; in modes with a
+    /// matrix all steps fail. Set it to about a tenth of the coordinate's size.
     virtual KrXmlRealVector const& edgeLengths() const { return edgeLengths_; }
     virtual void setEdgeLengths(KrXmlRealVector const& lengths) { edgeLengths_ = lengths; }
-    /// The same for each coordinate that `edgeLengths` does not reach.
+    /// First step along each coordinate that `edgeLengths` does not list.
+    /// Range: finite and not 0, in units of the coordinates; 0.01 by default. Other values act as
+    /// in `edgeLengths`. Change it if the coordinates are of one size other than about 0.1.
     virtual double defaultEdgeLength() const { return defaultEdgeLength_; }
     virtual void setDefaultEdgeLength(double length) { defaultEdgeLength_ = length; }
-    /// The set of directions, a `DIRECTIONS_MODE`: `none` the coordinate axes, `axisAligned`
-    /// the axes as a matrix, `random` orthonormal and redrawn at each contraction, `rotated`
-    /// turned pairwise.
+    /// The set of directions, a `DIRECTIONS_MODE`: `none` the coordinate axes, `axisAligned` the
+    /// axes as a matrix, `random` orthonormal and redrawn at each contraction, `rotated` turned
+    /// pairwise.
+    /// Range: 0 to 3; `none` by default. Other numbers are reported, and the directions stay as
+    /// they are, zeros at first. Choose `rotated` or `random` if the function has a valley across
+    /// the axes and `none` stalls.
     virtual KrU32 directionsMode() const { return directionsMode_; }
     virtual void setDirectionsMode(KrU32 mode) { directionsMode_ = mode; }
 
-    // The parts of a search, on the working state. They need the function that
-    // `initialize` was given; before it, and after a search, they evaluate nothing.
+    // The steps of a search, on the working state. They evaluate the function of `initialize`.
+    // Before it, and after a search, they evaluate nothing.
 
-    /// Sets up a search from `start` and evaluates there; `sign` is +1.0 in a
-    /// search for a minimum and -1.0 in one for a maximum. The steps are always
-    /// the configured ones: `scale` has no effect.
+    /// Prepares a search from `start` and evaluates there. `sign` is +1.0 for a minimum and
+    /// -1.0 for a maximum. `scale` has no effect: the steps have the configured lengths.
     virtual void initialize(double sign, KrScalarMultivariableFunction const& f,
                             KrRealVector const& start, double scale) const;
 
-    // The three states of a search. Each does its work and hands over to the
-    // next; the call that enters the first of them returns when the search is
-    // over, without recursion.
+    // The three moves of a search. Each continues with the next one, without recursion. The
+    // call of the first move returns at the end of the search.
 
     /// Explores around the base point.
     virtual void newExploratoryMove() const;
-    /// Makes the explored point the base, repeats the displacement that led to it,
-    /// and explores around that.
+    /// Makes the explored point the base, repeats the displacement to it, and explores around
+    /// the point reached.
     virtual void transitionalMove() const;
-    /// Shortens the steps and renews the directions.
+    /// Shortens the steps and updates the directions.
     virtual void patternContraction() const;
 
-    /// Tries each direction from the trial point; whether its value was lowered.
+    /// Explores around the trial point. Returns whether its value was lowered.
     virtual bool explore() const;
-    /// Makes the directions of a new search.
+    /// Initialises the directions for a new search.
     virtual void initializeDirections() const;
-    /// Renews the directions, as the mode says.
+    /// Updates the directions according to the mode.
     virtual void updateDirections() const;
 
     void registerComponents() override;

@@ -13,13 +13,12 @@
 /// shrinks as the search comes closer, so that noise on a smaller scale than the
 /// differences is filtered out.
 ///
-/// The function is sampled on a stencil of 2n+1 points, a centre and one point
-/// forward and backward along each coordinate. A step forms the difference
-/// gradient g and tries centre - lambda g, for lambda cut by `lineSearchBeta`
-/// until the value falls by more than lineSearchAlpha lambda g2. The stencil is
-/// rebuilt around the best point; it shrinks when the line search failed, or when
-/// the gradient is small, (tau h)² > g2 for the largest width h. A search ends when
-/// the budget is spent.
+/// A stencil has 2n+1 points: a centre x, and one point forward and backward along each
+/// coordinate. A step forms the difference gradient g and tries x - lambda g. It
+/// multiplies lambda by `lineSearchBeta` until the value falls by more than
+/// lineSearchAlpha lambda g2. Then the stencil is rebuilt around the best point. It shrinks
+/// if the line search failed, or if the gradient is small: (tau h)² > g2 for the largest
+/// width h. A search ends when the budget is spent.
 ///
 ///     <implicitFiltering>
 ///       <lineSearchAlpha>1e-04</lineSearchAlpha>      sufficient decrease
@@ -33,20 +32,16 @@
 ///       <defaultSimplexEdgeLength>0.01</defaultSimplexEdgeLength>
 ///     </implicitFiltering>
 ///
-/// g2 is the square of the last gradient component whose width is not zero, not
-/// the squared length of the gradient: with the coordinates in another order the
-/// same problem takes other steps.
+/// g2 is the square of the last gradient component whose width is not zero, not the squared
+/// length of the gradient. So the order of the coordinates affects the steps.
 ///
-/// The evaluations of the first stencil are not charged to
-/// `maxFunctionEvaluations`, the rebuilt ones are; a line search and the stencil
-/// after it are finished. Of a start point that is longer than the dimension the
-/// first components count, a shorter one is filled with zeros. A coordinate whose
-/// edge length is zero is never moved. A NaN is rejected as a trial value. Nothing
-/// is ever reported.
+/// The evaluations of the first stencil are not charged to `maxFunctionEvaluations`; those
+/// of later ones are. A line search that has begun and the stencil after it are finished. A
+/// start point that is too long loses its last components; one that is too short is filled
+/// with zeros. A trial value of NaN is rejected. The search reports nothing.
 ///
-/// Cost beyond the function: n operations an evaluation of the stencil, 2n a trial,
-/// and no allocation but in an object's first search of a dimension; 2n² doubles of
-/// memory.
+/// Cost beyond the function: n operations per point of a stencil, and 2n per trial. Only the
+/// first search of a dimension allocates: 2n² doubles.
 ///
 /// Source: P. Gilmore and C. T. Kelley, "An implicit filtering algorithm for
 /// optimization of functions with many local minima", SIAM Journal on Optimization
@@ -56,33 +51,63 @@ class KR_EXPORT KrImplicitFilteringOptimizer
                              KrMinimisingOptimizer<KrImplicitFilteringOptimizer>,
                              KrFunction::KrImplicitFilteringToken> {
 public:
-    /// Factor of the decrease that a line search asks for.
+    /// Sufficient decrease: a step x - lambda g must gain more than lineSearchAlpha lambda g2.
+    /// Range: 0 <= lineSearchAlpha < 1, dimensionless; 1e-4 by default. With 0 any decrease is
+    /// enough. A negative value accepts increases. Values from 1 on, infinity and NaN reject most
+    /// or all steps, and the stencil only shrinks. Increase it to 0.01 if noise is accepted as a
+    /// decrease.
     virtual double lineSearchAlpha() const { return lineSearchAlpha_; }
     virtual void setLineSearchAlpha(double alpha) { lineSearchAlpha_ = alpha; }
-    /// Factor of the step length after a trial that was rejected.
+    /// Factor of the step length lambda after each trial that is rejected.
+    /// Range: 0 < lineSearchBeta < 1, dimensionless; 0.5 by default. With 0 and with 1 all further
+    /// trials of a line search are the same point. Values above 1, NaN and infinity move away from
+    /// the minimum, and only first trials succeed. A negative value changes sides at each trial.
+    /// Decrease it to 0.25, with fewer trials, if line searches spend the budget.
     virtual double lineSearchBeta() const { return lineSearchBeta_; }
     virtual void setLineSearchBeta(double beta) { lineSearchBeta_ = beta; }
-    /// Most trials of one line search; with 0 the stencil only shrinks.
+    /// Largest number of trials of one line search.
+    /// Range: 1 to 4294967295; 25 by default. With 0 the stencil moves to its lowest point and
+    /// shrinks. Decrease it to 8 if line searches spend the budget.
     virtual KrU32 lineSearchMaxIterations() const { return lineSearchMaxIterations_; }
     virtual void setLineSearchMaxIterations(KrU32 count) { lineSearchMaxIterations_ = count; }
-    /// Factor of the small-gradient test.
+    /// Small-gradient test: the stencil shrinks if (tau h)² > g2 for its largest width h.
+    /// Range: tau >= 0, in units of function / coordinate²; 0.01 by default. With 0 and NaN only
+    /// failed line searches shrink the stencil; with infinity every step does. The sign has no
+    /// effect. Set it to about the curvature of the function below which its slope is noise.
     virtual double tau() const { return tau_; }
     virtual void setTau(double tau) { tau_ = tau; }
-    /// Most evaluations after the first stencil; a step in progress is finished.
+    /// Largest number of evaluations after the first stencil.
+    /// Range: 1 to 4294967295; 300 by default. With 0 only the first stencil is evaluated. A line
+    /// search that has begun and the stencil after it are finished. So a search may exceed its
+    /// budget by `lineSearchMaxIterations` + 2n. Set it to 100 (n + 1) or more.
     virtual KrU32 maxFunctionEvaluations() const { return maxFunctionEvaluations_; }
     virtual void setMaxFunctionEvaluations(KrU32 count) { maxFunctionEvaluations_ = count; }
     /// Half the width of the first stencil along coordinate i.
+    /// Range: finite and not 0, in units of coordinate i; empty by default. Lengths beyond n are
+    /// ignored. With 0 the search never moves along the coordinate. The sign only exchanges the two
+    /// sides. With NaN or infinity the gradient is NaN and line searches fail. Set it above the
+    /// scale of the noise, to about a tenth of the coordinate's size.
     virtual KrXmlRealVector const& simplexEdgeLengths() const { return simplexEdgeLengths_; }
     virtual void setSimplexEdgeLengths(KrXmlRealVector const& lengths) {
         simplexEdgeLengths_ = lengths;
     }
-    /// The same for each coordinate that `simplexEdgeLengths` does not reach.
+    /// Half the width along each coordinate that `simplexEdgeLengths` does not list.
+    /// Range: finite and not 0, in units of the coordinates; 0.01 by default. Other values act as
+    /// in `simplexEdgeLengths`. Change it if the coordinates are of one size other than about 0.1.
     virtual double defaultSimplexEdgeLength() const { return defaultSimplexEdgeLength_; }
     virtual void setDefaultSimplexEdgeLength(double length) { defaultSimplexEdgeLength_ = length; }
     /// Factor of the stencil's widths when it shrinks.
+    /// Range: 0 < simplexScaleFactor < 1, dimensionless; 0.5 by default. With 0, NaN and infinity
+    /// all further steps fail. If the magnitude is 1 or more, the stencil does not shrink. The sign
+    /// only exchanges the two sides. Try 0.75 if a search shrinks too early: it helped on Powell's
+    /// function, and not on Rosenbrock's.
     virtual double simplexScaleFactor() const { return simplexScaleFactor_; }
     virtual void setSimplexScaleFactor(double factor) { simplexScaleFactor_ = factor; }
-    /// The first step length is this over the largest |gradient / width|.
+    /// The first lambda is this multiplier over the largest |gradient / width|.
+    /// So the first trial moves the steepest coordinate by this number of widths. Range: multiplier
+    /// > 0, dimensionless; 10 by default. If it is 0, negative, NaN or infinite, line searches
+    /// fail, and the stencil moves to its lowest point and shrinks. Decrease it to 1 if most first
+    /// trials are rejected.
     virtual double lineSearchInitialLambdaMultiplier() const {
         return lineSearchInitialLambdaMultiplier_;
     }
@@ -90,20 +115,19 @@ public:
         lineSearchInitialLambdaMultiplier_ = multiplier;
     }
 
-    // The steps of a search, on the working state; `sign` is +1.0 in a search for
-    // a minimum and -1.0 in one for a maximum.
+    // The steps of a search, on the working state. `sign` is +1.0 for a minimum and -1.0 for
+    // a maximum.
 
-    /// Builds and evaluates the stencil around `start`, with `scale` times the edge
-    /// lengths.
+    /// Builds and evaluates the stencil around `start`, with `scale` times the edge lengths.
     virtual void initialize(double sign, KrScalarMultivariableFunction const& f,
                             KrRealVector const& start, double scale) const;
-    /// One gradient and line search. Sets `done` to whether the stencil is to
-    /// shrink; returns the best signed value.
+    /// Makes one line search along the gradient and returns the best signed value. Sets `done`
+    /// to whether the stencil shrinks.
     virtual double singleStep(double sign, KrScalarMultivariableFunction const& f,
                               bool& done) const;
-    /// Finds the best and the worst of the values at the stencil.
+    /// Finds the best and the worst value of the stencil, the lowest index of equal ones.
     virtual void findMaxAndMin() const;
-    /// The index of the smallest value, the lowest of equal ones.
+    /// Returns the index of the smallest value, the lowest of equal ones.
     virtual KrU32 findMinIndex(KrRealVector const& values) const;
 
     void registerComponents() override;

@@ -6,13 +6,14 @@
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 
 /// Base of the optimizers: derivative-free searches for a minimum or a maximum
-/// of a function from a start point. The parameters of an optimizer are its
-/// components; what a search works with is kept in the object between the steps,
-/// is rebuilt by every search, and is neither copied nor compared.
+/// of a function from a start point.
 ///
-/// One object runs one search at a time; distinct objects may run on distinct
-/// threads. An exception of the function passes through, and the next search is
-/// as good as new.
+/// The settings of an optimizer are its components. A search does not check them: each
+/// accessor gives the admissible range and the effect of other values. The working points
+/// stay in the object until the next search. They are neither copied nor compared.
+///
+/// An object is not thread-safe; distinct objects may run on distinct threads. An exception
+/// of the function passes through, and the object can search again.
 class KR_EXPORT KrScalarMultivariableOptimizer : public KrBaseExpressionTreeElement {
 public:
     using KrBaseExpressionTreeElement::KrBaseExpressionTreeElement;
@@ -20,15 +21,14 @@ public:
     KrScalarMultivariableOptimizer(KrScalarMultivariableOptimizer const&) = default;
     KrScalarMultivariableOptimizer& operator=(KrScalarMultivariableOptimizer const&) = default;
 
-    /// Searches for a minimum of `f` from `start`. Writes the best point found
-    /// into `result`, which may be `start` itself, and returns the function's
-    /// value there. A start point of another length than `f.domainDim()` is
-    /// accepted; each optimizer says what it makes of it.
+    /// Searches for a minimum of `f` from `start`. Writes the best point into `result`,
+    /// which may be `start` itself, and returns the value of `f` there. The length of
+    /// `start` may differ from `f.domainDim()`; each class describes the effect.
     virtual double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
                                KrRealVector& result) const = 0;
 
-    /// The same search for a maximum: that of -f for a minimum, but the value
-    /// that is returned is f's own.
+    /// Searches for a maximum: takes the steps of a search for a minimum of -f, and returns
+    /// the value of f.
     virtual double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
                                KrRealVector& result) const = 0;
 

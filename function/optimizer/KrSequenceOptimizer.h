@@ -17,34 +17,37 @@
 ///       <executeInParallel>false</executeInParallel>
 ///     </sequenceOptimizer>
 ///
-/// As a chain (`executeInParallel` false) each optimizer starts where the one
-/// before it stopped, and the answer is that of the last, be it the best or not.
-/// As a tournament (true) all optimizers of a pass start from the same point, the
-/// next pass from the best point found so far, and the answer is the best; the
-/// earlier of equal ones. It is the starts that are parallel: the optimizers run
-/// one after another in the calling thread.
+/// In a chain (`executeInParallel` false) each optimizer starts where the one before it
+/// stopped. The result is that of the last one, even if an earlier one was better.
 ///
-/// Without an optimizer or a pass the answer is the start point. A tournament
-/// without a value below 1e300 (in a search for a maximum, above -1e300) answers
-/// with that number and the start point. What a start point of another length than
-/// the dimension becomes is the optimizers' affair.
+/// In a tournament (true) all optimizers of a pass start from the same point, and the next
+/// pass starts from the best point so far. The result is the best one, the earlier of equal
+/// ones. The optimizers run one after another in the calling thread.
 ///
-/// Cost beyond the optimizers: none.
+/// Without optimizers or passes the result is the start point. If a tournament finds no
+/// value below 1e300 (for a maximum: above -1e300), it returns that number and the start
+/// point. The start point goes to the optimizers as it is, of whatever length.
+///
+/// Cost beyond the optimizers: some copies of points.
 class KR_EXPORT KrSequenceOptimizer
     : public KrTaggedElement<KrSequenceOptimizer, KrMinimisingOptimizer<KrSequenceOptimizer>,
                              KrFunction::KrSequenceOptimizerToken> {
 public:
-    /// How often the whole list is run; 1 by default.
+    /// Number of runs of the whole list.
+    /// Range: 1 to 4294967295; 1 by default. With 0 the start point is evaluated and returned.
+    /// Increase it if the optimizers profit from each other's results.
     virtual KrU32 numberPasses() const { return numberPasses_; }
     virtual void setNumberPasses(KrU32 passes) { numberPasses_ = passes; }
     /// The optimizers in the order in which they run.
+    /// If the list is empty, as by default, the start point is evaluated and returned.
     virtual KrScalarMultivariableOptimizerVector const& optimizerSequence() const {
         return optimizerSequence_;
     }
     virtual void setOptimizerSequence(KrScalarMultivariableOptimizerVector const& optimizers) {
         optimizerSequence_ = optimizers;
     }
-    /// Whether all optimizers of a pass start from the same point; false by default.
+    /// Whether all optimizers of a pass start from the same point.
+    /// The default is false, a chain. Set it to true for a function with several minima.
     virtual bool executeInParallel() const { return executeInParallel_; }
     virtual void setExecuteInParallel(bool parallel) { executeInParallel_ = parallel; }
 
@@ -73,7 +76,7 @@ private:
     KrXmlBasicType<KrU32> numberPasses_{1};
     KrXmlBasicType<bool> executeInParallel_{false};
     mutable KrScratch<State> state_;
-    // The last member, since a sequence may be assigned one of its own list, which
-    // is gone as soon as the list is.
+    // The last member: a sequence may be assigned from an element of its own list, and this
+    // assignment destroys the element.
     KrScalarMultivariableOptimizerVector optimizerSequence_;
 };
