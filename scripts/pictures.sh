@@ -8,8 +8,8 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 export LC_ALL=C.UTF-8
 
-all=(unitary-maps table linear-search leaves constraint convergence paths data-profiles
-    quadrature random-fields)
+all=(unitary-maps table linear-search leaves constraint convergence paths optimizer-settings
+    data-profiles quadrature random-fields)
 
 examples=build/release/examples
 work=build/pictures
@@ -393,6 +393,48 @@ plot NaN with points pt 7 ps 0.7 lc rgb "black" title "start, f = 24.2", \
     NaN with points pt 7 ps 0.4 lc rgb "#56B4E9" title "evaluated", \
     NaN with lines lc rgb "#D55E00" lw 1.5 title "best so far", \
     NaN with lines lc rgb "#bbbbbb" lw 1 title "contours of f"
+END
+}
+
+# A component of the examples' settings takes three values.
+picture_optimizer-settings() {
+    local panels=("nelder-mead nelderMead alpha 0.5 1 2" "nelder-mead nelderMead beta 0.25 0.5 0.75"
+        "nelder-mead nelderMead gamma 1.2 2 4" "nelder-mead nelderMead defaultSimplexEdgeLength 0.001 0.3 30"
+        "hooke-jeeves hookeJeeves defaultEdgeLength 0.001 0.3 3"
+        "hooke-jeeves hookeJeeves reductionFactor 0.25 0.5 0.75"
+        "implicit-filtering implicitFiltering defaultSimplexEdgeLength 0.003 0.3 3"
+        "multidirectional multidirectionalSearch beta 0.25 0.5 0.75"
+        "multidirectional multidirectionalSearch gamma 1.2 2 3")
+    local i settings component values value
+    for i in "${!panels[@]}"; do
+        read -r settings _ component values <<<"${panels[i]}"
+        for value in $values; do
+            sed "/<$component>/d; s|^  </|<$component>$value</$component>&|" \
+                "examples/01_minimise/$settings.xml" >"$work/setting.xml"
+            "$examples/01_minimise" --trace "$work/setting.xml" powell 3 -1 0 1 |
+                awk 'NR == 1 || $1 < 0.8 * best { best = $1; print NR, best } END { print NR, best }' \
+                    >"$work/setting-$i-$value.txt"
+        done
+    done
+    plot optimizer-settings.svg 760 780 <<END
+set multiplot layout 3,3 title "A setting at three values: best value of Powell’s function" font ",16" \
+    margins 0.07,0.985,0.065,0.86 spacing 0.06,0.135
+set xrange [0:600]
+set yrange [1e-12:1e3]
+set logscale y
+set format y "10^{%T}"
+set tics font ",12"
+set xtics 200
+set ytics 1e3
+unset mytics
+set key at graph 0.5,1.01 center bottom maxrows 1 samplen 1.2 width -1 font ",13"
+array panel[9] = ["${panels[0]}"$(printf ', "%s"' "${panels[@]:1}")]
+do for [i = 1:9] {
+    set title word(panel[i], 2) . "\n" . word(panel[i], 3) font ",13" offset 0,-0.1
+    if (i > 6) { set xlabel "evaluations" font ",12" offset 0,0.5 }
+    plot for [k = 1:3] sprintf("$work/setting-%d-%s.txt", i - 1, word(panel[i], k + 3)) with steps \
+        lc rgb word("#0072B2 #000000 #D55E00", k) dt k lw 2.5 title word(panel[i], k + 3)
+}
 END
 }
 
