@@ -46,8 +46,8 @@ double KrImplicitFilteringOptimizer::singleStep(double sign, KrScalarMultivariab
     State& s = *state_;
     KrU32 const n = s.stencil.numColumns();
     done = false;
-    bool const hasStencil = !s.values.empty() && s.values.size() == s.stencil.numRows();
-    if (n == 0 || !hasStencil) {
+    // Nothing to do in 0 dimensions, and before a stencil was built.
+    if (n == 0 || s.values.empty() || s.values.size() != s.stencil.numRows()) {
         return 0.0;
     }
     Slope const slope = differenceGradient();
