@@ -3,7 +3,7 @@
 #include "foundation/core/KrMember.h"
 #include "foundation/xml/KrElement.h"
 #include "function/composite/KrCompositeFunctionElement.h"
-#include "function/object/KrFunction.h"
+#include "function/composite/KrCompositeTokens.h"
 
 /// Joins two composite functions. A point goes to the child whose box contains it, else to one
 /// that may extrapolate to it, the left child first. A child is evaluated at most once.

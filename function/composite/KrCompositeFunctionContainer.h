@@ -2,8 +2,8 @@
 
 #include "foundation/xml/KrElement.h"
 #include "function/composite/KrCompositeFunctionElement.h"
+#include "function/composite/KrCompositeTokens.h"
 #include "function/object/KrBaseExpressionTreeContainer.h"
-#include "function/object/KrFunction.h"
 
 /// Owns and evaluates a composite function: a table, or a tree of branches over tables that
 /// cover different regions.

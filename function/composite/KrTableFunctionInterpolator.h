@@ -2,9 +2,9 @@
 
 #include "foundation/xml/KrElement.h"
 #include "function/composite/KrCompositeFunctionElement.h"
+#include "function/composite/KrCompositeTokens.h"
 #include "function/composite/KrInterpolator.h"
 #include "function/composite/KrTableFunctionVectorSearch.h"
-#include "function/object/KrFunction.h"
 
 /// Tables over a grid as a composite function: multilinear interpolation
 /// (`KrInterpolator`) of one value for each table.

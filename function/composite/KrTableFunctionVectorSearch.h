@@ -5,8 +5,8 @@
 #include "foundation/xml/KrXmlCompoundType.h"
 #include "foundation/xml/KrXmlEnumType.h"
 #include "foundation/xml/KrXmlVectorType.h"
+#include "function/composite/KrCompositeTokens.h"
 #include "function/composite/KrVectorSearch.h"
-#include "function/object/KrFunction.h"
 
 /// One dimension of a table in a document: its breakpoints and how they are searched.
 /// `KrVectorSearch` defines the options.

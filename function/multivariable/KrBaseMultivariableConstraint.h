@@ -17,7 +17,9 @@ public:
     using KrBaseExpressionTreeElement::KrBaseExpressionTreeElement;
     ~KrBaseMultivariableConstraint() override;
     KrBaseMultivariableConstraint(KrBaseMultivariableConstraint const&) = default;
+    KrBaseMultivariableConstraint(KrBaseMultivariableConstraint&&) noexcept = default;
     KrBaseMultivariableConstraint& operator=(KrBaseMultivariableConstraint const&) = default;
+    KrBaseMultivariableConstraint& operator=(KrBaseMultivariableConstraint&&) noexcept = default;
 
     /// c(x), in the unit of c. The point may have any length. Terms of components that it
     /// lacks are left out.

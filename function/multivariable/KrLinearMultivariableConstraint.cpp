@@ -28,7 +28,7 @@ KrLinearMultivariableConstraint::KrLinearMultivariableConstraint(
     KrLinearMultivariableConstraint const&) = default;
 
 KrLinearMultivariableConstraint::KrLinearMultivariableConstraint(
-    KrLinearMultivariableConstraint&& source)
+    KrLinearMultivariableConstraint&& source) noexcept
     : KrLinearMultivariableConstraint() {
     *this = std::move(source);
 }
@@ -37,8 +37,8 @@ KrLinearMultivariableConstraint& KrLinearMultivariableConstraint::operator=(
     KrLinearMultivariableConstraint const&) = default;
 
 KrLinearMultivariableConstraint& KrLinearMultivariableConstraint::operator=(
-    KrLinearMultivariableConstraint&& source) {
-    KrTaggedElement::operator=(source);
+    KrLinearMultivariableConstraint&& source) noexcept {
+    KrTaggedElement::operator=(std::move(source));
     index_.clear();
     source.index_.clear();
     offset_ = source.offset_;

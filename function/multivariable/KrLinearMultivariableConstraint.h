@@ -4,7 +4,7 @@
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlVectorType.h"
 #include "function/multivariable/KrBaseMultivariableConstraint.h"
-#include "function/object/KrFunction.h"
+#include "function/multivariable/KrConstraintTokens.h"
 
 class KrCoefficientIndex;
 
@@ -41,11 +41,11 @@ public:
     /// Copies the lists and the last gradient.
     KrLinearMultivariableConstraint(KrLinearMultivariableConstraint const& source);
     /// Takes the lists of `source` and leaves it without.
-    KrLinearMultivariableConstraint(KrLinearMultivariableConstraint&& source);
+    KrLinearMultivariableConstraint(KrLinearMultivariableConstraint&& source) noexcept;
     /// Copies the lists and the last gradient.
     KrLinearMultivariableConstraint& operator=(KrLinearMultivariableConstraint const& source);
     /// Takes the lists of `source` and leaves it without.
-    KrLinearMultivariableConstraint& operator=(KrLinearMultivariableConstraint&& source);
+    KrLinearMultivariableConstraint& operator=(KrLinearMultivariableConstraint&& source) noexcept;
     ~KrLinearMultivariableConstraint() override;
 
     using KrBaseMultivariableConstraint::evaluate;

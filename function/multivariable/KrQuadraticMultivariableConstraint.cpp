@@ -142,7 +142,7 @@ KrQuadraticMultivariableConstraint::KrQuadraticMultivariableConstraint(
     KrQuadraticMultivariableConstraint const&) = default;
 
 KrQuadraticMultivariableConstraint::KrQuadraticMultivariableConstraint(
-    KrQuadraticMultivariableConstraint&& source)
+    KrQuadraticMultivariableConstraint&& source) noexcept
     : KrQuadraticMultivariableConstraint() {
     *this = std::move(source);
 }
@@ -151,7 +151,7 @@ KrQuadraticMultivariableConstraint& KrQuadraticMultivariableConstraint::operator
     KrQuadraticMultivariableConstraint const&) = default;
 
 KrQuadraticMultivariableConstraint& KrQuadraticMultivariableConstraint::operator=(
-    KrQuadraticMultivariableConstraint&& source) {
+    KrQuadraticMultivariableConstraint&& source) noexcept {
     KrTaggedElement::operator=(source);
     firstIndex_.clear();
     secondIndex_.clear();

@@ -5,7 +5,7 @@
 #include "foundation/xml/KrXmlPairType.h"
 #include "foundation/xml/KrXmlVectorType.h"
 #include "function/multivariable/KrBaseMultivariableConstraint.h"
-#include "function/object/KrFunction.h"
+#include "function/multivariable/KrConstraintTokens.h"
 
 class KrCoefficientIndex;
 
@@ -60,11 +60,12 @@ public:
     /// Copies the lists and the last gradient.
     KrQuadraticMultivariableConstraint(KrQuadraticMultivariableConstraint const& source);
     /// Takes the lists of `source` and leaves it without.
-    KrQuadraticMultivariableConstraint(KrQuadraticMultivariableConstraint&& source);
+    KrQuadraticMultivariableConstraint(KrQuadraticMultivariableConstraint&& source) noexcept;
     /// Copies the lists and the last gradient.
     KrQuadraticMultivariableConstraint& operator=(KrQuadraticMultivariableConstraint const& source);
     /// Takes the lists of `source` and leaves it without.
-    KrQuadraticMultivariableConstraint& operator=(KrQuadraticMultivariableConstraint&& source);
+    KrQuadraticMultivariableConstraint& operator=(
+        KrQuadraticMultivariableConstraint&& source) noexcept;
     ~KrQuadraticMultivariableConstraint() override;
 
     using KrBaseMultivariableConstraint::evaluate;

@@ -3,7 +3,7 @@
 #include "foundation/xml/KrElement.h"
 #include "function/multivariable/KrBaseMultivariableConstraint.h"
 #include "function/object/KrBaseExpressionTreeContainer.h"
-#include "function/object/KrFunction.h"
+#include "function/object/KrContainerTokens.h"
 
 /// A container of one constraint, to which it forwards evaluation.
 ///

@@ -2,7 +2,7 @@
 
 #include "foundation/xml/KrElement.h"
 #include "function/multivariable/KrBaseMultivariableConstraint.h"
-#include "function/object/KrFunction.h"
+#include "function/object/KrContainerTokens.h"
 #include "function/object/KrXmlVariableVectorType.h"
 
 /// A list of constraints, in document order.

@@ -2,7 +2,7 @@
 
 #include "foundation/xml/KrElement.h"
 #include "function/object/KrBaseExpressionTreeContainer.h"
-#include "function/object/KrFunction.h"
+#include "function/object/KrContainerTokens.h"
 #include "function/scalar/KrBaseScalarFunction.h"
 
 /// A container of one function, to which it forwards evaluation. Empty, it is the identity.

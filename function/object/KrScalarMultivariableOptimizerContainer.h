@@ -2,7 +2,7 @@
 
 #include "foundation/xml/KrElement.h"
 #include "function/object/KrBaseExpressionTreeContainer.h"
-#include "function/object/KrFunction.h"
+#include "function/object/KrContainerTokens.h"
 #include "function/optimizer/KrScalarMultivariableOptimizer.h"
 
 /// A container of one optimizer, to which it forwards searches.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "foundation/xml/KrElement.h"
-#include "function/object/KrFunction.h"
+#include "function/object/KrContainerTokens.h"
 #include "function/object/KrXmlVariableVectorType.h"
 #include "function/optimizer/KrScalarMultivariableOptimizer.h"
 

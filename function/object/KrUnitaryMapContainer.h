@@ -2,7 +2,7 @@
 
 #include "foundation/xml/KrElement.h"
 #include "function/object/KrBaseExpressionTreeContainer.h"
-#include "function/object/KrFunction.h"
+#include "function/object/KrContainerTokens.h"
 #include "function/scalar/KrBaseUnitaryMap.h"
 
 /// A container of one map, to which it forwards evaluation. Empty, it is the identity.

@@ -5,8 +5,8 @@
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlEnumType.h"
 #include "foundation/xml/KrXmlVectorType.h"
-#include "function/object/KrFunction.h"
 #include "function/optimizer/KrMinimisingOptimizer.h"
+#include "function/optimizer/KrOptimizerTokens.h"
 
 #include <cstdint>
 

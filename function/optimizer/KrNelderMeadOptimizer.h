@@ -4,8 +4,8 @@
 #include "foundation/math/KrReArray.h"
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlVectorType.h"
-#include "function/object/KrFunction.h"
 #include "function/optimizer/KrMinimisingOptimizer.h"
+#include "function/optimizer/KrOptimizerTokens.h"
 
 #include <cstdint>
 #include <vector>

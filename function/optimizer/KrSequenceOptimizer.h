@@ -2,9 +2,9 @@
 
 #include "foundation/core/KrMember.h"
 #include "foundation/xml/KrXmlBasicType.h"
-#include "function/object/KrFunction.h"
 #include "function/object/KrScalarMultivariableOptimizerVector.h"
 #include "function/optimizer/KrMinimisingOptimizer.h"
+#include "function/optimizer/KrOptimizerTokens.h"
 
 /// Runs a list of optimizers, sequences among them, for a number of passes.
 ///

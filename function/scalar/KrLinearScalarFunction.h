@@ -1,8 +1,8 @@
 #pragma once
 
 #include "foundation/xml/KrXmlBasicType.h"
-#include "function/object/KrFunction.h"
 #include "function/scalar/KrBaseScalarFunction.h"
+#include "function/scalar/KrScalarTokens.h"
 
 /// The straight line through (0, startValue) and (1, endValue):
 ///

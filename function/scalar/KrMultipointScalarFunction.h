@@ -1,8 +1,8 @@
 #pragma once
 
 #include "foundation/xml/KrXmlVectorType.h"
-#include "function/object/KrFunction.h"
 #include "function/scalar/KrBaseScalarFunction.h"
+#include "function/scalar/KrScalarTokens.h"
 
 /// The piecewise linear function through the points (x(k), y(k)), which extrapolates its
 /// first and its last segment:

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "foundation/xml/KrXmlBasicType.h"
-#include "function/object/KrFunction.h"
 #include "function/scalar/KrBaseUnitaryMap.h"
+#include "function/scalar/KrScalarTokens.h"
 
 /// The power f(x) = x^exponent, computed by the C library's `pow`. A negative x with a
 /// fractional exponent gives NaN. The default is the identity.

@@ -2,8 +2,8 @@
 
 #include "foundation/core/KrMember.h"
 #include "foundation/xml/KrXmlBasicType.h"
-#include "function/object/KrFunction.h"
 #include "function/scalar/KrBaseUnitaryMap.h"
+#include "function/scalar/KrScalarTokens.h"
 
 /// An S-shaped map through (0, 0), (center, 0.5) and (1, 1) with given slopes at the three
 /// points, made of two rational pieces:

@@ -6,7 +6,7 @@
 #include "foundation/xml/KrElement.h"
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlCompoundType.h"
-#include "function/object/KrFunction.h"
+#include "function/tools/KrToolTokens.h"
 
 #include <type_traits>
 

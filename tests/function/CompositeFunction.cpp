@@ -5,6 +5,7 @@
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrTableFunctionInterpolator.h"
 #include "function/composite/KrValueTypes.h"
+#include "function/object/KrFunction.h"
 #include "function/scalar/KrMultipointScalarFunction.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"

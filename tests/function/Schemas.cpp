@@ -7,6 +7,7 @@
 #include "function/composite/KrTableFunctionInterpolator.h"
 #include "function/composite/KrValueTypes.h"
 #include "function/object/KrCreators.h"
+#include "function/object/KrFunction.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerVector.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
