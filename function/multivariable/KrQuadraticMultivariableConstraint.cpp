@@ -152,7 +152,7 @@ KrQuadraticMultivariableConstraint& KrQuadraticMultivariableConstraint::operator
 
 KrQuadraticMultivariableConstraint& KrQuadraticMultivariableConstraint::operator=(
     KrQuadraticMultivariableConstraint&& source) noexcept {
-    KrTaggedElement::operator=(source);
+    KrTaggedElement::operator=(std::move(source));
     firstIndex_.clear();
     secondIndex_.clear();
     source.firstIndex_.clear();
