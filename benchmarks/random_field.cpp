@@ -9,11 +9,11 @@
 // Run by itself with --memory, the program makes a field of 1024 x 1024 and tells
 // what that took beside the field.
 
-#include "benchmarks/Memory.h"
 #include "foundation/math/KrRandom.h"
 #include "function/scalar/KrLinearScalarFunction.h"
 #include "function/tools/KrRandomTensorTool.h"
-#include "tests/support/PlainRandomField.h"
+#include "support/Memory.h"
+#include "support/PlainRandomField.h"
 
 #include <benchmark/benchmark.h>
 

@@ -9,11 +9,11 @@
 //
 // Run by itself with --memory, the program reads a table of 10 million values.
 
-#include "benchmarks/Memory.h"
 #include "foundation/xml/KrXml.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrInterpolator.h"
-#include "tests/support/PlainInterpolator.h"
+#include "support/Memory.h"
+#include "support/PlainInterpolator.h"
 
 #include <benchmark/benchmark.h>
 

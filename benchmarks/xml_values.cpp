@@ -2,9 +2,9 @@
 // reader and writer must do: a bare parse by expat with std::from_chars, and
 // std::to_chars into a buffer.
 
-#include "benchmarks/Memory.h"
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlVectorType.h"
+#include "support/Memory.h"
 
 #include <benchmark/benchmark.h>
 #include <expat.h>

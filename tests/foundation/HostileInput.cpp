@@ -1,7 +1,6 @@
 // Documents that mean harm, or were harmed: no crash, no hang, memory in proportion, a
 // message with its place, and a target that is as it was.
 
-#include "benchmarks/Memory.h"
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlPairType.h"
 #include "foundation/xml/KrXmlReader.h"
@@ -9,6 +8,7 @@
 #include "function/composite/KrTableFunctionInterpolator.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "support/Memory.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Files.h"
 #include "tests/support/SmallStack.h"

@@ -4,7 +4,7 @@
 #include "foundation/math/KrRandomStream.h"
 #include "foundation/math/KrReArray.h"
 #include "foundation/math/internal/KrElementary.h"
-#include "tests/support/PlainRandomField.h"
+#include "support/PlainRandomField.h"
 
 #include <gtest/gtest.h>
 

@@ -3,10 +3,10 @@
 
 #include "foundation/xml/KrXmlBasicType.h"
 #include "function/composite/KrInterpolator.h"
+#include "support/PlainInterpolator.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/Bits.h"
 #include "tests/support/CapturedMessages.h"
-#include "tests/support/PlainInterpolator.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "foundation/math/KrMath.h"
 #include "function/scalar/KrLinearScalarFunction.h"
 #include "function/tools/KrRandomTensorTool.h"
-#include "tests/support/PlainRandomField.h"
+#include "support/PlainRandomField.h"
 
 #include <gtest/gtest.h>
 

@@ -4,10 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-/// Vector search and interpolator in their plain form, step by step and without
-/// anything done for speed. The library gives the same bits, which the tests
-/// compare, in less time, which the benchmarks measure. Tables must have two
-/// breakpoints or more per dimension and a value for each grid point.
+/// A vector search and an interpolator without any optimisation. The tests compare the
+/// library's bits with theirs, the benchmarks its speed. Each dimension needs at least two
+/// breakpoints, and each table a value per grid point.
 struct PlainSearch {
     enum Option { Linear, Bisection, EqualSpaced };
 

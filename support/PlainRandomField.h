@@ -10,14 +10,13 @@
 #include <numbers>
 #include <vector>
 
-/// A random field in its plain form, step by step and without anything done for
-/// speed; the library gives the same bits, which the tests compare, in less time,
-/// which the benchmarks measure.
+/// A random field without any optimisation. The tests compare the library's bits with
+/// its, the benchmarks its speed.
 struct PlainRandomField {
     using Matrix = std::vector<std::vector<double>>;
 
     /// The lower-triangular factor of a symmetric matrix, row by row, with `shift` added
-    /// to the diagonal; a column whose pivot is not positive is zero.
+    /// to the diagonal. A column whose pivot is not positive is zero.
     static Matrix shiftedFactor(Matrix const& matrix, double shift, bool& positiveDefinite) {
         std::size_t const n = matrix.size();
         Matrix factor(n, std::vector<double>(n));
@@ -40,8 +39,8 @@ struct PlainRandomField {
         return factor;
     }
 
-    /// The factor with the smallest of the shifts 0, 1e-13, 1e-12, ... 0.1 of the largest
-    /// diagonal entry that makes every pivot positive; where none does, that without a shift.
+    /// The factor with the smallest shift that makes every pivot positive: 0, or 1e-13,
+    /// 1e-12, ... 0.1 of the largest diagonal entry. If none does, the factor without a shift.
     static Matrix choleskyFactor(Matrix const& matrix, bool& positiveDefinite) {
         Matrix const plain = shiftedFactor(matrix, 0.0, positiveDefinite);
         double shift = 0.0;
@@ -68,8 +67,8 @@ struct PlainRandomField {
     static Matrix field(KrU32 columns, KrU32 rows, KrBaseScalarFunction const& correlation,
                         double spacing, double mean, KrU32 samples) {
         Matrix array(rows, std::vector<double>(columns, mean));
-        // Where the squares of the sides wrap around, the grid is smaller than the field,
-        // and the cells beyond it take what is at its edge.
+        // If the squares of the sides wrap around, the grid is smaller than the field. The
+        // cells beyond it take the value at its edge.
         KrU32 const squares = rows * rows + columns * columns;
         KrU32 const side = static_cast<KrU32>(std::ceil(std::sqrt(squares))) + 1;
         auto const held = [side](double position) {
