@@ -1,6 +1,5 @@
-// What every element promises, checked for each class that is listed in
-// Elements.h. Components are found through the element's own map, so that a class
-// joins by its entry there alone.
+// The contract of every element, checked for each class in Elements.h. The element's own
+// maps list its components, and what a container or a vector can create.
 
 #include "tests/contract/Elements.h"
 
@@ -9,6 +8,7 @@
 #include "function/object/KrCreators.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/CapturedMessages.h"
+#include "tests/support/Texts.h"
 #include "tests/support/XmlLint.h"
 
 #include <gtest/gtest.h>
@@ -33,8 +33,7 @@ bool edited(KrXmlObject& component, Edit edit) {
     return (tried(dynamic_cast<T*>(&component)) || ...);
 }
 
-// Gives a component another value than it has. False for a kind that is checked
-// elsewhere.
+// Changes the value of a component. False for a kind that other tests change.
 bool change(KrXmlObject& component) {
     auto const increase = [](auto& number) {
         number = static_cast<std::decay_t<decltype(number.value())>>(number.value() + 1);
@@ -42,9 +41,13 @@ bool change(KrXmlObject& component) {
     return edited<KrXmlBasicType<double>, KrXmlBasicType<KrU32>, KrXmlEnumType<KrU32>,
                   KrXmlEnumType<unsigned short>>(component, increase) ||
            edited<KrXmlBasicType<bool>>(component, [](auto& flag) { flag = !flag; }) ||
-           edited<Vector<double>, Vector<KrU32>, KrXmlVectorType<Pair>>(
+           edited<Vector<double>, Vector<KrU32>, KrXmlVectorType<Pair>,
+                  KrTableFunctionInterpolator::IndependentData,
+                  KrTableFunctionInterpolator::DependentData>(
                component, [](auto& list) { list.resize(list.size() + 1); });
 }
+
+using Holder = KrXmlBaseVariableCompoundType;
 
 std::vector<KrXmlComponentMap::Entry> partsOf(KrXmlCompoundType& element) {
     std::vector<KrXmlComponentMap::Entry> parts(element.componentMap().begin(),
@@ -54,12 +57,44 @@ std::vector<KrXmlComponentMap::Entry> partsOf(KrXmlCompoundType& element) {
     return parts;
 }
 
-// An element that has no default where `change` knows another value.
+std::vector<KrToken> childrenOf(KrXmlCompoundType& element) {
+    std::vector<KrToken> children;
+    for (auto const& component : element.componentMap()) {
+        children.push_back(component.token);
+    }
+    return children;
+}
+std::vector<KrToken> childrenOf(Holder& holder) {
+    std::vector<KrToken> children;
+    for (auto const& [token, creator] : holder.creatorMap()) {
+        children.push_back(token);
+    }
+    children.push_back(KrXml::KrAddLibrariesToken);
+    return children;
+}
+
+std::vector<KrToken> attributesOf(KrXmlCompoundType& element) {
+    std::vector<KrToken> attributes;
+    for (auto const& attribute : element.attributeComponentMap()) {
+        attributes.push_back(attribute.token);
+    }
+    return attributes;
+}
+std::vector<KrToken> attributesOf(Holder&) { return {}; }
+
+// No component that `change` can change has its default. A container and a vector have a
+// library and an element.
 template <class T>
 T changed() {
     T element;
-    for (auto const& part : partsOf(element)) {
-        change(*part.object);
+    if constexpr (std::is_base_of_v<KrXmlCompoundType, T>) {
+        for (auto const& part : partsOf(element)) {
+            change(*part.object);
+        }
+    } else {
+        CapturedMessages const captured;
+        EXPECT_TRUE(reads(element, component("addLibraries", item("a.so")) + '<' +
+                                       std::string(childrenOf(element)[0].localName()) + "/>"));
     }
     return element;
 }
@@ -88,6 +123,7 @@ TYPED_TEST(ElementContract, NewObjectsAreDefaultAndClonesAreEqual) {
     EXPECT_TRUE(element.equality(clone.get()));
     EXPECT_EQ(KrXml::toString(element), KrXml::toString(*clone));
     EXPECT_FALSE(element.equality(nullptr));
+    EXPECT_EQ(element == fresh, element.equalsDefault());
     KrXmlRealVector const foreign;
     EXPECT_FALSE(element.equality(&foreign));
     TypeParam assigned;
@@ -98,7 +134,11 @@ TYPED_TEST(ElementContract, NewObjectsAreDefaultAndClonesAreEqual) {
     EXPECT_TRUE(assigned == element);
 }
 
-TYPED_TEST(ElementContract, EachComponentIsCopiedComparedAndKeptByDocuments) {
+template <class Element>
+class CompoundContract : public testing::Test {};
+TYPED_TEST_SUITE(CompoundContract, Compounds);
+
+TYPED_TEST(CompoundContract, EachComponentIsCopiedComparedAndKeptByDocuments) {
     TypeParam prototype;
     for (std::size_t i = 0; i < partsOf(prototype).size(); ++i) {
         TypeParam element;
@@ -140,15 +180,15 @@ TYPED_TEST(ElementContract, RefusedDocumentsSayWhereAndChangeNothing) {
     std::string const tag(element.token().localName());
     std::string const root = "<" + tag + " xmlns='urn:zeibreku:function#'";
     std::string const start = root + " colour='red'>";
-    auto const listed = [](KrXmlComponentMap const& components) {  // the first few of them
+    auto const listed = [](std::vector<KrToken> const& tokens) {  // the first few of them
         std::string known;
-        for (auto const& component : components) {
+        for (KrToken const& token : tokens) {
             known += known.empty() ? " (" : ", ";
             if (std::count(known.begin(), known.end(), ',') == 5) {
                 known += "...";
                 break;
             }
-            known += component.token.localName();
+            known += token.localName();
         }
         return known.empty() ? known : known + ')';
     };
@@ -157,17 +197,16 @@ TYPED_TEST(ElementContract, RefusedDocumentsSayWhereAndChangeNothing) {
     };
     CapturedMessages const captured;
     EXPECT_FALSE(KrXml::fromString(start + "<nothing/>stray</" + tag + ">", element));
-    std::string refusals;  // a class may say more in words of its own
+    std::string refusals;  // without the messages that a class adds
     for (Kr::Message const& message : captured.messages) {
         EXPECT_EQ(static_cast<int>(message.type), 4);
         refusals += message.text.starts_with("<string>") ? message.text : "";
     }
-    std::string const known = listed(element.componentMap());
+    std::string const known = listed(childrenOf(element));
     EXPECT_EQ(refusals, at(1) + tag + ": expected a known attribute" +
-                            listed(element.attributeComponentMap()) +
-                            ", found attribute \"colour\"\n" + at(start.size() + 1) + tag +
-                            "/nothing: expected a known element" + known +
-                            ", found element \"nothing\"\n" + at(start.size() + 11) + tag +
+                            listed(attributesOf(element)) + ", found attribute \"colour\"\n" +
+                            at(start.size() + 1) + tag + "/nothing: expected a known element" +
+                            known + ", found element \"nothing\"\n" + at(start.size() + 11) + tag +
                             ": expected elements alone" + known + ", found text \"stray\"\n");
     EXPECT_TRUE(element == before);
     // What a document lacks takes its default.
@@ -175,31 +214,36 @@ TYPED_TEST(ElementContract, RefusedDocumentsSayWhereAndChangeNothing) {
     EXPECT_TRUE(element == TypeParam());
 }
 
-// Has each allocation of reading and of assigning fail in turn.
-TYPED_TEST(ElementContract, AfterAFailedAllocationItIsWholeOrUsable) {
-    CapturedMessages const captured;
+// Makes each allocation of reading and of assigning fail in turn.
+TYPED_TEST(ElementContract, AfterAFailedAllocationItIsWholeOrUsableAndNothingLeaks) {
+    Kr::Print::Sink const before = Kr::Print::instance().setSink([](auto const&) {});
     TypeParam element = changed<TypeParam>();
     std::string const text = KrXml::toString(element);
     ASSERT_TRUE(KrXml::fromString(text, element));
-    bool const reading[] = {true, false};
-    for (bool const reads : reading) {
+    for (bool const reading : {true, false}) {
         bool failed = true;
+        long live = 0;
         for (std::size_t k = 1; failed; ++k) {
-            TypeParam target;
-            bool read = false;
-            failAllocation(k);
-            try {
-                reads ? static_cast<void>(read = KrXml::fromString(text, target))
-                      : static_cast<void>(target = element);
-            } catch (std::bad_alloc const&) {
+            {
+                TypeParam target;
+                bool read = false;
+                failAllocation(k);
+                try {
+                    reading ? static_cast<void>(read = KrXml::fromString(text, target))
+                            : static_cast<void>(target = element);
+                } catch (std::bad_alloc const&) {
+                }
+                failed = failAllocation(0);
+                EXPECT_TRUE(!reading || target == (read ? element : TypeParam())) << k;
+                EXPECT_NE(KrXml::toString(target), "") << k;
+                target = element;
+                EXPECT_TRUE(target == element) << k;
             }
-            failed = failAllocation(0);
-            EXPECT_TRUE(!reads || target == (read ? element : TypeParam())) << k;
-            EXPECT_NE(KrXml::toString(target), "") << k;
-            target = element;
-            EXPECT_TRUE(target == element) << k;
+            EXPECT_TRUE(k == 1 || liveAllocations() == live) << k;
+            live = liveAllocations();
         }
     }
+    Kr::Print::instance().setSink(before);
 }
 
 TYPED_TEST(ElementContract, SchemasTakeWhatTheReaderTakes) {
@@ -209,25 +253,107 @@ TYPED_TEST(ElementContract, SchemasTakeWhatTheReaderTakes) {
     TypeParam element = changed<TypeParam>();
     std::string const tag(element.token().localName());
     std::string const root = "<" + tag + " xmlns='urn:zeibreku:function#' ";
-    std::vector<std::string> bad;
-    for (auto const& component : element.componentMap()) {
-        std::string const name(component.token.localName());
+    std::vector<std::string> bad{root + "><nothing/></" + tag + ">"};
+    for (KrToken const& child : childrenOf(element)) {
+        std::string const name(child.localName());
         bad.push_back(root + "><" + name + ">no value</" + name + "></" + tag + ">");
     }
-    for (auto const& attribute : element.attributeComponentMap()) {
-        bad.push_back(root + attribute.token.text() + "='no value'/>");
+    for (KrToken const& attribute : attributesOf(element)) {
+        bad.push_back(root + attribute.text() + "='no value'/>");
+    }
+    std::vector<std::string> good{KrXml::toString(TypeParam()), KrXml::toString(element)};
+    if constexpr (std::is_base_of_v<Holder, TypeParam>) {
+        for (auto const& [token, creator] : element.creatorMap()) {
+            good.push_back(root + "><" + std::string(token.localName()) + "/></" + tag + ">");
+        }
     }
     CapturedMessages const captured;
     for (std::string const& schema :
          {KrXml::schemaToString(element), KrXml::schemaToString(KrCreators::factory())}) {
         XmlLint const lint(schema);
-        EXPECT_EQ(lint.complaints(KrXml::toString(TypeParam())), "") << schema;
-        EXPECT_EQ(lint.complaints(KrXml::toString(element)), "") << schema;
+        for (std::string const& document : good) {
+            EXPECT_EQ(lint.complaints(document), "") << schema << document;
+        }
         for (std::string const& document : bad) {
             EXPECT_FALSE(KrXml::fromString(document, element)) << document;
             EXPECT_NE(lint.complaints(document), "") << document;
         }
     }
+}
+
+template <class Container>
+class ContainerContract : public testing::Test {};
+TYPED_TEST_SUITE(ContainerContract, Containers);
+
+TYPED_TEST(ContainerContract, OwnsACloneOfItsElement) {
+    TypeParam const first = changed<TypeParam>();
+    TypeParam container;
+    container.setTopElement(*first.topElement());
+    TypeParam const copy(container);
+    EXPECT_TRUE(first.topElement()->equality(container.topElement()));
+    EXPECT_NE(container.topElement(), first.topElement());
+    EXPECT_NE(container.topElement(), copy.topElement());
+    // The present element may be given again, in both ways.
+    container.setTopElement(*container.topElement());
+    container.setAndDeleteTopElementPointer(container.topElement());
+    EXPECT_TRUE(copy == container);
+    EXPECT_FALSE(copy == TypeParam());
+    EXPECT_FALSE(TypeParam() == copy);
+    TypeParam moved;
+    moved = std::move(container);
+    EXPECT_TRUE(moved == copy);
+    moved = TypeParam();
+    EXPECT_TRUE(moved == TypeParam());
+    moved.setAndDeleteTopElementPointer(nullptr);
+    EXPECT_EQ(moved.topElement(), nullptr);
+}
+
+TYPED_TEST(ContainerContract, KeepsTheLastElementThatItReads) {
+    CapturedMessages captured;
+    TypeParam container;
+    std::string const tag(container.creatorMap().begin()->first.localName());
+    KrToken const& last = container.creatorMap().rbegin()->first;
+    std::string const lastElement = '<' + std::string(last.localName()) + "/>";
+    ASSERT_TRUE(reads(container, '<' + tag + "/>" + lastElement));
+    EXPECT_TRUE(container.topElement()->token() == last);
+    EXPECT_EQ(captured.text(), "");
+    EXPECT_FALSE(reads(container, lastElement + "<nothing/>"));
+    EXPECT_EQ(container.topElement(), nullptr);
+    EXPECT_EQ(captured.messages.size(), 1U);
+    // If an element refuses its content, the document fails, and the container reads on.
+    std::string const refused = component(tag, "<nothing/>");
+    std::string const whole = document(std::string(container.token().localName()), refused);
+    EXPECT_TRUE(reads(container, refused));
+    EXPECT_FALSE(KrXml::fromString(whole, container));
+    // If its own creator makes no element of its class, the reader's factory creates it.
+    container.registerComponentCreator(last, KrXmlRealVector::creator);
+    EXPECT_FALSE(reads(container, lastElement));
+    KrXmlFactory const factory = KrCreators::factory();
+    EXPECT_TRUE(KrXml::fromString(document(std::string(container.token().localName()), lastElement),
+                                  container, &factory));
+    EXPECT_TRUE(container.topElement()->token() == last);
+}
+
+TYPED_TEST(ContainerContract, KeepsLibraryNamesAndLoadsNothing) {
+    TypeParam container;
+    CapturedMessages captured;
+    ASSERT_TRUE(reads(container, component("addLibraries", item("a.so") + item("b.so"))));
+    EXPECT_EQ(captured.text(),
+              "library \"a.so\" is not loaded: loading code is off\n"
+              "library \"b.so\" is not loaded: loading code is off\n");
+    ASSERT_EQ(container.addLibraries().size(), 2U);
+    EXPECT_EQ(container.addLibraries()[1].value(), "b.so");
+    // A second list is refused.
+    captured.messages.clear();
+    std::string const tag(container.creatorMap().begin()->first.localName());
+    reads(container, component("addLibraries", item("a")) + "<addLibraries/><" + tag + "/>");
+    EXPECT_EQ(container.addLibraries().size(), 1U);  // the first one
+    EXPECT_NE(container.topElement(), nullptr);
+    EXPECT_TRUE(
+        captured.text().ends_with("/addLibraries: expected each component once, "
+                                  "found a second \"addLibraries\"\n"));
+    container.setAddLibraries({});
+    EXPECT_EQ(KrXml::toString(container).find("addLibraries"), std::string::npos);
 }
 
 }  // namespace

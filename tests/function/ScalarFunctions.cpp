@@ -21,18 +21,22 @@ namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-TEST(ScalarFunctions, LinearFunctionEqualsItsContainer) {
-    KrLinearScalarFunction function;
-    KrScalarFunctionContainer container;
-    EXPECT_EQ(container.evaluate(2.5), 2.5);
-    function.setStartValue(3.0);
-    function.setEndValue(-0.7);
-    container.setTopElement(function);
-    EXPECT_EQ(container.topElement()->container(), nullptr);
-    for (double x = -3.0; x < 4.0; x += 0.01) {
-        EXPECT_EQ(container.evaluate(x), function.evaluate(x));
-        EXPECT_EQ(function.evaluate(x), (1.0 - x) * 3.0 + x * -0.7);
-    }
+TEST(ScalarFunctions, ContainersEvaluateTheirFunction) {
+    KrScalarFunctionContainer functions;
+    EXPECT_EQ(functions.evaluate(2.5), 2.5);
+    KrLinearScalarFunction linear;
+    linear.setStartValue(3.0);
+    linear.setEndValue(-0.7);
+    functions.setTopElement(linear);
+    EXPECT_EQ(functions.topElement()->container(), nullptr);
+    EXPECT_EQ(functions.evaluate(0.3), (1.0 - 0.3) * 3.0 + 0.3 * -0.7);
+
+    KrUnitaryMapContainer maps;
+    EXPECT_EQ(maps.evaluate(2.5), 2.5);
+    KrPowerUnitaryMap power;
+    power.setExponent(2.0);
+    maps.setTopElement(power);
+    EXPECT_EQ(maps.evaluate(0.5), 0.25);
 }
 
 TEST(ScalarFunctions, MultipointFunctionTakesTheSegmentThatEndsAtX) {
@@ -90,33 +94,6 @@ TEST(ScalarFunctions, AContainerTellsTheElementThatItIsAssigned) {
     target = full;
     target = std::move(full);
     EXPECT_EQ(Telling::count, 2);
-}
-
-TEST(ScalarFunctions, ContainersCreateWhatTheyRegister) {
-    std::string const multipoint =
-        document("scalarFunctionContainer",
-                 component("multipointScalarFunction", component("rangeValues", item("7"))));
-    CapturedMessages const captured;
-    KrScalarFunctionContainer functions;
-    EXPECT_FALSE(KrXml::fromString(multipoint, functions));
-    EXPECT_EQ(captured.messages.size(), 1U);
-    KrXmlFactory factory;
-    factory.registerCreator(KrMultipointScalarFunction::classToken(),
-                            KrMultipointScalarFunction::xmlObjectCreator);
-    ASSERT_TRUE(KrXml::fromString(multipoint, functions, &factory));
-    EXPECT_EQ(functions.evaluate(3.0), 7.0);
-    EXPECT_TRUE(KrScalarFunctionContainer::classToken() == functions.token());
-
-    KrUnitaryMapContainer maps;
-    EXPECT_EQ(maps.evaluate(2.5), 2.5);
-    std::string const power = component("powerUnitaryMap", component("exponent", "2"));
-    ASSERT_TRUE(reads(maps, power));
-    EXPECT_EQ(maps.evaluate(0.5), 0.25);
-    ASSERT_TRUE(reads(maps, power + "<sCurveUnitaryMap/>"));
-    EXPECT_EQ(maps.evaluate(0.25), 0.0625);
-    EXPECT_EQ(maps.topElement()->container(), nullptr);
-    EXPECT_EQ(functions.creatorMap().size(), 1U);
-    EXPECT_EQ(maps.creatorMap().size(), 2U);
 }
 
 TEST(ScalarFunctions, ACallableIsAFunctionWithoutADocument) {
