@@ -33,7 +33,7 @@ bool edited(KrXmlObject& component, Edit edit) {
     return (tried(dynamic_cast<T*>(&component)) || ...);
 }
 
-// Changes the value of a component. False for a kind that other tests change.
+// Changes the value of a component. False for an unknown kind.
 bool change(KrXmlObject& component) {
     auto const increase = [](auto& number) {
         number = static_cast<std::decay_t<decltype(number.value())>>(number.value() + 1);
@@ -44,7 +44,9 @@ bool change(KrXmlObject& component) {
            edited<Vector<double>, Vector<KrU32>, KrXmlVectorType<Pair>,
                   KrTableFunctionInterpolator::IndependentData,
                   KrTableFunctionInterpolator::DependentData>(
-               component, [](auto& list) { list.resize(list.size() + 1); });
+               component, [](auto& list) { list.resize(list.size() + 1); }) ||
+           edited<KrScalarMultivariableOptimizerVector>(
+               component, [](auto& list) { list.pushBack(KrNelderMeadOptimizer()); });
 }
 
 using Holder = KrXmlBaseVariableCompoundType;

@@ -1,5 +1,4 @@
 #include "foundation/core/KrInt2String.h"
-#include "foundation/core/KrMember.h"
 #include "foundation/core/KrPrint.h"
 #include "foundation/core/KrToken.h"
 #include "tests/support/CapturedMessages.h"
@@ -52,8 +51,7 @@ std::string printed(char const* format, Arguments... arguments) {
 TEST(Print, ConvertsEachArgumentWhateverItsType) {
     EXPECT_EQ(printed("%s at %d of %u, %5.2f%%|%-4d|%04x\n", "here", -3, 7U, 2.5, 9, 255),
               "here at -3 of 7,  2.50%|9   |00ff\n");
-    // A conversion that does not fit prints some number, and one without an
-    // argument nothing.
+    // A conversion of another type prints a number. One without an argument prints nothing.
     EXPECT_EQ(printed("centre (%d)", 1.5), "centre (1)");
     EXPECT_EQ(printed("%d %d", std::nan(""), 1e300), "0 9223372036854775807");
     EXPECT_EQ(printed("%u|%x|%lu|%g|%s|%d", -1, -1.0F, -1L, 3U, 0.25, "text"),
@@ -122,53 +120,6 @@ TEST(Print, MessagesOfThreadsNeverInterleave) {
     ASSERT_EQ(captured.messages.size(), 1000U);
     for (Kr::Message const& message : captured.messages) {
         EXPECT_EQ(message.text, std::string(20, message.text[0]));
-    }
-}
-
-// What KrOwned needs of its object.
-struct Shape {
-    virtual ~Shape() { --alive; }
-    explicit Shape(int theSize) : size(theSize) { ++alive; }
-    Shape(Shape const& other) : size(other.size) { ++alive; }
-    virtual Shape* clone() const { return new Shape(*this); }
-    bool equality(Shape const* other) const { return size == other->size; }
-    int size;
-    static inline int alive = 0;
-};
-
-TEST(Member, WrappersCarryTheMeaningOfCopyAndEquality) {
-    struct Holder {
-        int plain = 0;
-        KrUncompared<int> derived;
-        KrScratch<int> scratch;
-        KrOwned<Shape> owned;
-        bool operator==(Holder const&) const = default;
-    };
-    {
-        Holder a;
-        a.plain = 1;
-        *a.derived = 2;
-        *a.scratch = 3;
-        a.owned.reset(new Shape(4));
-        Holder b(a);
-        EXPECT_EQ(*b.derived, 2);
-        EXPECT_EQ(*b.scratch, 0);
-        EXPECT_NE(b.owned.get(), a.owned.get());
-        EXPECT_TRUE(a == b);
-        *b.derived = *b.scratch = 9;
-        EXPECT_TRUE(a == b);
-        a = b;
-        EXPECT_EQ(*a.derived, 9);
-        EXPECT_EQ(*a.scratch, 3);
-        b.owned->size = 5;
-        EXPECT_FALSE(a == b);
-        b.owned.reset();
-        EXPECT_FALSE(a == b);
-        EXPECT_FALSE(b == a);
-        a = b;
-        EXPECT_TRUE(a == b);
-        a = std::move(b);
-        EXPECT_EQ(Shape::alive, 0);
     }
 }
 

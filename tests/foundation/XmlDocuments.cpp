@@ -62,7 +62,7 @@ TEST(XmlDocuments, AnAbandonedReaderStillReportsWhatItOmitted) {
     Kr::Print::Sink const before = print.setSink([&](Kr::Message const& message) {
         last = message.text;
         if (last.find("at most") != std::string::npos) {
-            throw std::runtime_error("sink");  // which a destructor must not pass on
+            throw std::runtime_error("sink");  // a destructor must catch it
         }
     });
     {
@@ -147,7 +147,7 @@ TEST(XmlFiles, AreReplacedWholeOrNotAtAll) {
     KrLinearScalarFunction back;
     ASSERT_TRUE(KrXml::readFile(path, back));
     EXPECT_TRUE(back == function);
-    // The file of a link need not exist yet, and a name may be as long as it can.
+    // A link may name a file that does not exist yet. A name may have 255 characters.
     fs::create_symlink("later.xml", folder / "dangling.xml");
     ASSERT_TRUE(KrXml::writeFile(folder / "dangling.xml", function));
     EXPECT_TRUE(fs::is_regular_file(folder / "later.xml"));
@@ -160,7 +160,7 @@ TEST(XmlFiles, AreReplacedWholeOrNotAtAll) {
     EXPECT_EQ(captured.messages.back().text, path + ": not written\n");
 }
 
-// Each thread and each process has a file of its own, and all files one folder.
+// Each thread and each process writes its own file. All files are in one folder.
 TEST(XmlFiles, OfOneFolderAreWrittenSideBySide) {
     TemporaryFolder const folder;
     auto const failures = [&](int writer) {
@@ -199,7 +199,7 @@ TEST(XmlFiles, OfOneFolderAreWrittenSideBySide) {
     EXPECT_EQ(folder.fileCount(), 8);
 }
 
-// While it is filled, the file that will replace another is as private as that one.
+// While it is filled, the new file is as private as the one that it replaces.
 TEST(XmlFiles, ArePrivateWhileTheyAreReplaced) {
     static TemporaryFolder const folder;
     static fs::perms seen;
@@ -229,7 +229,7 @@ TEST(XmlFiles, ArePrivateWhileTheyAreReplaced) {
     ::stat(path.c_str(), &state);
     EXPECT_EQ(state.st_uid, 65534U);
     EXPECT_EQ(state.st_gid, 65533U);
-    // A process that may not give the group does not give its rights to another one.
+    // A process that cannot keep the group gives the group's rights to no other one.
     fs::permissions(folder.path, fs::perms::all);
     fs::permissions(path, fs::perms(0664));
     ASSERT_EQ(::chown(path.c_str(), 65532, 65533), 0);
@@ -300,7 +300,7 @@ TEST(XmlClients, MayAddElementsOfTheirOwn) {
     ASSERT_TRUE(KrXml::fromString(text, back));
     EXPECT_TRUE(back.equality(&element));
     EXPECT_TRUE(back.name.specified() && back.level.specified());
-    EXPECT_TRUE(back.made == 5U);  // what a document says of it is passed over
+    EXPECT_TRUE(back.made == 5U);  // a document does not change it
     EXPECT_TRUE(back.isReadOnlyComponent(KrToken("urn:client#made")));
     EXPECT_FALSE(back.isReadOnlyComponent(KrToken("urn:client#level")));
     EXPECT_FALSE(back.isReadOnlyAttribute(KrToken("name")));
@@ -323,14 +323,14 @@ TEST(XmlClients, MayAddElementsOfTheirOwn) {
     EXPECT_FALSE(KrXml::fromString(document, without));
 }
 
-// Reads and writes nothing, and says nothing.
+// Fails to read and to write without a message.
 struct SilentElement : ClientElement {
     KrXmlObject* newObject() const override { return new SilentElement; }
     KrBoolean read(KrXmlReader&) override { return false; }
     KrBoolean write(KrXmlWriter&) const override { return false; }
 };
 
-TEST(XmlClients, NoFailureIsLeftUnsaid) {
+TEST(XmlClients, EveryFailureHasAMessage) {
     SilentElement element;
     CapturedMessages captured;
     EXPECT_FALSE(KrXml::fromString("<ramp xmlns='urn:client#'/>", element));
@@ -388,16 +388,6 @@ TEST(XmlClients, ARefusedDocumentCostsWhatItHolds) {
     EXPECT_FALSE(KrXml::fromString("<item xmlns='urn:zeibreku:function#'>1</item>", lists));
     EXPECT_LT(allocationCount() - before, 200U);
     EXPECT_EQ(lists.size(), 1000U);
-}
-
-TEST(XmlClients, ElementsKnowTheirContainerByPlaceAlone) {
-    Container const home;
-    KrLinearScalarFunction element;
-    element.setContainer(&home);
-    EXPECT_EQ(KrLinearScalarFunction(element).container(), nullptr);
-    element = KrLinearScalarFunction();
-    EXPECT_EQ(element.container(), &home);
-    EXPECT_TRUE(element == KrLinearScalarFunction());
 }
 
 TEST(XmlClients, VisitorsAreToldTheKind) {

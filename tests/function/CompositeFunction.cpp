@@ -25,7 +25,7 @@ using Bounds = KrCompositeFunctionElement::Bounds;
 using Flags = KrCompositeFunctionElement::Flags;
 using Enums = KrVectorSearchEnums;
 
-// One variable of a table, and at which ends the table goes on.
+// One variable of a table, and the ends at which the table extrapolates.
 struct Axis {
     double low, high;
     bool goesBelow = false, goesAbove = false;
@@ -127,7 +127,7 @@ TEST(VectorSearchElement, IsReadyAfterReading) {
     EXPECT_EQ(search.dimension().size(), 3u);  // not before `init`
 }
 
-TEST(CompositeFunction, BranchAsksTheChildThatCoversThePoint) {
+TEST(CompositeFunction, BranchEvaluatesTheChildThatCoversThePoint) {
     auto const limit = Enums::LIMIT;
     auto const beyond = Enums::EXTRAPOLATE;
     Table const left = table(0, 1, 0, 10);
@@ -144,10 +144,10 @@ TEST(CompositeFunction, BranchAsksTheChildThatCoversThePoint) {
         {left, table(1, 2, 100, 200, limit), {3}, "no"},
         {left, apart, {1.5}, "ok 15"},
         {left, apart, {-1}, "ok -10"},
-        {table(0, 1, 7, 7, beyond), apart, {1.5}, "ok 7"},  // the left one goes first
-        {apart, left, {0.5}, "ok 5"},                       // the box goes before extrapolation
+        {table(0, 1, 7, 7, beyond), apart, {1.5}, "ok 7"},  // the left one first
+        {apart, left, {0.5}, "ok 5"},                       // the box before extrapolation
         {branch(left, table(2, 3, 7, 7)), apart, {1.5}, "ok 15"},
-        {left, apart, {}, "ok nan"},  // no coordinate is wanting to be inside
+        {left, apart, {}, "ok nan"},  // every box contains a point without coordinates
         {left, apart, {0.5, 1}, "no"},
     };
     for (auto const& c : cases) {
@@ -158,7 +158,7 @@ TEST(CompositeFunction, BranchAsksTheChildThatCoversThePoint) {
     Table again = left;
     again.init();  // anew, not in addition
     EXPECT_EQ(answer(container(again), {0.5}), "ok 5");
-    // A missing child is passed over, and covers nothing.
+    // A missing child is skipped, and its box is empty.
     Branch half;
     half.setRight(left);
     EXPECT_EQ(answer(container(half), {0.5}, {}), "no");
@@ -179,15 +179,15 @@ TEST(CompositeFunction, StaleValuesStayAndAreCompared) {
     EXPECT_EQ(answer(fresh, {9}), "no");
     EXPECT_EQ(answer(fresh, {0.5}), "ok 5");
     EXPECT_TRUE(f == fresh);
-    // A child that has no answer still hands on what it has.
+    // A child that cannot evaluate the point returns its last values.
     Container const nested =
         container(branch(branch(table(0, 1, 0, 10), table(2, 3, 20, 30)), table(5, 6, 50, 60)));
     EXPECT_EQ(answer(nested, {0.5}), "ok 5");
     EXPECT_EQ(answer(nested, {5}), "ok 50");
     EXPECT_EQ(answer(nested, {4}), "no 50");
     EXPECT_EQ(answer(nested, {1.5}), "no 5");
-    // So does the right one, asked for its box, after the left one, which may go
-    // beyond: both are boxes with a gap at the point.
+    // The right child comes after the left one: the box of each has a gap at the point, and
+    // the left one extrapolates.
     Container const gaps = container(
         branch(branch(flat({0, 1, false, true}, {0, 1}, 1), flat({1, 2}, {0, 1, false, true}, 1)),
                branch(flat({10, 11}, {10, 11}, 2), flat({12, 13}, {12, 13}, 3))));
@@ -260,8 +260,8 @@ TEST(CompositeFunction, TheWholeTreeKnowsItsContainer) {
     ASSERT_TRUE(KrXml::fromString(KrXml::toString(f), read));
     EXPECT_TRUE(read == f);
     EXPECT_TRUE(treeKnows(read.topElement(), &read));
-    // Inside a tree too: a child that is set, and a branch that is assigned to; with
-    // a part of what is replaced.
+    // A child that is set, and a branch that is assigned, inside of a tree. The source may
+    // be a part of the target.
     auto& top = dynamic_cast<Branch&>(*f.topElement());
     top.setRight(tree);
     top.setRight(*dynamic_cast<Branch&>(*top.right()).left());
@@ -275,7 +275,7 @@ TEST(CompositeFunction, TheWholeTreeKnowsItsContainer) {
     top = left;
     EXPECT_TRUE(top == source);
     EXPECT_TRUE(treeKnows(&top, &f));
-    // And a container that a client's element holds, in the place of the one around it.
+    // A client's element holds a container, which replaces the one around it.
     Holder holder;
     holder.held = container(table(5, 6, 5, 6));
     for (auto const assign : {+[](Container&to, Container&from) { to = from; },

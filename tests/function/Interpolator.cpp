@@ -1,5 +1,4 @@
-// Vector search and interpolator: what they promise, and that they give the bits
-// of their plain form.
+// Vector search and interpolator: the bits of their plain form, and any table.
 
 #include "foundation/xml/KrXmlBasicType.h"
 #include "function/composite/KrInterpolator.h"
@@ -48,9 +47,9 @@ Outcome lookUp(Search const& search, double x) {
     return o;
 }
 
-TEST(VectorSearch, EndsSegmentsAndDirections) {
+// Tables that a file can hold although they make no sense.
+TEST(VectorSearch, AnswersForAnyTable) {
     Reals const up{0, 1, 2, 3};
-    Reals const down{3, 2, 1, 0};
     struct {
         Reals table;
         Search::SEARCH_OPTION option;
@@ -59,16 +58,6 @@ TEST(VectorSearch, EndsSegmentsAndDirections) {
         KrU32 index;
         double lowerWeight, upperWeight;
     } const cases[] = {
-        {up, Search::LINEAR, limit, -5, 0, 1, 0},
-        {up, Search::LINEAR, limit, 3, 2, 0, 1},
-        {up, Search::BISECTION, extrapolate, -1, 0, 2, -1},
-        {up, Search::BISECTION, extrapolate, 4, 2, -1, 2},
-        {up, Search::BISECTION, limit, 2, 2, 1, 0},
-        {up, Search::EQUAL_SPACED, limit, 1.5, 1, 0.5, 0.5},
-        {down, Search::LINEAR, extrapolate, 4, 0, 2, -1},
-        {down, Search::BISECTION, limit, -7, 2, 0, 1},
-        {down, Search::EQUAL_SPACED, extrapolate, 0.75, 2, 0.75, 0.25},
-        // What nobody means, and a file can hold.
         {{7}, Search::LINEAR, extrapolate, 9, 0, 1, 0},
         {{}, Search::BISECTION, limit, 1, 0, nan, nan},
         {{0, 1, 100, 101}, Search::EQUAL_SPACED, limit, 50.5, 2, 50.5, -49.5},  // held inside
@@ -88,23 +77,6 @@ TEST(VectorSearch, EndsSegmentsAndDirections) {
         EXPECT_EQ(bits(o.lowerWeight), bits(c.lowerWeight)) << o.lowerWeight;
         EXPECT_EQ(bits(o.upperWeight), bits(c.upperWeight)) << o.upperWeight;
     }
-}
-
-TEST(VectorSearch, WalkStaysInItsSegmentUntilOneUnitAway) {
-    Search const fine = searchOf({0, 0.1, 0.2, 0.3, 0.4}, Search::LINEAR);
-    EXPECT_EQ(lookUp(fine, 0.15).index, 1u);  // bisects
-    EXPECT_EQ(lookUp(fine, 0.35).index, 1u);  // stays
-    EXPECT_DOUBLE_EQ(lookUp(fine, 0.35).upperWeight, 2.5);
-    EXPECT_EQ(lookUp(fine, 0.05).index, 0u);  // down as far as need be
-    EXPECT_EQ(lookUp(fine, 0.35).index, 3u);  // from the first segment it bisects
-    Search const coarse = searchOf({0, 10, 20, 30}, Search::LINEAR);
-    EXPECT_EQ(lookUp(coarse, 15).index, 1u);
-    EXPECT_EQ(lookUp(coarse, 5).index, 1u);  // down, and up again: 5 > 0 + 1
-    Search const copy(coarse);               // with what was found last
-    EXPECT_EQ(lookUp(copy, 5).index, 1u);
-    Search again(coarse);
-    again.init({0, 10, 20, 30}, limit, limit, Search::LINEAR);
-    EXPECT_EQ(lookUp(again, 5).index, 0u);  // what was found before is forgotten
 }
 
 TEST(VectorSearch, BoundsFlagsAndEquality) {
@@ -136,6 +108,15 @@ TEST(VectorSearch, BoundsFlagsAndEquality) {
     }
     Search const infinite = searchOf({inf, inf}, Search::LINEAR);
     EXPECT_FALSE(infinite == infinite);  // its spacing is NaN
+}
+
+TEST(VectorSearch, CopiesKeepTheSegmentAndInitForgetsIt) {
+    Search const search = searchOf({0, 10, 20, 30}, Search::LINEAR);
+    EXPECT_EQ(lookUp(search, 15).index, 1u);
+    Search copy(search);
+    EXPECT_EQ(lookUp(copy, 5).index, 1u);  // walks from segment 1
+    copy.init({0, 10, 20, 30}, limit, limit, Search::LINEAR);
+    EXPECT_EQ(lookUp(copy, 5).index, 0u);
 }
 
 TEST(VectorSearch, UndefinedOptionIsReportedAndKeepsTheSegment) {
@@ -220,7 +201,7 @@ TEST(Interpolator, GivesTheBitsOfThePlainFormAndAllocatesNothing) {
         PlainInterpolator plain{grid.searches, grid.tables};
         Reals point = grid.randomPoint(random);
         for (int query = 0; query < 60; ++query) {
-            // A walk, with jumps, exact breakpoints, and what is no number.
+            // A walk with jumps, exact breakpoints, infinity and NaN.
             std::size_t const d = random() % dimensions;
             Reals const& v = grid.searches[d].v;
             switch (random() % 8) {
@@ -261,7 +242,7 @@ TEST(Interpolator, SumsItsCornersInOrder) {
     EXPECT_EQ(f.evaluate(0.25, 0.5)[0], 0.375 * 1 + 0.125 * 2 + 0.375 * 4 + 0.125 * 8);
 }
 
-// Arguments that are no double, or stand in braces, are no variadic call by accident.
+// Arguments of other types, or in braces, reach the same overloads.
 TEST(Interpolator, TakesAPointHoweverItIsWritten) {
     struct Counting : Interpolator {
         using Interpolator::evaluate;
@@ -336,7 +317,7 @@ TEST(Interpolator, ReportsTheSizeOfItsFirstTableAlone) {
               "KrInterpolator Error:\n   Vector size, 5, not compatible with independent variable "
               "sizes, 6\n");
     EXPECT_EQ(static_cast<int>(captured.messages[0].type), 5);
-    // Set up all the same: NaN only in the cell that lacks its last corner.
+    // It is set up even so: only the cell without its last corner is NaN.
     EXPECT_EQ(f.evaluate(0.5, 0.5), (Reals{0, 0}));
     EXPECT_TRUE(std::isnan(f.evaluate(0.5, 1.5)[0]));
     EXPECT_EQ(f.evaluate()[1], 0);
@@ -379,7 +360,7 @@ TEST(Interpolator, AnswersWhatAFileCanHold) {
         double const value = f.evaluate()[0];
         EXPECT_EQ(bits(value), bits(c.value)) << &c - cases << ": " << value;
     }
-    // Four dimensions and more take another road; and nothing was looked up yet.
+    // More than three dimensions take another path. Before the first look-up values are NaN.
     for (std::size_t const n : {2u, 5u}) {
         Interpolator f;
         for (std::size_t d = 0; d < n; ++d) {

@@ -1,5 +1,4 @@
-// Random fields: the bits of their plain form, the moments that the method
-// promises, and what odd arguments get.
+// Random fields: the bits of their plain form, and odd arguments.
 
 #include "foundation/math/KrMath.h"
 #include "function/scalar/KrLinearScalarFunction.h"
@@ -68,40 +67,6 @@ TEST(RandomField, HasTheBitsAndTheDrawsOfItsPlainForm) {
         EXPECT_EQ(KrMath::unifRand(), nextDraw);
         EXPECT_EQ(array.numColumns(), c.columns);
     }
-}
-
-// With n samples of variance c0 the fourth moment of a cell is (3 + 6/n) c0^2, and
-// no product of two cells has a larger second moment; a mean over N fields then
-// stays within five standard errors. A mean over several cells varies less.
-TEST(RandomField, HasTheMeanVarianceAndCorrelationsAlongBothAxes) {
-    constexpr KrU32 samples = 4;
-    constexpr int fields = 20'000;
-    constexpr double mean = 10.0;
-    Correlation correlation(exponential);
-    KrRandomTensorTool tool;
-    tool.setNumRandomSamples(samples);
-    tool.setRandomSeed(3);
-    double sum = 0.0;
-    double squares = 0.0;
-    double alongRow = 0.0;
-    double alongColumn = 0.0;
-    KrReArray array;
-    for (int i = 0; i < fields; ++i) {
-        tool.getGaussianRandomArray(array, 7, 5, correlation, 1.0, mean);
-        double const value = array[1][2] - mean;
-        sum += value;
-        squares += value * value;
-        alongRow += value * (array[1][5] - mean);
-        alongColumn += value * (array[4][2] - mean);
-    }
-    constexpr double c0 = 2.0;
-    double const error = 5.0 * c0 * std::sqrt((3.0 + 6.0 / samples) / fields);
-    EXPECT_NEAR(sum / fields, 0.0, 5.0 * std::sqrt(c0 / fields));
-    EXPECT_NEAR(squares / fields, c0, error);
-    // The mean over all angles of the product of the correlations at the distances
-    // along both axes of the turned grid, rounded to its cells.
-    EXPECT_NEAR(alongRow / fields, 0.5809, error);
-    EXPECT_NEAR(alongColumn / fields, 0.5809, error);
 }
 
 TEST(RandomField, OddArgumentsGiveFiniteFields) {

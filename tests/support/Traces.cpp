@@ -46,13 +46,8 @@ std::vector<TracedSearch> readTrace(std::filesystem::path const& path) {
             std::string direction;
             std::string name;
             words >> direction >> name;
-            searches.push_back({optimizer,
-                                isNew,
-                                direction == "minimum",
-                                functionByName(name)->domainDim(),
-                                numbers(words),
-                                {},
-                                {}});
+            KrRealVector const start = numbers(words);
+            searches.push_back({optimizer, isNew, direction == "minimum", 0, start, {}, {}});
             isNew = false;
         } else if (kind == "=") {
             searches.back().found = numbers(words);
@@ -60,6 +55,7 @@ std::vector<TracedSearch> readTrace(std::filesystem::path const& path) {
             KrRealVector point = numbers(words);
             double const value = point.back();
             point.pop_back();
+            searches.back().dimension = static_cast<KrU32>(point.size());
             searches.back().evaluations.push_back({kind == "B", point, value});
         }
     }

@@ -1,14 +1,20 @@
 #pragma once
 
 #include "foundation/core/KrTypes.h"
-#include "tests/support/TestFunctions.h"
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
-/// One search of a trace file: where it starts, what it evaluates in order, and what it
-/// finds. A file of traces/ is
+/// One evaluation of a search: the point and the value, in a batch or alone.
+struct Evaluation {
+    bool inBatch;
+    KrRealVector point;
+    double value;
+};
+
+/// One search of a trace file: its start, its evaluations in order, and its result. A file
+/// of traces/ is
 ///
 ///     settings <nelderMead> ... </nelderMead>
 ///     search minimum powell:1 3 -1 0 1       a search from that start point, with
@@ -16,8 +22,8 @@
 ///     S 0x1.0p+0 ... -> 0x1.5p+6             S alone; the point and the value;
 ///     = 0x1.0p-3 ...                         the result: value and point
 ///
-/// and more searches of the same object. The files were made by a second
-/// implementation of the published methods, written apart from the library.
+/// and more searches of the same object. A second implementation of the published methods,
+/// written apart from the library, made the files.
 struct TracedSearch {
     std::string optimizer;  // the document of an optimizer container
     bool isNew;             // else the object of the search before goes on
