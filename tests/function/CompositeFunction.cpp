@@ -337,31 +337,8 @@ TEST(CompositeFunction, BranchReadsItsChildrenByItsContainer) {
     EXPECT_NE(alone.left(), nullptr);
 }
 
-// Counts the calls of `init`, which fail.
-template <class Element>
-struct Failing : Element {
-    KrBoolean init() override { return ++calls == 0; }
-    int calls = 0;
-};
-
-TEST(CompositeFunction, IsPreparedWhenItWasRead) {
-    CapturedMessages const captured;
-    auto const check = [](auto element) {
-        EXPECT_FALSE(reads(element, "<other/>"));
-        EXPECT_EQ(element.calls, 0);
-        EXPECT_TRUE(reads(element, ""));  // whatever comes of the preparation
-        EXPECT_EQ(element.calls, 1);
-    };
-    check(Failing<Table>());
-    check(Failing<KrTableFunctionVectorSearch>());
-    Container f;
-    EXPECT_FALSE(reads(f, "text" + tableText("0", "1", "1")));
-    ASSERT_NE(f.topElement(), nullptr);
-    EXPECT_TRUE(f.bounds().empty() && f.topElement()->bounds().empty());
-}
-
-// As deep as a document may be; every branch covers the point by its box, and no
-// table does, so that each child that were asked twice would double the work.
+// As deep as a document may be. Every branch has the point in its box, and no table has. If
+// a branch evaluated a child twice, each level would double the work.
 std::string deepest(std::string const& innermost) {
     std::string text = innermost;
     for (int level = 248; level > 0; --level) {

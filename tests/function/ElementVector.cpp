@@ -1,4 +1,4 @@
-// The list of an element vector: its editing, its messages, its documents.
+// The list of an element vector: edits, messages and documents.
 
 #include "foundation/xml/KrBaseExpressionTreeElement.h"
 #include "foundation/xml/KrXml.h"
@@ -38,7 +38,7 @@ public:
     KrToken const& token() const override { return otherToken; }
 };
 
-// An element whose clone is none.
+// An element whose clone is of another class.
 class Lost : public Named {
 public:
     KrXmlObject* clone() const override { return new KrXmlRealVector; }
@@ -71,7 +71,7 @@ NamedVector vectorOf(std::string const& names) {
     return vector;
 }
 
-TEST(ElementVector, IsEditedAsItSays) {
+TEST(ElementVector, EditsItsList) {
     struct {
         char const* start;
         void (*edit)(NamedVector&);

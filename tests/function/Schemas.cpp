@@ -1,5 +1,5 @@
-// Schemas, judged by xmllint: that they are schemas, that what is written is valid
-// under them, and that they refuse what the reader refuses.
+// Schemas, judged by xmllint. Written documents are valid under them, and they refuse what
+// the reader refuses.
 
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlEnumType.h"

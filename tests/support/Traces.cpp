@@ -46,8 +46,10 @@ std::vector<TracedSearch> readTrace(std::filesystem::path const& path) {
             std::string direction;
             std::string name;
             words >> direction >> name;
+            auto const parameter = std::stod(name.substr(name.find(':') + 1));
+            auto const n = static_cast<KrU32>(name.starts_with("powell") ? 4 : parameter);
             KrRealVector const start = numbers(words);
-            searches.push_back({optimizer, isNew, direction == "minimum", 0, start, {}, {}});
+            searches.push_back({optimizer, isNew, direction == "minimum", n, start, {}, {}});
             isNew = false;
         } else if (kind == "=") {
             searches.back().found = numbers(words);
@@ -55,7 +57,6 @@ std::vector<TracedSearch> readTrace(std::filesystem::path const& path) {
             KrRealVector point = numbers(words);
             double const value = point.back();
             point.pop_back();
-            searches.back().dimension = static_cast<KrU32>(point.size());
             searches.back().evaluations.push_back({kind == "B", point, value});
         }
     }
