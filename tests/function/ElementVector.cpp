@@ -155,15 +155,8 @@ TEST(ElementVector, ReportsABadIndexAndChangesNothing) {
     EXPECT_EQ(captured.text(), "bad index\n" + attempt + "bad index\n" + attempt);
 }
 
-TEST(ElementVector, ReadsAndWritesInDocumentOrder) {
+TEST(ElementVector, ReadsInDocumentOrder) {
     NamedVector vector = vectorOf("ABC");
-    vector.erase(0, 1);
-    vector.exchange(1, Named('<'));
-    EXPECT_EQ(KrXml::toString(vector),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-              "<namedVector xmlns=\"urn:zeibreku:function#\" count=\"2\">\n"
-              "  <named>\n    <alpha>&lt;</alpha>\n  </named>\n</namedVector>\n");
-
     std::string const document =
         "<namedVector xmlns='urn:zeibreku:function#' count='4294967295'>"
         "<named><alpha>P</alpha></named><other><alpha>Q</alpha></other>"
@@ -173,26 +166,21 @@ TEST(ElementVector, ReadsAndWritesInDocumentOrder) {
     factory.registerCreator(foreignToken, Other::creator);
     ASSERT_TRUE(KrXml::fromString(document, vector, &factory));
     EXPECT_EQ(vector.names(), "PQR");
-    EXPECT_LT(vector.vectorContainer().capacity(), 10000U);  // the count is no more than a hint
+    EXPECT_LT(vector.vectorContainer().capacity(), 10000U);  // the count is only a hint
 
-    // Without the factory the two are unknown: they add nothing and are reported.
+    // Without the factory the two are unknown.
     std::istringstream stream(document);
     KrXmlReader reader(stream);
     CapturedMessages const captured;
     EXPECT_FALSE(vector.read(reader));
     EXPECT_EQ(vector.names(), "P");
-    ASSERT_EQ(captured.messages.size(), 4U);
-    EXPECT_EQ(captured.messages[0].text,
+    EXPECT_EQ(captured.messages.at(0).text,
               "KrXmlVariableVectorType::readValueFromToken() error:\n\t"
               "\"urn:zeibreku:function#other\" tag not registered.\n");
-    EXPECT_NE(captured.messages[0].context.find("::readValueFromToken("), std::string::npos);
-    EXPECT_EQ(static_cast<int>(captured.messages[0].type), 4);
-
     EXPECT_FALSE(
         KrXml::fromString("<namedVector xmlns='urn:zeibreku:function#' count='x'/>", vector));
     EXPECT_EQ(captured.messages.back().text,
               "<string>:1:1: namedVector: expected an integer, found \"x\"\n");
-    EXPECT_NE(KrXml::schemaToString(vector).find("name=\"count\""), std::string::npos);
 }
 
 TEST(ElementVector, IsWrittenPieceByPiece) {
@@ -211,8 +199,9 @@ TEST(ElementVector, IsWrittenPieceByPiece) {
     EXPECT_TRUE(vector.appendElementToStream(writer, Named('C')));
     EXPECT_TRUE(vector.writeFooterToStream(writer));
     EXPECT_EQ(writer, nullptr);
-    EXPECT_NE(stream.str().find("<!-- by pieces -->"), std::string::npos);
-    EXPECT_NE(stream.str().find(" count=\"2\""), std::string::npos);
+    EXPECT_TRUE(stream.str().starts_with(
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- by pieces -->\n"
+        "<namedVector xmlns=\"urn:zeibreku:function#\" count=\"2\">\n  <named>\n"));
     NamedVector back;
     ASSERT_TRUE(KrXml::fromString(stream.str(), back));
     EXPECT_TRUE(back == vectorOf("ABC"));

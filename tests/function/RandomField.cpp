@@ -81,21 +81,15 @@ TEST(RandomField, OddArgumentsGiveFiniteFields) {
         bool result;
     } const cases[] = {
         {[](double x) { return std::exp(-x * x / 2500.0); }, 1.0, varies},  // nearly singular
-        {[](double) { return 1.0; }, 1.0, varies},
         {atDistance(4.0, nan), 1.0, varies},
         {atDistance(4.0, inf), 1.0, varies},
-        {atDistance(4.0, -inf), 1.0, varies},
         {[](double x) { return 1e300 * exponential(x); }, 1.0, varies},
         {atDistance(0.0, nan), 1.0, isMean},
-        {atDistance(0.0, inf), 1.0, isMean},
         {atDistance(0.0, -1.0), 0.0, isMean},
-        {[](double) { return inf; }, 1.0, isMean},
         {[](double) { return nan; }, 1.0, isMean},
         {[](double x) { return -exponential(x); }, 1.0, isMean},
         {exponential, nan, isMean},
         {exponential, inf, isMean},
-        {exponential, -inf, isMean},
-        {exponential, -1e308, varies},
         {exponential, 0.0, varies},
     };
     for (auto const& c : cases) {

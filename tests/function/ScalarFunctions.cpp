@@ -215,10 +215,10 @@ TEST(UnitaryMaps, SCurveHasNoCoefficientsBeforeItIsSetOrRead) {
     EXPECT_TRUE(std::isnan(map.evaluate(1.0)));
     KrSCurveUnitaryMap set;
     set.setCenter(0.5);
-    EXPECT_TRUE(set == map);  // the parameters are compared alone
+    EXPECT_TRUE(set == map);  // equality compares the parameters alone
     KrSCurveUnitaryMap const copy(set);
     map = set;
-    EXPECT_EQ(copy.evaluate(0.25), 0.0625);  // and the coefficients copied too
+    EXPECT_EQ(copy.evaluate(0.25), 0.0625);  // a copy has the coefficients
     EXPECT_EQ(map.evaluate(0.25), 0.0625);
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Answers as recorded, so that a trace rests on the library's arithmetic alone: the
+// Returns the recorded values, so that a trace depends on the library's arithmetic alone. The
 // last bit of the C library's pow differs between processors.
 class Recorded : public KrScalarMultivariableFunction {
 public:

@@ -6,8 +6,7 @@
 #include <limits>
 #include <vector>
 
-/// The bits of a value, for comparisons to the last of them. Those of a NaN are the
-/// processor's choice, so that each counts as the same.
+/// The bits of a value. Every NaN has the same, since processors choose different ones.
 inline std::uint64_t bits(double value) {
     return std::bit_cast<std::uint64_t>(std::isnan(value) ? std::numeric_limits<double>::quiet_NaN()
                                                           : value);

@@ -2,9 +2,8 @@
 
 #include <pthread.h>
 
-/// Runs `work` on a thread whose stack has 512 KB, less than which nothing that
-/// the library does may need. Under a sanitizer, whose frames are larger, the
-/// stack has the usual size.
+/// Runs `work` on a thread with 512 KB of stack, which is enough for each operation of the
+/// library. Under a sanitizer, whose frames are larger, the stack has the usual size.
 template <class Work>
 void onSmallStack(Work work) {
     pthread_attr_t attributes;

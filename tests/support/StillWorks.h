@@ -9,12 +9,10 @@
 /// The library's factory.
 KrXmlFactory const& everyElement();
 
-/// What the object answers when it is put to use: a function at a few points, an
-/// optimizer on Powell's function, which ends the search after some evaluations
-/// whatever the budget. Seeds the random numbers before.
+/// The values of a function at a few points, or of an optimizer's search on Powell's
+/// function, which ends after some evaluations whatever the budget. Seeds the random numbers.
 KrRealVector run(KrXmlObject& object);
 
-/// Whatever a document has made of a fresh `object`, it writes, reads back, clones,
-/// compares and runs. Empty when it does, else what it does not. `wasRead` tells
-/// whether the document was read without a refusal.
+/// Writes, reads back, clones, compares and runs `object`, which some document has set.
+/// Returns what fails, or an empty text. `wasRead`: the document was read without a refusal.
 std::string whatFails(KrXmlObject& object, bool wasRead);

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string>
 
-/// An element as it stands inside of a document.
+/// An element inside of a document.
 inline std::string component(std::string const& tag, std::string const& content) {
     return "<" + tag + ">" + content + "</" + tag + ">";
 }
@@ -17,8 +17,8 @@ inline std::string document(std::string const& tag, std::string const& content) 
     return "<" + tag + " xmlns='urn:zeibreku:function#'>" + content + "</" + tag + ">";
 }
 
-/// Reads a document into `element` itself, as the framework does inside of one: what
-/// was read before a refusal stays.
+/// Reads a document into `element` as the framework reads a child. What was read before a
+/// refusal stays.
 template <class Element>
 bool reads(Element& element, std::string const& content) {
     std::istringstream stream(document(std::string(element.token().localName()), content));

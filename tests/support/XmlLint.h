@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <string>
 
-/// Judges documents under a schema by xmllint, which is not ours.
+/// Checks documents against a schema by xmllint.
 class XmlLint {
 public:
     /// A test that needs it is skipped where it is not installed.
@@ -19,8 +19,8 @@ public:
 
     explicit XmlLint(std::string const& schema) { std::ofstream(folder_ / "a.xsd") << schema; }
 
-    /// What there is to say against the document; nothing when it is valid. A schema
-    /// that is none fails the test.
+    /// The complaints about a document, empty for a valid one. An invalid schema fails the
+    /// test.
     std::string complaints(std::string const& document) const {
         std::ofstream(folder_ / "a.xml") << document;
         std::string const at = "cd '" + folder_.path.string() + "' && ";
