@@ -9,7 +9,6 @@
 #include <limits>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 
 namespace {
 
@@ -100,27 +99,6 @@ TEST(Print, TheDefaultSinkEndsEachLine) {
         Kr::Print::instance().write(Kr::PrintType::Warning, text);
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "one\ntwo\nthree\n\tmore\n");
-}
-
-TEST(Print, MessagesOfThreadsNeverInterleave) {
-    CapturedMessages captured;
-    auto const speak = [](char letter) {
-        for (int i = 0; i < 500; ++i) {
-            auto& stream = Kr::Print::ostream(Kr::PrintType::Error, "thread");
-            for (int k = 0; k < 20; ++k) {
-                stream << letter;
-            }
-            stream << std::flush;
-        }
-    };
-    std::thread first(speak, 'a');
-    std::thread second(speak, 'b');
-    first.join();
-    second.join();
-    ASSERT_EQ(captured.messages.size(), 1000U);
-    for (Kr::Message const& message : captured.messages) {
-        EXPECT_EQ(message.text, std::string(20, message.text[0]));
-    }
 }
 
 }  // namespace

@@ -32,6 +32,7 @@
 #include <locale>
 #include <memory>
 #include <new>
+#include <set>
 #include <sstream>
 #include <thread>
 
@@ -251,6 +252,11 @@ TEST(FailingSurroundings, ThreadsWithTheirOwnObjectsDoNotMeet) {
         }));
     }
     EXPECT_EQ(captured.messages.size(), 4U * 161U);
+    std::set<std::string> texts;  // messages of threads do not mix
+    for (Kr::Message const& message : captured.messages) {
+        texts.insert(message.text);
+    }
+    EXPECT_EQ(texts.size(), 4U);
 }
 
 // Makes every allocation of `work` on a copy of `object` fail in turn. Repeated, the work

@@ -179,14 +179,9 @@ TEST(UnitaryMaps, SCurveReportsACentreOutOfRangeAndIsTheIdentity) {
         KrSCurveUnitaryMap map;
         map.setCenter(center);
         map.setInitialSlope(0.1);
-        map.setFinalSlope(0.1);
-        map.setCenterSlope(3.0);
-        ASSERT_EQ(captured.messages.size(), 4U);  // each computation reports
-        std::string const printed = center >= 1.0 ? "1" : "0";
-        EXPECT_EQ(captured.messages[1].text,
-                  "KrSCurveUnitaryMap::calculateCoefficients(): center (" + printed +
-                      ") out of range.\n");
-        EXPECT_EQ(static_cast<int>(captured.messages[1].type), 4);
+        std::string const message = "KrSCurveUnitaryMap::calculateCoefficients(): center (" +
+                                    std::string(center >= 1.0 ? "1" : "0") + ") out of range.\n";
+        EXPECT_EQ(captured.text(), message + message);  // each computation reports
         for (double x = 0.0; x <= 1.0; x += 0.125) {
             EXPECT_NEAR(map.evaluate(x), x, 1e-15);
         }
