@@ -140,9 +140,7 @@ void hashFields(Hash& hash) {
 }
 
 void hashQuadrature(Hash& hash) {
-    struct Rational : KrRealRealUnaryFunction {
-        double evaluate(double x) const override { return (x * x - 0.3 * x) / (1.0 + x * x); }
-    } const f;
+    auto const f = [](double x) { return (x * x - 0.3 * x) / (1.0 + x * x); };
     KrGaussQuadrature quadrature;
     for (KrU32 order = 2; order <= 128; ++order) {
         double const* nodes = nullptr;

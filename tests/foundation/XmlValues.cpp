@@ -183,23 +183,6 @@ TEST(XmlValues, VectorsAreMadeOfPlainValues) {
     EXPECT_EQ(KrLinearMultivariableConstraint().evaluate({1.0, 2.0}), 0.0);
 }
 
-TEST(XmlValues, VectorsNestAndEdit) {
-    KrXmlVectorType<KrXmlRealVector> rows;
-    EXPECT_EQ(refusal("<item count=\"1\"><item>1</item></item><item/>", rows, " count=\"2\""), "");
-    ASSERT_EQ(rows.size(), 2U);
-    rows[1].pushBack(Real(2.0));
-    rows[1].resize(2);
-    EXPECT_NE(KrXml::toString(rows).find("<item count=\"2\">\n    <item>2</item>"),
-              std::string::npos);
-    KrXmlVectorType<KrXmlRealVector> back;
-    ASSERT_TRUE(KrXml::fromString(KrXml::toString(rows), back));
-    EXPECT_TRUE(back == rows);
-    back.clear();
-    back.reserve(5);
-    EXPECT_EQ(back.size(), 0U);
-    EXPECT_FALSE(back == rows);
-}
-
 TEST(XmlValues, PairsHaveTwoPartsInAnyOrder) {
     KrXmlPairType<U32, U32> pair;
     EXPECT_EQ(refusal("<second>2</second><first>1</first>", pair), "");

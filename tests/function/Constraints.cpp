@@ -276,22 +276,6 @@ TEST(Constraints, QuadraticConstraintHasEachPairOnceAndAUnitGradient) {
     EXPECT_EQ(constraint.gradient(constraint.gradient(KrRealVector{1, 2})), again);
 }
 
-// A client's class with coefficients of its own.
-struct Halved : Quadratic {
-    using Quadratic::secondOrderCoefficient;
-    double secondOrderCoefficient(KrU32 i, KrU32 j) const override { return i == j ? 0.5 : 0.0; }
-    void normalizeGradient() const override { gradient_.push_back(7.0); }
-};
-
-TEST(Constraints, HeedTheOperationsOfADerivedClass) {
-    Halved halved;
-    KrRealVector const x(20, 2.0);
-    EXPECT_EQ(halved.evaluate(x), 40.0);
-    KrRealVector expected(20, 2.0);
-    expected.push_back(7.0);
-    EXPECT_EQ(halved.gradient(x), expected);
-}
-
 TEST(Constraints, ContainersEvaluateTheirConstraint) {
     KrMultivariableConstraintContainer container;
     KrXmlRealVector const x = KrXmlRealVector::fromValues({1.0, 2.0});

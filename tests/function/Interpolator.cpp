@@ -109,15 +109,6 @@ TEST(VectorSearch, BoundsFlagsAndEquality) {
     EXPECT_FALSE(infinite == infinite);  // its spacing is NaN
 }
 
-TEST(VectorSearch, CopiesKeepTheSegmentAndInitForgetsIt) {
-    Search const search = searchOf({0, 10, 20, 30}, Search::LINEAR);
-    EXPECT_EQ(lookUp(search, 15).index, 1u);
-    Search copy(search);
-    EXPECT_EQ(lookUp(copy, 5).index, 1u);  // walks from segment 1
-    copy.init({0, 10, 20, 30}, limit, limit, Search::LINEAR);
-    EXPECT_EQ(lookUp(copy, 5).index, 0u);
-}
-
 TEST(VectorSearch, UndefinedOptionIsReportedAndKeepsTheSegment) {
     auto const undefined = static_cast<Search::SEARCH_OPTION>(7);
     Search const search = searchOf({0, 1, 2, 3}, undefined, extrapolate, extrapolate);

@@ -180,12 +180,8 @@ TEST(PowellsQuartic, ValuesBatchesAndEquality) {
     EXPECT_EQ(f.evaluate({0, 0, 0, 0, 99}), 0.0);
     EXPECT_TRUE(std::isnan(f.evaluate({1, 2, 3})));
     EXPECT_EQ(f.domainDim(), 4U);
-    KrPowellsQuarticFunction other;
-    other.setMultiplier(-2.0);
-    EXPECT_EQ(other.evaluate({3, -1, 0, 1}), -430.0);
-    EXPECT_TRUE(f == other);  // functions compare by their class alone
-    f = other;
-    EXPECT_EQ(f.multiplier(), -2.0);
+    f.setMultiplier(-2.0);
+    EXPECT_TRUE(f == KrPowellsQuarticFunction());  // functions compare by their class alone
     KrRealVector values(5, 7.0);
     f.evaluateMultiple({{3, -1, 0, 1}, {0, 0, 0, 0}, {1, 0, 0, 0}}, values);
     EXPECT_EQ(values, (KrRealVector{-430, 0, -22}));

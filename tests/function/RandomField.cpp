@@ -108,12 +108,4 @@ TEST(RandomField, OddArgumentsGiveFiniteFields) {
     EXPECT_EQ(fieldOf(1, 1, exponential, 1.0, inf, 3)[0][0], inf);
 }
 
-TEST(RandomField, CopiesAndComparesTheNumberOfSamples) {
-    KrRandomTensorTool tool;
-    EXPECT_EQ(tool.numRandomSamples(), 100U);
-    tool.setNumRandomSamples(7);
-    EXPECT_FALSE(tool == KrRandomTensorTool());
-    EXPECT_EQ(KrRandomTensorTool(tool), tool);
-}
-
 }  // namespace

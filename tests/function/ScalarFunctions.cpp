@@ -120,13 +120,6 @@ TEST(ScalarFunctions, ACallableIsAFunctionWithoutADocument) {
               "found a function made of a callable\n");
 }
 
-TEST(UnitaryMaps, PowerIsThatOfTheLibrary) {
-    KrPowerUnitaryMap map;
-    EXPECT_EQ(map.evaluate(-0.3), -0.3);
-    map.setExponent(0.7);
-    EXPECT_EQ(map.evaluate(0.3), std::pow(0.3, 0.7));
-}
-
 TEST(UnitaryMaps, SCurvePassesItsPointsWithItsLimitedSlopes) {
     KrSCurveUnitaryMap known;
     known.setCenter(0.5);
