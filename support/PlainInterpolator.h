@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cmath>
-#include <cstdint>
 #include <vector>
 
 /// A vector search and an interpolator without any optimisation. The tests compare the

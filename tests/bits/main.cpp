@@ -4,7 +4,6 @@
 //
 //   bits FOLDER                 of the golden traces
 
-#include "foundation/math/KrMath.h"
 #include "foundation/math/KrRandom.h"
 #include "foundation/math/KrReArray.h"
 #include "foundation/xml/KrXml.h"

@@ -59,28 +59,30 @@ std::vector<KrXmlComponentMap::Entry> partsOf(KrXmlCompoundType& element) {
     return parts;
 }
 
-std::vector<KrToken> childrenOf(KrXmlCompoundType& element) {
-    std::vector<KrToken> children;
-    for (auto const& component : element.componentMap()) {
-        children.push_back(component.token);
+template <class Map>
+std::vector<KrToken> tokensOf(Map const& map) {
+    std::vector<KrToken> tokens;
+    for (auto const& entry : map) {
+        if constexpr (requires { entry.token; }) {
+            tokens.push_back(entry.token);
+        } else {
+            tokens.push_back(entry.first);
+        }
     }
-    return children;
+    return tokens;
+}
+
+std::vector<KrToken> childrenOf(KrXmlCompoundType& element) {
+    return tokensOf(element.componentMap());
 }
 std::vector<KrToken> childrenOf(Holder& holder) {
-    std::vector<KrToken> children;
-    for (auto const& [token, creator] : holder.creatorMap()) {
-        children.push_back(token);
-    }
+    std::vector<KrToken> children = tokensOf(holder.creatorMap());
     children.push_back(KrXml::KrAddLibrariesToken);
     return children;
 }
 
 std::vector<KrToken> attributesOf(KrXmlCompoundType& element) {
-    std::vector<KrToken> attributes;
-    for (auto const& attribute : element.attributeComponentMap()) {
-        attributes.push_back(attribute.token);
-    }
-    return attributes;
+    return tokensOf(element.attributeComponentMap());
 }
 std::vector<KrToken> attributesOf(Holder&) { return {}; }
 

@@ -4,8 +4,6 @@
 
 #include "tests/contract/Elements.h"
 
-#include "foundation/xml/KrBaseExpressionTreeElement.h"
-#include "foundation/xml/KrXmlBaseVariableCompoundType.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrInterpolator.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"

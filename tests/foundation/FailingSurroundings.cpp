@@ -2,11 +2,9 @@
 
 #include "foundation/math/KrRandom.h"
 #include "foundation/xml/KrXml.h"
-#include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrInterpolator.h"
 #include "function/multivariable/KrCallableFunction.h"
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
-#include "function/object/KrMultivariableConstraintContainer.h"
 #include "function/object/KrScalarFunctionContainer.h"
 #include "function/optimizer/KrHookeJeevesOptimizer.h"
 #include "function/optimizer/KrImplicitFilteringOptimizer.h"

@@ -3,7 +3,6 @@
 #include "foundation/core/KrPrint.h"
 
 #include <string>
-#include <utility>
 #include <vector>
 
 /// Collects the messages that are printed during its life.
