@@ -13,13 +13,13 @@
 // tolerances 1e-3 and 1e-5: for each a line of names, one of percentages for each number of
 // simplex gradients, and two blank lines.
 
-#include "benchmarks/MoreWild.h"
 #include "foundation/math/KrRandom.h"
 #include "function/optimizer/KrHookeJeevesOptimizer.h"
 #include "function/optimizer/KrImplicitFilteringOptimizer.h"
 #include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
 #include "function/optimizer/KrSequenceOptimizer.h"
+#include "support/MoreWild.h"
 
 #if ZEIBREKU_HAVE_GSL
 #include <gsl/gsl_errno.h>

@@ -2,7 +2,6 @@
 
 #include "search/KrSearch.h"
 
-#include "benchmarks/MoreWild.h"
 #include "foundation/math/KrRandom.h"
 #include "foundation/math/KrRandomScope.h"
 #include "foundation/math/KrRandomStream.h"
@@ -11,6 +10,7 @@
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "search/KrEvaluation.h"
 #include "search/KrEvaluationWorkers.h"
+#include "support/MoreWild.h"
 #include "tests/search/SearchTexts.h"
 #include "tests/support/CapturedMessages.h"
 
