@@ -224,7 +224,9 @@ TYPED_TEST(ElementContract, AfterAFailedAllocationItIsWholeOrUsableAndNothingLea
     TypeParam element = changed<TypeParam>();
     std::string const text = KrXml::toString(element);
     ASSERT_TRUE(KrXml::fromString(text, element));
-    for (bool const reading : {true, false}) {
+    // The first two rounds make what lives as long as the process, such as a thread's message.
+    for (int round = 0; round < 4; ++round) {
+        bool const reading = round % 2 == 0;
         bool failed = true;
         long live = 0;
         for (std::size_t k = 1; failed; ++k) {
@@ -243,7 +245,7 @@ TYPED_TEST(ElementContract, AfterAFailedAllocationItIsWholeOrUsableAndNothingLea
                 target = element;
                 EXPECT_TRUE(target == element) << k;
             }
-            EXPECT_TRUE(k == 1 || liveAllocations() == live) << k;
+            EXPECT_TRUE(round < 2 || k == 1 || liveAllocations() == live) << k;
             live = liveAllocations();
         }
     }
