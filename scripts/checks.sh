@@ -54,7 +54,7 @@ check_reference() {
     rm -rf build/development/reference
     cmake --build --preset development --target reference
     local class missing=()
-    for class in $(sed -n 's/^class KR_EXPORT \(Kr[[:alnum:]]*\)\($\| [:{].*\)/\1/p' */*/*.h); do
+    for class in $(sed -n 's/^class KR_EXPORT \(Kr[[:alnum:]]*\)\($\| [:{].*\)/\1/p' */*/*.h search/*.h); do
         test -e "build/development/reference/html/class$class.html" || missing+=("$class")
     done
     if ((${#missing[@]} > 0)); then
@@ -72,7 +72,7 @@ check_cppcheck() {
         --suppress=unknownMacro --suppress=internalAstError \
         --suppress=operatorEqVarError \
         -D__attribute__\(x\)= \
-        foundation function examples
+        foundation function search examples
 }
 
 check_static() { build_and_test static; }
@@ -82,7 +82,7 @@ check_clang() { build_and_test clang; }
 check_tidy() {
     cmake --preset clang
     # One file for each process keeps all cores busy. The count of suppressed warnings is dropped.
-    find foundation function -name '*.cpp' -print0 | sort -z |
+    find foundation function search -name '*.cpp' -print0 | sort -z |
         xargs -0 -r -n 1 -P "$jobs" "$(first_of clang-tidy-14 clang-tidy)" \
             -p build/clang --quiet 2>&1 |
         sed '/warnings\{0,1\} generated\.$/d'
@@ -107,7 +107,7 @@ check_coverage() {
     cmake --build --preset coverage
     ctest --preset coverage
     local gcovr=(gcovr --root . --object-directory build/coverage --exclude-unreachable-branches)
-    "${gcovr[@]}" --filter foundation/ --filter function/ --fail-under-line 95 build/coverage
+    "${gcovr[@]}" --filter foundation/ --filter function/ --filter search/ --fail-under-line 95 build/coverage
     "${gcovr[@]}" --filter foundation/xml/KrXmlReader.cpp --fail-under-line 100 build/coverage
 }
 

@@ -20,7 +20,7 @@ cmake --build --preset fuzz
 work=$PWD/build/fuzz
 rm -rf "$work/seeds"
 mkdir -p "$work/seeds"
-sed -n 's/.*+ "\([A-Za-z]*\)".*/\1/p; s/.*Token("\([A-Za-z_]*\)".*/\1/p' \
+sed -n 's/.*+ "\([A-Za-z]*\)".*/\1/p; s/.*Token[({]"\([A-Za-z_]*\)".*/\1/p' \
     function/object/KrFunction.cpp foundation/xml/KrXmlTokens.cpp | sort -u >"$work/names"
 sed 's/.*/"&"/' "$work/names" >"$work/dictionary"
 while read -r name; do

@@ -18,14 +18,15 @@ public:
     ~KrEvaluationFailure() override;
 };
 
-/// A point whose value is wanted. The ticket identifies the evaluation in its record.
+/// A point whose value is wanted.
 struct KrEvaluationRequest {
-    std::uint64_t ticket = 0;
-    KrRealVector point;
+    std::uint64_t ticket = 0;  ///< identifies the evaluation in its record
+    KrRealVector point;        ///< where, in physical coordinates
 };
 
 /// What came of a request.
 struct KrEvaluation {
+    /// How the evaluation ended.
     enum class Outcome {
         Value,      ///< `value` is the function's, perhaps NaN or infinite
         Failure,    ///< the point has no value; `text` is the reason
@@ -34,11 +35,11 @@ struct KrEvaluation {
         Cancelled   ///< ended before it had a value
     };
 
-    std::uint64_t ticket = 0;
-    Outcome outcome = Outcome::Value;
-    double value = std::numeric_limits<double>::quiet_NaN();
-    std::string text;
-    std::exception_ptr exception;
-    KrU32 worker = 0;      ///< which of the workers, from 0 on
-    double seconds = 0.0;  ///< what the evaluation took
+    std::uint64_t ticket = 0;                                 ///< of the request
+    Outcome outcome = Outcome::Value;                         ///< decides which of the others count
+    double value = std::numeric_limits<double>::quiet_NaN();  ///< the function's
+    std::string text;                                         ///< a reason, for people
+    std::exception_ptr exception;                             ///< the function's
+    KrU32 worker = 0;                                         ///< which of the workers, from 0 on
+    double seconds = 0.0;                                     ///< what the evaluation took
 };

@@ -47,20 +47,20 @@ class KR_EXPORT KrEvaluationRecord {
 public:
     /// One evaluation.
     struct Entry {
-        KrRealVector point;
-        double value = 0.0;
-        bool failed = false;
-        std::string text;  ///< of a failure, its reason
-        KrU32 worker = 0;
-        double start = 0.0;  ///< seconds since its run began
-        double seconds = 0.0;
-        std::size_t run = 0;
+        KrRealVector point;    ///< in physical coordinates
+        double value = 0.0;    ///< the function's own; NaN for a failure
+        bool failed = false;   ///< whether the point has no value
+        std::string text;      ///< the reason of a failure
+        KrU32 worker = 0;      ///< which of the workers, from 0 on
+        double start = 0.0;    ///< seconds since its run began
+        double seconds = 0.0;  ///< what the evaluation took
+        std::size_t run = 0;   ///< which of `runs`
     };
     /// One run of the search.
     struct Run {
-        std::string time;  ///< when it began, UTC
-        std::string host;
-        std::string process;
+        std::string time;         ///< when it began, UTC
+        std::string host;         ///< the name of the machine
+        std::string process;      ///< the number of the process
         std::string version;      ///< of the library
         std::size_t evaluations;  ///< that the search had asked for when the run began
     };

@@ -12,6 +12,7 @@
 /// One thread owns an object and makes all calls.
 class KR_EXPORT KrEvaluationWorkers {
 public:
+    /// A moment of the clock that no one adjusts.
     using Time = std::chrono::steady_clock::time_point;
 
     KrEvaluationWorkers() = default;

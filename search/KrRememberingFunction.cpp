@@ -7,11 +7,13 @@
 KR_SOURCE_VERSION;
 
 struct KrRememberingFunction::Memory {
+    explicit Memory(KrU32 dimension) : values(dimension) {}
+
     KrPointTable<double> values;
 };
 
 KrRememberingFunction::KrRememberingFunction(KrScalarMultivariableFunction const& f)
-    : f_(f), memory_(std::make_unique<Memory>(KrPointTable<double>(f.domainDim()))) {}
+    : f_(f), memory_(std::make_unique<Memory>(f.domainDim())) {}
 
 KrRememberingFunction::~KrRememberingFunction() = default;
 

@@ -10,14 +10,14 @@ class KrSearchReport;
 
 /// One evaluation of a search, as an observer sees it. The references are valid during the call.
 struct KrSearchProgress {
-    KrU32 evaluation;           ///< its number in the search, from 0 on
-    KrRealVector const& point;  ///< physical, inside the bounds
-    double value;               ///< the function's own value; NaN for a failure
-    bool failed;
+    KrU32 evaluation;               ///< its number in the search, from 0 on
+    KrRealVector const& point;      ///< physical, inside the bounds
+    double value;                   ///< the function's own value; NaN for a failure
+    bool failed;                    ///< whether the point has no value
     bool isFromRecord;              ///< the record, or the memory of the search, had the value
     KrRealVector const& bestPoint;  ///< the best feasible point so far, empty if there is none
-    double bestValue;
-    double seconds;  ///< since the run began
+    double bestValue;               ///< the function's own value there; NaN if there is none
+    double seconds;                 ///< since the run began
 };
 
 /// Watches a search. It sees values and never the optimizer.
@@ -34,8 +34,8 @@ public:
 ///
 ///     search.run(f, {.record = &record, .stop = signals.token()});
 struct KrSearchContext {
-    KrSearchObserver* observer = nullptr;
-    KrEvaluationRecord* record = nullptr;
-    KrSearchReport* report = nullptr;  ///< is filled also if an exception passes
-    std::stop_token stop = {};
+    KrSearchObserver* observer = nullptr;  ///< watches each evaluation
+    KrEvaluationRecord* record = nullptr;  ///< has the values of earlier runs, and gets the new
+    KrSearchReport* report = nullptr;      ///< is filled also if an exception passes
+    std::stop_token stop = {};             ///< ends the search as `cancelled`
 };

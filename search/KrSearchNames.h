@@ -7,11 +7,13 @@
 /// loaded, and never change. Their namespace is that of `KrFunction`.
 namespace KrSearchNames {
 
+/// An element.
 extern KR_EXPORT KrToken const KrSearchToken;
 extern KR_EXPORT KrToken const KrSearchReportToken;
 extern KR_EXPORT KrToken const KrVariableToken;
 extern KR_EXPORT KrToken const KrVariablesToken;
 
+/// A component.
 extern KR_EXPORT KrToken const KrAnswerToken;
 extern KR_EXPORT KrToken const KrAnswerPointToken;
 extern KR_EXPORT KrToken const KrBestPointToken;

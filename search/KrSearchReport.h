@@ -65,6 +65,7 @@ public:
 
     void registerComponents() override;
 
+    /// Compares all components; NaN equals NaN.
     bool operator==(KrSearchReport const& other) const;
 
 private:

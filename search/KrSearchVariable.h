@@ -18,13 +18,14 @@ class KR_EXPORT KrSearchVariable
                              KrSearchNames::KrVariableToken> {
 public:
     KrSearchVariable() = default;
+    /// A variable of these components.
     KrSearchVariable(std::string const& name, double start,
                      double lower = -std::numeric_limits<double>::infinity(),
                      double upper = std::numeric_limits<double>::infinity(), double scale = 1.0)
         : name_(name), start_(start), lower_(lower), upper_(upper), scale_(scale) {}
 
-    /// The variable's name, unique in its search: letters, digits, `_`, `-` and `.`, at least one
-    /// of them. Default: empty, which a search refuses.
+    /// The variable's name, unique in its search: letters, digits, underscores, hyphens
+    /// and dots, at least one of them. Default: empty, which a search refuses.
     std::string const& name() const { return name_; }
     void setName(std::string const& name) { name_ = name; }
 
@@ -33,12 +34,12 @@ public:
     double start() const { return start_; }
     void setStart(double start) { start_ = start; }
 
-    /// The lower bound: every evaluation has x >= lower. It is at most `upper`; -INF is no
-    /// bound. Default: -INF.
+    /// The lower bound: no evaluation is below it. It is at most `upper`; -INF is no bound.
+    /// Default: -INF.
     double lower() const { return lower_; }
     void setLower(double lower) { lower_ = lower; }
 
-    /// The upper bound: every evaluation has x <= upper. INF is no bound. Default: INF.
+    /// The upper bound: no evaluation is above it. INF is no bound. Default: INF.
     double upper() const { return upper_; }
     void setUpper(double upper) { upper_ = upper; }
 

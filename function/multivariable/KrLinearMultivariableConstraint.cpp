@@ -38,12 +38,12 @@ KrLinearMultivariableConstraint& KrLinearMultivariableConstraint::operator=(
 
 KrLinearMultivariableConstraint& KrLinearMultivariableConstraint::operator=(
     KrLinearMultivariableConstraint&& source) noexcept {
-    KrTaggedElement::operator=(std::move(source));
     index_.clear();
     source.index_.clear();
     offset_ = source.offset_;
     indices_ = std::move(source.indices_);
     coefficients_ = std::move(source.coefficients_);
+    KrTaggedElement::operator=(std::move(source));  // the base's part alone
     return *this;
 }
 

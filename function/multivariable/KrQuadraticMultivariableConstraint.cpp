@@ -152,7 +152,6 @@ KrQuadraticMultivariableConstraint& KrQuadraticMultivariableConstraint::operator
 
 KrQuadraticMultivariableConstraint& KrQuadraticMultivariableConstraint::operator=(
     KrQuadraticMultivariableConstraint&& source) noexcept {
-    KrTaggedElement::operator=(std::move(source));
     firstIndex_.clear();
     secondIndex_.clear();
     source.firstIndex_.clear();
@@ -162,6 +161,7 @@ KrQuadraticMultivariableConstraint& KrQuadraticMultivariableConstraint::operator
     firstCoefficients_ = std::move(source.firstCoefficients_);
     secondIndexPairs_ = std::move(source.secondIndexPairs_);
     secondCoefficients_ = std::move(source.secondCoefficients_);
+    KrTaggedElement::operator=(std::move(source));  // the base's part alone
     return *this;
 }
 

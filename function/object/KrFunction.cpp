@@ -87,13 +87,13 @@ KR_EARLY KrToken const KrTableFunctionVectorSearchToken = ns + "tableFunctionVec
 KR_EARLY KrToken const KrTauToken = ns + "tau";
 KR_EARLY KrToken const KrUnitaryMapContainerToken = ns + "unitaryMapContainer";
 
-KR_EARLY KrToken const KrIndLowerBoundaryToken("lowerBoundaryOption");
-KR_EARLY KrToken const KrIndSearchToken("searchOption");
-KR_EARLY KrToken const KrIndUpperBoundaryToken("upperBoundaryOption");
-KR_EARLY KrToken const KrBoundaryExtrapolateToken("extrapolate");
-KR_EARLY KrToken const KrBoundaryLimitToken("limit");
-KR_EARLY KrToken const KrSearchBisectionToken("bisection");
-KR_EARLY KrToken const KrSearchEqualToken("equal_spaced");
-KR_EARLY KrToken const KrSearchLinearToken("linear");
+KR_EARLY KrToken const KrIndLowerBoundaryToken{"lowerBoundaryOption"};
+KR_EARLY KrToken const KrIndSearchToken{"searchOption"};
+KR_EARLY KrToken const KrIndUpperBoundaryToken{"upperBoundaryOption"};
+KR_EARLY KrToken const KrBoundaryExtrapolateToken{"extrapolate"};
+KR_EARLY KrToken const KrBoundaryLimitToken{"limit"};
+KR_EARLY KrToken const KrSearchBisectionToken{"bisection"};
+KR_EARLY KrToken const KrSearchEqualToken{"equal_spaced"};
+KR_EARLY KrToken const KrSearchLinearToken{"linear"};
 
 }  // namespace KrFunction

@@ -11,7 +11,7 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-constexpr std::array<std::uint32_t, 256> crcTable = [] {
+constexpr std::array<std::uint32_t, 256> makeCrcTable() {
     std::array<std::uint32_t, 256> table{};
     for (std::uint32_t i = 0; i < table.size(); ++i) {
         std::uint32_t rest = i;
@@ -21,7 +21,8 @@ constexpr std::array<std::uint32_t, 256> crcTable = [] {
         table[i] = rest;
     }
     return table;
-}();
+}
+constexpr std::array<std::uint32_t, 256> crcTable = makeCrcTable();
 
 constexpr char digits[] = "0123456789abcdef";
 
@@ -88,11 +89,11 @@ std::string escaped(std::string_view text) {
 std::string unescaped(std::string_view text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\\' || i + 1 == text.size()) {
-            result += text[i];
-        } else if (text[++i] == 'n') {
+        bool const isEscape = text[i] == '\\' && i + 1 < text.size();
+        i += isEscape ? 1 : 0;
+        if (isEscape && text[i] == 'n') {
             result += '\n';
-        } else if (text[i] == 'x' && i + 2 < text.size()) {
+        } else if (isEscape && text[i] == 'x' && i + 2 < text.size()) {
             unsigned char c = 0;
             std::from_chars(text.data() + i + 1, text.data() + i + 3, c, 16);
             result += static_cast<char>(c);

@@ -553,6 +553,7 @@ void KrSearchRun::evaluateBatch(std::vector<KrRealVector> const& points, std::ve
 void KrSearchRun::evaluateByWorkers(std::vector<KrRealVector> const& points,
                                     std::vector<Made>& all) {
     std::vector<KrEvaluationRequest> requests;
+    requests.reserve(points.size());
     std::uint64_t const first = nextTicket_;
     for (KrRealVector const& point : points) {
         requests.push_back({nextTicket_++, point});
