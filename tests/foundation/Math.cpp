@@ -8,10 +8,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -174,6 +179,42 @@ TEST(ReArray, CholeskyHasTheBitsOfItsPlainForm) {
             EXPECT_EQ(array.choleskyDecomposition(factor), positiveDefinite);
             EXPECT_EQ(factor.rows(), plain);
             EXPECT_EQ(factor.numColumns(), n);
+        }
+    }
+}
+
+// Correlations that are singular in double precision, also typed with a few digits: what
+// is added to the diagonal is no more than the digits leave open.
+TEST(ReArray, CholeskyKeepsTheVarianceOfSmoothCorrelations) {
+    using Function = std::function<double(double)>;
+    std::vector<Function> correlations{[](double d) { return d == 0.0 ? 1.0 : std::sin(d) / d; },
+                                       [](double d) { return 1.0 / (1.0 + d * d / 1600.0); }};
+    for (double const length : {3.0, 5.0, 7.0, 10.0, 20.0}) {
+        correlations.push_back([=](double d) { return std::exp(-d * d / (length * length)); });
+    }
+    for (auto const& [power, added] :
+         {std::pair{1e3, 1e-2}, {1e4, 1e-3}, {1e6, 1e-5}, {1e8, 1e-7}, {0.0, 1e-13}}) {
+        for (Function const& correlation : correlations) {
+            for (KrU32 const n : {30U, 100U}) {
+                KrReArray matrix(n, n);
+                for (KrU32 i = 0; i < n; ++i) {
+                    for (KrU32 j = 0; j <= i; ++j) {
+                        double const r = correlation(i - j);
+                        matrix[i][j] = power > 0.0 ? std::round(r * power) / power : r;
+                    }
+                }
+                KrReArray factor;
+                ASSERT_TRUE(matrix.choleskyDecomposition(factor));
+                double largestError = 0.0;
+                for (KrU32 i = 0; i < n; ++i) {
+                    for (KrU32 j = 0; j <= i; ++j) {
+                        double const product = std::inner_product(
+                            factor[i].begin(), factor[i].end(), factor[j].begin(), 0.0);
+                        largestError = std::max(largestError, std::fabs(product - matrix[i][j]));
+                    }
+                }
+                EXPECT_LE(largestError, added + 1e-14 * n);
+            }
         }
     }
 }
