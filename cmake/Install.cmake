@@ -43,6 +43,8 @@ install(FILES
 file(RELATIVE_PATH pkgconfig_to_prefix
     ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")
-configure_file(cmake/zeibreku.pc.in ${PROJECT_BINARY_DIR}/zeibreku.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zeibreku.pc DESTINATION ${pkgconfig_dir}
-    COMPONENT development)
+foreach(name IN ITEMS zeibreku zeibreku-search)
+    configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${pkgconfig_dir}
+        COMPONENT development)
+endforeach()
