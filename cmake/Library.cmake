@@ -41,7 +41,7 @@ function(zeibreku_add_library target)
         POSITION_INDEPENDENT_CODE ON
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
-        # The two libraries are installed side by side and find each other wherever that is.
+        # The libraries are installed side by side and find each other wherever that is.
         INSTALL_RPATH "$ORIGIN"
     )
 endfunction()

@@ -1,7 +1,7 @@
 # Debian packages, by `cpack` in a build folder of the preset `package`: the run-time libraries,
 # what a client is built with, and the documentation.
 #
-# Both libraries are in one package: their versions and sonames always change together.
+# All libraries are in one package: their versions and sonames always change together.
 find_program(GZIP_PROGRAM gzip)
 find_program(DPKG_PROGRAM dpkg-deb)
 if(NOT GZIP_PROGRAM OR NOT DPKG_PROGRAM)

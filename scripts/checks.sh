@@ -130,7 +130,7 @@ check_bits() {
 # The libraries have the protections of cmake/Hardening.cmake.
 check_hardening() {
     cmake --preset release
-    cmake --build --preset release --target zeibreku
+    cmake --build --preset release --target zeibreku krsearch
     local library missing=0
     # has NAME PATTERN COMMAND...: the output of the command for the library matches the pattern.
     has() {
@@ -142,7 +142,7 @@ check_hardening() {
         fi
     }
     for library in build/release/foundation/libkrfoundation.so \
-        build/release/function/libzeibreku.so; do
+        build/release/function/libzeibreku.so build/release/search/libkrsearch.so; do
         has "read-only relocations" GNU_RELRO readelf -lW
         has "binding when it is loaded" 'FLAGS.*BIND_NOW' readelf -dW
         has "the stack protector" __stack_chk_fail readelf -sW

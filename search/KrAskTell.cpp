@@ -1,6 +1,8 @@
 #include "search/KrAskTell.h"
 
+#include "foundation/core/KrPrint.h"
 #include "search/KrEvaluationWorkers.h"
+#include "search/internal/KrSamePoint.h"
 
 #include <limits>
 
@@ -26,7 +28,9 @@ KrAskTell::KrAskTell(KrSearch const& search, KrEvaluationRecord* record)
       own_(record ? nullptr : std::make_unique<KrEvaluationRecord>()),
       record_(record ? record : own_.get()) {
     search_.setMaxSeconds(std::numeric_limits<double>::infinity());  // of a run, which a replay is
-    finished_ = isReplayed_ = !record_->hold(search_);
+    Waiting waiting;
+    report_ = search_.run(waiting);  // a search that is refused leaves no file
+    finished_ = isReplayed_ = report_.reason() == KrSearchReason::Failed || !record_->hold(search_);
 }
 
 KrAskTell::~KrAskTell() { record_->release(); }
@@ -54,9 +58,15 @@ void KrAskTell::tellFailure(KrRealVector const& point, std::string const& text) 
 }
 
 void KrAskTell::add(KrRealVector const& point, KrEvaluationRecord::Entry entry) {
+    if (point.size() != search_.variables().size()) {
+        Kr::Print::instance().write(Kr::PrintType::Error,
+                                    "search: expected a point of %u coordinates, found %u\n",
+                                    search_.variables().size(), point.size());
+        return;
+    }
     entry.point = point;
-    record_->add(record_->nextTicket(), std::move(entry), false);
-    std::erase(wanted_, point);
+    isRecordFull_ = !record_->add(record_->nextTicket(), std::move(entry), false) || isRecordFull_;
+    std::erase_if(wanted_, [&](KrRealVector const& x) { return krSamePoint(x, point); });
     isReplayed_ =
         isReplayed_ && !wanted_.empty();  // as long as others are missing, nothing changes
 }
@@ -78,6 +88,6 @@ void KrAskTell::replay() {
     Waiting waiting;
     report_ = search_.run(waiting, {.record = record_});
     wanted_ = std::move(waiting.points);
-    finished_ = report_.reason() != KrSearchReason::Cancelled;
+    finished_ = report_.reason() != KrSearchReason::Cancelled || wanted_.empty() || isRecordFull_;
     isReplayed_ = true;
 }

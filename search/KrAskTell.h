@@ -21,8 +21,8 @@
 /// order. Between two calls the record holds everything, so that a program may end and another one
 /// go on. The points are those of `KrSearch::run`.
 ///
-/// Each call of `next`, `finished` and `report` after new values replays the search, some tens of
-/// nanoseconds for each evaluation so far.
+/// The first call of `next`, `finished` or `report` after new values replays the search. It costs
+/// some hundred nanoseconds for each evaluation so far.
 class KR_EXPORT KrAskTell {
 public:
     /// Asks for the points of `search`. `record`, which must outlive this object, keeps the values;
@@ -57,5 +57,6 @@ private:
     std::vector<KrRealVector> wanted_;
     KrSearchReport report_;
     bool isReplayed_ = false;
+    bool isRecordFull_ = false;  // and the search is to end then
     bool finished_ = false;
 };

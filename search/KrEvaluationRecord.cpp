@@ -1,6 +1,7 @@
 #include "search/KrEvaluationRecord.h"
 
 #include "foundation/core/KrPrint.h"
+#include "foundation/core/internal/KrFileSizeSignal.h"
 #include "foundation/xml/KrXml.h"
 #include "search/KrCallingThread.h"
 #include "search/KrSearch.h"
@@ -10,6 +11,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,12 +23,15 @@
 #include <cstring>
 #include <ctime>
 #include <mutex>
+#include <optional>
 
 KR_SOURCE_VERSION;
 
 using namespace KrRecordText;
 
 namespace {
+
+constexpr std::uint64_t largestTicket = std::uint64_t{1} << 62;
 
 constexpr std::string_view heading = "zeibreku-record 1\n";
 
@@ -37,15 +42,16 @@ void report(Kr::PrintType type, std::string const& text) {
 // Files that a child of this process must not keep open: the lock would live as long as the child.
 struct OpenFiles {
     std::mutex mutex;
-    std::vector<int> descriptors;
+    std::vector<int*> descriptors;
 
     static OpenFiles& instance() {
         static OpenFiles& files = *[] {
             auto* const all = new OpenFiles;  // used by children until they end
             pthread_atfork([] { instance().mutex.lock(); }, [] { instance().mutex.unlock(); },
                            [] {
-                               for (int const descriptor : instance().descriptors) {
-                                   close(descriptor);
+                               for (int* const descriptor : instance().descriptors) {
+                                   close(*descriptor);
+                                   *descriptor = -1;
                                }
                                instance().descriptors.clear();
                                instance().mutex.unlock();
@@ -101,8 +107,8 @@ std::string lastWriter(std::string_view text) {
     }
     std::string_view line = text.substr(begin + 3);
     nextWord(line);
-    std::string const host(nextWord(line));
-    return "process " + std::string(nextWord(line)) + " on " + host;
+    std::string const host = escaped(nextWord(line));
+    return "process " + escaped(nextWord(line)) + " on " + host;
 }
 
 // For a search that evaluates nothing.
@@ -129,12 +135,16 @@ class KrEvaluationRecord::File {
 public:
     explicit File(int descriptor) : descriptor_(descriptor) {
         std::scoped_lock const lock(OpenFiles::instance().mutex);
-        OpenFiles::instance().descriptors.push_back(descriptor);
+        OpenFiles::instance().descriptors.push_back(&descriptor_);
+        rlimit limit{};
+        isLimited_ = getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
     }
     ~File() {
         std::scoped_lock const lock(OpenFiles::instance().mutex);
-        std::erase(OpenFiles::instance().descriptors, descriptor_);
-        close(descriptor_);
+        std::erase(OpenFiles::instance().descriptors, &descriptor_);
+        if (descriptor_ >= 0) {  // not in a child
+            close(descriptor_);
+        }
     }
     File(File const&) = delete;
     File& operator=(File const&) = delete;
@@ -143,6 +153,10 @@ public:
 
     // Appends whole lines, or nothing: what a failed write leaves is cut off again.
     bool append(std::string const& lines) {
+        std::optional<KrFileSizeSignal> blocked;
+        if (isLimited_) {
+            blocked.emplace();
+        }
         off_t const end = lseek(descriptor_, 0, SEEK_END);
         std::size_t done = 0;
         while (done < lines.size()) {
@@ -173,6 +187,7 @@ public:
 
 private:
     int descriptor_;
+    bool isLimited_ = true;
     std::chrono::steady_clock::time_point durable_ = std::chrono::steady_clock::now();
 };
 
@@ -275,7 +290,8 @@ bool KrEvaluationRecord::parseLine(std::string_view line, std::size_t number,
     }
     std::optional<std::uint64_t> const first = parsedCount(nextWord(rest));
     std::optional<std::uint64_t> const second = parsedCount(nextWord(rest));
-    if (!first || !second || runs_.empty()) {
+    // Tickets end far below, so that the next one is always a number.
+    if (!first || !second || *first > largestTicket || runs_.empty()) {
         return bad("a run, an evaluation or its number");
     }
     if (kind == "a") {
@@ -287,6 +303,9 @@ bool KrEvaluationRecord::parseLine(std::string_view line, std::size_t number,
     }
     if (kind != "e" || entries_.contains(*first)) {
         return bad("an evaluation of a new ticket");
+    }
+    if (*second > std::numeric_limits<KrU32>::max()) {
+        return bad("an evaluation with its worker");
     }
     Entry entry;
     entry.worker = static_cast<KrU32>(*second);
@@ -347,7 +366,7 @@ bool KrEvaluationRecord::isSame(KrSearch const& search) const {
 
 bool KrEvaluationRecord::openFile(KrSearch const& search) {
     file_.reset();
-    // Without O_NONBLOCK, a pipe would wait for somebody at its other end.
+    // Without O_NONBLOCK, opening a pipe waits for its other end.
     int const descriptor =
         open(path_.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0666);
     if (descriptor < 0) {
@@ -401,7 +420,14 @@ bool KrEvaluationRecord::openFile(KrSearch const& search) {
     Run const run{now(), hostName(), std::to_string(getpid()), KR_VERSION, asked_.size()};
     std::string lines;
     if (isNew) {
-        lines = std::string(heading) + sealed(escaped(KrXml::toString(search)));
+        std::string const document = KrXml::toString(search);
+        KrSearch copy(search);
+        if (!KrXml::fromString(document, copy) || !copy.firstDifference(search).empty()) {
+            report(Kr::PrintType::Error,
+                   path_ + ": expected a search that can be written and read back as it is");
+            return false;
+        }
+        lines = std::string(heading) + sealed(escaped(document));
     }
     lines +=
         sealed("r " + run.time + ' ' + run.host + ' ' + run.process + ' ' + run.version + ' ' +

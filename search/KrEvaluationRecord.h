@@ -48,7 +48,7 @@ public:
     /// One evaluation.
     struct Entry {
         KrRealVector point;    ///< in physical coordinates
-        double value = 0.0;    ///< the function's own; NaN for a failure
+        double value = 0.0;    ///< the function's own; NaN if it has none
         bool failed = false;   ///< whether the point has no value
         std::string text;      ///< the reason of a failure
         KrU32 worker = 0;      ///< which of the workers, from 0 on
@@ -73,8 +73,8 @@ public:
     KrEvaluationRecord(KrEvaluationRecord const&) = delete;
     KrEvaluationRecord& operator=(KrEvaluationRecord const&) = delete;
 
-    /// Makes what is written durable at most `seconds` after it was written: 0 is every
-    /// evaluation, INF is never. Default: 1.
+    /// Makes the record durable with the first evaluation that is written `seconds` or more after
+    /// the last time, and at the end of a run. 0 is every evaluation, INF is never. Default: 1.
     void setDurableAfter(double seconds) { durableAfter_ = seconds; }
     /// Whether a write that fails ends the search, as `cancelled`. Default: false.
     void setEndsOnError(bool ends) { endsOnError_ = ends; }
@@ -83,7 +83,7 @@ public:
     /// reports. False, with a message, if it is no record.
     bool load();
 
-    /// The search of the file, or of the last run. Only after `load` or a run.
+    /// The search of the file, or of the last run. Only after a successful `load` or run.
     KrSearch const& search() const { return *search_; }
     /// All evaluations by their tickets.
     std::map<std::uint64_t, Entry> const& entries() const { return entries_; }
@@ -93,7 +93,8 @@ public:
     std::vector<Run> const& runs() const { return runs_; }
 
     /// Replays the record and evaluates nothing: "same", or the first evaluation at which the
-    /// search now asks for another point, with both points. Only after `load` or a run.
+    /// search now asks for another point, with both points. Only after a successful `load`
+    /// or run.
     std::string verify() const;
 
 private:

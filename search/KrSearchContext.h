@@ -12,7 +12,7 @@ class KrSearchReport;
 struct KrSearchProgress {
     KrU32 evaluation;               ///< its number in the search, from 0 on
     KrRealVector const& point;      ///< physical, inside the bounds
-    double value;                   ///< the function's own value; NaN for a failure
+    double value;                   ///< the function's own value; NaN if it has none
     bool failed;                    ///< whether the point has no value
     bool isFromRecord;              ///< the record, or the memory of the search, had the value
     KrRealVector const& bestPoint;  ///< the best feasible point so far, empty if there is none

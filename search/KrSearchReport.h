@@ -17,7 +17,7 @@ enum class KrSearchReason : unsigned short {
     Stalled,      ///< no improvement in `stallEvaluations` evaluations
     Evaluations,  ///< `maxEvaluations` were spent
     Time,         ///< `maxSeconds` were spent
-    Cancelled,    ///< somebody requested a stop
+    Cancelled,    ///< a stop was requested
     Failed        ///< the search was refused, threw, or got no value at all
 };
 

@@ -8,4 +8,4 @@
 #define KR_VERSION "2.0.0"
 
 /// Gives a source file its version text, which a search in a binary finds.
-#define KR_SOURCE_VERSION [[maybe_unused]] static constexpr char version[] = KR_VERSION
+#define KR_SOURCE_VERSION [[maybe_unused, gnu::used]] static constexpr char version[] = KR_VERSION

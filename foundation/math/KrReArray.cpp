@@ -200,10 +200,14 @@ KrBoolean KrReArray::choleskyDecomposition(KrReArray& factor) const {
     bool positiveDefinite = panels.factor(*this, 0.0, false);
     if (!positiveDefinite) {
         double largest = 0.0;
+        bool isFinite = true;  // a shift cannot repair any other matrix
         for (KrU32 i = 0; i < n; ++i) {
             largest = std::max(largest, rows_[i][i]);
+            for (KrU32 j = 0; j <= i; ++j) {
+                isFinite = isFinite && std::isfinite(rows_[i][j]);
+            }
         }
-        bool const canShift = largest > 0.0 && std::isfinite(1.1 * largest);
+        bool const canShift = isFinite && largest > 0.0 && std::isfinite(1.1 * largest);
         double shift = 1e-13 * largest;
         for (int attempt = 0; canShift && !positiveDefinite && attempt < 13; ++attempt) {
             positiveDefinite = panels.factor(*this, shift, false);

@@ -4,7 +4,7 @@
 #include "foundation/core/KrToken.h"
 
 /// The names of constraints. They are a part of `KrFunction.h`, so that a new name rebuilds
-/// this folder alone.
+/// this folder and its users, not the whole library.
 namespace KrFunction {
 
 /// An element, a component, or the text of an enumeration.

@@ -14,6 +14,11 @@
 /// Copies share the callable and compare equal. Two objects made separately are different.
 class KR_EXPORT KrCallableScalarFunction : public KrBaseScalarFunction {
 public:
+    /// Shares the callable. A move is a copy, so that no object is without one.
+    KrCallableScalarFunction(KrCallableScalarFunction const&) = default;
+    /// Shares the callable.
+    KrCallableScalarFunction& operator=(KrCallableScalarFunction const&) = default;
+    ~KrCallableScalarFunction() override = default;
     /// The identity.
     KrCallableScalarFunction();
     /// The function x -> `callable(x)`. An empty `callable` is the identity.

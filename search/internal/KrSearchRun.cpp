@@ -5,6 +5,7 @@
 #include "foundation/xml/KrXmlPairType.h"
 #include "search/KrCallingThread.h"
 #include "search/internal/KrRecordText.h"
+#include "search/internal/KrSamePoint.h"
 
 #include <algorithm>
 #include <bit>
@@ -20,7 +21,7 @@ namespace {
 using Indices = KrXmlVectorType<KrXmlBasicType<KrU32>>;
 using IndexPairs = KrXmlVectorType<KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<KrU32>>>;
 
-std::string quoted(std::string const& text) { return '"' + text + '"'; }
+std::string quoted(std::string const& text) { return '"' + KrRecordText::escaped(text) + '"'; }
 
 // The power of two that is nearest to `scale` by ratio: a product with it rounds nothing.
 double powerOfTwo(double scale) {
@@ -41,6 +42,7 @@ bool hasOwnBatch(KrScalarMultivariableFunction const& f) {
         std::ptrdiff_t offset;
         std::ptrdiff_t adjustment;
     };
+    asm volatile("" : : "r"(&plain) : "memory");  // its table is read below
     auto const slot = &KrScalarMultivariableFunction::evaluateMultiple;
     static_assert(sizeof slot == sizeof(Member));
     // On most processors the low bit marks a virtual function, and is no part of the offset.
@@ -188,7 +190,7 @@ bool KrSearchRun::refuseBadVariable(KrSearchVariable const& variable) {
     };
     if (variable.name().empty() || !std::ranges::all_of(variable.name(), isNameCharacter)) {
         refused = refuse(where + "name: expected letters, digits, \"_\", \"-\" and \".\", found " +
-                         quoted(KrRecordText::escaped(variable.name())));
+                         quoted(variable.name()));
     }
     check(std::isfinite(variable.start()), "start: expected a finite number", variable.start());
     check(variable.lower() < infinity, "lower: expected a number or -INF", variable.lower());
@@ -196,8 +198,8 @@ bool KrSearchRun::refuseBadVariable(KrSearchVariable const& variable) {
     check(!(variable.lower() > variable.upper()),
           "lower: expected at most the upper bound, " + KrRecordText::number(variable.upper()),
           variable.lower());
-    check(variable.scale() > 0.0 && variable.scale() < infinity,
-          "scale: expected a finite number above 0", variable.scale());
+    check(variable.scale() >= 0x1p-500 && variable.scale() <= 0x1p500,
+          "scale: expected a number from 3e-151 to 3e150", variable.scale());
     return refused;
 }
 
@@ -342,7 +344,7 @@ void KrSearchRun::setAnswer(KrRealVector const& answer, double value) {
     }
 }
 
-// Ends what is under way. What was complete goes into the record.
+// Ends what is under way.
 void KrSearchRun::drain() {
     if (!direct_) {
         workers_.cancel();
@@ -433,8 +435,7 @@ auto KrSearchRun::remembered(KrRealVector const& x) -> Known* {
 auto KrSearchRun::replayed(KrRealVector const& x) -> Known {
     std::uint64_t const ticket = record_->asked()[asked_];
     KrEvaluationRecord::Entry const& entry = record_->entries().at(ticket);
-    if (x.size() != entry.point.size() ||
-        std::memcmp(x.data(), entry.point.data(), x.size() * sizeof(double)) != 0) {
+    if (!krSamePoint(x, entry.point)) {
         divergence_ = x;
         Kr::Print::instance().write(
             Kr::PrintType::Error, "search: evaluation %u: %s\n", asked_,
@@ -501,6 +502,9 @@ void KrSearchRun::stepMany(std::vector<KrRealVector> const& points, KrRealVector
     for (std::size_t i = 0; i < count; ++i) {
         bool const isReplayed = record_ && asked_ + i < record_->asked().size();
         if (isReplayed || remembered(points[i]) || (remember_ && batch.find(points[i]))) {
+            if (isReplayed && remember_ && !batch.find(points[i])) {
+                batch.insert(points[i], 1);
+            }
             continue;
         }
         places[i] = news.size();
@@ -542,7 +546,7 @@ void KrSearchRun::evaluateBatch(std::vector<KrRealVector> const& points, std::ve
         exception_ = std::current_exception();
         throw;
     }
-    evaluation.seconds = secondsSince(start);
+    evaluation.seconds = secondsSince(start) / static_cast<double>(points.size());
     for (std::size_t i = 0; i < points.size(); ++i) {
         evaluation.ticket = nextTicket_++;
         evaluation.value = values[i];
@@ -665,7 +669,9 @@ double KrSearchRun::take(KrRealVector const& x, Known const& known) {
         if (!known.failed && !(v > 0.0)) {
             compare(x, value);
         }
-        value += (maximise_ ? -1.0 : 1.0) * search_.constraintWeight() * v;
+        if (v > 0.0 && search_.constraintWeight() > 0.0) {
+            value += (maximise_ ? -1.0 : 1.0) * search_.constraintWeight() * v;
+        }
     } else if (!known.failed) {
         compare(x, value);
     }
@@ -707,7 +713,7 @@ double KrSearchRun::violation(KrRealVector const& x) const {
     double sum = 0.0;
     for (KrBaseMultivariableConstraint const* const constraint : constraints_.vectorContainer()) {
         double const c = constraint->evaluate(x);
-        sum += c > 0.0 ? c : 0.0;
+        sum += c <= 0.0 ? 0.0 : std::isnan(c) ? infinity : c;
     }
     return sum;
 }

@@ -2,6 +2,7 @@
 
 #include "foundation/xml/KrXml.h"
 #include "function/object/KrCreators.h"
+#include "search/KrSearch.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Files.h"
 #include "tests/support/XmlLint.h"
@@ -30,7 +31,8 @@ std::vector<std::string> samples() {
 }
 
 TEST(Documentation, SamplesAreRead) {
-    KrXmlFactory const factory = KrCreators::factory();
+    KrXmlFactory factory = KrCreators::factory();
+    factory.registerCreator(KrSearchNames::KrSearchToken, KrSearch::creator);
     XmlLint const lint(KrXml::schemaToString(factory));
     std::string seen;
     for (std::string const& sample : samples()) {

@@ -9,7 +9,7 @@
 #include "function/multivariable/KrCallableFunction.h"
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "search/KrEvaluation.h"
-#include "search/KrEvaluationWorkers.h"
+#include "search/KrSignalStop.h"
 #include "support/MoreWild.h"
 #include "tests/search/SearchTexts.h"
 #include "tests/support/CapturedMessages.h"
@@ -18,7 +18,9 @@
 
 #include <bit>
 #include <cmath>
+#include <csignal>
 #include <functional>
+#include <thread>
 
 namespace {
 
@@ -181,6 +183,23 @@ TEST(Search, EndsAtTargetStallAndTime) {
     EXPECT_EQ(report.reasonText(), "time");
     EXPECT_EQ(report.evaluations(), 0U);
     EXPECT_TRUE(std::isnan(report.bestValue()));
+}
+
+TEST(Search, StopsOnASignal) {
+    KrSearch const search = searchOf(everyOptimizer(500)[0], {3.0, -1.0});
+    KrSignalStop const signals;
+    KrU32 count = 0;
+    KrCallableFunction const f(2, [&](KrRealVector const& x) {
+        if (++count == 5) {
+            std::raise(SIGTERM);
+            while (!signals.token().stop_requested()) {
+                std::this_thread::yield();
+            }
+        }
+        return x[0] * x[0] + x[1] * x[1];
+    });
+    EXPECT_EQ(search.run(f, {.stop = signals.token()}).reasonText(), "cancelled");
+    EXPECT_EQ(count, 5U);
 }
 
 TEST(Search, KeepsBoundsAtEveryEvaluation) {

@@ -1,5 +1,7 @@
 #include "foundation/core/internal/KrReplaceFile.h"
 
+#include "foundation/core/internal/KrFileSizeSignal.h"
+
 #include "foundation/core/KrPrint.h"
 
 #include <fcntl.h>
@@ -34,34 +36,6 @@ bool refuse(std::string const& path, std::string const& reason) {
 bool refuse(std::string const& path) {
     return refuse(path, "cannot be written: " + std::generic_category().message(errno));
 }
-
-// Blocks SIGXFSZ on this thread, which would end the process at the limit on a file's
-// size. The write fails with EFBIG then.
-class FileSizeSignal {
-public:
-    FileSizeSignal() {
-        sigset_t pending;
-        ::sigpending(&pending);
-        ours_ = sigismember(&pending, SIGXFSZ) == 0;
-        ::sigemptyset(&signal_);
-        sigaddset(&signal_, SIGXFSZ);
-        ::pthread_sigmask(SIG_BLOCK, &signal_, &before_);
-    }
-    ~FileSizeSignal() {
-        timespec const now{};
-        if (ours_) {
-            ::sigtimedwait(&signal_, nullptr, &now);  // at most one is pending
-        }
-        ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-    }
-    FileSizeSignal(FileSizeSignal const&) = delete;
-    FileSizeSignal& operator=(FileSizeSignal const&) = delete;
-
-private:
-    sigset_t signal_;
-    sigset_t before_;
-    bool ours_;
-};
 
 // An open file with a stream buffer that does not buffer: the writer of documents has a
 // buffer of its own.
@@ -203,7 +177,7 @@ fs::path followed(fs::path path) {
 }  // namespace
 
 bool krReplaceFile(std::string const& path, std::function<bool(std::ostream&)> const& write) {
-    FileSizeSignal const heldBack;
+    KrFileSizeSignal const blocked;
     struct stat old {};
     bool const exists = ::stat(path.c_str(), &old) == 0;
     if (!exists && errno != ENOENT) {  // such as a cycle of links

@@ -102,7 +102,8 @@ void setCoefficient(Cache& index, KrXmlVectorType<Item>& indices, KrXmlRealVecto
     Index::Key const key = Index::keyOf(row, column);
     Item item;
     setKey(item, key);
-    if (!index || index->needsRebuild()) {
+    // Lists of different lengths may be what a failed allocation has left.
+    if (!index || index->needsRebuild() || indices.size() != coefficients.size()) {
         build(index, indices, coefficients);
     }
     std::size_t const place = index->find(row, column);

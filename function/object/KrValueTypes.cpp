@@ -1,4 +1,4 @@
-#include "function/composite/KrValueTypes.h"
+#include "function/object/KrValueTypes.h"
 
 KR_SOURCE_VERSION;
 
