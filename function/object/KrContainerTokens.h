@@ -3,8 +3,8 @@
 #include "foundation/core/KrExport.h"
 #include "foundation/core/KrToken.h"
 
-/// The names of containers and vectors. They are a part of `KrFunction.h`, so that a new name rebuilds
-/// this folder and its users, not the whole library.
+/// The names of containers and vectors. They are a part of `KrFunction.h`, so that a new name
+/// rebuilds this folder and its users, not the whole library.
 namespace KrFunction {
 
 /// An element, a component, or the text of an enumeration.
