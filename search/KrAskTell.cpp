@@ -1,36 +1,26 @@
 #include "search/KrAskTell.h"
 
 #include "foundation/core/KrPrint.h"
-#include "search/KrEvaluationWorkers.h"
-#include "search/internal/KrSamePoint.h"
+#include "search/internal/KrNoWorkers.h"
+#include "search/internal/KrSame.h"
 
 #include <limits>
 
 KR_SOURCE_VERSION;
-
-// Notes what the search asks for, and has no values.
-class KrAskTell::Waiting : public KrEvaluationWorkers {
-public:
-    KrU32 count() const override { return std::numeric_limits<KrU32>::max(); }
-    void start(std::span<KrEvaluationRequest const> requests) override {
-        for (KrEvaluationRequest const& request : requests) {
-            points.push_back(request.point);
-        }
-    }
-    bool finish(std::vector<KrEvaluation>&, Time, std::stop_token) override { return false; }
-    void cancel() override {}
-
-    std::vector<KrRealVector> points;
-};
 
 KrAskTell::KrAskTell(KrSearch const& search, KrEvaluationRecord* record)
     : search_(search),
       own_(record ? nullptr : std::make_unique<KrEvaluationRecord>()),
       record_(record ? record : own_.get()) {
     search_.setMaxSeconds(std::numeric_limits<double>::infinity());  // of a run, which a replay is
-    Waiting waiting;
-    report_ = search_.run(waiting);  // a search that is refused leaves no file
-    finished_ = isReplayed_ = report_.reason() == KrSearchReason::Failed || !record_->hold(search_);
+    KrNoWorkers workers;
+    report_ = search_.run(workers);  // a search that is refused leaves no file
+    bool const isRefused = report_.reason() == KrSearchReason::Failed;
+    if (!isRefused && record_->hold(search_)) {
+        return;
+    }
+    report_ = KrSearchReport();
+    finished_ = isReplayed_ = true;
 }
 
 KrAskTell::~KrAskTell() { record_->release(); }
@@ -85,9 +75,9 @@ void KrAskTell::replay() {
     if (isReplayed_) {
         return;
     }
-    Waiting waiting;
-    report_ = search_.run(waiting, {.record = record_});
-    wanted_ = std::move(waiting.points);
+    KrNoWorkers workers;
+    report_ = search_.run(workers, {.record = record_});
+    wanted_ = std::move(workers.points);
     finished_ = report_.reason() != KrSearchReason::Cancelled || wanted_.empty() || isRecordFull_;
     isReplayed_ = true;
 }

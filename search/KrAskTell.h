@@ -46,8 +46,6 @@ public:
     KrSearchReport const& report();
 
 private:
-    class Waiting;
-
     void replay();
     void add(KrRealVector const& point, KrEvaluationRecord::Entry entry);
 

@@ -1,25 +1,24 @@
 #include "search/KrBoundedFunction.h"
 
-#include <cmath>
-#include <limits>
+#include "search/internal/KrSearchSpace.h"
+
+#include <utility>
 
 KR_SOURCE_VERSION;
 
 KrBoundedFunction::KrBoundedFunction(KrScalarMultivariableFunction const& f, KrRealVector lower,
                                      KrRealVector upper, KrRealVector scales, bool maximise)
-    : f_(f), lower_(std::move(lower)), upper_(std::move(upper)), sign_(maximise ? -1.0 : 1.0) {
-    for (std::size_t i = 0; i < lower_.size(); ++i) {
-        double const width = upper_[i] - lower_[i];
-        double const scale = i < scales.size() ? scales[i] : 1.0;
-        unit_.push_back(std::isfinite(width) && width > 0.0 ? width : scale);
-    }
+    : f_(f), sign_(maximise ? -1.0 : 1.0) {
+    scales.resize(lower.size(), 1.0);
+    space_ = std::make_unique<KrSearchSpace>(KrRealVector(lower.size(), 1.0), std::move(lower),
+                                             std::move(upper), std::move(scales));
 }
 
 KrBoundedFunction::~KrBoundedFunction() = default;
 
 double KrBoundedFunction::evaluate(KrRealVector const& x) const {
     double const distance = clip(x, point_);
-    return penalised(f_.evaluate(point_), distance);
+    return krPenalised(f_.evaluate(point_), distance, sign_);
 }
 
 void KrBoundedFunction::evaluateMultiple(std::vector<KrRealVector> const& points,
@@ -31,30 +30,10 @@ void KrBoundedFunction::evaluateMultiple(std::vector<KrRealVector> const& points
     }
     f_.evaluateMultiple(points_, values);
     for (std::size_t i = 0; i < values.size(); ++i) {
-        values[i] = penalised(values[i], distances_[i]);
+        values[i] = krPenalised(values[i], distances_[i], sign_);
     }
 }
 
 double KrBoundedFunction::clip(KrRealVector const& x, KrRealVector& inside) const {
-    inside.assign(x.begin(), x.end());
-    double distance = 0.0;
-    for (std::size_t i = 0; i < x.size() && i < lower_.size(); ++i) {
-        if (x[i] >= lower_[i] && x[i] <= upper_[i]) {
-            continue;
-        }
-        if (std::isnan(x[i])) {
-            inside[i] =
-                std::isfinite(lower_[i]) || !std::isfinite(upper_[i]) ? lower_[i] : upper_[i];
-            inside[i] = std::isfinite(inside[i]) ? inside[i] : x[i];
-            distance = std::numeric_limits<double>::infinity();
-            continue;
-        }
-        inside[i] = x[i] < lower_[i] ? lower_[i] : upper_[i];
-        distance += std::abs(x[i] - inside[i]) / unit_[i];
-    }
-    return distance;
-}
-
-double KrBoundedFunction::penalised(double value, double distance) const {
-    return distance > 0.0 ? value + sign_ * (std::abs(value) + 1.0) * distance : value;
+    return space_->enter(x, inside);
 }

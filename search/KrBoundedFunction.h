@@ -2,13 +2,17 @@
 
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 
+#include <memory>
+
+class KrSearchSpace;
+
 /// A function that is evaluated inside a box alone. Inside it is f(x). Outside it is
 /// f(p) + (|f(p)| + 1) d, where p is the nearest point of the box and d the sum over the
 /// coordinates of |x - p| over the width of the box; over the coordinate's scale where a side is
 /// open or the width is 0. In a search for a maximum the penalty is subtracted.
 ///
 /// A coordinate that is NaN counts as infinitely far from the lower bound, or the upper one if there
-/// is no lower one. A batch is forwarded as one batch. An object works in buffers of its own: one
+/// is no lower one; without bounds it stays. A batch is forwarded as one batch. An object works in buffers of its own: one
 /// object is for one thread.
 class KR_EXPORT KrBoundedFunction : public KrScalarMultivariableFunction {
 public:
@@ -27,13 +31,9 @@ public:
     double clip(KrRealVector const& x, KrRealVector& inside) const;
 
 private:
-    double penalised(double value, double distance) const;
-
     KrScalarMultivariableFunction const& f_;
-    KrRealVector lower_;
-    KrRealVector upper_;
-    KrRealVector unit_;  // in which a distance is measured
-    double sign_;        // of the penalty
+    std::unique_ptr<KrSearchSpace const> space_;
+    double sign_;  // of the penalty
     mutable KrRealVector point_;
     mutable std::vector<KrRealVector> points_;
     mutable KrRealVector distances_;

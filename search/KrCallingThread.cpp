@@ -2,10 +2,6 @@
 
 KR_SOURCE_VERSION;
 
-KrEvaluationFailure::~KrEvaluationFailure() = default;
-
-KrEvaluationWorkers::~KrEvaluationWorkers() = default;
-
 KrEvaluation KrCallingThread::evaluate(KrScalarMultivariableFunction const& f,
                                        KrRealVector const& x) {
     KrEvaluation evaluation;

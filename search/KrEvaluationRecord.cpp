@@ -3,8 +3,8 @@
 #include "foundation/core/KrPrint.h"
 #include "foundation/core/internal/KrFileSizeSignal.h"
 #include "foundation/xml/KrXml.h"
-#include "search/KrCallingThread.h"
 #include "search/KrSearch.h"
+#include "search/internal/KrNoWorkers.h"
 #include "search/internal/KrRecordText.h"
 #include "search/internal/KrSearchRun.h"
 
@@ -110,15 +110,6 @@ std::string lastWriter(std::string_view text) {
     std::string const host = escaped(nextWord(line));
     return "process " + escaped(nextWord(line)) + " on " + host;
 }
-
-// For a search that evaluates nothing.
-class NoWorkers : public KrEvaluationWorkers {
-public:
-    KrU32 count() const override { return 1; }
-    void start(std::span<KrEvaluationRequest const>) override {}
-    bool finish(std::vector<KrEvaluation>&, Time, std::stop_token) override { return false; }
-    void cancel() override {}
-};
 
 std::string listed(KrRealVector const& point) {
     std::string text;
@@ -509,19 +500,15 @@ std::string KrEvaluationRecord::verify() const {
     search.setMaxSeconds(std::numeric_limits<double>::infinity());
     search.setTargetValue(std::numeric_limits<double>::quiet_NaN());
     search.setStallEvaluations(0);
-    NoWorkers workers;
+    KrNoWorkers workers;
     KrSearchContext const context{.record = &copy};
     KrSearchRun run(search, workers, context);
     run.run();
-    if (run.divergence()) {
+    if (run.evaluations() < asked_.size()) {
         std::uint64_t const ticket = asked_[run.evaluations()];
         return "evaluation " + std::to_string(run.evaluations()) + " differs: the record has " +
-               listed(entries_.at(ticket).point) + ", the search asks for " +
-               listed(*run.divergence());
-    }
-    if (run.evaluations() < asked_.size()) {
-        return "evaluation " + std::to_string(run.evaluations()) + " differs: the record has " +
-               listed(entries_.at(asked_[run.evaluations()]).point) + ", the search has ended";
+               listed(entries_.at(ticket).point) + ", the search " +
+               (run.divergence() ? "asks for " + listed(*run.divergence()) : "has ended");
     }
     return "same";
 }

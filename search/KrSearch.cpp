@@ -1,12 +1,10 @@
 #include "search/KrSearch.h"
 
 #include "search/KrCallingThread.h"
-#include "search/internal/KrSameNumber.h"
+#include "search/internal/KrSame.h"
 #include "search/internal/KrSearchRun.h"
 
 KR_SOURCE_VERSION;
-
-KrSearchObserver::~KrSearchObserver() = default;
 
 void KrSearch::addVariable(std::string const& name, double start, double lower, double upper,
                            double scale) {

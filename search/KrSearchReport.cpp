@@ -1,7 +1,7 @@
 #include "search/KrSearchReport.h"
 
 #include "search/internal/KrRecordText.h"
-#include "search/internal/KrSameNumber.h"
+#include "search/internal/KrSame.h"
 
 KR_SOURCE_VERSION;
 

@@ -44,7 +44,8 @@ public:
     /// The point that the optimizer returned, in physical coordinates and inside the bounds;
     /// empty if it did not return. Default: empty.
     KrXmlRealVector const& answerPoint() const { return answerPoint_; }
-    /// The function's own value at `answerPoint`, without penalties. Default: NaN.
+    /// The function's own value at `answerPoint`, without penalties. If the function fails there and
+    /// the search does not remember, it is what stood in for the value. Default: NaN.
     double answer() const { return answer_; }
 
     /// How many evaluations the search asked for, wherever their values came from. Default: 0.

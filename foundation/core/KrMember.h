@@ -66,8 +66,8 @@ private:
 };
 
 /// Data that is derived from the other members of its object on first use, and empty
-/// until then. A copy starts empty, an assignment empties its target, and a comparison
-/// ignores it.
+/// until then. A copy starts empty, an assignment empties its target, a move empties its source
+/// too, and a comparison ignores it.
 ///
 /// `T` may be incomplete where the member is declared. The class then defines its
 /// constructors, assignments and destructor where `T` is complete.
@@ -77,9 +77,17 @@ public:
     KrCache() = default;
     /// Starts empty.
     KrCache(KrCache const&) noexcept {}
+    /// Starts empty and empties `source`.
+    KrCache(KrCache&& source) noexcept { source.clear(); }
     /// Empties this cache.
     KrCache& operator=(KrCache const&) noexcept {
         clear();
+        return *this;
+    }
+    /// Empties this cache and `source`.
+    KrCache& operator=(KrCache&& source) noexcept {
+        clear();
+        source.clear();
         return *this;
     }
     ~KrCache() = default;

@@ -28,24 +28,13 @@ KrLinearMultivariableConstraint::KrLinearMultivariableConstraint(
     KrLinearMultivariableConstraint const&) = default;
 
 KrLinearMultivariableConstraint::KrLinearMultivariableConstraint(
-    KrLinearMultivariableConstraint&& source) noexcept
-    : KrLinearMultivariableConstraint() {
-    *this = std::move(source);
-}
+    KrLinearMultivariableConstraint&&) noexcept = default;
 
 KrLinearMultivariableConstraint& KrLinearMultivariableConstraint::operator=(
     KrLinearMultivariableConstraint const&) = default;
 
 KrLinearMultivariableConstraint& KrLinearMultivariableConstraint::operator=(
-    KrLinearMultivariableConstraint&& source) noexcept {
-    index_.clear();
-    source.index_.clear();
-    offset_ = source.offset_;
-    indices_ = std::move(source.indices_);
-    coefficients_ = std::move(source.coefficients_);
-    KrTaggedElement::operator=(std::move(source));  // the base's part alone
-    return *this;
-}
+    KrLinearMultivariableConstraint&&) noexcept = default;
 
 KrLinearMultivariableConstraint::~KrLinearMultivariableConstraint() = default;
 

@@ -142,28 +142,13 @@ KrQuadraticMultivariableConstraint::KrQuadraticMultivariableConstraint(
     KrQuadraticMultivariableConstraint const&) = default;
 
 KrQuadraticMultivariableConstraint::KrQuadraticMultivariableConstraint(
-    KrQuadraticMultivariableConstraint&& source) noexcept
-    : KrQuadraticMultivariableConstraint() {
-    *this = std::move(source);
-}
+    KrQuadraticMultivariableConstraint&&) noexcept = default;
 
 KrQuadraticMultivariableConstraint& KrQuadraticMultivariableConstraint::operator=(
     KrQuadraticMultivariableConstraint const&) = default;
 
 KrQuadraticMultivariableConstraint& KrQuadraticMultivariableConstraint::operator=(
-    KrQuadraticMultivariableConstraint&& source) noexcept {
-    firstIndex_.clear();
-    secondIndex_.clear();
-    source.firstIndex_.clear();
-    source.secondIndex_.clear();
-    offset_ = source.offset_;
-    firstIndices_ = std::move(source.firstIndices_);
-    firstCoefficients_ = std::move(source.firstCoefficients_);
-    secondIndexPairs_ = std::move(source.secondIndexPairs_);
-    secondCoefficients_ = std::move(source.secondCoefficients_);
-    KrTaggedElement::operator=(std::move(source));  // the base's part alone
-    return *this;
-}
+    KrQuadraticMultivariableConstraint&&) noexcept = default;
 
 KrQuadraticMultivariableConstraint::~KrQuadraticMultivariableConstraint() = default;
 

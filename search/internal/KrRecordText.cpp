@@ -1,11 +1,10 @@
 #include "search/internal/KrRecordText.h"
 
 #include "foundation/core/KrExport.h"
+#include "foundation/xml/KrXmlText.h"
 
 #include <array>
 #include <charconv>
-#include <cmath>
-#include <limits>
 
 KR_SOURCE_VERSION;
 
@@ -25,16 +24,6 @@ constexpr std::array<std::uint32_t, 256> makeCrcTable() {
 constexpr std::array<std::uint32_t, 256> crcTable = makeCrcTable();
 
 constexpr char digits[] = "0123456789abcdef";
-
-template <class Number>
-std::optional<Number> parsed(std::string_view text) {
-    Number value{};
-    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return value;
-}
 
 }  // namespace
 
@@ -106,30 +95,21 @@ std::string unescaped(std::string_view text) {
 }
 
 std::string number(double value) {
-    if (std::isnan(value)) {
-        return "NaN";
-    }
-    if (std::isinf(value)) {
-        return value > 0.0 ? "INF" : "-INF";
-    }
-    char text[32];
-    return {text, std::to_chars(text, text + sizeof text, value).ptr};
+    KrXmlTextRoom room;
+    return std::string(KrXmlText<double>::format(value, room));
 }
 
 std::optional<double> parsedNumber(std::string_view text) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    if (text == "NaN") {
-        return std::numeric_limits<double>::quiet_NaN();
-    }
-    if (text == "INF" || text == "-INF") {
-        return text[0] == '-' ? -infinity : infinity;
-    }
-    std::optional<double> const value = parsed<double>(text);
-    return value && std::isfinite(*value) ? value : std::nullopt;
+    double value = 0.0;
+    bool const isGood = KrXmlText<double>::parse(text, value) == KrXmlParse::Good;
+    return isGood ? std::optional(value) : std::nullopt;
 }
 
 std::optional<std::uint64_t> parsedCount(std::string_view text) {
-    return parsed<std::uint64_t>(text);
+    std::uint64_t value = 0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    bool const isGood = error == std::errc() && end == text.data() + text.size();
+    return isGood ? std::optional(value) : std::nullopt;
 }
 
 std::string_view nextWord(std::string_view& line) {

@@ -1,17 +1,16 @@
 #pragma once
 
 #include "foundation/math/KrRandomStream.h"
-#include "search/KrBoundedFunction.h"
 #include "search/KrEvaluationRecord.h"
 #include "search/KrEvaluationWorkers.h"
-#include "search/KrScaledFunction.h"
 #include "search/KrSearch.h"
 #include "search/internal/KrPointTable.h"
+#include "search/internal/KrSearchSpace.h"
 
 #include <optional>
 
-/// One run of a search. A point is physical and inside the bounds here: the scales and the bounds
-/// are functions between the optimizer and this.
+/// One run of a search. A point is physical and inside the bounds here: what the optimizer calls
+/// applies scales and bounds before and the penalty after.
 ///
 /// Each evaluation goes through three steps: `mayGoOn` throws a stop through the optimizer, `obtain`
 /// gets the value from the record, the memory or the workers, and `take` counts it, compares it and
@@ -29,8 +28,7 @@ public:
     KrU32 evaluations() const { return asked_; }
 
 private:
-    // What the optimizer, the scales or the bounds call. The caller's random stream is in place
-    // meanwhile.
+    // What the optimizer calls. The caller's random stream is in place meanwhile.
     class Function;
     // Thrown through the optimizer. No class of the standard library, which it might catch.
     struct Stop {};
@@ -54,13 +52,14 @@ private:
     bool refuse(std::string const& text);
     bool refuseBadVariable(KrSearchVariable const& variable);
     bool refuseBadConstraint(KrU32 number);
-    void prepare(KrScalarMultivariableFunction const& function);
-    void search(KrScalarMultivariableFunction const& function);
+    void prepare();
+    void search();
     void setAnswer(KrRealVector const& answer, double value);
     void drain();
     void finish();
 
     double step(KrRealVector const& x);
+    bool call(KrRealVector const& x, double& value);
     void stepMany(std::vector<KrRealVector> const& points, KrRealVector& values);
     void mayGoOn();
     [[noreturn]] void stop(KrSearchReason reason);
@@ -107,9 +106,8 @@ private:
     bool isPlain_ = false;   // nothing happens between two evaluations
     Time deadline_ = Time::max();
     KrMultivariableConstraintVector constraints_;
-    std::optional<KrBoundedFunction> bounded_;
-    std::optional<KrScaledFunction> scaled_;
-    KrRealVector powers_;
+    std::optional<KrSearchSpace> space_;  // none without scales and bounds
+    KrRealVector start_;                  // the optimizer's
 
     std::optional<KrPointTable<Known>> memory_;
     std::uint64_t nextTicket_ = 0;

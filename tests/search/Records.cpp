@@ -316,6 +316,10 @@ TEST(AskTell, GivesThePointsOfARun) {
         }
         EXPECT_EQ(outcome(asking.report()), expected) << optimizer;
     }
+    KrEvaluationRecord record("/");
+    KrAskTell asking(recordedSearch(everyOptimizer(60)[0]), &record);
+    EXPECT_TRUE(asking.finished());
+    EXPECT_EQ(asking.report().reason(), KrSearchReason::Failed);
 }
 
 }  // namespace

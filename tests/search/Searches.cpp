@@ -8,6 +8,7 @@
 #include "foundation/xml/KrXml.h"
 #include "function/multivariable/KrCallableFunction.h"
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
+#include "search/KrCallingThread.h"
 #include "search/KrEvaluation.h"
 #include "search/KrSignalStop.h"
 #include "support/MoreWild.h"
@@ -153,6 +154,77 @@ TEST(Search, StopsBetweenAnyTwoEvaluations) {
             ASSERT_THROW(search.run(broken, {.report = &report}), Broken);
             ASSERT_EQ(report.reasonText(), "failed");
             ASSERT_EQ(report.evaluations(), last);
+        }
+    }
+}
+
+// The same function behind workers that the search must go through.
+class Forwarding : public KrEvaluationWorkers {
+public:
+    explicit Forwarding(KrScalarMultivariableFunction const& f) : thread_(f) {}
+    KrU32 count() const override { return thread_.count(); }
+    void start(std::span<KrEvaluationRequest const> requests) override { thread_.start(requests); }
+    bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) override {
+        return thread_.finish(all, until, stop);
+    }
+    void cancel() override { thread_.cancel(); }
+
+private:
+    KrCallingThread thread_;
+};
+
+TEST(Search, WorkersGiveTheBitsOfTheCallingThread) {
+    for (std::string const& optimizer : everyOptimizer(60)) {
+        for (bool const remember : {false, true}) {
+            KrSearch search = searchOf(optimizer, {1.0, 2.0});
+            search.setRemember(remember);
+            search.setMaxEvaluations(90);
+            KrRealVector points[2];
+            std::stop_source source;
+            KrU32 left = 0;  // evaluations until something happens
+            bool throws = false;
+            auto const function = [&](KrRealVector& seen) {
+                return KrCallableFunction(2, [&](KrRealVector const& x) {
+                    seen.insert(seen.end(), x.begin(), x.end());
+                    if (--left == 0) {
+                        throws ? throw std::logic_error("of the client") : source.request_stop();
+                    }
+                    if (x[0] > 1.2) {
+                        throw KrEvaluationFailure("too large");
+                    }
+                    return std::hypot(x[0] - 1.0, 3.0 * x[1]);
+                });
+            };
+            for (int const event : {0, 1, 2}) {  // nothing, a stop, an exception
+                KrSearchReport reports[2];
+                for (int way : {0, 1}) {
+                    points[way].clear();
+                    left = event == 0 ? 0 : 17;
+                    throws = event == 2;
+                    source = std::stop_source();
+                    auto const f = function(points[way]);
+                    KrCallingThread thread(f);
+                    Forwarding forwarding(f);
+                    KrEvaluationWorkers& workers =
+                        way == 0 ? static_cast<KrEvaluationWorkers&>(thread) : forwarding;
+                    KrSearchContext const context{.report = &reports[way],
+                                                  .stop = source.get_token()};
+                    if (throws) {
+                        EXPECT_THROW(search.run(workers, context), std::logic_error);
+                    } else {
+                        search.run(workers, context);
+                    }
+                }
+                EXPECT_EQ(reports[0].reasonText(), reports[1].reasonText());
+                EXPECT_EQ(reports[0].evaluations(), reports[1].evaluations());
+                EXPECT_EQ(reports[0].failures(), reports[1].failures());
+                EXPECT_EQ(reports[0].bestPoint(), reports[1].bestPoint());
+                EXPECT_GE(points[0].size(), event == 0 ? 60u : 34u);
+                // A batch that was handed out goes on after an exception of one of its points.
+                ASSERT_GE(points[1].size(), points[0].size());
+                points[1].resize(event == 2 ? points[0].size() : points[1].size());
+                EXPECT_EQ(points[0], points[1]);
+            }
         }
     }
 }

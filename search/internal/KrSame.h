@@ -7,6 +7,9 @@
 #include <cmath>
 #include <cstdint>
 
+/// Whether two settings are equal, two NaN too: NaN is the text of "no such limit".
+inline bool krSameNumber(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
 /// Whether two points have the same bits. Two NaN are the same, whatever their sign: a text has one
 /// NaN.
 inline bool krSamePoint(KrRealVector const& a, KrRealVector const& b) {

@@ -1,0 +1,5 @@
+#include "search/KrEvaluation.h"
+
+KR_SOURCE_VERSION;
+
+KrEvaluationFailure::~KrEvaluationFailure() = default;

@@ -1,0 +1,5 @@
+#include "search/KrEvaluationWorkers.h"
+
+KR_SOURCE_VERSION;
+
+KrEvaluationWorkers::~KrEvaluationWorkers() = default;

@@ -1,0 +1,5 @@
+#include "search/KrSearchContext.h"
+
+KR_SOURCE_VERSION;
+
+KrSearchObserver::~KrSearchObserver() = default;
