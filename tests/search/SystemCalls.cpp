@@ -1,0 +1,56 @@
+// The system calls of a recorded search, counted where the library calls the C library.
+
+#include "function/multivariable/KrCallableFunction.h"
+#include "search/KrEvaluationRecord.h"
+#include "tests/search/SearchTexts.h"
+#include "tests/support/Files.h"
+
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace {
+
+int writes = 0;
+int syncs = 0;
+
+}  // namespace
+
+// These take the place of the C library's in this program.
+extern "C" ssize_t write(int descriptor, void const* data, std::size_t size) {
+    ++writes;
+    return syscall(SYS_write, descriptor, data, size);
+}
+extern "C" int fdatasync(int descriptor) {
+    ++syncs;
+    return static_cast<int>(syscall(SYS_fdatasync, descriptor));
+}
+
+namespace {
+
+// The `write` and `fdatasync` of a search of so many evaluations.
+std::pair<int, int> callsOf(KrU32 evaluations, double durableAfter) {
+    KrCallableFunction const f(2, [](KrRealVector const& x) { return x[0] * x[0] + x[1] * x[1]; });
+    TemporaryFolder const folder;
+    KrEvaluationRecord record(folder / "record");
+    record.setDurableAfter(durableAfter);
+    KrSearch search = searchOf(everyOptimizer(100).front(), {3.0, -1.0});
+    search.setMaxEvaluations(evaluations);
+    writes = 0;
+    syncs = 0;
+    EXPECT_EQ(search.run(f, {.record = &record}).evaluations(), evaluations);
+    return {writes, syncs};
+}
+
+TEST(SystemCalls, AnEvaluationCostsOneWriteAndOneSynchronisationIfItIsMadeDurable) {
+    for (double const durableAfter : {0.0, 1e9}) {
+        auto const [fewWrites, fewSyncs] = callsOf(10, durableAfter);
+        auto const [manyWrites, manySyncs] = callsOf(40, durableAfter);
+        EXPECT_EQ(manyWrites - fewWrites, 30);
+        EXPECT_EQ(manySyncs - fewSyncs, durableAfter == 0.0 ? 30 : 0);
+    }
+}
+
+}  // namespace
