@@ -277,7 +277,7 @@ bool KrEvaluationRecord::parseLine(std::string_view line, std::size_t number,
         run.version = nextWord(rest);
         run.evaluations = asked_.size();
         runs_.push_back(std::move(run));
-        return true;
+        return parseLimits(rest) || bad("a run with its five limits");
     }
     std::optional<std::uint64_t> const first = parsedCount(nextWord(rest));
     std::optional<std::uint64_t> const second = parsedCount(nextWord(rest));
@@ -325,6 +325,26 @@ bool KrEvaluationRecord::parseLine(std::string_view line, std::size_t number,
         return bad("an evaluation with its value");
     }
     entries_.emplace(*first, std::move(entry));
+    return true;
+}
+
+// The search of the record has the limits of its last run.
+bool KrEvaluationRecord::parseLimits(std::string_view text) {
+    std::optional<std::uint64_t> const maxEvaluations = parsedCount(nextWord(text));
+    std::optional<double> const maxSeconds = parsedNumber(nextWord(text));
+    std::optional<double> const targetValue = parsedNumber(nextWord(text));
+    std::optional<std::uint64_t> const stallEvaluations = parsedCount(nextWord(text));
+    std::optional<double> const stallImprovement = parsedNumber(nextWord(text));
+    constexpr std::uint64_t largest = std::numeric_limits<KrU32>::max();
+    if (!maxEvaluations || *maxEvaluations > largest || !maxSeconds || !targetValue ||
+        !stallEvaluations || *stallEvaluations > largest || !stallImprovement || !text.empty()) {
+        return false;
+    }
+    search_->setMaxEvaluations(static_cast<KrU32>(*maxEvaluations));
+    search_->setMaxSeconds(*maxSeconds);
+    search_->setTargetValue(*targetValue);
+    search_->setStallEvaluations(static_cast<KrU32>(*stallEvaluations));
+    search_->setStallImprovement(*stallImprovement);
     return true;
 }
 

@@ -121,6 +121,7 @@ private:
     bool openFile(KrSearch const& search);
     bool parse(std::string_view text, std::size_t& good, KrSearch const& prototype);
     bool parseLine(std::string_view line, std::size_t number, KrSearch const& prototype);
+    bool parseLimits(std::string_view text);
     bool refuse(std::size_t line, std::string const& expected) const;
     bool isSame(KrSearch const& search) const;
     bool append(std::string const& lines);

@@ -290,21 +290,33 @@ void KrSearchRun::prepare() {
         memory_.emplace(dimension_);
     }
     if (record_) {
-        // Evaluations that were complete when the last run ended, and not yet asked for.
-        std::set<std::uint64_t> const asked(record_->asked().begin(), record_->asked().end());
-        for (auto const& [ticket, entry] : record_->entries()) {
-            if (!asked.contains(ticket)) {
-                if (!memory_) {
-                    memory_.emplace(dimension_);
-                }
-                if (!memory_->find(entry.point)) {
-                    memory_->insert(
-                        entry.point,
-                        {entry.value, entry.failed || isFailure(entry.value), false, ticket});
-                }
-            }
-        }
+        keepUnasked();
         nextTicket_ = record_->nextTicket();
+        next_ = record_->entries().begin();
+    }
+}
+
+// Remembers evaluations that were complete when the last run ended, and not yet asked for.
+void KrSearchRun::keepUnasked() {
+    std::vector<std::uint64_t> asked = record_->asked();
+    if (!std::ranges::is_sorted(asked)) {
+        std::ranges::sort(asked);
+    }
+    auto next = asked.begin();
+    for (auto const& [ticket, entry] : record_->entries()) {
+        while (next != asked.end() && *next < ticket) {
+            ++next;
+        }
+        if (next != asked.end() && *next == ticket) {
+            continue;
+        }
+        if (!memory_) {
+            memory_.emplace(dimension_);
+        }
+        if (!memory_->find(entry.point)) {
+            bool const failed = entry.failed || isFailure(entry.value);
+            memory_->insert(entry.point, {entry.value, failed, false, ticket});
+        }
     }
 }
 
@@ -436,10 +448,11 @@ void KrSearchRun::stop(KrSearchReason reason) {
 
 auto KrSearchRun::obtain(KrRealVector const& x) -> Known {
     isOld_ = true;
+    std::uint64_t const hash = memory_ ? KrPointTable<Known>::hashOf(x) : 0;
     if (record_ && asked_ < record_->asked().size()) {
-        return replayed(x);
+        return replayed(x, hash);
     }
-    if (Known* const known = remembered(x)) {
+    if (Known* const known = remembered(x, hash)) {
         known->isTaken = true;
         if (record_ && !record_->take(known->ticket)) {
             stop(KrSearchReason::Cancelled);
@@ -447,18 +460,27 @@ auto KrSearchRun::obtain(KrRealVector const& x) -> Known {
         return *known;
     }
     isOld_ = false;
-    return evaluated(x);
+    return evaluated(x, hash);
 }
 
 // An evaluation that the search may use again, or that it has not used yet.
-auto KrSearchRun::remembered(KrRealVector const& x) -> Known* {
-    Known* const known = memory_ ? memory_->find(x) : nullptr;
+auto KrSearchRun::remembered(KrRealVector const& x, std::uint64_t hash) -> Known* {
+    Known* const known = memory_ ? memory_->find(x, hash) : nullptr;
     return known && (remember_ || !known->isTaken) ? known : nullptr;
 }
 
-auto KrSearchRun::replayed(KrRealVector const& x) -> Known {
+// Most tickets are asked for in their order.
+KrEvaluationRecord::Entry const& KrSearchRun::recorded(std::uint64_t ticket) {
+    auto const& entries = record_->entries();
+    if (next_ == entries.end() || next_->first != ticket) {
+        next_ = entries.find(ticket);
+    }
+    return (next_++)->second;
+}
+
+auto KrSearchRun::replayed(KrRealVector const& x, std::uint64_t hash) -> Known {
     std::uint64_t const ticket = record_->asked()[asked_];
-    KrEvaluationRecord::Entry const& entry = record_->entries().at(ticket);
+    KrEvaluationRecord::Entry const& entry = recorded(ticket);
     if (!krSamePoint(x, entry.point)) {
         divergence_ = x;
         Kr::Print::instance().write(
@@ -469,13 +491,13 @@ auto KrSearchRun::replayed(KrRealVector const& x) -> Known {
     }
     ++replayed_;
     Known const known{entry.value, entry.failed || isFailure(entry.value), true, ticket};
-    if (remember_ && !memory_->find(x)) {
-        memory_->insert(x, known);
+    if (remember_ && !memory_->find(x, hash)) {
+        memory_->insert(x, hash, known);
     }
     return known;
 }
 
-auto KrSearchRun::evaluated(KrRealVector const& x) -> Known {
+auto KrSearchRun::evaluated(KrRealVector const& x, std::uint64_t hash) -> Known {
     if (!direct_) {
         return claimed(evaluatedMany({x}).front());
     }
@@ -483,7 +505,7 @@ auto KrSearchRun::evaluated(KrRealVector const& x) -> Known {
         Known known{nan, false, true, nextTicket_};
         known.failed = !call(x, known.value);
         if (remember_) {
-            memory_->insert(x, known);
+            memory_->insert(x, hash, known);
         }
         return known;
     }
@@ -516,13 +538,15 @@ void KrSearchRun::stepMany(std::vector<KrRealVector> const& points, KrRealVector
     KrPointTable<char> batch(dimension_);  // what the memory will hold before its turn
     for (std::size_t i = 0; i < count; ++i) {
         bool const isReplayed = record_ && asked_ + i < record_->asked().size();
-        bool const isKnown = remembered(points[i]) || (remember_ && batch.find(points[i]));
+        std::uint64_t const hash = memory_ ? KrPointTable<Known>::hashOf(points[i]) : 0;
+        bool const isKnown =
+            remembered(points[i], hash) || (remember_ && batch.find(points[i], hash));
         if (!isReplayed && !isKnown) {
             places[i] = news.size();
             news.push_back(points[i]);
         }
         if (remember_ && !isKnown) {
-            batch.insert(points[i], 1);
+            batch.insert(points[i], hash, 1);
         }
     }
     std::vector<Made> all = evaluatedMany(news);
@@ -640,8 +664,11 @@ auto KrSearchRun::accepted(KrRealVector const& x, KrEvaluation const& evaluation
     bool const failed = evaluation.outcome == KrEvaluation::Outcome::Failure;
     Known const known{failed ? nan : evaluation.value, failed || isFailure(evaluation.value),
                       isTaken, evaluation.ticket};
-    if (remember_ && !memory_->find(x)) {
-        memory_->insert(x, known);
+    if (remember_) {
+        std::uint64_t const hash = KrPointTable<Known>::hashOf(x);
+        if (!memory_->find(x, hash)) {
+            memory_->insert(x, hash, known);
+        }
     }
     if (record_) {
         KrEvaluationRecord::Entry entry;

@@ -53,6 +53,7 @@ private:
     bool refuseBadVariable(KrSearchVariable const& variable);
     bool refuseBadConstraint(KrU32 number);
     void prepare();
+    void keepUnasked();
     void search();
     void setAnswer(KrRealVector const& answer, double value);
     void drain();
@@ -64,9 +65,10 @@ private:
     void mayGoOn();
     [[noreturn]] void stop(KrSearchReason reason);
     Known obtain(KrRealVector const& x);
-    Known* remembered(KrRealVector const& x);
-    Known replayed(KrRealVector const& x);
-    Known evaluated(KrRealVector const& x);
+    Known* remembered(KrRealVector const& x, std::uint64_t hash);
+    KrEvaluationRecord::Entry const& recorded(std::uint64_t ticket);
+    Known replayed(KrRealVector const& x, std::uint64_t hash);
+    Known evaluated(KrRealVector const& x, std::uint64_t hash);
     std::vector<Made> evaluatedMany(std::vector<KrRealVector> const& points);
     void evaluateBatch(std::vector<KrRealVector> const& points, std::vector<Made>& all);
     void evaluateByWorkers(std::vector<KrRealVector> const& points, std::vector<Made>& all);
@@ -110,6 +112,7 @@ private:
     KrRealVector start_;                  // the optimizer's
 
     std::optional<KrPointTable<Known>> memory_;
+    std::map<std::uint64_t, KrEvaluationRecord::Entry>::const_iterator next_;  // of the record
     std::uint64_t nextTicket_ = 0;
     bool isOld_ = false;  // the last value is from the record or the memory
 

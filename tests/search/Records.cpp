@@ -92,6 +92,26 @@ TEST(Record, ResumesWithTheSameBitsWhereverASearchWasEnded) {
     }
 }
 
+TEST(Record, ALargerLimitContinuesAFinishedSearch) {
+    TemporaryFolder const folder;
+    std::string const path = folder / "record";
+    KrSearch search = recordedSearch(everyOptimizer(60)[0]);
+    Counting const undisturbed;
+    std::string const expected = outcome(search.run(undisturbed));
+    KrU32 made = 0;
+    for (KrU32 const limit : {25, 60}) {
+        search.setMaxEvaluations(limit);
+        KrEvaluationRecord record(path);
+        Counting const f;
+        EXPECT_EQ(outcome(search.run(f, {.record = &record})) == expected, limit == 60);
+        made += f.count;
+        KrEvaluationRecord loaded(path);
+        ASSERT_TRUE(loaded.load());
+        EXPECT_EQ(loaded.search().maxEvaluations(), limit);
+    }
+    EXPECT_EQ(made, undisturbed.count);
+}
+
 TEST(Record, SurvivesKillsAtRandomMoments) {
     TemporaryFolder const folder;
     std::mt19937 random(1);
