@@ -3,11 +3,12 @@
 //   zeibreku_schema                 prints the XML Schema of all of them
 //   zeibreku_schema --components    prints a line for each component: its element, its name,
 //                                   "attribute" or "element", and its default, separated by
-//                                   tabs. The default of a component with children is "empty".
+//                                   tabs. The default of a component with children or an empty
+//                                   text is "empty".
 
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlCompoundType.h"
-#include "function/object/KrCreators.h"
+#include "search/KrSearchCreators.h"
 
 #include <cstdio>
 #include <cstring>
@@ -23,7 +24,8 @@ std::string defaultOf(KrXmlObject const& component) {
     }
     std::string const document = KrXml::toString(component);
     std::size_t const begin = document.find("#\">") + 3;
-    return document.substr(begin, document.rfind("</") - begin);
+    std::string const text = document.substr(begin, document.rfind("</") - begin);
+    return text.empty() ? "empty" : text;
 }
 
 void printComponents(KrToken const& element, KrXmlComponentMap const& components,
@@ -37,7 +39,7 @@ void printComponents(KrToken const& element, KrXmlComponentMap const& components
 }  // namespace
 
 int main(int argc, char** argv) {
-    KrXmlFactory const factory = KrCreators::factory();
+    KrXmlFactory const factory = KrSearchCreators::factory();
     if (argc == 1) {
         std::string const schema = KrXml::schemaToString(factory);
         std::fputs(schema.c_str(), stdout);

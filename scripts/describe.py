@@ -25,6 +25,7 @@ PAGE = ROOT / "docs" / "xml-format.md"
 # The names of C++ types in the page.
 TYPES = {
     "double": "number",
+    "std::string": "string",
     "KrU32": "integer",
     "bool": "boolean",
     "KrXmlRealVector": "vector of numbers",
@@ -33,6 +34,10 @@ TYPES = {
     "SEARCH_OPTION": "enumeration",
     "BOUNDARY_OPTION": "enumeration",
     "KrScalarMultivariableOptimizerVector": "vector of optimizers",
+    "KrScalarMultivariableOptimizerContainer": "one optimizer",
+    "KrMultivariableConstraintVector": "vector of constraints",
+    "KrSearchVariableVector": "vector of `variable`",
+    "KrSearchReason": "enumeration",
 }
 
 
@@ -69,13 +74,15 @@ def first_sentence(text):
 
 def read_elements():
     """The elements by their tag."""
-    tokens = (ROOT / "function/object/KrFunction.cpp").read_text()
-    tags = dict(re.findall(r'KrToken const (\w+) =\s+ns \+ "(\w+)"', tokens))
+    tags = {}
+    for names in ("function/object/KrFunction.cpp", "search/KrSearchNames.cpp"):
+        text = (ROOT / names).read_text()
+        tags.update(re.findall(r'KrToken const (\w+) =\s+(?:KrFunction::)?ns \+ "(\w+)"', text))
     elements = {}
-    for header in sorted(ROOT.glob("function/*/*.h")):
+    for header in sorted((*ROOT.glob("function/*/*.h"), *ROOT.glob("search/*.h"))):
         text = header.read_text()
         heading = re.search(
-            r"((?:///.*\n)+)class KR_EXPORT \w+\s*:[^{]*KrFunction::(Kr\w+Token)>", text
+            r"((?:///.*\n)+)class KR_EXPORT \w+\s*:[^{]*(?:KrFunction|KrSearchNames)::(Kr\w+Token)>", text
         )
         if heading:
             comment = "\n".join(line[3:].removeprefix(" ") for line in heading[1].splitlines())

@@ -49,7 +49,7 @@ class KrEvaluationWorkers;
 class KR_EXPORT KrSearch
     : public KrTaggedElement<KrSearch, KrBaseExpressionTreeElement, KrSearchNames::KrSearchToken> {
 public:
-    /// The unknowns, in the order of a point's coordinates. Default: none, which is refused.
+    /// The unknowns, in the order of a point's coordinates. Default: empty, which is refused.
     KrSearchVariableVector const& variables() const { return variables_; }
     void setVariables(KrSearchVariableVector const& variables) { variables_ = variables; }
     /// Appends an unknown.
@@ -57,12 +57,12 @@ public:
                      double lower = -std::numeric_limits<double>::infinity(),
                      double upper = std::numeric_limits<double>::infinity(), double scale = 1.0);
 
-    /// The optimizer that searches. Default: none, which is refused.
+    /// The optimizer that searches. Default: empty, which is refused.
     KrScalarMultivariableOptimizerContainer const& optimizer() const { return optimizer_; }
     /// Takes a clone of `optimizer`.
     void setOptimizer(KrScalarMultivariableOptimizer const& optimizer);
 
-    /// The constraints c: a point is feasible where c(x) <= 0 for all of them. Default: none.
+    /// The constraints c: a point is feasible where c(x) <= 0 for all of them. Default: empty.
     KrMultivariableConstraintVector const& constraints() const { return constraints_; }
     void setConstraints(KrMultivariableConstraintVector const& constraints) {
         constraints_ = constraints;

@@ -8,7 +8,7 @@
 #include "foundation/core/KrPrint.h"
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlReader.h"
-#include "function/object/KrCreators.h"
+#include "search/KrSearchCreators.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -69,7 +69,7 @@ bool isGood(std::string const& path, KrXmlFactory const& factory) {
 
 /// Returns whether all files, or the schema, are good.
 bool areGood(int argc, char** argv) {
-    KrXmlFactory const factory = KrCreators::factory();  // register your own elements here
+    KrXmlFactory const factory = KrSearchCreators::factory();  // register your own elements here
     if (std::strcmp(argv[1], "--schema") == 0) {
         std::string const schema = KrXml::schemaToString(factory);
         std::fputs(schema.c_str(), stdout);

@@ -23,7 +23,7 @@ KR_EXPORT void registerOptimizers(KrXmlBaseVariableCompoundType& holder);
 /// Registers the table and the branch of composite functions.
 KR_EXPORT void registerCompositeFunctions(KrXmlBaseVariableCompoundType& holder);
 
-/// Returns a factory of every element of the library by tag, including containers and vectors.
+/// Returns a factory of every element of this library by tag, including containers and vectors.
 /// You may register your own elements in it. Pass it to a reader to read elements that a
 /// container does not create itself, such as the multipoint function.
 KR_EXPORT KrXmlFactory factory();

@@ -21,19 +21,19 @@
 #include "function/scalar/KrPowerUnitaryMap.h"
 #include "function/scalar/KrSCurveUnitaryMap.h"
 #include "function/tools/KrGaussQuadrature.h"
+#include "search/KrSearch.h"
 
 #include <gtest/gtest.h>
 
 // A class joins the contract by its entry in one of these lists alone.
 
 /// The elements that consist of components.
-using Compounds =
-    testing::Types<KrNelderMeadOptimizer, KrLinearScalarFunction, KrMultipointScalarFunction,
-                   KrPowerUnitaryMap, KrSCurveUnitaryMap, KrLinearMultivariableConstraint,
-                   KrQuadraticMultivariableConstraint, KrHookeJeevesOptimizer,
-                   KrMultidirectionalSearchOptimizer, KrImplicitFilteringOptimizer,
-                   KrSequenceOptimizer, KrTableFunctionVectorSearch, KrTableFunctionInterpolator,
-                   KrCompositeFunctionBranch, KrGaussQuadrature>;
+using Compounds = testing::Types<
+    KrNelderMeadOptimizer, KrLinearScalarFunction, KrMultipointScalarFunction, KrPowerUnitaryMap,
+    KrSCurveUnitaryMap, KrLinearMultivariableConstraint, KrQuadraticMultivariableConstraint,
+    KrHookeJeevesOptimizer, KrMultidirectionalSearchOptimizer, KrImplicitFilteringOptimizer,
+    KrSequenceOptimizer, KrTableFunctionVectorSearch, KrTableFunctionInterpolator,
+    KrCompositeFunctionBranch, KrGaussQuadrature, KrSearch, KrSearchReport, KrSearchVariable>;
 
 /// The elements that own one other element.
 using Containers =
@@ -42,8 +42,8 @@ using Containers =
                    KrCompositeFunctionContainer>;
 
 /// The elements that own a list of others.
-using Vectors =
-    testing::Types<KrMultivariableConstraintVector, KrScalarMultivariableOptimizerVector>;
+using Vectors = testing::Types<KrMultivariableConstraintVector,
+                               KrScalarMultivariableOptimizerVector, KrSearchVariableVector>;
 
 template <class... A, class... B, class... C>
 testing::Types<A..., B..., C...> joined(testing::Types<A...>, testing::Types<B...>,

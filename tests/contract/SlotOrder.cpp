@@ -14,6 +14,7 @@
 #include "function/object/KrScalarMultivariableOptimizerVector.h"
 #include "function/object/KrUnitaryMapContainer.h"
 #include "function/tools/KrRandomTensorTool.h"
+#include "search/KrEvaluationWorkers.h"
 
 #include <gtest/gtest.h>
 
@@ -245,6 +246,13 @@ TEST(SlotOrder, TablesAndCompositeFunctions) {
                 &T::independentDataPushBack);
     using C = KrCompositeFunctionContainer;
     expectSlots(expectContainerSlots<C, KrCompositeFunctionElement>(), &C::evaluate, &C::bounds);
+}
+
+TEST(SlotOrder, Searches) {
+    expectVectorSlots<KrSearchVariableVector, KrSearchVariable>();
+    expectSlots(2, &KrSearchObserver::evaluated);
+    using W = KrEvaluationWorkers;
+    expectSlots(2, &W::count, &W::start, &W::finish, &W::cancel, &W::directFunction);
 }
 
 }  // namespace

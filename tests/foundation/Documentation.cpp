@@ -1,8 +1,7 @@
 // The documents keep up with the library: their samples are read.
 
 #include "foundation/xml/KrXml.h"
-#include "function/object/KrCreators.h"
-#include "search/KrSearch.h"
+#include "search/KrSearchCreators.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Files.h"
 #include "tests/support/XmlLint.h"
@@ -31,8 +30,7 @@ std::vector<std::string> samples() {
 }
 
 TEST(Documentation, SamplesAreRead) {
-    KrXmlFactory factory = KrCreators::factory();
-    factory.registerCreator(KrSearchNames::KrSearchToken, KrSearch::creator);
+    KrXmlFactory const factory = KrSearchCreators::factory();
     XmlLint const lint(KrXml::schemaToString(factory));
     std::string seen;
     for (std::string const& sample : samples()) {

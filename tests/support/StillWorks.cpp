@@ -4,13 +4,14 @@
 #include "foundation/xml/KrXml.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
-#include "function/object/KrCreators.h"
 #include "function/object/KrMultivariableConstraintContainer.h"
 #include "function/object/KrMultivariableConstraintVector.h"
 #include "function/object/KrScalarFunctionContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/object/KrScalarMultivariableOptimizerVector.h"
 #include "function/object/KrUnitaryMapContainer.h"
+#include "search/KrSearch.h"
+#include "search/KrSearchCreators.h"
 
 #include <algorithm>
 #include <bit>
@@ -49,7 +50,7 @@ bool as(KrXmlObject& object, Use use) {
 }  // namespace
 
 KrXmlFactory const& everyElement() {
-    static KrXmlFactory const factory = KrCreators::factory();
+    static KrXmlFactory const factory = KrSearchCreators::factory();
     return factory;
 }
 
@@ -97,6 +98,12 @@ KrRealVector run(KrXmlObject& object) {
         }
         add(found);
     };
+    auto const runSearch = [&](KrSearch search) {
+        search.setMaxEvaluations(40);
+        KrSearchReport const report = search.run(KrPowellsQuarticFunction());
+        answers.insert(answers.end(), report.bestPoint().begin(), report.bestPoint().end());
+        answers.push_back(report.answer());
+    };
     auto const runEach = [&](auto& vector) {
         for (auto* const entry : vector.vectorContainer()) {
             add(run(*entry));
@@ -109,7 +116,7 @@ KrRealVector run(KrXmlObject& object) {
         as<KrBaseMultivariableConstraint, KrMultivariableConstraintContainer>(object,
                                                                               runConstraint) ||
         as<KrCompositeFunctionContainer>(object, runContainer) ||
-        as<KrCompositeFunctionElement>(object, runComposite) ||
+        as<KrCompositeFunctionElement>(object, runComposite) || as<KrSearch>(object, runSearch) ||
         as<KrMultivariableConstraintVector, KrScalarMultivariableOptimizerVector>(object, runEach);
     return answers;
 }
