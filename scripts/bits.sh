@@ -45,7 +45,8 @@ build() {
     local name=$1
     shift
     quietly cmake -S . -B "$work/$name" -D CMAKE_BUILD_TYPE=Release -D ZEIBREKU_BUILD_TESTS=OFF \
-        -D ZEIBREKU_BUILD_EXAMPLES=OFF -D ZEIBREKU_BUILD_BITS=ON "$@"
+        -D ZEIBREKU_BUILD_EXAMPLES=OFF -D ZEIBREKU_BUILD_PROGRAM=OFF \
+        -D ZEIBREKU_BUILD_BITS=ON "$@"
     quietly cmake --build "$work/$name" --target zeibreku_bits
 }
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building needs, if they are missing.
 #
-#   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat
+#   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat, CLI11
 #   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python, locales, and libpng
 #                                 for an example
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
@@ -59,6 +59,7 @@ need_demo() {
     need make program make
     need pkg-config program pkg-config
     need libexpat1-dev library expat
+    need libcli11-dev library CLI11
 }
 
 need_test() {

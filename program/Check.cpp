@@ -1,21 +1,13 @@
-// Checks XML files: reads each by its root element, which may be any element of the
-// library, and prints one line for each problem, with its position. The exit status is 1 if
-// there is a problem, and 2 if the check fails.
-//
-//   07_check FILE.xml...
-//   07_check --schema          prints the XML Schema of all elements
-
 #include "foundation/core/KrPrint.h"
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlReader.h"
+#include "program/Subcommands.h"
 #include "search/KrSearchCreators.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <new>
-#include <string>
 
 namespace {
 
@@ -67,36 +59,13 @@ bool isGood(std::string const& path, KrXmlFactory const& factory) {
     return good;
 }
 
-/// Returns whether all files, or the schema, are good.
-bool areGood(int argc, char** argv) {
-    KrXmlFactory const factory = KrSearchCreators::factory();  // register your own elements here
-    if (std::strcmp(argv[1], "--schema") == 0) {
-        std::string const schema = KrXml::schemaToString(factory);
-        std::fputs(schema.c_str(), stdout);
-        return !schema.empty();
-    }
-    bool good = true;
-    for (int i = 1; i < argc; ++i) {
-        good = isGood(argv[i], factory) && good;
-    }
-    return good;
-}
-
 }  // namespace
 
-int main(int argc, char** argv) {
-    if (argc < 2 || (std::strcmp(argv[1], "--schema") == 0 && argc > 2)) {
-        std::fprintf(stderr, "07_check: expected FILE.xml... or --schema\n");
-        return 2;
+int runCheck(std::vector<std::string> const& files) {
+    KrXmlFactory const factory = KrSearchCreators::factory();
+    bool good = true;
+    for (std::string const& file : files) {
+        good = isGood(file, factory) && good;
     }
-    try {
-        bool const good = areGood(argc, argv);
-        if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
-            return good ? 0 : 1;
-        }
-        std::perror("07_check: standard output");
-    } catch (std::bad_alloc const&) {
-        std::fprintf(stderr, "07_check: out of memory\n");
-    }
-    return 2;
+    return good ? Done : Refused;
 }
