@@ -1,36 +1,56 @@
-// Fits a peak to measurements by an optimizer read from an XML file:
+// Fits two exponentials to measurements by the search of an XML file. If it is killed and started
+// again, it continues from its record:
 //
-//   09_fit SETTINGS.xml MEASUREMENTS.txt B1 B2 B3
+//   09_fit SEARCH.xml MEASUREMENTS.txt RECORD [SECONDS]
 //
-//   09_fit nelder-mead.xml transmittance.txt 1 10 500
+//   09_fit search.xml mgh17.txt fit.record
 //
-// The search starts at B1 to B3. The measurements are lines "x y". A line
-// "certified b1 b2 b3 sum" holds the published result, which is printed next to the fit.
+// The measurements are lines "x y". A line "certified b1 b2 b3 b4 b5 sum" holds the published
+// result, which is printed next to the fit. With SECONDS, each evaluation takes at least that long,
+// as a simulation does.
 
 #include "foundation/xml/KrXml.h"
 #include "function/multivariable/KrCallableFunction.h"
-#include "function/object/KrScalarMultivariableOptimizerContainer.h"
+#include "search/KrEvaluationRecord.h"
+#include "search/KrSearch.h"
+#include "search/KrSignalStop.h"
 
 #include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 
 namespace {
 
 struct Measurements {
     KrRealVector x, y;
-    std::array<double, 4> certified{};
+    std::array<double, 6> certified{};
 };
 
-/// A peak around b3 with the standard deviation b2 and the area b1 sqrt(2 pi).
-double peak(KrRealVector const& b, double x) {
-    double const distance = (x - b[2]) / b[1];
-    return b[0] / b[1] * std::exp(-0.5 * distance * distance);
+/// Of the residuals of y = b1 + b2 exp(-b4 x) + b3 exp(-b5 x).
+double sumOfSquares(Measurements const& m, KrRealVector const& b) {
+    double sum = 0.0;
+    for (std::size_t i = 0; i < m.x.size(); ++i) {
+        double const y = b[0] + b[1] * std::exp(-b[3] * m.x[i]) + b[2] * std::exp(-b[4] * m.x[i]);
+        sum += (m.y[i] - y) * (m.y[i] - y);
+    }
+    return sum;
 }
+
+/// Prints how far the search is. A resumed search prints the lines of its record again.
+class Progress : public KrSearchObserver {
+public:
+    void evaluated(KrSearchProgress const& progress) override {
+        if (progress.evaluation % 250 == 0) {
+            std::printf("evaluation %4u: %.10g\n", progress.evaluation, progress.bestValue);
+        }
+    }
+};
 
 int fail(std::string const& message) {
     std::fprintf(stderr, "09_fit: %s\n", message.c_str());
@@ -69,57 +89,45 @@ bool read(std::string const& path, Measurements& measurements) {
     return true;
 }
 
+void print(std::string const& name, double found, double certified) {
+    std::printf("%-14s %18.10e %18.10e\n", name.c_str(), found, certified);
+}
+
+void print(KrSearch const& search, KrSearchReport const& report,
+           std::array<double, 6> const& certified) {
+    std::printf("%-14s %18s %18s\n", report.reasonText().c_str(), "found", "certified");
+    for (KrU32 i = 0; i < report.bestPoint().size(); ++i) {
+        print(search.names()[i], report.bestPoint()[i], certified[i]);
+    }
+    print("sum of squares", report.bestValue(), certified[5]);
+    std::fprintf(stderr, "%u evaluations: %u from the record, %u made now\n", report.evaluations(),
+                 report.evaluationsFromRecord(), report.evaluationsMade());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 6) {
-        return fail("expected SETTINGS.xml MEASUREMENTS.txt B1 B2 B3");
+    if (argc < 4 || argc > 5) {
+        return fail("expected SEARCH.xml MEASUREMENTS.txt RECORD [SECONDS]");
     }
-    KrRealVector start;
-    for (int i = 3; i < argc; ++i) {
-        std::istringstream word(argv[i]);
-        double value = 0.0;
-        if (!(word >> value) || !word.eof()) {
-            return fail(std::string("start: expected a number, found \"") + argv[i] + "\"");
-        }
-        start.push_back(value);
-    }
-    KrScalarMultivariableOptimizerContainer optimizer;
-    if (!KrXml::readFile(argv[1], optimizer)) {
-        return 1;  // the library has printed the fault and its position
-    }
-    if (!optimizer.topElement()) {
-        return fail(std::string(argv[1]) + ": holds no optimizer");
-    }
+    KrSearch search;
     Measurements measurements;
-    if (!read(argv[2], measurements)) {
-        return 1;
+    if (!KrXml::readFile(argv[1], search) || !read(argv[2], measurements)) {
+        return 1;  // the fault and its position are printed
     }
-
-    int evaluations = 0;
-    KrCallableFunction const squares(3, [&](KrRealVector const& b) {
-        ++evaluations;
-        double sum = 0.0;
-        for (std::size_t i = 0; i < measurements.x.size(); ++i) {
-            double const residual = measurements.y[i] - peak(b, measurements.x[i]);
-            sum += residual * residual;
-        }
-        return sum;
+    std::chrono::duration<double> const pause(argc == 5 ? std::atof(argv[4]) : 0.0);
+    KrCallableFunction const squares(5, [&](KrRealVector const& b) {
+        std::this_thread::sleep_for(pause);
+        return sumOfSquares(measurements, b);
     });
-    using Clock = std::chrono::steady_clock;
-    auto const begin = Clock::now();
-    KrRealVector found;
-    double const sum = optimizer.findMinimum(squares, start, found);
-    std::chrono::duration<double, std::milli> const time = Clock::now() - begin;
-
-    std::printf("%zu measurements, from (%g, %g, %g)\n", measurements.x.size(), start[0], start[1],
-                start[2]);
-    std::printf("%-14s %15s %15s\n", "", "found", "published");
-    char const* const names[] = {"b1", "b2", "b3"};
-    for (std::size_t i = 0; i < found.size(); ++i) {
-        std::printf("%-14s %15.8g %15.8g\n", names[i], found[i], measurements.certified[i]);
+    Progress progress;
+    KrEvaluationRecord record(argv[3]);
+    KrSignalStop const signals;
+    KrSearchReport const report =
+        search.run(squares, {.observer = &progress, .record = &record, .stop = signals.token()});
+    if (report.evaluations() == 0) {
+        return 1;  // what is wrong is printed
     }
-    std::printf("%-14s %15.8g %15.8g\n", "sum of squares", sum, measurements.certified[3]);
-    std::printf("%d evaluations, %.2f ms\n", evaluations, time.count());
-    return 0;
+    print(search, report, measurements.certified);
+    return report.reason() == KrSearchReason::Finished ? 0 : 1;
 }
