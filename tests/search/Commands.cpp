@@ -62,6 +62,7 @@ protected:
     static std::map<std::uint64_t, KrEvaluation> evaluated(
         KrCommandWorkers& workers, std::vector<KrRealVector> const& points) {
         std::vector<KrEvaluationRequest> requests;
+        requests.reserve(points.size());
         for (KrRealVector const& point : points) {
             requests.push_back({7 + requests.size(), point});
         }
@@ -138,7 +139,7 @@ TEST_F(Commands, MayWriteAnyOutput) {
     EXPECT_EQ(evaluated(shell("echo 3; exec >&-; exec <&-; exec true")).value, 3.0);
     // A process that is left holds the output, and is killed.
     EXPECT_EQ(
-        evaluated(shell("yes & echo $! > yes; sleep 1000 & echo $! > sleep; wc -c < yes")).outcome,
+        evaluated(shell("yes 4 & echo $! > yes; sleep 1000 & echo $! > sleep; echo 4")).outcome,
         Outcome::Value);
     awaitEnd(processIn(folder / "yes"));
     awaitEnd(processIn(folder / "sleep"));
@@ -274,9 +275,9 @@ TEST_F(Commands, WaitForDescriptors) {
     getrlimit(RLIMIT_NOFILE, &before);
     int const next = dup(0);  // the lowest that is free
     close(next);
-    for (int const room : {0, 12}) {
+    for (rlim_t const room : {0, 12}) {
         rlimit few = before;
-        few.rlim_cur = static_cast<rlim_t>(next + room);
+        few.rlim_cur = static_cast<rlim_t>(next) + room;
         setrlimit(RLIMIT_NOFILE, &few);
         auto const all = evaluated(workers, points);
         setrlimit(RLIMIT_NOFILE, &before);
