@@ -1,5 +1,7 @@
 #pragma once
 
+#include "foundation/core/KrTypes.h"
+
 #include <string>
 #include <vector>
 
@@ -8,13 +10,28 @@
 
 /// An exit status.
 enum Status : int {
-    Done = 0,      ///< nothing was wrong
-    Refused = 1,   ///< something was refused or failed
-    WrongCall = 2  ///< a bad argument; nothing was done
+    Done = 0,       ///< the search ended, or every file is good
+    Refused = 1,    ///< something was refused or failed
+    WrongCall = 2,  ///< a bad argument; nothing was done
+    Stopped = 130   ///< a signal stopped the search; its record is complete
 };
 
+/// The arguments of `search`.
+struct SearchCall {
+    std::string file;                  ///< the search
+    std::string record;                ///< the file of its record; empty for none
+    KrU32 workers = 1;                 ///< how many commands run at once
+    std::string report;                ///< where the report goes as XML; empty for nowhere
+    bool isQuiet = false;              ///< whether no progress is shown
+    std::vector<std::string> command;  ///< the program to run, and its arguments
+};
+
+/// Runs a search whose evaluations are runs of a program.
+int runSearch(SearchCall const& call);
 /// Replays a record and prints "same", or where the search now differs.
 int runVerify(std::string const& record);
+/// Prints a page for a browser about a record.
+int runReport(std::string const& record);
 /// Prints one line for each fault of the files, or that a file is good.
 int runCheck(std::vector<std::string> const& files);
 /// Prints the XML Schema of all elements.

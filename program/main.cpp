@@ -1,4 +1,5 @@
-// The program zeibreku: the documents of the library, and the records of searches.
+// The program zeibreku: searches whose function is a program, their records, and the files of the
+// library.
 
 #include "foundation/core/KrExport.h"
 #include "program/Subcommands.h"
@@ -6,9 +7,12 @@
 #include <fcntl.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <memory>
 #include <string>
 
 namespace {
@@ -22,14 +26,62 @@ void openStandardFiles() {
     }
 }
 
+struct SearchHelp : CLI::Formatter {
+    std::string make_usage(CLI::App const* app, std::string name) const override {
+        std::string usage = Formatter::make_usage(app, name);
+        return usage.insert(usage.find_last_not_of('\n') + 1, " -- COMMAND [ARG...]");
+    }
+};
+
+CLI::App* addSearch(CLI::App& app, SearchCall& call) {
+    CLI::App* const search = app.add_subcommand(
+        "search", "Finds the values for which a program prints the smallest number.");
+    search->formatter(std::make_shared<SearchHelp>());
+    search->add_option("SEARCH.xml", call.file, "The search: variables, optimizer, limits")
+        ->required();
+    search->add_option("--record", call.record, "Keep all values in FILE, and continue from it")
+        ->option_text("FILE");
+    search->add_option("--workers", call.workers, "Run N commands at once; 1 if not given")
+        ->option_text("N")
+        ->check(CLI::Range(1, 4096));
+    search->add_option("--report", call.report, "Write the report to FILE.xml too")
+        ->option_text("FILE.xml");
+    search->add_flag("--quiet", call.isQuiet, "Show no progress");
+    return search->footer(
+        "One evaluation is one run of COMMAND. {name} in an ARG is replaced by the value of that\n"
+        "variable. Standard input has all values on one line. The last line of standard output\n"
+        "is the result. ZEIBREKU_WORKER is 0, 1, ..., and ZEIBREKU_EVALUATION a number for each.\n"
+        "\n"
+        "The report goes to standard output. The status is 0 when the search has ended, 1 when\n"
+        "something was refused or failed, 2 for a wrong call, 130 when a signal stopped it.\n"
+        "\n"
+        "Example:\n"
+        "  zeibreku search fit.xml --record fit.record -- ./simulate --mass {mass}");
+}
+
 int run(int argc, char** argv) {
-    CLI::App app("Checks the files of the library, and the records of its searches.", "zeibreku");
+    CLI::App app("Searches whose function is a program, their records, and the library's files.",
+                 "zeibreku");
     app.set_version_flag("--version", "zeibreku " KR_VERSION);
     app.failure_message([](CLI::App const*, CLI::Error const& error) {
         return "zeibreku: " + std::string(error.what()) + "\nzeibreku --help shows the calls\n";
     });
-    app.footer("Example:\n  zeibreku check fit.xml");
+    app.footer("Example:\n  zeibreku search fit.xml --record fit.record -- ./simulate {mass}");
     int status = Done;
+
+    // The words behind "--" are those of COMMAND: CLI11 would split one such as [a,b].
+    bool const isSearch = argc > 1 && std::strcmp(argv[1], "search") == 0;
+    char** const words = std::find_if(argv, argv + argc, [&](char const* word) {
+        return isSearch && std::strcmp(word, "--") == 0;
+    });
+    SearchCall call;
+    addSearch(app, call)->callback([&] {
+        if (argv + argc - words < 2) {
+            throw CLI::RequiredError("-- COMMAND [ARG...]");
+        }
+        call.command.assign(words + 1, argv + argc);
+        status = runSearch(call);
+    });
 
     std::string record;
     CLI::App* const verify = app.add_subcommand(
@@ -37,6 +89,13 @@ int run(int argc, char** argv) {
     verify->add_option("RECORD", record, "The record of a search")->required();
     verify->footer("Example:\n  zeibreku verify fit.record");
     verify->callback([&] { status = runVerify(record); });
+
+    CLI::App* const report =
+        app.add_subcommand("report", "Prints a page for a browser about a record.");
+    report->add_option("RECORD", record, "The record of a search, which may be running")
+        ->required();
+    report->footer("Example:\n  zeibreku report fit.record > fit.html");
+    report->callback([&] { status = runReport(record); });
 
     std::vector<std::string> files;
     CLI::App* const check =
@@ -51,7 +110,7 @@ int run(int argc, char** argv) {
     schema->callback([&] { status = runSchema(); });
 
     try {
-        app.parse(argc, argv);
+        app.parse(static_cast<int>(words - argv), argv);
         if (app.get_subcommands().empty()) {
             throw CLI::RequiredError("A subcommand");
         }

@@ -1,7 +1,9 @@
 # shellcheck shell=sh
 # Sourced by each test, which runs in an empty folder of its own.
 set -eu
+# shellcheck disable=SC2034
 program=$1
+# shellcheck disable=SC2034
 source=$2
 
 fail() {

@@ -1,0 +1,55 @@
+#include "foundation/xml/KrXml.h"
+#include "program/Progress.h"
+#include "program/Subcommands.h"
+#include "search/KrCommandWorkers.h"
+#include "search/KrEvaluationRecord.h"
+#include "search/KrSearch.h"
+#include "search/KrSignalStop.h"
+
+#include <cstdio>
+#include <exception>
+#include <optional>
+
+namespace {
+
+// Runs the search until it ends or a signal stops it. An exception ends it as `failed`.
+KrSearchReport searched(KrSearch const& search, KrCommandWorkers& workers, SearchCall const& call) {
+    std::optional<KrEvaluationRecord> record;
+    if (!call.record.empty()) {
+        record.emplace(call.record);
+    }
+    KrSignalStop const signals;
+    Progress progress(search, call.isQuiet);
+    workers.setErrorOutput([&](std::string_view lines) { progress.write(lines); });
+    KrSearchReport report;
+    try {
+        search.run(workers, {.observer = &progress,
+                             .record = record ? &*record : nullptr,
+                             .report = &report,
+                             .stop = signals.token()});
+    } catch (std::exception const& exception) {
+        progress.write("zeibreku: " + std::string(exception.what()) + '\n');
+    }
+    return report;
+}
+
+}  // namespace
+
+int runSearch(SearchCall const& call) {
+    KrSearch search;
+    if (!KrXml::readFile(call.file, search)) {
+        return Refused;
+    }
+    KrCommandWorkers workers(call.command, call.workers, search.names());
+    if (!workers.problem().empty()) {
+        std::fprintf(stderr, "zeibreku: %s\n", workers.problem().c_str());
+        return WrongCall;
+    }
+    KrSearchReport const report = searched(search, workers, call);
+    std::fputs(report.text(search.names()).c_str(), stdout);
+    bool const isWritten = call.report.empty() || KrXml::writeFile(call.report, report);
+    if (report.reason() == KrSearchReason::Failed || !isWritten) {
+        return Refused;
+    }
+    return report.reason() == KrSearchReason::Cancelled ? Stopped : Done;
+}

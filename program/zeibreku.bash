@@ -1,0 +1,30 @@
+# shellcheck shell=bash
+# Completion for zeibreku(1).
+_zeibreku() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} i
+    COMPREPLY=()
+    if ((COMP_CWORD == 1)); then
+        mapfile -t COMPREPLY < <(compgen -W "search verify report check schema --help --version" -- "$word")
+        return
+    fi
+    # Behind "--" stand the words of another program.
+    for ((i = 2; i < COMP_CWORD; i++)); do
+        if [[ ${COMP_WORDS[i]} == -- ]]; then
+            if ((i == COMP_CWORD - 1)); then
+                mapfile -t COMPREPLY < <(compgen -c -- "$word")
+            fi
+            return
+        fi
+    done
+    case ${COMP_WORDS[1]}:$word in
+        search:-*)
+            if [[ $before != --record && $before != --report && $before != --workers ]]; then
+                mapfile -t COMPREPLY < <(compgen \
+                    -W "--record --workers --report --quiet --help --" -- "$word")
+            fi
+            ;;
+        *:-*) mapfile -t COMPREPLY < <(compgen -W "--help" -- "$word") ;;
+    esac
+}
+# Where the function has no words, files are completed.
+complete -o bashdefault -o default -F _zeibreku zeibreku
