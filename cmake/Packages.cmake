@@ -1,5 +1,5 @@
 # Debian packages, by `cpack` in a build folder of the preset `package`: the run-time libraries,
-# what a client is built with, and the documentation.
+# what a client is built with, the program, and the documentation.
 #
 # All libraries are in one package: their versions and sonames always change together.
 find_program(GZIP_PROGRAM gzip)
@@ -12,6 +12,11 @@ set(debian_dir ${PROJECT_SOURCE_DIR}/cmake/debian)
 set(runtime_package libzeibreku${PROJECT_VERSION_MAJOR})
 set(development_package libzeibreku-dev)
 set(documentation_package libzeibreku-doc)
+set(program_package ${PROJECT_NAME})
+set(components runtime development documentation)
+if(ZEIBREKU_BUILD_PROGRAM)
+    list(APPEND components program)
+endif()
 
 file(STRINGS ${debian_dir}/changelog newest LIMIT_COUNT 1)
 if(NOT newest MATCHES "^${PROJECT_NAME} \\(${PROJECT_VERSION}\\) ")
@@ -26,7 +31,7 @@ execute_process(
     COMMAND ${GZIP_PROGRAM} -9nc ${debian_dir}/changelog
     OUTPUT_FILE ${changelog}
     COMMAND_ERROR_IS_FATAL ANY)
-foreach(component IN ITEMS runtime development documentation)
+foreach(component IN LISTS components)
     install(FILES ${debian_dir}/copyright ${changelog}
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${${component}_package}
         COMPONENT ${component} EXCLUDE_FROM_ALL)
@@ -47,7 +52,7 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime development documentation)
+set(CPACK_COMPONENTS_ALL ${components})
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -82,5 +87,17 @@ set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "${about}
 This package holds the guide, the examples and the reference of all classes.")
+
+# The libraries of the same version, which dpkg-shlibdeps finds in their build folders.
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME ${program_package})
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+    ${PROJECT_BINARY_DIR}/foundation ${PROJECT_BINARY_DIR}/function ${PROJECT_BINARY_DIR}/search)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS ${documentation_package})
+set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "${about}
+This package holds the program zeibreku: searches whose function is a program,
+with a record to resume them, and checks of XML files.")
 
 include(CPack)

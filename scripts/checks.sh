@@ -128,10 +128,10 @@ check_bits() {
         ctest --preset development
 }
 
-# The libraries have the protections of cmake/Hardening.cmake.
+# The libraries and the program have the protections of cmake/Hardening.cmake.
 check_hardening() {
     cmake --preset release
-    cmake --build --preset release --target zeibreku krsearch
+    cmake --build --preset release --target zeibreku_program
     local library missing=0
     # has NAME PATTERN COMMAND...: the output of the command for the library matches the pattern.
     has() {
@@ -143,7 +143,8 @@ check_hardening() {
         fi
     }
     for library in build/release/foundation/libkrfoundation.so \
-        build/release/function/libzeibreku.so build/release/search/libkrsearch.so; do
+        build/release/function/libzeibreku.so build/release/search/libkrsearch.so \
+        build/release/program/zeibreku; do
         has "read-only relocations" GNU_RELRO readelf -lW
         has "binding when it is loaded" 'FLAGS.*BIND_NOW' readelf -dW
         has "the stack protector" __stack_chk_fail readelf -sW
@@ -198,6 +199,7 @@ check_packages() {
         -D source=tests/consumer/main.cpp -D program="$build/consumer/by_pkg_config" \
         -P tests/consumer/pkg_config.cmake
     test -e "$root/usr/share/zeibreku/zeibreku.xsd"
+    "$root/usr/bin/zeibreku" check examples/09_fit/nelder-mead.xml
 
     # The targets of all links in the documentation are installed too.
     find "$root/usr/share/doc/libzeibreku-doc" -name '*.md' -print0 |
