@@ -35,6 +35,13 @@ add_test(NAME consumer.schema
         ${consumer_prefix}/${CMAKE_INSTALL_DATADIR}/zeibreku/zeibreku.xsd)
 set_tests_properties(consumer.schema PROPERTIES FIXTURES_REQUIRED consumer_prefix)
 
+# The program finds its libraries where they are now.
+if(ZEIBREKU_BUILD_PROGRAM)
+    add_test(NAME consumer.program
+        COMMAND ${consumer_prefix}/${CMAKE_INSTALL_BINDIR}/zeibreku schema)
+    set_tests_properties(consumer.program PROPERTIES FIXTURES_REQUIRED consumer_prefix)
+endif()
+
 # Within somebody else's project it installs nothing of itself.
 add_test(NAME consumer.subproject
     COMMAND ${CMAKE_COMMAND} -D source=${PROJECT_SOURCE_DIR} -D folder=${consumer_dir}/subproject
