@@ -38,6 +38,10 @@ ReportFigures::ReportFigures(KrEvaluationRecord const& record)
             rank(asked.size() - 1);
         }
     }
+    auto tickets = record.asked();
+    std::ranges::sort(tickets);
+    tickets.erase(std::ranges::unique(tickets).begin(), tickets.end());
+    unasked = entries.size() - tickets.size();
     for (auto const& [ticket, entry] : entries) {
         workers = std::max(workers, std::size_t{entry.worker} + 1);
         double const end = entry.start + entry.seconds;

@@ -31,6 +31,7 @@ struct ReportFigures {
     std::vector<std::size_t> top;           ///< up to ten feasible evaluations, best first
     std::size_t failures = 0;
     std::size_t infeasible = 0;
+    std::size_t unasked = 0;  ///< evaluations that were made and not asked for, so far
     std::map<std::string, std::size_t> reasons;  ///< of failures, with how often
     std::size_t workers = 0;                     ///< one more than the highest number
     std::vector<double> runSeconds;              ///< until the last evaluation of each run

@@ -162,10 +162,13 @@ std::string summary(KrSearch const& search, ReportFigures const& figures) {
                                  " They are numbered from 0.") +
                 '\n';
     }
-    text +=
-        element("p", "Evaluations made: " +
-                         element("span", std::to_string(figures.entries.size()), withId("made")) +
-                         ". A point that was evaluated before gets its value without another one.");
+    std::string const ahead =
+        figures.unasked == 0
+            ? "."
+            : "; the search has not asked for " + std::to_string(figures.unasked) + " of them.";
+    text += element(
+        "p", "Evaluations made: " +
+                 element("span", std::to_string(figures.entries.size()), withId("made")) + ahead);
     return text + '\n';
 }
 
