@@ -143,7 +143,7 @@ auto ChartAxis::decades(int count) const -> std::vector<Tick> {
     double const step = niceStep(std::max((high_ - low_) / count, 1.0));
     for (double exponent = std::ceil(low_ / step) * step; exponent <= high_; exponent += step) {
         double const value = std::pow(10.0, exponent);
-        bool const isPlain = exponent >= -2.0 && exponent <= 3.0;
+        bool const isPlain = exponent >= -3.0 && exponent <= 4.0;
         all.push_back({from_ + (to_ - from_) * (exponent - low_) / (high_ - low_),
                        isPlain
                            ? shortNumber(value)
