@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the pictures of the documentation, docs/pictures, from the outputs of the examples and the
-# data profiles. Without arguments all of them, otherwise those in the arguments:
+# Makes the pictures of the documentation, docs/pictures, from the outputs of the examples, the
+# program and the data profiles. Without arguments all of them, otherwise those in the arguments:
 #
 #   scripts/pictures.sh convergence paths
 # shellcheck disable=SC2086  # a table's numbers are words of one text
@@ -9,7 +9,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 export LC_ALL=C.UTF-8
 
 all=(unitary-maps table linear-search leaves constraint convergence paths optimizer-settings
-    data-profiles quadrature random-fields)
+    data-profiles quadrature random-fields resumed box)
 
 examples=build/release/examples
 work=build/pictures
@@ -588,6 +588,111 @@ do for [i = 1:3] {
 END
 }
 
+# best RECORD: the search's own evaluations, "number best run point".
+best() {
+    awk '$1 == "r" { ++run }
+        $1 == "e" { value[$2] = $(NF - 1); point[$2] = $6 " " $7 }
+        $1 == "a" {
+            if (n == 0 || value[$3] < best) best = value[$3]
+            print n++, best, run, point[$3], value[$3]
+        }' "$1"
+}
+
+picture_resumed() {
+    local record=$work/killed.record count
+    local fit=("$examples/09_fit" examples/09_fit/search.xml examples/09_fit/mgh17.txt)
+    rm -f "$record" "$work/whole.record"
+    "${fit[@]}" "$work/whole.record" >"$work/whole.log" 2>&1
+    for count in 130 600; do
+        "${fit[@]}" "$record" 0.005 >"$work/killed.log" 2>&1 &
+        until [[ -e $record ]] && (($(grep -c '^e ' "$record") >= count)); do :; done
+        kill -KILL $!
+        wait $! || true
+    done
+    "${fit[@]}" "$record" >"$work/killed.log" 2>&1
+    best "$work/whole.record" >"$work/whole.txt"
+    best "$record" >"$work/killed.txt"
+    # The first evaluation of each run but the first.
+    awk 'NR > 1 && $3 != run { print $1, $2 } { run = $3 }' "$work/killed.txt" >"$work/resumes.txt"
+    plot resumed.svg 760 420 <<END
+set title "A fit that is killed twice and resumes from its record"
+set xlabel "evaluations"
+set ylabel "best sum of squares so far"
+set xrange [0:1500]
+set logscale y
+set yrange [3e-5:2]
+set format y "10^{%T}"
+set key top right samplen 3
+plot "$work/whole.txt" using 1:2 with steps lc rgb "#bbbbbb" lw 9 title "never interrupted", \
+    for [run = 1:3] "$work/killed.txt" using 1:(\$3 == run ? \$2 : NaN) with steps lt run lw 2.5 \
+        title word("first resumed resumed", run) . (run == 1 ? " run" : run == 2 ? "" : " again"), \
+    "$work/resumes.txt" using 1:(3e-5):(0):(2e0) with vectors nohead lt 7 notitle, \
+    "" using 1:(0.02):("killed, resumed") with labels rotate left offset -0.8,0 font ",12" \
+        tc rgb "#555555" notitle
+END
+}
+
+# A search whose minimum is outside of its bounds, with an awk program as its function.
+picture_box() {
+    cat >"$work/box.xml" <<END
+<search xmlns="urn:zeibreku:function#">
+  <variables>
+    <variable><name>x</name><start>-1.2</start><lower>-1.5</lower><upper>0.6</upper></variable>
+    <variable><name>y</name><start>-0.5</start><lower>-0.5</lower><upper>1.4</upper></variable>
+  </variables>
+  <optimizer>
+    <nelderMead>
+      <defaultSimplexEdgeLength>0.15</defaultSimplexEdgeLength>
+      <stoppingThreshold>1e-6</stoppingThreshold>
+      <maxFunctionEvaluations>400</maxFunctionEvaluations>
+    </nelderMead>
+  </optimizer>
+</search>
+END
+    rm -f "$work/box.record"
+    # shellcheck disable=SC2016  # the variables are those of awk
+    build/release/program/zeibreku search "$work/box.xml" --quiet --record "$work/box.record" -- \
+        awk '{ printf "%.17g\n", 100 * ($2 - $1 * $1) ^ 2 + (1 - $1) ^ 2 }' >"$work/box.log"
+    best "$work/box.record" >"$work/box.txt"
+    awk '$2 == $6 { print $4, $5 }' "$work/box.txt" >"$work/box-path.txt"
+    # A contour of the value v is an ellipse in 1 - x and y - x².
+    awk 'BEGIN {
+        for (split("0.16 1 10 100", levels); ++k in levels;) {
+            v = levels[k]
+            for (i = 0; i <= 500; ++i) {
+                t = i * 6.28318530718 / 500
+                x = 1 - sqrt(v) * cos(t)
+                print x, x * x + sqrt(v / 100) * sin(t)
+            }
+            print ""
+        }
+    }' >"$work/box-contours.txt"
+    plot box.svg 760 440 <<END
+set title "A search in its box: Rosenbrock’s function from (−1.2, −0.5)"
+set xrange [-1.75:1.35]
+set yrange [-0.75:1.55]
+set size ratio -1
+unset grid
+set xlabel "x"
+set ylabel "y" offset 1
+set xtics 0.5
+set ytics 0.5
+set object 1 rectangle from -1.5,-0.5 to 0.6,1.4 fs empty border lc rgb "black" lw 2
+set key outside right center Left reverse samplen 2 width -4 spacing 1.3
+set style textbox opaque noborder margins 0.2,0.2
+set label 1 "10" center at 0,0.3 boxed front font ",11" tc rgb "#666666"
+set label 2 "100" center at 0,0.995 boxed front font ",11" tc rgb "#666666"
+set label 3 "bounds" left at -1.45,1.28 font ",12"
+plot "$work/box-contours.txt" with lines lc rgb "#bbbbbb" lw 1 title "contours of f", \
+    "$work/box.txt" using 4:5 with points pt 7 ps 0.45 lc rgb "#56B4E9" title "evaluated", \
+    "$work/box-path.txt" with lines lc rgb "#D55E00" lw 2 title "best so far", \
+    "<echo -1.2 -0.5" with points pt 7 ps 0.8 lc rgb "black" title "start, on a bound", \
+    "<tail -n 1 $work/box-path.txt" with points pt 6 ps 1.2 lw 2 lc rgb "black" \
+        title "answer on a bound, f = 0.16", \
+    "<echo 1 1" with points pt 2 ps 1 lw 2 lc rgb "black" title "minimum outside, f = 0"
+END
+}
+
 for name in "$@"; do
     if ! declare -F "picture_$name" >/dev/null; then
         echo "There is no picture '$name'; there are: ${all[*]}" >&2
@@ -598,7 +703,7 @@ done
 set_up test benchmarks pictures
 cmake --preset release
 cmake --build --preset release --target 01_minimise 02_functions 04_tables 05_random_field 06_quadrature \
-    data_profiles
+    09_fit zeibreku_program data_profiles
 mkdir -p "$work" "$pictures"
 if (($# == 0)); then
     set -- "${all[@]}"
