@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -101,10 +102,10 @@ ChartAxis::ChartAxis(double low, double high, double from, double to, Scale scal
       high_(isLogarithmic_ ? std::log10(high) : high),
       from_(from),
       to_(to) {
-    if (!(high_ > low_)) {
-        double const margin = low_ == 0.0 ? 1.0 : 0.1 * std::abs(low_);
-        low_ -= margin;
-        high_ += margin;
+    if (!(high_ / 2.0 > low_ / 2.0)) {
+        double const margin = low_ == 0.0 ? 1.0 : std::max(0.1 * std::abs(low_), 1e-300);
+        low_ = std::max(low_ - margin, std::numeric_limits<double>::lowest());
+        high_ = std::min(high_ + margin, std::numeric_limits<double>::max());
     }
 }
 

@@ -6,9 +6,9 @@
 
 namespace {
 
-std::string reasonOf(KrEvaluationRecord::Entry const& entry) {
+std::string_view reasonOf(KrEvaluationRecord::Entry const& entry) {
     if (entry.failed) {
-        return entry.text.empty() ? "no reason given" : entry.text;
+        return entry.text.empty() ? std::string_view("no reason given") : entry.text;
     }
     return std::isnan(entry.value) ? "the value NaN" : "an infinitely good value";
 }
@@ -40,7 +40,7 @@ ReportFigures::ReportFigures(KrEvaluationRecord const& record)
     }
     auto tickets = record.asked();
     std::ranges::sort(tickets);
-    tickets.erase(std::ranges::unique(tickets).begin(), tickets.end());
+    tickets.erase(std::unique(tickets.begin(), tickets.end()), tickets.end());
     unasked = entries.size() - tickets.size();
     for (auto const& [ticket, entry] : entries) {
         workers = std::max(workers, std::size_t{entry.worker} + 1);

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <string>
+#include <string_view>
 #include <vector>
 
 /// What a report shows of a record. The record must outlive it, unchanged.
@@ -32,10 +32,10 @@ struct ReportFigures {
     std::size_t failures = 0;
     std::size_t infeasible = 0;
     std::size_t unasked = 0;  ///< evaluations that were made and not asked for, so far
-    std::map<std::string, std::size_t> reasons;  ///< of failures, with how often
-    std::size_t workers = 0;                     ///< one more than the highest number
-    std::vector<double> runSeconds;              ///< until the last evaluation of each run
-    double seconds = 0.0;                        ///< of all runs
+    std::map<std::string_view, std::size_t> reasons;  ///< of failures, with how often
+    std::size_t workers = 0;                          ///< one more than the highest number
+    std::vector<double> runSeconds;                   ///< until the last evaluation of each run
+    double seconds = 0.0;                             ///< of all runs
 
 private:
     Kind kindOf(KrSearch const& search, KrEvaluationRecord::Entry const& entry) const;

@@ -131,8 +131,8 @@ std::string standing(KrSearch const& search, ReportFigures const& figures) {
     if (search.maxEvaluations() != 0 && asked >= search.maxEvaluations()) {
         return "The search spent its limit of evaluations.";
     }
-    return "The record does not tell how the search ended: it may be running, it may have been "
-           "stopped, or its optimizer may have returned.";
+    return "The record does not hold how the search ended: it may still run, something may have "
+           "stopped it, or its optimizer may have returned.";
 }
 
 std::string summary(KrSearch const& search, ReportFigures const& figures) {
@@ -281,7 +281,7 @@ std::string settings(KrSearch const& search) {
              {"seed", std::to_string(search.seed())}}) {
         rows += element("tr", head(name, "row") + element("td", escapedText(value))) + '\n';
     }
-    return table("What the search was asked to do", {"setting", "value"}, rows,
+    return table("The settings of the search", {"setting", "value"}, rows,
                  withId("settings") + " class=\"words\"") +
            folded("Optimizer as XML", search.optimizer(), "optimizer");
 }
