@@ -34,6 +34,7 @@ dl { display: flex; flex-wrap: wrap; gap: .75rem 2.5rem; margin: 1.25rem 0; }
 dt { color: var(--soft); font-size: .85rem; }
 dd { margin: 0; font-size: 1.3rem; font-variant-numeric: tabular-nums; overflow-wrap: anywhere; }
 figure { margin: .75rem 0; break-inside: avoid; }
+.multiples figure { max-width: 26rem; }
 figcaption { color: var(--soft); font-size: .9rem; }
 figcaption b { color: var(--ink); }
 svg { display: block; width: 100%; height: auto; font: 12px system-ui, sans-serif; }
