@@ -97,6 +97,7 @@ need_benchmarks() {
     want libalglib-dev test -e /usr/include/libalglib/interpolation.h
     want libnlopt-cxx-dev test -e /usr/include/nlopt.hpp
     want libopenturns-dev test -d /usr/include/openturns
+    want python3-scipy /usr/bin/python3 -c 'import scipy'
 }
 
 need_bits() {

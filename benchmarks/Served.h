@@ -1,0 +1,52 @@
+#pragma once
+
+#include "function/multivariable/KrScalarMultivariableFunction.h"
+
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+/// A problem that a benchmark offers to peers in other languages.
+struct ServedProblem {
+    std::string name;
+    KrRealVector start;
+    KrRealVector lower;
+    KrRealVector upper;
+    double minimum = 0.0;         ///< of f among the feasible points
+    std::size_t constraints = 0;  ///< how many
+    /// f(x) and the constraints c(x), at most 0 where x is feasible.
+    std::function<KrRealVector(KrRealVector const& x)> evaluate;
+};
+
+/// Prints the problems, then answers points until the standard input ends: a line "problem x0 x1
+/// ..." gets the line "f c0 c1 ...". So every peer has the same functions to the last bit.
+inline void serve(std::vector<ServedProblem> const& problems) {
+    auto const print = [](KrRealVector const& numbers) {
+        for (double const number : numbers) {
+            std::printf(" %.17g", number);
+        }
+    };
+    std::printf("%zu\n", problems.size());
+    for (ServedProblem const& problem : problems) {
+        std::printf("%s %zu %zu %.17g", problem.name.c_str(), problem.start.size(),
+                    problem.constraints, problem.minimum);
+        print(problem.start);
+        print(problem.lower);
+        print(problem.upper);
+        std::printf("\n");
+    }
+    std::fflush(stdout);
+    std::size_t index = 0;
+    while (std::scanf("%zu", &index) == 1 && index < problems.size()) {
+        KrRealVector x(problems[index].start.size());
+        for (double& component : x) {
+            if (std::scanf("%lf", &component) != 1) {
+                return;
+            }
+        }
+        print(problems[index].evaluate(x));
+        std::printf("\n");
+        std::fflush(stdout);
+    }
+}
