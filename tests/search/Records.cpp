@@ -10,6 +10,7 @@
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -44,14 +45,10 @@ KrSearch recordedSearch(std::string const& optimizer) {
     return search;
 }
 
-// The function above, and how often it was called. At call number `last` it ends the process, or
-// throws.
+// The function above, and how often it was called. At call number `last` it throws.
 struct Counting : KrScalarMultivariableFunction {
     double evaluate(KrRealVector const& x) const override {
         if (count++ == last) {
-            if (kills) {
-                std::raise(SIGKILL);
-            }
             throw std::runtime_error("killed");
         }
         return formula(x);
@@ -59,7 +56,29 @@ struct Counting : KrScalarMultivariableFunction {
     KrU32 domainDim() const override { return 2; }
     mutable KrU32 count = 0;
     KrU32 last = ~KrU32{0};
-    bool kills = false;
+};
+
+// Appends each point to a file. With a pipe, each evaluation takes a byte out of it first.
+struct Logging : KrScalarMultivariableFunction {
+    double evaluate(KrRealVector const& x) const override {
+        char c = 0;
+        if (write(log, x.data(), 16) != 16 || (permits >= 0 && read(permits, &c, 1) != 1)) {
+            throw std::runtime_error("cannot log");
+        }
+        return x[0] > 3.5 ? std::nan("") : sign * formula(x);
+    }
+    KrU32 domainDim() const override { return 2; }
+    int log = -1;
+    int permits = -1;
+    double sign = 1.0;
+};
+struct LoggingBatches : Logging {
+    void evaluateMultiple(std::vector<KrRealVector> const& points,
+                          KrRealVector& values) const override {
+        largest = std::max(largest, points.size());
+        KrScalarMultivariableFunction::evaluateMultiple(points, values);
+    }
+    mutable std::size_t largest = 1;
 };
 
 // Without what depends on the run.
@@ -112,34 +131,65 @@ TEST(Record, ALargerLimitContinuesAFinishedSearch) {
     EXPECT_EQ(made, undisturbed.count);
 }
 
+// Killed at any moment, a search makes no evaluation twice but those that were under way.
 TEST(Record, SurvivesKillsAtRandomMoments) {
     TemporaryFolder const folder;
     std::mt19937 random(1);
-    KrSearch const search = recordedSearch(everyOptimizer(60)[0]);
-    Counting const undisturbed;
-    std::string const expected = outcome(search.run(undisturbed));
-    for (int round = 0; round < 20; ++round) {
-        std::string const path = folder / ("record" + std::to_string(round));
+    int kills = 0;
+    for (unsigned setting = 0; setting < 48; ++setting) {
+        std::string const path = folder / std::to_string(setting);
+        KrSearch search = recordedSearch(everyOptimizer(60)[setting / 8]);
+        search.setRemember((setting & 1) != 0);
+        search.setMaximise((setting & 2) != 0);
+        Logging single;
+        LoggingBatches batches;
+        Logging& f = (setting & 4) != 0 ? batches : single;
+        f.sign = search.maximise() ? -1.0 : 1.0;
+        std::string const logPath = path + ".log";
+        f.log = open(logPath.c_str(), O_CREAT | O_WRONLY | O_APPEND, 0600);
+        std::string const expected = outcome(search.run(f));
+        std::string const undisturbed = content(logPath);
         int status = 1;
         while (status != 0) {
+            ASSERT_EQ(ftruncate(f.log, 0), 0);
+            CapturedMessages const captured;
+            KrEvaluationRecord before(path);
+            std::size_t const recorded = before.load() ? before.entries().size() : 0;
+            int ends[2];
+            ASSERT_EQ(pipe(ends), 0);
+            std::string const permits(random() % 10, ' ');
+            auto const size = 16 * (1 + random() % (permits.size() + 1));  // of the log at the kill
+            ASSERT_EQ(write(ends[1], permits.data(), permits.size()), permits.size());
             pid_t const child = fork();
             if (child == 0) {
-                Counting f;
-                f.kills = true;
-                f.last = static_cast<KrU32>(random() % 20);
+                f.permits = ends[0];
                 KrEvaluationRecord record(path);
-                bool const isSame = outcome(search.run(f, {.record = &record})) == expected;
-                _exit(isSame ? 0 : 2);
+                record.setDurableAfter(std::numeric_limits<double>::infinity());
+                _exit(outcome(search.run(f, {.record = &record})) == expected ? 0 : 2);
             }
-            random();
-            ASSERT_EQ(waitpid(child, &status, 0), child);
-            ASSERT_TRUE(status == 0 || WIFSIGNALED(status));
+            pid_t ended = 0;
+            while (ended == 0 && fs::file_size(logPath) < size) {
+                ended = waitpid(child, &status, WNOHANG);
+            }
+            if (ended == 0) {
+                kill(child, SIGKILL);
+                ASSERT_EQ(waitpid(child, &status, 0), child);
+            }
+            close(ends[0]);
+            close(ends[1]);
+            ASSERT_TRUE(status == 0 || (WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL));
+            kills += status != 0 ? 1 : 0;
+            // It went on behind what was recorded, and recorded all that had ended.
+            std::string const made = content(logPath);
+            ASSERT_EQ(undisturbed.substr(16 * recorded, made.size()), made) << setting;
+            KrEvaluationRecord after(path);
+            std::size_t const more = after.load() ? after.entries().size() - recorded : 0;
+            ASSERT_LE(more, made.size() / 16);
+            ASSERT_GE(more + batches.largest, made.size() / 16) << setting;
         }
-        // All runs together have made no evaluation twice.
-        KrEvaluationRecord record(path);
-        ASSERT_TRUE(record.load());
-        EXPECT_EQ(record.entries().size(), undisturbed.count);
+        close(f.log);
     }
+    EXPECT_GE(kills, 500);
 }
 
 // Cut anywhere, or with any byte changed: the same bits, or a refusal with its line.
@@ -164,6 +214,7 @@ TEST(Record, NoDamageLeadsToAWrongValue) {
         if (report.reason() == KrSearchReason::Failed) {
             ASSERT_EQ(f.count, 0U);
             ASSERT_TRUE(captured.text().starts_with(path + ':')) << captured.text();
+            ASSERT_TRUE(std::isdigit(captured.text()[path.size() + 1])) << captured.text();
             ASSERT_EQ(content(path), damaged);
         } else {
             ASSERT_EQ(outcome(report), expected);
@@ -218,6 +269,13 @@ TEST(Record, RefusesWhatIsNotItsOwn) {
     writeFile(path, "a letter");
     EXPECT_NE(messageOf(search, path).find(":1: expected"), std::string::npos);
     EXPECT_EQ(content(path), "a letter");
+    // Root may write to a protected file, so the test becomes another user.
+    fs::permissions(folder.path, fs::perms::all);
+    fs::permissions(path, fs::perms(0444));
+    uid_t const user = geteuid();
+    EXPECT_TRUE(user != 0 || seteuid(65534) == 0);
+    EXPECT_NE(messageOf(search, path).find("cannot open it: Permission denied"), std::string::npos);
+    EXPECT_EQ(seteuid(user), 0);
     std::string const fifo = folder / "fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_NE(messageOf(search, fifo).find("expected a regular file"), std::string::npos);
