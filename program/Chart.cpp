@@ -132,7 +132,7 @@ auto ChartAxis::ticks(int count, double smallestStep) const -> std::vector<Tick>
     double const largest = std::max(std::abs(low_), std::abs(high_));
     for (int i = 0; std::isfinite(first) && i <= 2 * count; ++i) {
         double const value = (first + i) * step;
-        if (value <= high_ + 1e-9 * step) {
+        if (value - high_ <= 1e-9 * step) {  // false for an overflow
             all.push_back({at(value), tickText(value, step, largest)});
         }
     }
