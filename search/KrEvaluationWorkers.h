@@ -8,7 +8,7 @@
 #include <stop_token>
 #include <vector>
 
-/// Evaluates points for a search: on the calling thread, or in a class of your own.
+/// Evaluates points for a search: on the calling thread, by commands, or in a class of your own.
 /// One thread owns an object and makes all calls.
 class KR_EXPORT KrEvaluationWorkers {
 public:

@@ -1,6 +1,6 @@
 #include "search/KrSearchNames.h"
 
-#include "function/object/KrFunction.h"
+#include "foundation/xml/KrXmlTokens.h"
 
 KR_SOURCE_VERSION;
 
@@ -9,38 +9,41 @@ KR_SOURCE_VERSION;
 
 namespace KrSearchNames {
 
-KR_EARLY KrToken const KrSearchToken = KrFunction::ns + "search";
-KR_EARLY KrToken const KrSearchReportToken = KrFunction::ns + "searchReport";
-KR_EARLY KrToken const KrVariableToken = KrFunction::ns + "variable";
-KR_EARLY KrToken const KrVariablesToken = KrFunction::ns + "variables";
+// Its own, since the order in which files are initialised says nothing to a sanitizer.
+KR_EARLY static KrToken const ns(KrXml::namespaceUri);
 
-KR_EARLY KrToken const KrAnswerToken = KrFunction::ns + "answer";
-KR_EARLY KrToken const KrAnswerPointToken = KrFunction::ns + "answerPoint";
-KR_EARLY KrToken const KrBestPointToken = KrFunction::ns + "bestPoint";
-KR_EARLY KrToken const KrBestValueToken = KrFunction::ns + "bestValue";
-KR_EARLY KrToken const KrConstraintsToken = KrFunction::ns + "constraints";
-KR_EARLY KrToken const KrConstraintWeightToken = KrFunction::ns + "constraintWeight";
-KR_EARLY KrToken const KrEvaluationsToken = KrFunction::ns + "evaluations";
-KR_EARLY KrToken const KrEvaluationsFromRecordToken = KrFunction::ns + "evaluationsFromRecord";
-KR_EARLY KrToken const KrEvaluationsMadeToken = KrFunction::ns + "evaluationsMade";
-KR_EARLY KrToken const KrEvaluationsSpeculatedToken = KrFunction::ns + "evaluationsSpeculated";
-KR_EARLY KrToken const KrFailuresToken = KrFunction::ns + "failures";
-KR_EARLY KrToken const KrFailureValueToken = KrFunction::ns + "failureValue";
-KR_EARLY KrToken const KrLowerToken = KrFunction::ns + "lower";
-KR_EARLY KrToken const KrMaxEvaluationsToken = KrFunction::ns + "maxEvaluations";
-KR_EARLY KrToken const KrMaximiseToken = KrFunction::ns + "maximise";
-KR_EARLY KrToken const KrMaxSecondsToken = KrFunction::ns + "maxSeconds";
-KR_EARLY KrToken const KrNameToken = KrFunction::ns + "name";
-KR_EARLY KrToken const KrOptimizerToken = KrFunction::ns + "optimizer";
-KR_EARLY KrToken const KrReasonToken = KrFunction::ns + "reason";
-KR_EARLY KrToken const KrRememberToken = KrFunction::ns + "remember";
-KR_EARLY KrToken const KrScaleToken = KrFunction::ns + "scale";
-KR_EARLY KrToken const KrSecondsToken = KrFunction::ns + "seconds";
-KR_EARLY KrToken const KrSeedToken = KrFunction::ns + "seed";
-KR_EARLY KrToken const KrStallEvaluationsToken = KrFunction::ns + "stallEvaluations";
-KR_EARLY KrToken const KrStallImprovementToken = KrFunction::ns + "stallImprovement";
-KR_EARLY KrToken const KrStartToken = KrFunction::ns + "start";
-KR_EARLY KrToken const KrTargetValueToken = KrFunction::ns + "targetValue";
-KR_EARLY KrToken const KrUpperToken = KrFunction::ns + "upper";
+KR_EARLY KrToken const KrSearchToken = ns + "search";
+KR_EARLY KrToken const KrSearchReportToken = ns + "searchReport";
+KR_EARLY KrToken const KrVariableToken = ns + "variable";
+KR_EARLY KrToken const KrVariablesToken = ns + "variables";
+
+KR_EARLY KrToken const KrAnswerToken = ns + "answer";
+KR_EARLY KrToken const KrAnswerPointToken = ns + "answerPoint";
+KR_EARLY KrToken const KrBestPointToken = ns + "bestPoint";
+KR_EARLY KrToken const KrBestValueToken = ns + "bestValue";
+KR_EARLY KrToken const KrConstraintsToken = ns + "constraints";
+KR_EARLY KrToken const KrConstraintWeightToken = ns + "constraintWeight";
+KR_EARLY KrToken const KrEvaluationsToken = ns + "evaluations";
+KR_EARLY KrToken const KrEvaluationsFromRecordToken = ns + "evaluationsFromRecord";
+KR_EARLY KrToken const KrEvaluationsMadeToken = ns + "evaluationsMade";
+KR_EARLY KrToken const KrEvaluationsSpeculatedToken = ns + "evaluationsSpeculated";
+KR_EARLY KrToken const KrFailuresToken = ns + "failures";
+KR_EARLY KrToken const KrFailureValueToken = ns + "failureValue";
+KR_EARLY KrToken const KrLowerToken = ns + "lower";
+KR_EARLY KrToken const KrMaxEvaluationsToken = ns + "maxEvaluations";
+KR_EARLY KrToken const KrMaximiseToken = ns + "maximise";
+KR_EARLY KrToken const KrMaxSecondsToken = ns + "maxSeconds";
+KR_EARLY KrToken const KrNameToken = ns + "name";
+KR_EARLY KrToken const KrOptimizerToken = ns + "optimizer";
+KR_EARLY KrToken const KrReasonToken = ns + "reason";
+KR_EARLY KrToken const KrRememberToken = ns + "remember";
+KR_EARLY KrToken const KrScaleToken = ns + "scale";
+KR_EARLY KrToken const KrSecondsToken = ns + "seconds";
+KR_EARLY KrToken const KrSeedToken = ns + "seed";
+KR_EARLY KrToken const KrStallEvaluationsToken = ns + "stallEvaluations";
+KR_EARLY KrToken const KrStallImprovementToken = ns + "stallImprovement";
+KR_EARLY KrToken const KrStartToken = ns + "start";
+KR_EARLY KrToken const KrTargetValueToken = ns + "targetValue";
+KR_EARLY KrToken const KrUpperToken = ns + "upper";
 
 }  // namespace KrSearchNames

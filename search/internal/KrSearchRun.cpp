@@ -617,7 +617,10 @@ void KrSearchRun::evaluateByWorkers(std::vector<KrRealVector> const& points,
                     ++made_;
                     all[i].exception = evaluation.exception;
                     break;
-                case KrEvaluation::Outcome::Broken: all[i].broken = evaluation.text; break;
+                case KrEvaluation::Outcome::Broken:
+                    all[i].broken = evaluation.text;
+                    workers_.cancel();  // the others would break too
+                    break;
                 case KrEvaluation::Outcome::Cancelled: break;
             }
         }
