@@ -51,6 +51,18 @@ for call in schema 'check line.xml' --help; do
     expect 1 sh -c '"$@" >&-' sh "$program" $call
     has err '^zeibreku: standard output: Bad file'
 done
+# Output to a pipe that nobody reads.
+{
+    until [ -e closed ]; do sleep 0.01; done
+    found=0
+    "$program" schema 2>err || found=$?
+    echo "$found" >status
+} | {
+    exec <&-
+    touch closed
+}
+test "$(cat status)" -eq 1
+has err '^zeibreku: standard output: Broken pipe'
 
 # The schema of the library.
 expect 0 "$program" schema
