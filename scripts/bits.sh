@@ -101,6 +101,31 @@ for name in "${names[@]}"; do
     fi
 done
 
+# A record that one processor begins is finished by another one, with the same bits and without an
+# evaluation that is made twice.
+begin_and_finish() {
+    local records=$work/records first=$1 second=$2 made
+    rm -rf "$records"
+    mkdir "$records"
+    "$first" "$records" 100 >"$work/$first.txt"
+    "$second" "$records" 0 >"$work/$second.txt"
+    made=$(awk '/^made/ { sum += $2 } END { print sum }' "$work/$first.txt" "$work/$second.txt")
+    echo "$first, $second: $made evaluations"
+    ((made == $(sed -n 's/^made //p' "$work/whole.txt"))) &&
+        diff <(grep records "$work/x86-64.txt") <(grep records "$work/$second.txt")
+}
+on_x86_64() { "$work/x86-64/$program" "$@"; }
+on_s390x() { qemu-s390x -L /usr/s390x-linux-gnu "$work/s390x-linux-gnu/$program" "$@"; }
+mkdir -p "$work/whole"
+rm -f "$work"/whole/*
+on_x86_64 "$work/whole" 0 >"$work/whole.txt"
+for order in "on_x86_64 on_s390x" "on_s390x on_x86_64"; do
+    if ! begin_and_finish $order; then
+        echo "$order: a finished record differs" >&2
+        failed=1
+    fi
+done
+
 # Replaces the rows of the page's table.
 sed 's/^\([a-z]*\) *\(.*\)/| \1 | `\2` |/' "$work/x86-64.txt" >"$work/table"
 page=docs/bits.md

@@ -2,12 +2,15 @@
 // built for another processor, by another compiler or with another optimisation prints
 // the same: docs/bits.md has the table, and scripts/checks.sh bits makes it.
 //
-//   bits FOLDER                 of the golden traces
+//   bits FOLDER          of the golden traces
+//   bits FOLDER LIMIT    runs searches with records in the folder, each to the limit of evaluations
+//                        or to its end if it is 0. Prints how many evaluations it made besides.
 
 #include "foundation/math/KrRandom.h"
 #include "foundation/math/KrReArray.h"
 #include "foundation/xml/KrXml.h"
 #include "function/composite/KrInterpolator.h"
+#include "function/multivariable/KrCallableFunction.h"
 #include "function/multivariable/KrLinearMultivariableConstraint.h"
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
@@ -15,11 +18,15 @@
 #include "function/scalar/KrSCurveUnitaryMap.h"
 #include "function/tools/KrGaussQuadrature.h"
 #include "function/tools/KrRandomTensorTool.h"
+#include "search/KrEvaluationRecord.h"
+#include "tests/search/SearchTexts.h"
 #include "tests/support/Bits.h"
 #include "tests/support/Traces.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -206,6 +213,33 @@ void hashDocuments(Hash& hash) {
     hash.add(KrRealVector(back.begin(), back.end()));
 }
 
+// Searches of all optimizers with bounds, scales and failures. With a folder, each has a record.
+// Returns how many evaluations it makes.
+KrU32 hashRecords(Hash& hash, std::string const& folder, KrU32 limit) {
+    KrU32 made = 0;
+    char name = 'a';
+    KrCallableFunction const valley(2, [](KrRealVector const& x) {
+        double const slope = x[1] - x[0] * x[0] / 3.0;
+        return x[0] > 2.5 ? std::nan("") : 10.0 * slope * slope + (1.0 - x[0]) * (1.0 - x[0]);
+    });
+    for (std::string const& optimizer : everyOptimizer(300)) {
+        KrSearch search = searchOf(optimizer, {});
+        search.addVariable("x", -1.2, -2.0, 3.0, 0.7);
+        search.addVariable("y", 1.0, -5.0);
+        search.setMaxEvaluations(limit);
+        KrEvaluationRecord record(folder + '/' + name++);
+        KrSearchReport const report =
+            search.run(valley, {.record = folder.empty() ? nullptr : &record});
+        for (KrXmlRealVector const* const point : {&report.bestPoint(), &report.answerPoint()}) {
+            hash.add(KrRealVector(point->begin(), point->end()));
+        }
+        hash.add({report.bestValue(), report.answer(), static_cast<double>(report.evaluations()),
+                  static_cast<double>(report.failures())});
+        made += report.evaluationsMade();
+    }
+    return made;
+}
+
 template <class Work>
 void run(char const* subsystem, Work work) {
     KrRandom::seed(1);
@@ -217,9 +251,16 @@ void run(char const* subsystem, Work work) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: bits FOLDER\n");
+    if (argc < 2 || argc > 3) {
+        std::fprintf(stderr, "usage: bits FOLDER [LIMIT]\n");
         return 2;
+    }
+    if (argc == 3) {
+        run("records", [&](Hash& hash) {
+            KrU32 const limit = static_cast<KrU32>(std::atoi(argv[2]));
+            std::printf("made %u\n", hashRecords(hash, argv[1], limit));
+        });
+        return 0;
     }
     run("random", [](Hash& hash) {
         hash.add(uniforms(2000, -1.0, 1.0));
@@ -232,4 +273,5 @@ int main(int argc, char** argv) {
     run("constraints", hashConstraints);
     run("maps", hashMaps);
     run("documents", hashDocuments);
+    run("records", [](Hash& hash) { hashRecords(hash, "", 0); });
 }
