@@ -150,7 +150,8 @@ TEST(XmlValues, VectorsTakeTheCountForAHint) {
               "actual -- 2");
     EXPECT_EQ(static_cast<int>(captured.messages[0].type), 3);
     for (auto const& [content, attributes, message] :
-         {std::tuple{"", " count=\"two\"", ":1: item: expected an integer, found \"two\""},
+         {std::tuple{"<item>1</item>", " count=\"two\"",
+                     ":1: item: expected an integer, found \"two\""},
           {"<item>1</item><itm>2</itm>", "",
            ":52: item/itm: expected a known element (item), found element \"itm\": did you mean "
            "\"item\"?"},

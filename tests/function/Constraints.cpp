@@ -242,6 +242,11 @@ TEST(Constraints, FollowListsThatAreChangedAsComponents) {
         dynamic_cast<KrXmlRealVector&>(*entry->object)[1] = 5.0;
         EXPECT_EQ(constraint.coefficient(1), 5.0);
         EXPECT_EQ(constraint.evaluate(x), before + 3.0);
+        EXPECT_NE(constraint.gradient(x), KrRealVector(50, 0.0));
+        auto const* const list =
+            constraint.componentMap().find(KrFunction::KrFirstOrderIndicesToken);
+        dynamic_cast<KrXmlVectorType<KrXmlBasicType<KrU32>>&>(*list->object).clear();
+        EXPECT_EQ(constraint.gradient(x), KrRealVector(50, 0.0));
     }
 }
 

@@ -439,6 +439,19 @@ TEST(NelderMead, RestartsWhereWholeDistancesSaySo) {
 }
 
 // A copy has the evaluations of its source, and no points.
+// On a line that falls for ever, the simplex {0, 1} expands to {1, 3}, {3, 7} and so on, then
+// reflects.
+TEST(NelderMead, ExpandsAsOftenAsItMay) {
+    TestFunction const falling(1, [](KrRealVector const& x) { return -x[0]; });
+    for (auto const& [most, value] : {std::pair{0U, -6.0}, {3U, -31.0}, {4U, -47.0}}) {
+        KrNelderMeadOptimizer optimizer;
+        optimizer.setDefaultSimplexEdgeLength(1.0);
+        optimizer.setMaxTotalSteps(5);
+        optimizer.setMaxExpansionSteps(most);
+        EXPECT_EQ(minimise(optimizer, falling, {0.0}).value, value) << most;
+    }
+}
+
 TEST(MultidirectionalSearch, CopiesCountOn) {
     TestFunction const f = sphere(2);
     KrMultidirectionalSearchOptimizer used;
@@ -484,6 +497,7 @@ TEST(ImplicitFiltering, FollowsTheSlopePastALowerPointOfTheStencil) {
     } const cases[] = {{linear(1), 0.5, 0.01, false},
                        {linear(1), -0.5, 0.01, false},
                        {linear(2), 0.5, 0.01, true},
+                       {linear(2), -0.5, 0.01, true},
                        {linear(2), 0.5, 0.0, false}};
     for (auto const& row : cases) {
         KrImplicitFilteringOptimizer optimizer;
