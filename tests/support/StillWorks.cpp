@@ -100,6 +100,7 @@ KrRealVector run(KrXmlObject& object) {
     };
     auto const runSearch = [&](KrSearch search) {
         search.setMaxEvaluations(40);
+        search.setMaxSeconds(infinity);  // or the clock would decide
         KrSearchReport const report = search.run(KrPowellsQuarticFunction());
         answers.insert(answers.end(), report.bestPoint().begin(), report.bestPoint().end());
         answers.push_back(report.answer());
