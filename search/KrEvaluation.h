@@ -10,8 +10,9 @@
 #include <string>
 
 /// Thrown by a client's function when a point has no value, such as a simulation that does not
-/// converge. The search goes on, with `KrSearch::failureValue` in place of the value. Any other
-/// exception ends the search and reaches the caller of `KrSearch::run`.
+/// converge. The search goes on, with `KrSearch::failureValue` in place of the value. If
+/// `evaluateMultiple` throws it, each point of the batch is evaluated alone. Any other exception
+/// ends the search and reaches the caller of `KrSearch::run`.
 class KR_EXPORT KrEvaluationFailure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -509,6 +509,10 @@ auto KrSearchRun::evaluated(KrRealVector const& x, std::uint64_t hash) -> Known 
         }
         return known;
     }
+    return evaluatedAlone(x, true);
+}
+
+auto KrSearchRun::evaluatedAlone(KrRealVector const& x, bool isTaken) -> Known {
     KrEvaluation evaluation = KrCallingThread::evaluate(*direct_, x);
     evaluation.ticket = nextTicket_++;
     ++made_;
@@ -516,7 +520,7 @@ auto KrSearchRun::evaluated(KrRealVector const& x, std::uint64_t hash) -> Known 
         exception_ = evaluation.exception;
         std::rethrow_exception(exception_);
     }
-    return accepted(x, evaluation, true);
+    return accepted(x, evaluation, isTaken);
 }
 
 // A batch. Its evaluations that are new are made as one.
@@ -568,20 +572,23 @@ auto KrSearchRun::evaluatedMany(std::vector<KrRealVector> const& points) -> std:
 
 void KrSearchRun::evaluateBatch(std::vector<KrRealVector> const& points, std::vector<Made>& all) {
     KrRealVector values;
-    KrEvaluation evaluation;
     auto const start = std::chrono::steady_clock::now();
-    made_ += static_cast<KrU32>(points.size());
     try {
         direct_->evaluateMultiple(points, values);
         values.resize(points.size(), nan);
-    } catch (KrEvaluationFailure const& failure) {
-        evaluation.outcome = KrEvaluation::Outcome::Failure;
-        evaluation.text = failure.what();
-        values.assign(points.size(), nan);
+    } catch (KrEvaluationFailure const&) {
+        // It names no point. Alone, each has the outcome that it has in any other batch, such as
+        // the shorter one of a resumed search.
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            all[i].known = evaluatedAlone(points[i], false);
+        }
+        return;
     } catch (...) {
         exception_ = std::current_exception();
         throw;
     }
+    made_ += static_cast<KrU32>(points.size());
+    KrEvaluation evaluation;
     evaluation.seconds = secondsSince(start) / static_cast<double>(points.size());
     for (std::size_t i = 0; i < points.size(); ++i) {
         evaluation.ticket = nextTicket_++;

@@ -69,6 +69,7 @@ private:
     KrEvaluationRecord::Entry const& recorded(std::uint64_t ticket);
     Known replayed(KrRealVector const& x, std::uint64_t hash);
     Known evaluated(KrRealVector const& x, std::uint64_t hash);
+    Known evaluatedAlone(KrRealVector const& x, bool isTaken);
     std::vector<Made> evaluatedMany(std::vector<KrRealVector> const& points);
     void evaluateBatch(std::vector<KrRealVector> const& points, std::vector<Made>& all);
     void evaluateByWorkers(std::vector<KrRealVector> const& points, std::vector<Made>& all);

@@ -329,6 +329,38 @@ TEST(Search, PenalisesConstraintsAndReplacesFailures) {
     EXPECT_EQ(hopeless.evaluations(), 5U);
 }
 
+// A batch that fails says nothing of its single points.
+TEST(Search, EvaluatesThePointsOfAFailedBatchAlone) {
+    struct Failing : KrScalarMultivariableFunction {
+        explicit Failing(bool hasBatch) : has(hasBatch) {}
+        double evaluate(KrRealVector const& x) const override {
+            return x[0] > 1.2 ? throw KrEvaluationFailure("too large") : std::hypot(x[0], x[1]);
+        }
+        void evaluateMultiple(std::vector<KrRealVector> const& points,
+                              KrRealVector& values) const override {
+            if (has && std::ranges::any_of(points, [](auto const& x) { return x[0] > 1.2; })) {
+                throw KrEvaluationFailure("one of them");
+            }
+            KrScalarMultivariableFunction::evaluateMultiple(points, values);
+        }
+        KrU32 domainDim() const override { return 2; }
+        bool has;
+    };
+    KrU32 failures = 0;
+    for (std::string const& optimizer : everyOptimizer(60)) {
+        for (bool const remember : {false, true}) {
+            KrSearch search = searchOf(optimizer, {1.0, 2.0});
+            search.setRemember(remember);
+            KrSearchReport const batches = search.run(Failing(true));
+            KrSearchReport const single = search.run(Failing(false));
+            failures += single.failures();
+            EXPECT_EQ(batches.failures(), single.failures());
+            EXPECT_EQ(batches.answerPoint(), single.answerPoint());
+        }
+    }
+    EXPECT_GT(failures, 20U);
+}
+
 TEST(Search, RefusesBadInputBeforeTheFirstEvaluation) {
     KrSearch const good = searchOf(everyOptimizer(10)[0], {1.0, 2.0});
     KrLinearMultivariableConstraint far;
