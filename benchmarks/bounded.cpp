@@ -15,10 +15,12 @@
 // on the upper or on the lower bound.
 //
 // A search has 200 (n + 1) evaluations. It solves a problem if a value of at most 1e-5 f(x0) is
-// among them. The same problems have values of NaN in a part of the box: in one "half", that is
-// beyond a random plane which passes the minimum, seen from the start, at a twentieth of their
-// distance; or in a ball "between" them, which is half-way and has a radius of a quarter of their
-// distance. If the direct way leads along a bound, this ball makes a local minimum.
+// among them. "After" is the median of the evaluations that solve a problem, over n + 1.
+//
+// The same problems have values of NaN in a part of the box. "Half" is beyond a random plane that
+// passes the minimum, seen from the start, at a twentieth of their distance. "Between" is a ball
+// half-way from start to minimum, with a radius of a quarter of their distance. If the direct way
+// leads along a bound, this ball makes a local minimum.
 //
 // With --serve, the problems are offered to another process (see Served.h).
 
@@ -160,17 +162,19 @@ std::vector<Problem> problems(Hole hole) {
     return all;
 }
 
-/// Counts the evaluations, and notes the lowest and the highest value within the budget.
+/// Counts the evaluations, and notes which solves the problem and what the highest value is.
 class Observed : public KrScalarMultivariableFunction {
 public:
-    explicit Observed(Problem const& problem) : problem_(problem) {}
+    explicit Observed(Problem const& problem)
+        : problem_(problem), target_(tolerance * problem.evaluate(problem.start())) {}
 
     double evaluate(KrRealVector const& x) const override {
         double const value = problem_.evaluate(x);
-        if (evaluations_++ < problem_.budget()) {
-            lowest_ = value < lowest_ ? value : lowest_;
-            highest_ = value > highest_ ? value : highest_;
+        ++evaluations_;
+        if (value <= target_ && evaluations_ <= problem_.budget()) {
+            solvedAfter_ = std::min(solvedAfter_, evaluations_);
         }
+        highest_ = value > highest_ ? value : highest_;
         return value;
     }
     KrU32 domainDim() const override { return problem_.domainDim(); }
@@ -178,12 +182,19 @@ public:
     Problem const& problem() const { return problem_; }
     KrU32 evaluations() const { return evaluations_; }
     double highest() const { return highest_; }
-    bool isSolved() const { return lowest_ <= tolerance * problem_.evaluate(problem_.start()); }
+    bool isSolved() const { return solvedAfter_ != never; }
+    /// In units of n + 1 evaluations.
+    double solvedAfter() const {
+        return isSolved() ? solvedAfter_ / (domainDim() + 1.0) : infinity;
+    }
 
 private:
+    static constexpr KrU32 never = ~KrU32{0};
+
     Problem const& problem_;
+    double target_;
     mutable KrU32 evaluations_ = 0;
-    mutable double lowest_ = infinity;
+    mutable KrU32 solvedAfter_ = never;
     mutable double highest_ = -infinity;
 };
 
@@ -310,6 +321,7 @@ void print(char const* name, std::vector<Run> const& runs, Hole hole) {
     std::size_t total = 0;
     std::size_t byKind[3] = {};
     std::string counts;
+    std::vector<double> needed;
     for (Run const& run : runs) {
         std::size_t solved = 0;
         for (Problem const& problem : problems(hole)) {
@@ -317,17 +329,20 @@ void print(char const* name, std::vector<Run> const& runs, Hole hole) {
             run(f);
             solved += f.isSolved();
             byKind[static_cast<int>(problem.kind())] += f.isSolved();
+            needed.push_back(f.solvedAfter());
         }
         total += solved;
         counts += ' ' + std::to_string(solved);
     }
-    std::printf("%-34s %4zu of %3zu %6zu %6zu %6zu   %s\n", name, total, 27 * runs.size(),
-                byKind[0], byKind[1], byKind[2], runs.size() > 1 ? counts.c_str() : "");
+    auto const middle = needed.begin() + static_cast<std::ptrdiff_t>(needed.size() / 2);
+    std::ranges::nth_element(needed, middle);
+    std::printf("%-34s %4zu of %3zu %6zu %6zu %6zu %6.0f   %s\n", name, total, needed.size(),
+                byKind[0], byKind[1], byKind[2], *middle, runs.size() > 1 ? counts.c_str() : "");
 }
 
 void printTable(char const* title, Hole hole) {
-    std::printf("\n%-34s %11s %6s %6s %6s   by optimizer\n", title, "solved", "smooth", "kinked",
-                "noisy");
+    std::printf("\n%-34s %11s %6s %6s %6s %6s   by optimizer\n", title, "solved", "smooth",
+                "kinked", "noisy", "after");
     print("ours: all four",
           {runSearch<KrNelderMeadOptimizer>, runSearch<KrHookeJeevesOptimizer>,
            runSearch<KrMultidirectionalSearchOptimizer>, runSearch<KrImplicitFilteringOptimizer>},

@@ -172,10 +172,12 @@ def cost():
         start = numpy.array([1.0 if i % 2 else -1.2 for i in range(n)])
         for bounds in (None, Bounds(-1e3 * numpy.ones(n), 1e3 * numpy.ones(n))):
             times = []
+            options = {"xatol": 0, "fatol": 0, "maxiter": 10**9, "maxfev": 200 * n}
             for _ in range(9):
-                options = {"xatol": 0, "fatol": 0, "maxiter": 10**9, "maxfev": 200 * n}
                 begin = time.perf_counter()
-                result = minimize(cheap, start, method="Nelder-Mead", bounds=bounds, options=options)
+                result = minimize(
+                    cheap, start, method="Nelder-Mead", bounds=bounds, options=options
+                )
                 times.append((time.perf_counter() - begin) / result.nfev)
             alone = []
             for _ in range(9):
