@@ -55,7 +55,8 @@ void KrAskTell::add(KrRealVector const& point, KrEvaluationRecord::Entry entry) 
         return;
     }
     entry.point = point;
-    isRecordFull_ = !record_->add(record_->nextTicket(), std::move(entry), false) || isRecordFull_;
+    record_->add(record_->nextTicket(), std::move(entry), false);
+    isRecordFull_ = !record_->flush() || isRecordFull_;
     std::erase_if(wanted_, [&](KrRealVector const& x) { return krSamePoint(x, point); });
     isReplayed_ =
         isReplayed_ && !wanted_.empty();  // as long as others are missing, nothing changes

@@ -148,7 +148,6 @@ public:
         if (isLimited_) {
             blocked.emplace();
         }
-        off_t const end = lseek(descriptor_, 0, SEEK_END);
         std::size_t done = 0;
         while (done < lines.size()) {
             ssize_t const count = write(descriptor_, lines.data() + done, lines.size() - done);
@@ -157,7 +156,8 @@ public:
             }
             if (count <= 0) {
                 int const error = count < 0 ? errno : ENOSPC;
-                if (done > 0 && ftruncate(descriptor_, end) != 0) {
+                if (done > 0 && ftruncate(descriptor_, lseek(descriptor_, 0, SEEK_END) -
+                                                           static_cast<off_t>(done)) != 0) {
                     // The torn line is the last one, which the next run cuts off.
                 }
                 errno = error;
@@ -467,9 +467,9 @@ bool KrEvaluationRecord::append(std::string const& lines) {
     return true;
 }
 
-// An evaluation that is complete, and whether the search takes it at once.
+// An evaluation that is complete, and whether the search takes it at once. If not, its line waits
+// for the next one, or for `flush`: most evaluations then cost one write.
 bool KrEvaluationRecord::add(std::uint64_t ticket, Entry entry, bool isTaken) {
-    std::string lines;
     if (file_) {
         std::string text = "e " + std::to_string(ticket) + ' ' + std::to_string(entry.worker) +
                            ' ' + milliseconds(entry.start) + ' ' + milliseconds(entry.seconds);
@@ -478,30 +478,29 @@ bool KrEvaluationRecord::add(std::uint64_t ticket, Entry entry, bool isTaken) {
         }
         text +=
             ' ' + (entry.failed ? "failed \"" + escaped(entry.text) + '"' : number(entry.value));
-        lines = sealed(text);
-        if (isTaken) {
-            lines += sealed("a " + std::to_string(asked_.size()) + ' ' + std::to_string(ticket));
-        }
+        lines_ += sealed(text);
     }
     entry.run = runs_.size() - 1;
-    entries_.emplace(ticket, std::move(entry));
-    if (isTaken) {
-        asked_.push_back(ticket);
-    }
-    return append(lines);
+    entries_.emplace_hint(entries_.end(), ticket, std::move(entry));
+    return !isTaken || take(ticket);
 }
 
 // The search takes an evaluation that is in the record.
 bool KrEvaluationRecord::take(std::uint64_t ticket) {
+    if (file_) {
+        lines_ += sealed("a " + std::to_string(asked_.size()) + ' ' + std::to_string(ticket));
+    }
     asked_.push_back(ticket);
-    return !file_ ||
-           append(sealed("a " + std::to_string(asked_.size() - 1) + ' ' + std::to_string(ticket)));
+    return flush();
 }
+
+bool KrEvaluationRecord::flush() { return lines_.empty() || append(std::exchange(lines_, {})); }
 
 void KrEvaluationRecord::end() {
     if (isHeld_) {
         return;
     }
+    flush();
     if (file_ && std::isfinite(durableAfter_)) {
         file_->makeDurable(0.0);
     }

@@ -115,6 +115,7 @@ private:
     bool begin(KrSearch const& search);
     bool add(std::uint64_t ticket, Entry entry, bool isTaken);
     bool take(std::uint64_t ticket);
+    bool flush();
     void end();
     std::uint64_t nextTicket() const { return entries_.empty() ? 0 : entries_.rbegin()->first + 1; }
 
@@ -128,6 +129,7 @@ private:
 
     std::string path_;
     std::unique_ptr<File> file_;
+    std::string lines_;  // not written yet
     std::unique_ptr<KrSearch> search_;
     std::map<std::uint64_t, Entry> entries_;
     std::vector<std::uint64_t> asked_;

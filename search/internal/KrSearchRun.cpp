@@ -636,6 +636,9 @@ void KrSearchRun::evaluateByWorkers(std::vector<KrRealVector> const& points,
     workers_.start(requests);
     while (back < all.size() && workers_.finish(ended, deadline_, context_.stop)) {
         accept();
+        if (record_ && back < all.size() && !record_->flush()) {
+            stop(KrSearchReason::Cancelled);
+        }
     }
     if (back < all.size()) {
         workers_.cancel();
