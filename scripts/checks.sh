@@ -170,6 +170,10 @@ check_benchmarks() {
             "build/release/benchmarks/$name" --benchmark_min_time=0.01
         fi
     done
+    benchmarks/scipy_peer.py
+    for name in bounded constrained; do
+        benchmarks/scipy_peer.py "build/release/benchmarks/$name"
+    done
 }
 
 # The Debian packages build, pass lintian, and work after dpkg installs them into a separate root.
