@@ -16,14 +16,16 @@ install(TARGETS krfoundation zeibreku krsearch EXPORT zeibrekuTargets
 install(EXPORT zeibrekuTargets NAMESPACE zeibreku:: DESTINATION ${config_dir}
     COMPONENT development)
 
-# A static library leaves it to its clients to link the XML parser.
+# A static library leaves it to its clients to link the XML parser and the threads.
 get_target_property(type krfoundation TYPE)
 if(type STREQUAL "STATIC_LIBRARY")
     set(zeibreku_shared FALSE)
     set(pkgconfig_requires "Requires: expat")
+    set(pkgconfig_threads "-pthread")
 else()
     set(zeibreku_shared TRUE)
     set(pkgconfig_requires "")
+    set(pkgconfig_threads "")
 endif()
 
 configure_package_config_file(
