@@ -23,6 +23,8 @@
 ///
 /// The first call of `next`, `finished` or `report` after new values replays the search. It costs
 /// some hundred nanoseconds for each evaluation so far.
+///
+/// Use one object in one thread at a time.
 class KR_EXPORT KrAskTell {
 public:
     /// Asks for the points of `search`. `record`, which must outlive this object, keeps the values;

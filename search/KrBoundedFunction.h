@@ -11,9 +11,9 @@ class KrSearchSpace;
 /// coordinates of |x - p| over the width of the box; over the coordinate's scale where a side is
 /// open or the width is 0. In a search for a maximum the penalty is subtracted.
 ///
-/// A coordinate that is NaN counts as infinitely far from the lower bound, or the upper one if there
-/// is no lower one; without bounds it stays. A batch is forwarded as one batch. An object works in buffers of its own: one
-/// object is for one thread.
+/// A coordinate that is NaN counts as infinitely far from the lower bound, or the upper one if
+/// there is no lower one; without bounds it stays. A batch is forwarded as one batch. An object
+/// works in buffers of its own: one object is for one thread.
 class KR_EXPORT KrBoundedFunction : public KrScalarMultivariableFunction {
 public:
     /// `f` must outlive this object. `lower` and `upper` have a bound for each coordinate, -INF and

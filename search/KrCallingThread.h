@@ -6,7 +6,8 @@
 
 /// Evaluates a function on the thread that runs the search, one point after another. A batch goes
 /// to `evaluateMultiple` as a whole if the function overrides it; a stop is seen after it.
-/// Otherwise its points are evaluated one by one, and a stop is seen between any two.
+/// Otherwise its points are evaluated one by one, and a stop is seen between any two. One thread
+/// owns an object and makes all calls.
 class KR_EXPORT KrCallingThread : public KrEvaluationWorkers {
 public:
     /// Evaluates `f`, which must outlive this object.

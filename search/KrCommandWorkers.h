@@ -8,7 +8,8 @@
 #include <string_view>
 #include <vector>
 
-/// Evaluates a point by one run of a program, up to `count` runs at a time.
+/// Evaluates a point by one run of a program, up to `count` runs at a time. One thread owns an
+/// object and makes all calls.
 ///
 /// A run gets the point in two ways. Its standard input is a file with the coordinates on one line,
 /// separated by blanks, each the shortest text with the same bits. In its arguments, `{name}` is

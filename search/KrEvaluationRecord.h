@@ -43,6 +43,8 @@ class KrSearch;
 /// the record, or ends, as `setEndsOnError` says.
 ///
 /// An evaluation costs one `write`, and one `fdatasync` if each is made durable.
+///
+/// Use one object in one thread at a time. A search uses it while it runs.
 class KR_EXPORT KrEvaluationRecord {
 public:
     /// One evaluation.

@@ -46,6 +46,9 @@ class KrEvaluationWorkers;
 /// With `remember` false and no limits, bounds, scales, constraints, record and workers, a run
 /// makes the same calls of a function with finite values as `findMinimum` of a fresh clone, batches
 /// included, and finds the same bits.
+///
+/// Use one object in one thread at a time: a clone for each thread. Searches of several threads may
+/// run at once if each has its own workers, record and observer.
 class KR_EXPORT KrSearch
     : public KrTaggedElement<KrSearch, KrBaseExpressionTreeElement, KrSearchNames::KrSearchToken> {
 public:

@@ -24,6 +24,8 @@ enum class KrSearchReason : unsigned short {
 /// How a search ended, and what it found.
 ///
 ///     <searchReport><reason>finished</reason> ... </searchReport>
+///
+/// Use one object in one thread at a time.
 class KR_EXPORT KrSearchReport : public KrTaggedElement<KrSearchReport, KrBaseExpressionTreeElement,
                                                         KrSearchNames::KrSearchReportToken> {
 public:

@@ -13,6 +13,8 @@
 ///     <variable>
 ///       <name>mass</name><start>3</start><lower>0</lower><upper>10</upper><scale>1</scale>
 ///     </variable>
+///
+/// Use one object in one thread at a time.
 class KR_EXPORT KrSearchVariable
     : public KrTaggedElement<KrSearchVariable, KrBaseExpressionTreeElement,
                              KrSearchNames::KrVariableToken> {

@@ -7,6 +7,8 @@
 /// The unknowns of a search, in the order of a point's coordinates.
 ///
 ///     <variables><variable> ... </variable><variable> ... </variable></variables>
+///
+/// Use one object in one thread at a time.
 class KR_EXPORT KrSearchVariableVector
     : public KrElement<KrSearchVariableVector, KrXmlVariableVectorType<KrSearchVariable>,
                        KrSearchNames::KrVariablesToken> {

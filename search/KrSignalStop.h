@@ -5,8 +5,9 @@
 #include <memory>
 #include <stop_token>
 
-/// Turns SIGINT and SIGTERM into a stop of a search while it lives. A second signal of the same kind
-/// ends the process, as it does without this object. One object lives at a time.
+/// Turns SIGINT and SIGTERM into a stop of a search while it lives. A second signal of the same
+/// kind ends the process, as it does without this object. One object lives at a time. Any thread
+/// may call `token`.
 ///
 ///     KrSignalStop const signals;
 ///     search.run(f, {.stop = signals.token()});

@@ -19,9 +19,10 @@
 /// search waits for it.
 ///
 /// One function for all is evaluated on the thread that calls `finish` where evaluations are short:
-/// if all but one of the last eight took less than 200 µs. Handing an evaluation to a thread costs
-/// some 10 µs, much more on a busy machine. A `finish` then returns after its evaluation, and sees
-/// `until` and the stop before it.
+/// if all but one of the last eight took less than 200 µs. Handing one to a thread costs about
+/// 13 µs, more on a busy machine. A Nelder-Mead search with evaluations of 20 µs then took 1.03 of
+/// its time on one thread, and 1.7 with a function each. Such a `finish` sees `until` and the stop
+/// before its evaluation, and returns after it.
 ///
 /// One thread at a time uses an object. If a function under evaluation, or another thread, starts
 /// requests before all earlier ones are back, those end as `Broken`; its `cancel` does nothing. A

@@ -1,9 +1,10 @@
-// A client as small as can be: it makes an optimizer, takes it through XML and runs it. It has
-// globals that use the library, before main and after it.
+// A client as small as can be: it makes an optimizer, takes it through XML and runs it, also on
+// threads. It has globals that use the library, before main and after it.
 #include "foundation/xml/KrXml.h"
 #include "function/multivariable/KrPowellsQuarticFunction.h"
 #include "function/object/KrScalarMultivariableOptimizerContainer.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "search/KrParallelFunction.h"
 
 #include <cstdlib>
 #include <iostream>
@@ -34,6 +35,8 @@ int main() {
     KrPowellsQuarticFunction quartic;
     KrRealVector best;
     double const lowest = copy.findMinimum(quartic, KrRealVector{3, -1, 0, 1}, best);
+    KrParallelFunction const parallel({&quartic});
+    same = same && written.findMinimum(parallel, KrRealVector{3, -1, 0, 1}, best) == lowest;
 
     std::cout << "read back " << (same ? "equal" : "different") << ", minimum " << lowest << '\n';
     // 215 is the value at the start.

@@ -2,7 +2,7 @@
 # libraries behind the program's own code, where a linker looks for what it lacks, and before it.
 set(ENV{PKG_CONFIG_PATH} ${libdir}/pkgconfig)
 execute_process(
-    COMMAND ${pkg_config} --cflags --libs "zeibreku >= 2"
+    COMMAND ${pkg_config} --cflags --libs "zeibreku-search >= 2"
     OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE
     COMMAND_ERROR_IS_FATAL ANY)
 message(STATUS "pkg-config says: ${flags}")
