@@ -12,7 +12,8 @@
 ///
 /// The optimizer returns the same bits as with f. It gains where it asks for batches: a
 /// multidirectional search, implicit filtering, and the first simplex of a Nelder-Mead search. For
-/// a `KrSearch` use `KrThreadWorkers`, which knows which point of a batch has failed.
+/// a `KrSearch` use `KrThreadWorkers`: after a failure in a batch of this function, the search
+/// evaluates the points of that batch again, one by one.
 ///
 /// Threads are those of `KrThreadWorkers`, with what its documentation states on random numbers,
 /// short functions and threads that cannot be started.

@@ -344,6 +344,15 @@ TEST(Workers, GoOnWithTheThreadsThereAre) {
         EXPECT_EQ(calls.count(std::this_thread::get_id()), 1 - threads);
         EXPECT_EQ(messages.messages.size(), threads + 1);
     }
+    NoThreads const none;
+    calls.clear();
+    KrCallableFunction const bad(1, [&](KrRealVector const&) -> double {
+        ++calls[std::this_thread::get_id()];
+        throw 1;
+    });
+    KrRealVector values;
+    EXPECT_THROW(KrParallelFunction(bad, 3).evaluateMultiple({{1.0}, {2.0}}, values), int);
+    EXPECT_EQ(calls[std::this_thread::get_id()], 1);
 }
 
 TEST(Workers, RefuseAPointOfAnotherLength) {
