@@ -106,9 +106,10 @@ TEST(Workers, FindTheBitsOfTheCallingThread) {
             auto const answerFor = [&](KrScalarMultivariableFunction const& function) {
                 KrRandomStream stream(search.seed());
                 KrRandomScope const scope(stream);
-                KrScalarMultivariableOptimizerContainer const clone(search.optimizer());
+                KrSearch const fresh = searchOf(optimizer, problem.start());
                 KrRealVector best;
-                double const lowest = clone.findMinimum(function, problem.start(), best);
+                double const lowest =
+                    fresh.optimizer().findMinimum(function, problem.start(), best);
                 best.push_back(lowest);
                 return best;
             };
@@ -158,9 +159,12 @@ TEST(Workers, PassTheExceptionOfTheLowestIndexOn) {
         if (isBad && i == 5) {
             throw KrEvaluationFailure("no value");
         }
-        return isBad && (i == 3 || i == 6) ? throw i : -x[0];
+        if (isBad && (i == 3 || i == 6)) {
+            throw int{i};
+        }
+        return -x[0];
     });
-    using enum Outcome;
+    using enum KrEvaluation::Outcome;
     KrThreadWorkers workers(f, 3);
     EXPECT_EQ(outcomes(workers, 8),
               (std::vector{Value, Value, Value, Exception, Value, Failure, Exception, Value}));
@@ -229,7 +233,7 @@ TEST(Workers, StopAtAnyMoment) {
 }
 
 TEST(Workers, DropWhatHasNotBegun) {
-    using enum Outcome;
+    using enum KrEvaluation::Outcome;
     std::latch begun(1);
     std::latch released(1);
     std::stop_source source;
