@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building needs, if they are missing.
 #
-#   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat, CLI11
+#   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat, Eigen, CLI11
 #   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python, locales, and libpng
 #                                 for an example
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
@@ -60,6 +60,7 @@ need_demo() {
     need pkg-config program pkg-config
     need libexpat1-dev library expat
     need libcli11-dev library CLI11
+    need libeigen3-dev library eigen3
 }
 
 need_test() {
@@ -91,7 +92,6 @@ need_benchmarks() {
     need libbenchmark-dev library benchmark
     need libgsl-dev library gsl
     need libnlopt-dev library nlopt
-    need libeigen3-dev library eigen3
     need libboost-dev test -e /usr/include/boost/version.hpp
     need libfftw3-dev library fftw3
     want libalglib-dev test -e /usr/include/libalglib/interpolation.h
