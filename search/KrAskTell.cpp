@@ -4,6 +4,7 @@
 #include "search/internal/KrNoWorkers.h"
 #include "search/internal/KrSame.h"
 
+#include <algorithm>
 #include <limits>
 
 KR_SOURCE_VERSION;
@@ -26,6 +27,10 @@ KrAskTell::KrAskTell(KrSearch const& search, KrEvaluationRecord* record)
 KrAskTell::~KrAskTell() { record_->release(); }
 
 std::vector<KrRealVector> KrAskTell::next(KrU32 count) {
+    if (count > wanted_.size() && (count > count_ || isTold_)) {  // others may be found
+        isReplayed_ = finished_;
+        count_ = std::max(count, count_);
+    }
     replay();
     if (wanted_.size() <= count) {
         return wanted_;
@@ -54,12 +59,17 @@ void KrAskTell::add(KrRealVector const& point, KrEvaluationRecord::Entry entry) 
                                     search_.variables().size(), point.size());
         return;
     }
+    isTold_ = true;
     entry.point = point;
     record_->add(record_->nextTicket(), std::move(entry), false);
     isRecordFull_ = !record_->flush() || isRecordFull_;
-    std::erase_if(wanted_, [&](KrRealVector const& x) { return krSamePoint(x, point); });
-    isReplayed_ =
-        isReplayed_ && !wanted_.empty();  // as long as others are missing, nothing changes
+    for (std::size_t i = wanted_.size(); i-- > 0;) {
+        if (krSamePoint(wanted_[i], point)) {
+            wanted_.erase(wanted_.begin() + static_cast<std::ptrdiff_t>(i));
+            asked_ -= i < asked_ ? 1 : 0;
+        }
+    }
+    isReplayed_ = isReplayed_ && asked_ > 0;  // as long as others are missing, nothing changes
 }
 
 bool KrAskTell::finished() {
@@ -76,9 +86,11 @@ void KrAskTell::replay() {
     if (isReplayed_) {
         return;
     }
-    KrNoWorkers workers;
+    KrNoWorkers workers(count_);
     report_ = search_.run(workers, {.record = record_});
     wanted_ = std::move(workers.points);
+    asked_ = workers.asked;
+    isTold_ = false;
     finished_ = report_.reason() != KrSearchReason::Cancelled || wanted_.empty() || isRecordFull_;
     isReplayed_ = true;
 }

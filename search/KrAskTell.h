@@ -19,7 +19,7 @@
 ///
 /// The point is the identity: a point whose job was lost is given again, and values may come in any
 /// order. Between two calls the record holds everything, so that a program may end and another one
-/// go on. The points are those of `KrSearch::run`.
+/// go on. The answer has the bits of `KrSearch::run`, and so have the points that it asked for.
 ///
 /// The first call of `next`, `finished` or `report` after new values replays the search. It costs
 /// some hundred nanoseconds for each evaluation so far.
@@ -35,7 +35,9 @@ public:
     KrAskTell(KrAskTell const&) = delete;
     KrAskTell& operator=(KrAskTell const&) = delete;
 
-    /// Up to `count` points whose values are wanted now; none if the search has ended.
+    /// Up to `count` points whose values are wanted: those that the search has asked for, then those
+    /// that it will probably ask for next. None if the search has ended. A point is given again
+    /// until `tell` brings its value.
     std::vector<KrRealVector> next(KrU32 count = 1);
     /// Brings the value at a point.
     void tell(KrRealVector const& point, double value);
@@ -54,7 +56,11 @@ private:
     KrSearch search_;
     std::unique_ptr<KrEvaluationRecord> own_;
     KrEvaluationRecord* record_;
-    std::vector<KrRealVector> wanted_;
+    KrU32 count_ = 1;  // of points, that was asked for
+    std::vector<KrRealVector>
+        wanted_;  // that the search has asked for, then those it probably will
+    std::size_t asked_ = 0;
+    bool isTold_ = false;  // a value since the last replay
     KrSearchReport report_;
     bool isReplayed_ = false;
     bool isRecordFull_ = false;  // and the search is to end then

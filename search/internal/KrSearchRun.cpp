@@ -7,6 +7,7 @@
 #include "search/KrCallingThread.h"
 #include "search/internal/KrRecordText.h"
 #include "search/internal/KrSame.h"
+#include "search/internal/KrSearchRunWorkers.h"
 
 #include <algorithm>
 #include <bit>
@@ -62,16 +63,17 @@ public:
     double evaluate(KrRealVector const& x) const override {
         CallersStream const stream(run_);
         if (!run_.space_) {
-            return run_.step(x);
+            return given(run_.step(x));
         }
         double const distance = run_.space_->enter(x, point_);
-        return krPenalised(run_.step(point_), distance, run_.maximise_ ? -1.0 : 1.0);
+        return given(krPenalised(run_.step(point_), distance, run_.maximise_ ? -1.0 : 1.0));
     }
     void evaluateMultiple(std::vector<KrRealVector> const& points,
                           KrRealVector& values) const override {
         CallersStream const stream(run_);
         if (!run_.space_) {
             run_.stepMany(points, values);
+            std::ranges::for_each(values, [this](double value) { given(value); });
             return;
         }
         points_.resize(points.size());
@@ -81,12 +83,19 @@ public:
         }
         run_.stepMany(points_, values);
         for (std::size_t i = 0; i < values.size(); ++i) {
-            values[i] = krPenalised(values[i], distances_[i], run_.maximise_ ? -1.0 : 1.0);
+            values[i] = given(krPenalised(values[i], distances_[i], run_.maximise_ ? -1.0 : 1.0));
         }
     }
     KrU32 domainDim() const override { return run_.dimension_; }
 
 private:
+    double given(double value) const {
+        if (run_.pool_) {
+            run_.pool_->give(value);
+        }
+        return value;
+    }
+
     // Puts the caller's random stream in the place of the optimizer's.
     class CallersStream {
     public:
@@ -126,6 +135,8 @@ KrSearchRun::KrSearchRun(KrSearch const& search, KrEvaluationWorkers& workers,
       isTimed_(context.record || context.observer),
       constraints_(search.constraints()),
       worstValue_(maximise_ ? infinity : -infinity) {}
+
+KrSearchRun::~KrSearchRun() = default;
 
 KrSearchReport KrSearchRun::run() {
     try {
@@ -289,11 +300,15 @@ void KrSearchRun::prepare() {
     if (remember_) {
         memory_.emplace(dimension_);
     }
+    if (!direct_) {
+        pool_ = std::make_unique<Workers>(*this);
+    }
     if (record_) {
         keepUnasked();
         nextTicket_ = record_->nextTicket();
         next_ = record_->entries().begin();
     }
+    firstTicket_ = nextTicket_;
 }
 
 // Remembers evaluations that were complete when the last run ended, and not yet asked for.
@@ -315,7 +330,11 @@ void KrSearchRun::keepUnasked() {
         }
         if (!memory_->find(entry.point)) {
             bool const failed = entry.failed || isFailure(entry.value);
-            memory_->insert(entry.point, {entry.value, failed, false, ticket});
+            Known const known{entry.value, failed, false, ticket};
+            memory_->insert(entry.point, known);
+            if (pool_) {
+                pool_->learn(entry.point, known);
+            }
         }
     }
 }
@@ -333,16 +352,26 @@ void KrSearchRun::search() {
                           : optimizer.findMinimum(function, start_, answer);
     } catch (Stop const&) {
     } catch (...) {
-        drain();
+        endEvaluations();
         throw;
     }
-    drain();
+    endEvaluations();
     if (exception_) {  // which the optimizer caught
         std::rethrow_exception(exception_);
     }
     report_.reason_ = static_cast<unsigned short>(stopped_.value_or(KrSearchReason::Finished));
     if (!stopped_) {
         setAnswer(answer, value);
+    }
+}
+
+// What finished meanwhile is recorded, so that no run makes it again.
+void KrSearchRun::endEvaluations() {
+    try {
+        if (pool_) {
+            pool_->drain();
+        }
+    } catch (Stop const&) {  // the record is full, and the search has ended anyway
     }
 }
 
@@ -360,16 +389,6 @@ void KrSearchRun::setAnswer(KrRealVector const& answer, double value) {
     }
 }
 
-// Ends what is under way.
-void KrSearchRun::drain() {
-    if (!direct_) {
-        workers_.cancel();
-        std::vector<KrEvaluation> rest;
-        while (workers_.finish(rest, Time::max(), {})) {
-        }
-    }
-}
-
 void KrSearchRun::finish() {
     if (record_) {
         record_->end();
@@ -378,6 +397,7 @@ void KrSearchRun::finish() {
     report_.bestValue_ = bestValue_;
     report_.evaluations_ = asked_;
     report_.evaluationsMade_ = made_;
+    report_.evaluationsSpeculated_ = speculated_;
     report_.evaluationsFromRecord_ = replayed_;
     report_.failures_ = failures_;
     report_.seconds_ = secondsSince(begin_);
@@ -405,6 +425,9 @@ double KrSearchRun::step(KrRealVector const& x) {
         return optimizersValue({value, true});
     }
     mayGoOn();
+    if (pool_) {
+        pool_->ask(x);
+    }
     return take(x, obtain(x));
 }
 
@@ -453,6 +476,7 @@ auto KrSearchRun::obtain(KrRealVector const& x) -> Known {
         return replayed(x, hash);
     }
     if (Known* const known = remembered(x, hash)) {
+        isOld_ = known->isTaken || known->ticket < firstTicket_;
         known->isTaken = true;
         if (record_ && !record_->take(known->ticket)) {
             stop(KrSearchReason::Cancelled);
@@ -494,12 +518,15 @@ auto KrSearchRun::replayed(KrRealVector const& x, std::uint64_t hash) -> Known {
     if (remember_ && !memory_->find(x, hash)) {
         memory_->insert(x, hash, known);
     }
+    if (pool_) {
+        pool_->learn(x, known);
+    }
     return known;
 }
 
 auto KrSearchRun::evaluated(KrRealVector const& x, std::uint64_t hash) -> Known {
     if (!direct_) {
-        return claimed(evaluatedMany({x}).front());
+        return claimed(x, evaluatedMany({x}).front());
     }
     if (!isTimed_) {
         Known known{nan, false, true, nextTicket_};
@@ -541,6 +568,9 @@ void KrSearchRun::stepMany(std::vector<KrRealVector> const& points, KrRealVector
     std::vector<KrRealVector> news;
     KrPointTable<char> batch(dimension_);  // what the memory will hold before its turn
     for (std::size_t i = 0; i < count; ++i) {
+        if (pool_) {
+            pool_->ask(points[i]);
+        }
         bool const isReplayed = record_ && asked_ + i < record_->asked().size();
         std::uint64_t const hash = memory_ ? KrPointTable<Known>::hashOf(points[i]) : 0;
         bool const isKnown =
@@ -555,7 +585,8 @@ void KrSearchRun::stepMany(std::vector<KrRealVector> const& points, KrRealVector
     }
     std::vector<Made> all = evaluatedMany(news);
     for (std::size_t i = 0; i < count; ++i) {
-        values[i] = take(points[i], places[i] == old ? obtain(points[i]) : claimed(all[places[i]]));
+        values[i] = take(points[i],
+                         places[i] == old ? obtain(points[i]) : claimed(points[i], all[places[i]]));
     }
     if (count < points.size()) {
         mayGoOn();
@@ -563,14 +594,13 @@ void KrSearchRun::stepMany(std::vector<KrRealVector> const& points, KrRealVector
 }
 
 auto KrSearchRun::evaluatedMany(std::vector<KrRealVector> const& points) -> std::vector<Made> {
-    std::vector<Made> all(points.size());
-    if (!points.empty()) {
-        direct_ ? evaluateBatch(points, all) : evaluateByWorkers(points, all);
-    }
-    return all;
+    return points.empty() ? std::vector<Made>()
+           : pool_        ? pool_->evaluate(points)
+                          : evaluatedBatch(points);
 }
 
-void KrSearchRun::evaluateBatch(std::vector<KrRealVector> const& points, std::vector<Made>& all) {
+auto KrSearchRun::evaluatedBatch(std::vector<KrRealVector> const& points) -> std::vector<Made> {
+    std::vector<Made> all(points.size());
     KrRealVector values;
     auto const start = std::chrono::steady_clock::now();
     try {
@@ -582,7 +612,7 @@ void KrSearchRun::evaluateBatch(std::vector<KrRealVector> const& points, std::ve
         for (std::size_t i = 0; i < points.size(); ++i) {
             all[i].known = evaluatedAlone(points[i], false);
         }
-        return;
+        return all;
     } catch (...) {
         exception_ = std::current_exception();
         throw;
@@ -595,61 +625,11 @@ void KrSearchRun::evaluateBatch(std::vector<KrRealVector> const& points, std::ve
         evaluation.value = values[i];
         all[i].known = accepted(points[i], evaluation, false);
     }
-}
-
-void KrSearchRun::evaluateByWorkers(std::vector<KrRealVector> const& points,
-                                    std::vector<Made>& all) {
-    std::vector<KrEvaluationRequest> requests;
-    requests.reserve(points.size());
-    std::uint64_t const first = nextTicket_;
-    for (KrRealVector const& point : points) {
-        requests.push_back({nextTicket_++, point});
-    }
-    std::vector<KrEvaluation> ended;
-    std::size_t back = 0;
-    auto const accept = [&] {
-        for (KrEvaluation const& evaluation : ended) {
-            std::size_t const i = evaluation.ticket - first;
-            if (i >= all.size()) {
-                continue;  // of a run that was stopped before
-            }
-            ++back;
-            switch (evaluation.outcome) {
-                case KrEvaluation::Outcome::Value:
-                case KrEvaluation::Outcome::Failure:
-                    ++made_;
-                    all[i].known = accepted(points[i], evaluation, false);
-                    break;
-                case KrEvaluation::Outcome::Exception:
-                    ++made_;
-                    all[i].exception = evaluation.exception;
-                    break;
-                case KrEvaluation::Outcome::Broken:
-                    all[i].broken = evaluation.text;
-                    workers_.cancel();  // the others would break too
-                    break;
-                case KrEvaluation::Outcome::Cancelled: break;
-            }
-        }
-        ended.clear();
-    };
-    workers_.start(requests);
-    while (back < all.size() && workers_.finish(ended, deadline_, context_.stop)) {
-        accept();
-        if (record_ && back < all.size() && !record_->flush()) {
-            stop(KrSearchReason::Cancelled);
-        }
-    }
-    if (back < all.size()) {
-        workers_.cancel();
-        while (workers_.finish(ended, Time::max(), {})) {
-            accept();
-        }
-    }
+    return all;
 }
 
 // The evaluation of a batch whose turn it is.
-auto KrSearchRun::claimed(Made& made) -> Known {
+auto KrSearchRun::claimed(KrRealVector const& x, Made& made) -> Known {
     if (made.exception) {
         exception_ = made.exception;
         std::rethrow_exception(exception_);
@@ -665,6 +645,9 @@ auto KrSearchRun::claimed(Made& made) -> Known {
         stop(isLate ? KrSearchReason::Time : KrSearchReason::Cancelled);
     }
     isOld_ = false;
+    if (Known* const known = memory_ ? memory_->find(x) : nullptr) {
+        known->isTaken = true;
+    }
     if (record_ && !record_->take(made.known->ticket)) {
         stop(KrSearchReason::Cancelled);
     }
@@ -708,9 +691,20 @@ double KrSearchRun::optimizersValue(Known const& known) {
         return known.value;
     }
     ++failures_;
+    return standIn();
+}
+
+// For the value of a point that has none.
+double KrSearchRun::standIn() const {
     double const given = search_.failureValue();
     double const none = maximise_ ? -1e100 : 1e100;
     return !std::isnan(given) ? given : std::isfinite(worstValue_) ? worstValue_ : none;
+}
+
+double KrSearchRun::penalised(KrRealVector const& x, double value) const {
+    double const v = constraints_.size() == 0 ? 0.0 : violation(x);
+    bool const counts = v > 0.0 && search_.constraintWeight() > 0.0;
+    return counts ? value + (maximise_ ? -1.0 : 1.0) * search_.constraintWeight() * v : value;
 }
 
 double KrSearchRun::take(KrRealVector const& x, Known const& known) {

@@ -19,6 +19,7 @@ class KrSearchRun {
 public:
     KrSearchRun(KrSearch const& search, KrEvaluationWorkers& workers,
                 KrSearchContext const& context);
+    ~KrSearchRun();
 
     KrSearchReport run();
 
@@ -28,6 +29,7 @@ public:
     KrU32 evaluations() const { return asked_; }
 
 private:
+    class Workers;
     // What the optimizer calls. The caller's random stream is in place meanwhile.
     class Function;
     // Thrown through the optimizer. No class of the standard library, which it might catch.
@@ -56,7 +58,7 @@ private:
     void keepUnasked();
     void search();
     void setAnswer(KrRealVector const& answer, double value);
-    void drain();
+    void endEvaluations();
     void finish();
 
     double step(KrRealVector const& x);
@@ -71,12 +73,13 @@ private:
     Known evaluated(KrRealVector const& x, std::uint64_t hash);
     Known evaluatedAlone(KrRealVector const& x, bool isTaken);
     std::vector<Made> evaluatedMany(std::vector<KrRealVector> const& points);
-    void evaluateBatch(std::vector<KrRealVector> const& points, std::vector<Made>& all);
-    void evaluateByWorkers(std::vector<KrRealVector> const& points, std::vector<Made>& all);
-    Known claimed(Made& made);
+    std::vector<Made> evaluatedBatch(std::vector<KrRealVector> const& points);
+    Known claimed(KrRealVector const& x, Made& made);
     Known accepted(KrRealVector const& x, KrEvaluation const& evaluation, bool isTaken);
     double take(KrRealVector const& x, Known const& known);
     double optimizersValue(Known const& known);
+    double standIn() const;
+    double penalised(KrRealVector const& x, double value) const;
     void compare(KrRealVector const& x, double value);
     bool isBetter(double a, double b) const { return maximise_ ? a > b : a < b; }
     bool isFailure(double value) const {
@@ -114,8 +117,10 @@ private:
 
     std::optional<KrPointTable<Known>> memory_;
     std::map<std::uint64_t, KrEvaluationRecord::Entry>::const_iterator next_;  // of the record
+    std::uint64_t firstTicket_ = 0;                                            // of this run
     std::uint64_t nextTicket_ = 0;
-    bool isOld_ = false;  // the last value is from the record or the memory
+    std::unique_ptr<Workers> pool_;  // none if the function is called directly
+    bool isOld_ = false;             // the last value is from the record or the memory
 
     // How the run ends.
     std::optional<KrSearchReason> stopped_;
@@ -124,6 +129,7 @@ private:
 
     KrU32 asked_ = 0;
     KrU32 made_ = 0;
+    KrU32 speculated_ = 0;
     KrU32 replayed_ = 0;
     KrU32 failures_ = 0;
     KrRealVector best_;

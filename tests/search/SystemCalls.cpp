@@ -9,12 +9,13 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <utility>
 
 namespace {
 
-int writes = 0;
-int syncs = 0;
+std::atomic<int> writes = 0;  // other tests write on several threads
+std::atomic<int> syncs = 0;
 
 }  // namespace
 

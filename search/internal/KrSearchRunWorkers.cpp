@@ -1,0 +1,314 @@
+#include "search/internal/KrSearchRunWorkers.h"
+
+#include "foundation/math/KrRandomScope.h"
+#include "search/internal/KrSame.h"
+
+#include <algorithm>
+#include <cmath>
+
+KR_SOURCE_VERSION;
+
+namespace {
+
+constexpr std::size_t durationsKept = 15;
+
+// Shorter evaluations are made by the calling thread, or cost less than to hand them out.
+constexpr double shortest = 200e-6;
+
+// The seconds for a speculation before an evaluation has ended, which then ends it.
+constexpr double firstPatience = 1.0;
+
+// How many evaluations a search may be ahead, in questions for each worker: over points that it
+// knows it can otherwise run for ever.
+constexpr std::size_t questionsPerWorker = 64;
+
+KrRealVector scalesOf(KrSearch const& search) {
+    KrRealVector scales;
+    for (KrSearchVariable const* const variable : search.variables().vectorContainer()) {
+        scales.push_back(variable->scale());
+    }
+    return scales;
+}
+
+}  // namespace
+
+// What a clone of the optimizer calls: the values that the search got, then those of points that
+// are known, then predictions. The points of these are its path.
+class KrSearchRun::Workers::Ahead : public KrScalarMultivariableFunction {
+public:
+    Ahead(Workers& workers, std::size_t opinion, std::size_t count, Time deadline)
+        : workers_(workers),
+          run_(workers.run_),
+          opinion_(opinion),
+          count_(count),
+          deadline_(deadline) {}
+
+    double evaluate(KrRealVector const& x) const override {
+        if (isOver_) {
+            throw Stop();
+        }
+        if (done_ < workers_.given_.size()) {
+            if (done_ % 64 == 63) {
+                mayGoOn();
+            }
+            return workers_.given_[done_++];
+        }
+        double distance = 0.0;
+        if (run_.space_) {
+            distance = run_.space_->enter(x, point_);
+        } else {
+            point_ = x;
+        }
+        return krPenalised(valueAt(point_), distance, run_.maximise_ ? -1.0 : 1.0);
+    }
+    KrU32 domainDim() const override { return run_.dimension_; }
+
+    // The points without a value, in the order of the search, as far as the time sufficed.
+    std::vector<KrRealVector>& path() { return path_; }
+    // Whether it did not, or a worker is back.
+    bool isInterrupted() const { return isInterrupted_; }
+
+private:
+    double valueAt(KrRealVector const& x) const {
+        std::size_t const asked = done_ + questions_++;
+        if (questions_ > questionsPerWorker * workers_.count_ ||
+            (run_.maxEvaluations_ != 0 && asked >= run_.maxEvaluations_)) {
+            end();
+        }
+        if (Known const* const known = run_.remembered(x, KrPointTable<Known>::hashOf(x))) {
+            return run_.penalised(x, known->failed ? run_.standIn() : known->value);
+        }
+        mayGoOn();
+        auto const isX = [&](KrRealVector const& other) { return krSamePoint(x, other); };
+        if (!workers_.isWaitingFor(x) && std::ranges::none_of(path_, isX)) {
+            path_.push_back(x);
+            free_ += workers_.isFree(x) ? 1 : 0;
+            if (free_ >= count_) {
+                end();
+            }
+        }
+        double const value = workers_.predictor_.at(x, opinion_);
+        return run_.penalised(x, std::isnan(value) ? run_.standIn() : value);
+    }
+
+    // Ends where there is no time left, and where a worker is back: what it brings counts more
+    // than what was predicted.
+    void mayGoOn() const {
+        bool const isBack = !path_.empty() && workers_.run_.workers_.finish(
+                                                  workers_.ended_, Time::min(), run_.context_.stop);
+        if (isBack || std::chrono::steady_clock::now() >= deadline_) {
+            isInterrupted_ = true;
+            end();
+        }
+    }
+
+    [[noreturn]] void end() const {
+        isOver_ = true;
+        throw Stop();
+    }
+
+    Workers& workers_;
+    KrSearchRun& run_;
+    std::size_t const opinion_;
+    std::size_t const count_;
+    Time const deadline_;
+    mutable std::size_t done_ = 0;  // of the values that the search got
+    mutable std::size_t questions_ = 0;
+    mutable std::size_t free_ = 0;  // points of the path that can be evaluated
+    mutable bool isOver_ = false;
+    mutable bool isInterrupted_ = false;
+    mutable KrRealVector point_;
+    mutable std::vector<KrRealVector> path_;
+};
+
+KrSearchRun::Workers::Workers(KrSearchRun& run)
+    : run_(run),
+      count_(run.workers_.count()),
+      kept_(run.dimension_),
+      predictor_(scalesOf(run.search_)),
+      vote_(predictor_.opinions()) {}
+
+std::vector<KrSearchRun::Made> KrSearchRun::Workers::evaluate(
+    std::vector<KrRealVector> const& points) {
+    std::vector<Made> all(points.size());
+    struct Release {  // also if an exception passes
+        ~Release() {
+            for (auto& [ticket, flight] : flights) {
+                flight.wanted = nullptr;
+            }
+        }
+        std::map<std::uint64_t, Flight>& flights;
+    } const release{flights_};
+    std::vector<KrEvaluationRequest> requests;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        auto const flight = std::ranges::find_if(flights_, [&](auto const& entry) {
+            return !entry.second.wanted && krSamePoint(entry.second.point, points[i]);
+        });
+        if (Made const* const made = kept_.find(points[i])) {
+            all[i] = *made;
+        } else if (flight != flights_.end()) {
+            flight->second.wanted = &all[i];
+        } else {
+            flights_[run_.nextTicket_] = {points[i], &all[i]};
+            requests.push_back({run_.nextTicket_++, points[i]});
+        }
+    }
+    run_.workers_.start(requests);
+    while (isWaiting()) {
+        if (run_.record_ && !run_.record_->flush()) {
+            run_.stop(KrSearchReason::Cancelled);
+        }
+        speculate();
+        if (!collect(run_.deadline_, run_.context_.stop)) {
+            break;
+        }
+    }
+    if (isWaiting()) {
+        drain();
+    }
+    return all;
+}
+
+bool KrSearchRun::Workers::isWaiting() const {
+    return std::ranges::any_of(flights_, [](auto const& entry) { return entry.second.wanted; });
+}
+
+bool KrSearchRun::Workers::isWaitingFor(KrRealVector const& x) const {
+    return std::ranges::any_of(flights_, [&](auto const& entry) {
+        return entry.second.wanted && krSamePoint(entry.second.point, x);
+    });
+}
+
+bool KrSearchRun::Workers::isFree(KrRealVector const& x) {
+    return !kept_.find(x) && std::ranges::none_of(flights_, [&](auto const& entry) {
+        return krSamePoint(entry.second.point, x);
+    });
+}
+
+// Waits for an evaluation and takes all that have ended: with one result more the search may ask
+// for a point that no prediction found.
+bool KrSearchRun::Workers::collect(Time until, std::stop_token const& stop) {
+    KrEvaluationWorkers& workers = run_.workers_;
+    if (ended_.empty() && !workers.finish(ended_, until, stop)) {
+        return false;
+    }
+    while (workers.finish(ended_, Time::min(), stop)) {
+    }
+    for (KrEvaluation const& evaluation : std::exchange(ended_, {})) {
+        if (auto flight = flights_.extract(evaluation.ticket)) {  // none of a run that was stopped
+            land(flight.mapped(), evaluation);
+        }
+    }
+    return true;
+}
+
+void KrSearchRun::Workers::land(Flight const& flight, KrEvaluation const& evaluation) {
+    if (evaluation.outcome == KrEvaluation::Outcome::Cancelled) {
+        return;
+    }
+    Made made;
+    if (evaluation.outcome == KrEvaluation::Outcome::Broken) {
+        made.broken = evaluation.text;
+    } else {
+        ++run_.made_;
+        run_.speculated_ += flight.wanted ? 0 : 1;
+        if (durations_.size() < durationsKept) {
+            durations_.push_back(evaluation.seconds);
+        } else {
+            durations_[nextDuration_++ % durationsKept] = evaluation.seconds;
+        }
+        made.exception = evaluation.exception;
+    }
+    if (!made.exception && made.broken.empty()) {
+        made.known = run_.accepted(flight.point, evaluation, false);
+        learn(flight.point, *made.known);
+    }
+    if (flight.wanted) {
+        *flight.wanted = made;
+        if (!made.broken.empty()) {
+            run_.workers_.cancel();  // the others would break too
+        }
+    } else if (made.known) {
+        keep(flight.point, *made.known);
+    } else {
+        kept_.insert(flight.point, made);
+    }
+}
+
+// Until the search asks for it.
+void KrSearchRun::Workers::keep(KrRealVector const& x, Known const& known) {
+    if (!run_.memory_) {
+        run_.memory_.emplace(run_.dimension_);
+    }
+    if (Known* const old = run_.memory_->find(x)) {
+        *old = known;
+    } else {
+        run_.memory_->insert(x, known);
+    }
+}
+
+void KrSearchRun::Workers::learn(KrRealVector const& x, Known const& known) {
+    if (count_ > 1 && !known.failed) {
+        predictor_.add(x, known.value);
+    }
+}
+
+void KrSearchRun::Workers::drain() {
+    run_.workers_.cancel();
+    while (!flights_.empty() && collect(Time::max(), {})) {
+    }
+    flights_.clear();
+}
+
+// The seconds that a speculation may take: a tenth of the median evaluation.
+double KrSearchRun::Workers::patience() const {
+    if (durations_.empty()) {
+        return firstPatience;
+    }
+    std::vector<double> sorted = durations_;
+    auto const middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+    std::ranges::nth_element(sorted, middle);
+    return *middle < shortest ? 0.0 : *middle / 10.0;
+}
+
+// Gives idle workers what the search will probably ask for. If there was no time for any point, it
+// pauses: for 1, 3, 7 and so on times.
+void KrSearchRun::Workers::speculate() {
+    if (count_ <= flights_.size() || patience() == 0.0) {
+        return;
+    }
+    if (left_ > 0) {
+        --left_;
+        return;
+    }
+    std::size_t const idle = count_ - flights_.size();
+    Time const deadline =
+        std::chrono::steady_clock::now() +
+        std::chrono::duration_cast<Time::duration>(std::chrono::duration<double>(patience()));
+    std::vector<std::vector<KrRealVector>> paths(predictor_.opinions());
+    bool isInterrupted = false;
+    for (std::size_t opinion = 0; opinion < paths.size() && !isInterrupted; ++opinion) {
+        Ahead ahead(*this, opinion, idle, deadline);
+        try {
+            KrScalarMultivariableOptimizerContainer const optimizer(run_.search_.optimizer());
+            KrRandomStream stream(run_.search_.seed());
+            KrRandomScope const scope(stream);
+            KrRealVector answer;
+            run_.maximise_ ? optimizer.findMaximum(ahead, run_.start_, answer)
+                           : optimizer.findMinimum(ahead, run_.start_, answer);
+        } catch (...) {  // also of an optimizer that fails on predicted values
+        }
+        isInterrupted = ahead.isInterrupted();
+        paths[opinion] = std::move(ahead.path());
+    }
+    bool const isLate = isInterrupted && paths[0].empty();
+    pauses_ = isLate ? std::min(pauses_ + 1, 10U) : 0;
+    left_ = (1U << pauses_) - 1;
+    std::vector<KrEvaluationRequest> requests;
+    for (KrRealVector& point : vote_.choose(std::move(paths), idle,
+                                            [this](KrRealVector const& x) { return isFree(x); })) {
+        flights_[run_.nextTicket_] = {point, nullptr};
+        requests.push_back({run_.nextTicket_++, std::move(point)});
+    }
+    run_.workers_.start(requests);
+}
