@@ -13,12 +13,7 @@
 // tolerances 1e-3 and 1e-5: for each a line of names, one of percentages for each number of
 // simplex gradients, and two blank lines.
 
-#include "foundation/math/KrRandom.h"
-#include "function/optimizer/KrHookeJeevesOptimizer.h"
-#include "function/optimizer/KrImplicitFilteringOptimizer.h"
-#include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
-#include "function/optimizer/KrNelderMeadOptimizer.h"
-#include "function/optimizer/KrSequenceOptimizer.h"
+#include "OptimizerSettings.h"
 #include "support/MoreWild.h"
 
 #if ZEIBREKU_HAVE_GSL
@@ -38,8 +33,9 @@ namespace {
 
 using MoreWild::Problem;
 using MoreWild::Variant;
+using OptimizerSettings::configure;
+using OptimizerSettings::size;
 
-constexpr KrU32 unlimited = 0xffffffff;
 constexpr KrU32 budgetInGradients = 100;
 
 enum class BatchCost { likeItsPoints, likeOnePoint };
@@ -111,59 +107,6 @@ struct Solver {
     char const* name;
     Run run;
 };
-
-/// What a search is to keep to.
-struct Terms {
-    KrU32 n;
-    KrU32 evaluations;
-    KrU32 evaluationsInBatches;
-    double edge;
-};
-
-void configure(KrNelderMeadOptimizer& optimizer, Terms const& terms) {
-    optimizer.setDefaultSimplexEdgeLength(terms.edge);
-    optimizer.setStoppingThreshold(0.0);
-    optimizer.setMaxTotalSteps(unlimited);
-    optimizer.setMaxExpansionSteps(unlimited);
-    optimizer.setMaxFunctionEvaluations(terms.evaluations);
-    // A restart is made at full edge length: an early one throws away what the simplex has learnt.
-    optimizer.setRestartCheckPeriod(40 * (terms.n + 1));
-}
-
-void configure(KrHookeJeevesOptimizer& optimizer, Terms const& terms) {
-    KrRandom::seed(1);  // for the mode "random"
-    optimizer.setDefaultEdgeLength(terms.edge);
-    optimizer.setReductionFactor(0.25);
-    optimizer.setMinTotalReduction(1e-12);
-    optimizer.setMaxFunctionEvaluations(terms.evaluations);
-}
-
-void configure(KrMultidirectionalSearchOptimizer& optimizer, Terms const& terms) {
-    optimizer.setDefaultSimplexEdgeLength(terms.edge);
-    optimizer.setStoppingThreshold(0.0);
-    optimizer.setMaxFunctionEvaluations(terms.evaluationsInBatches);
-}
-
-void configure(KrImplicitFilteringOptimizer& optimizer, Terms const& terms) {
-    optimizer.setDefaultSimplexEdgeLength(terms.edge);
-    optimizer.setLineSearchBeta(0.25);
-    optimizer.setLineSearchMaxIterations(8);
-    optimizer.setMaxFunctionEvaluations(terms.evaluationsInBatches);
-}
-
-void configure(KrSequenceOptimizer& optimizer, Terms const& terms) {
-    KrU32 const quarter = terms.evaluations / 4;
-    KrHookeJeevesOptimizer hookeJeeves;
-    configure(hookeJeeves, terms);
-    hookeJeeves.setMaxFunctionEvaluations(quarter);
-    KrNelderMeadOptimizer nelderMead;
-    configure(nelderMead, terms);
-    nelderMead.setMaxFunctionEvaluations(terms.evaluations - quarter);
-    KrScalarMultivariableOptimizerVector sequence;
-    sequence.pushBack(hookeJeeves);
-    sequence.pushBack(nelderMead);
-    optimizer.setOptimizerSequence(sequence);
-}
 
 /// The default settings, or all of them but the edge.
 template <typename Optimizer>
@@ -308,14 +251,6 @@ KrU32 gradientsToSolve(std::vector<Observed::Improvement> const& improvements, K
         }
     }
     return budgetInGradients + 1;
-}
-
-double size(KrRealVector const& start) {
-    double largest = 1.0;
-    for (double const component : start) {
-        largest = std::max(largest, std::abs(component));
-    }
-    return largest;
 }
 
 using Profiles = std::array<std::array<Profile, std::size(edges)>, std::size(solvers)>;
