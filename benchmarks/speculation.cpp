@@ -15,6 +15,7 @@
 #include "support/MoreWild.h"
 
 #include <bit>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -42,8 +43,9 @@ public:
     void start(std::span<KrEvaluationRequest const> requests) override {
         waiting_.insert(waiting_.end(), requests.begin(), requests.end());
     }
-    bool finish(std::vector<KrEvaluation>& all, Time, std::stop_token) override {
-        if (waiting_.empty()) {
+    // A round ends when the search waits for it, and not when it only looks.
+    bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token) override {
+        if (waiting_.empty() || until < std::chrono::steady_clock::now()) {
             return false;
         }
         ++rounds_;
@@ -52,7 +54,7 @@ public:
             KrEvaluation& evaluation =
                 all.emplace_back(KrCallingThread::evaluate(f_, request.point));
             evaluation.ticket = request.ticket;
-            evaluation.seconds = 1.0;
+            evaluation.seconds = 60.0;  // predictions are never short of time
             waiting_.pop_front();
             ++evaluations_;
         }

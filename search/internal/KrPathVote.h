@@ -18,9 +18,9 @@ public:
 
     /// Notes a point that the search asks for, known or not.
     void ask(KrRealVector const& point);
-    /// Up to `count` free points of the paths. Each opinion has one: the points without a value that
-    /// the search will ask for after the one that it waits for, in this order, those that are under
-    /// way included. An opinion is judged by how far the search follows its path, before the next.
+    /// Up to `count` free points of the paths. Each opinion has a path: the points without a value
+    /// that the search will ask for after the one that it waits for, in order, those under way
+    /// included. The next call judges an opinion by how far the search followed its path.
     std::vector<KrRealVector> choose(std::vector<std::vector<KrRealVector>> paths,
                                      std::size_t count, IsFree const& isFree);
 

@@ -30,7 +30,7 @@ double KrPolynomialFit::at(double const* point) const {
     bool const isFull = terms_ == Terms::mixedAndCubes;
     Index const quadratic = 1 + n + (isFull ? binomial2(n) : n);
     Index const terms = quadratic + (isFull ? n : 0);
-    // With n or 10 n points more than terms, the gain is 2 % smaller.
+    // With 2 n or 10 n points more than terms, Nelder-Mead gains 2 % less.
     auto const near =
         values_.nearest(point, static_cast<std::size_t>(quadratic + std::min<Index>(5 * n, 60)));
     auto const count = static_cast<Index>(near.size());

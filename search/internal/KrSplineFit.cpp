@@ -26,8 +26,8 @@ double expansion(double product, double u, double v) {
 
 // The covariance of a function's values at u and v, from their scalar product, their lengths and
 // their distance: random gradient and curvature at the origin, where the value is 0, and a
-// remainder of |v - u|^5 less its expansions. Its factor was tried from 1e-7 to 1; 1e-3 loses 5 %
-// of the gain, a remainder of |v - u|^3 loses 3 %.
+// remainder of |v - u|^5 less its expansions. With a factor of 1e-2 Nelder-Mead gains 7 % less by
+// this model alone, with a remainder of |v - u|^3 4 % less.
 double covariance(double product, double u, double v, double distance) {
     double const remainder = expansion(product, u, v) + expansion(product, v, u) - power5(distance);
     return product + product * product + 1e-5 * remainder;

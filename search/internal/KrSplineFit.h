@@ -8,8 +8,8 @@
 /// A surface through the values around a point: a quadratic and a quintic spline of the distances,
 /// fitted together as the most probable function (kriging). One fit serves many points.
 ///
-/// It takes a quadratic from fewer values than the polynomial has terms: in 9 and more variables
-/// it is the best single model of smooth functions.
+/// It sees mixed terms in fewer values than a polynomial with all of them needs. In 8 to 10
+/// variables it predicts smooth functions best.
 class KrSplineFit {
 public:
     /// `values` must outlive the fit.
