@@ -125,6 +125,10 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     openStandardFiles();
     std::signal(SIGPIPE, SIG_IGN);  // a write to a closed pipe fails instead
+    // The end of the terminal ends a search in order, unless nohup was asked to prevent it.
+    if (std::signal(SIGHUP, [](int) { std::raise(SIGTERM); }) == SIG_IGN) {
+        std::signal(SIGHUP, SIG_IGN);
+    }
     int status = Refused;
     try {
         status = run(argc, argv);

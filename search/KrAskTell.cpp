@@ -17,19 +17,24 @@ KrAskTell::KrAskTell(KrSearch const& search, KrEvaluationRecord* record)
     KrNoWorkers workers;
     report_ = search_.run(workers);  // a search that is refused leaves no file
     bool const isRefused = report_.reason() == KrSearchReason::Failed;
-    if (!isRefused && record_->hold(search_)) {
+    isHolding_ = !isRefused && record_->hold(search_);
+    if (isHolding_) {
         return;
     }
     report_ = KrSearchReport();
     finished_ = isReplayed_ = true;
 }
 
-KrAskTell::~KrAskTell() { record_->release(); }
+KrAskTell::~KrAskTell() {
+    if (isHolding_) {
+        record_->release();
+    }
+}
 
 std::vector<KrRealVector> KrAskTell::next(KrU32 count) {
     if (count > wanted_.size() && (count > count_ || isTold_)) {  // others may be found
         isReplayed_ = finished_;
-        count_ = std::max(count, count_);
+        count_ = count;
     }
     replay();
     if (wanted_.size() <= count) {
@@ -58,6 +63,9 @@ void KrAskTell::add(KrRealVector const& point, KrEvaluationRecord::Entry entry) 
                                     "search: expected a point of %u coordinates, found %u\n",
                                     search_.variables().size(), point.size());
         return;
+    }
+    if (!isHolding_) {
+        return;  // the search was refused
     }
     isTold_ = true;
     entry.point = point;

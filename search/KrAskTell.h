@@ -22,7 +22,8 @@
 /// go on. The answer has the bits of `KrSearch::run`, and so have the points that it asked for.
 ///
 /// The first call of `next`, `finished` or `report` after new values replays the search. It costs
-/// some hundred nanoseconds for each evaluation so far.
+/// some hundred nanoseconds for each evaluation so far. For several points it also predicts: less
+/// than 1 ms for 8 points in 20 variables, and at most 1 s.
 ///
 /// Use one object in one thread at a time.
 class KR_EXPORT KrAskTell {
@@ -60,7 +61,8 @@ private:
     std::vector<KrRealVector>
         wanted_;  // that the search has asked for, then those it probably will
     std::size_t asked_ = 0;
-    bool isTold_ = false;  // a value since the last replay
+    bool isHolding_ = false;  // the record
+    bool isTold_ = false;     // a value since the last replay
     KrSearchReport report_;
     bool isReplayed_ = false;
     bool isRecordFull_ = false;  // and the search is to end then

@@ -352,7 +352,7 @@ KrCommandWorkers::KrCommandWorkers(std::vector<std::string> command, KrU32 count
 }
 
 KrCommandWorkers::~KrCommandWorkers() {
-    cancel();
+    KrCommandWorkers::cancel();
     while (state_->isRunning()) {
         state_->collect(Time::max());
     }

@@ -352,7 +352,7 @@ bool KrEvaluationRecord::parseLimits(std::string_view text) {
 
 bool KrEvaluationRecord::begin(KrSearch const& search) {
     if (isHeld_) {
-        return true;
+        return isSame(search);
     }
     if (!path_.empty()) {
         return openFile(search);
@@ -363,6 +363,17 @@ bool KrEvaluationRecord::begin(KrSearch const& search) {
     search_ = std::make_unique<KrSearch>(search);
     runs_.push_back({now(), hostName(), std::to_string(getpid()), KR_VERSION, asked_.size()});
     return true;
+}
+
+bool KrEvaluationRecord::hold(KrSearch const& search) {
+    if (isHeld_) {
+        report(Kr::PrintType::Error, (path_.empty() ? "record" : path_) +
+                                         ": expected a record of its own, found one that another "
+                                         "search asks by");
+        return false;
+    }
+    isHeld_ = begin(search);
+    return isHeld_;
 }
 
 bool KrEvaluationRecord::isSame(KrSearch const& search) const {

@@ -105,10 +105,7 @@ private:
     class File;
 
     // For several runs in a row: `begin` and `end` do nothing between these two.
-    bool hold(KrSearch const& search) {
-        isHeld_ = begin(search);
-        return isHeld_;
-    }
+    bool hold(KrSearch const& search);
     void release() {
         isHeld_ = false;
         end();

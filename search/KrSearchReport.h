@@ -56,7 +56,8 @@ public:
     KrU32 evaluationsMade() const { return evaluationsMade_; }
     /// How many evaluations took their value from the record. Default: 0.
     KrU32 evaluationsFromRecord() const { return evaluationsFromRecord_; }
-    /// How many evaluations were made before the search asked for them. Default: 0.
+    /// How many evaluations ended before the search asked for their points, those that it never asked
+    /// for included. Default: 0.
     KrU32 evaluationsSpeculated() const { return evaluationsSpeculated_; }
     /// How many of the evaluations failed. Default: 0.
     KrU32 failures() const { return failures_; }

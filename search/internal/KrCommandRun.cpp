@@ -1,6 +1,7 @@
 #include "search/internal/KrCommandRun.h"
 
 #include "foundation/core/KrExport.h"
+#include "foundation/core/internal/KrFileSizeSignal.h"
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -36,6 +37,13 @@ KrDescriptor aboveStandard(int number) {
     return KrDescriptor(fcntl(number, F_DUPFD_CLOEXEC, 3));
 }
 
+// Returns the error, 0 if there is none. A limit on the size of files counts for each file.
+int writeAll(int descriptor, std::string const& text) {
+    KrFileSizeSignal const blocked;
+    ssize_t const count = pwrite(descriptor, text.data(), text.size(), 0);
+    return count == static_cast<ssize_t>(text.size()) ? 0 : count < 0 ? errno : EFBIG;
+}
+
 // A file without a name.
 KrDescriptor makeInput(std::string const& text) {
 #ifdef __linux__
@@ -47,9 +55,9 @@ KrDescriptor makeInput(std::string const& text) {
         unlink(path.c_str());
     }
 #endif
-    if (file.isOpen() &&
-        pwrite(file.number(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
+    if (int const error = file.isOpen() ? writeAll(file.number(), text) : 0; error != 0) {
         file.close();
+        errno = error;
     }
     return file;
 }

@@ -42,6 +42,9 @@ void KrPredictor::Model::addError(double error) {
 
 // Whether all coordinates are finite. The point's are then in `point_`.
 bool KrPredictor::scale(KrRealVector const& point) {
+    if (point.size() != scales_.size()) {
+        return false;
+    }
     point_.resize(scales_.size());
     for (std::size_t i = 0; i < point_.size(); ++i) {
         point_[i] = point[i] / scales_[i];

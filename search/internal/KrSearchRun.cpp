@@ -96,21 +96,6 @@ private:
         return value;
     }
 
-    // Puts the caller's random stream in the place of the optimizer's.
-    class CallersStream {
-    public:
-        explicit CallersStream(KrSearchRun& run) : slot_(run.slot_), optimizers_(run.slot_) {
-            slot_ = run.callers_;
-        }
-        ~CallersStream() { slot_ = optimizers_; }
-        CallersStream(CallersStream const&) = delete;
-        CallersStream& operator=(CallersStream const&) = delete;
-
-    private:
-        KrRandomStream*& slot_;
-        KrRandomStream* const optimizers_;
-    };
-
     KrSearchRun& run_;
     mutable KrRealVector point_;  // physical, and those of a batch
     mutable std::vector<KrRealVector> points_;
@@ -371,7 +356,8 @@ void KrSearchRun::endEvaluations() {
         if (pool_) {
             pool_->drain();
         }
-    } catch (Stop const&) {  // the record is full, and the search has ended anyway
+    } catch (...) {
+        exception_ = exception_ ? exception_ : std::current_exception();
     }
 }
 
@@ -469,7 +455,20 @@ void KrSearchRun::stop(KrSearchReason reason) {
     throw Stop();
 }
 
+// A client's optimizer may ask for anything. A function that is called directly gets it; a record
+// and workers expect points of the search.
+void KrSearchRun::checkLength(KrRealVector const& x) {
+    if (x.size() != dimension_ && (record_ || pool_)) {
+        Kr::Print::instance().write(
+            Kr::PrintType::Error,
+            "search: evaluation %u: expected a point of %u coordinates, found %u\n", asked_,
+            dimension_, x.size());
+        stop(KrSearchReason::Failed);
+    }
+}
+
 auto KrSearchRun::obtain(KrRealVector const& x) -> Known {
+    checkLength(x);
     isOld_ = true;
     std::uint64_t const hash = memory_ ? KrPointTable<Known>::hashOf(x) : 0;
     if (record_ && asked_ < record_->asked().size()) {
@@ -568,6 +567,7 @@ void KrSearchRun::stepMany(std::vector<KrRealVector> const& points, KrRealVector
     std::vector<KrRealVector> news;
     KrPointTable<char> batch(dimension_);  // what the memory will hold before its turn
     for (std::size_t i = 0; i < count; ++i) {
+        checkLength(points[i]);
         if (pool_) {
             pool_->ask(points[i]);
         }

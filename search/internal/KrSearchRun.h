@@ -32,6 +32,20 @@ private:
     class Workers;
     // What the optimizer calls. The caller's random stream is in place meanwhile.
     class Function;
+    // Puts the caller's random stream in the place of the optimizer's.
+    class CallersStream {
+    public:
+        explicit CallersStream(KrSearchRun& run) : slot_(run.slot_), optimizers_(run.slot_) {
+            slot_ = run.callers_;
+        }
+        ~CallersStream() { slot_ = optimizers_; }
+        CallersStream(CallersStream const&) = delete;
+        CallersStream& operator=(CallersStream const&) = delete;
+
+    private:
+        KrRandomStream*& slot_;
+        KrRandomStream* const optimizers_;
+    };
     // Thrown through the optimizer. No class of the standard library, which it might catch.
     struct Stop {};
     using Time = KrEvaluationWorkers::Time;
@@ -66,6 +80,7 @@ private:
     void stepMany(std::vector<KrRealVector> const& points, KrRealVector& values);
     void mayGoOn();
     [[noreturn]] void stop(KrSearchReason reason);
+    void checkLength(KrRealVector const& x);
     Known obtain(KrRealVector const& x);
     Known* remembered(KrRealVector const& x, std::uint64_t hash);
     KrEvaluationRecord::Entry const& recorded(std::uint64_t ticket);

@@ -49,10 +49,12 @@ public:
         }
         if (done_ < workers_.given_.size()) {
             if (done_ % 64 == 63) {
+                CallersStream const stream(run_);
                 mayGoOn();
             }
             return workers_.given_[done_++];
         }
+        CallersStream const stream(run_);
         double distance = 0.0;
         if (run_.space_) {
             distance = run_.space_->enter(x, point_);
@@ -75,7 +77,9 @@ private:
             (run_.maxEvaluations_ != 0 && asked >= run_.maxEvaluations_)) {
             end();
         }
-        if (Known const* const known = run_.remembered(x, KrPointTable<Known>::hashOf(x))) {
+        Known const* known = run_.remembered(x, KrPointTable<Known>::hashOf(x));
+        known = known ? known : workers_.landed(x);
+        if (known) {
             return run_.penalised(x, known->failed ? run_.standIn() : known->value);
         }
         mayGoOn();
@@ -94,8 +98,14 @@ private:
     // Ends where there is no time left, and where a worker is back: what it brings counts more
     // than what was predicted.
     void mayGoOn() const {
-        bool const isBack = !path_.empty() && workers_.run_.workers_.finish(
-                                                  workers_.ended_, Time::min(), run_.context_.stop);
+        bool isBack = false;
+        try {
+            isBack = !path_.empty() &&
+                     run_.workers_.finish(workers_.ended_, Time::min(), run_.context_.stop);
+        } catch (...) {
+            workers_.thrown_ = std::current_exception();
+            isBack = true;
+        }
         if (isBack || std::chrono::steady_clock::now() >= deadline_) {
             isInterrupted_ = true;
             end();
@@ -133,12 +143,15 @@ std::vector<KrSearchRun::Made> KrSearchRun::Workers::evaluate(
     std::vector<Made> all(points.size());
     struct Release {  // also if an exception passes
         ~Release() {
-            for (auto& [ticket, flight] : flights) {
+            workers.points_ = nullptr;
+            for (auto& [ticket, flight] : workers.flights_) {
                 flight.wanted = nullptr;
             }
         }
-        std::map<std::uint64_t, Flight>& flights;
-    } const release{flights_};
+        Workers& workers;
+    } const release{*this};
+    points_ = &points;
+    all_ = &all;
     std::vector<KrEvaluationRequest> requests;
     for (std::size_t i = 0; i < points.size(); ++i) {
         auto const flight = std::ranges::find_if(flights_, [&](auto const& entry) {
@@ -166,6 +179,12 @@ std::vector<KrSearchRun::Made> KrSearchRun::Workers::evaluate(
     if (isWaiting()) {
         drain();
     }
+    // What was cancelled since another could not be made would end the search for a wrong reason.
+    for (Made& made : all) {
+        if (!made.known && !made.exception && made.broken.empty()) {
+            made.broken = broken_;
+        }
+    }
     return all;
 }
 
@@ -177,6 +196,16 @@ bool KrSearchRun::Workers::isWaitingFor(KrRealVector const& x) const {
     return std::ranges::any_of(flights_, [&](auto const& entry) {
         return entry.second.wanted && krSamePoint(entry.second.point, x);
     });
+}
+
+// What is known of a point of the batch that the search waits for.
+auto KrSearchRun::Workers::landed(KrRealVector const& x) const -> Known const* {
+    for (std::size_t i = 0; points_ && i < points_->size(); ++i) {
+        if ((*all_)[i].known && krSamePoint((*points_)[i], x)) {
+            return &*(*all_)[i].known;
+        }
+    }
+    return nullptr;
 }
 
 bool KrSearchRun::Workers::isFree(KrRealVector const& x) {
@@ -212,9 +241,9 @@ void KrSearchRun::Workers::land(Flight const& flight, KrEvaluation const& evalua
     } else {
         ++run_.made_;
         run_.speculated_ += flight.wanted ? 0 : 1;
-        if (durations_.size() < durationsKept) {
+        if (durations_.size() < durationsKept && evaluation.seconds > 0.0) {
             durations_.push_back(evaluation.seconds);
-        } else {
+        } else if (evaluation.seconds > 0.0) {  // 0 is not known
             durations_[nextDuration_++ % durationsKept] = evaluation.seconds;
         }
         made.exception = evaluation.exception;
@@ -222,6 +251,9 @@ void KrSearchRun::Workers::land(Flight const& flight, KrEvaluation const& evalua
     if (!made.exception && made.broken.empty()) {
         made.known = run_.accepted(flight.point, evaluation, false);
         learn(flight.point, *made.known);
+    }
+    if (!made.broken.empty()) {
+        broken_ = made.broken;
     }
     if (flight.wanted) {
         *flight.wanted = made;
@@ -255,9 +287,22 @@ void KrSearchRun::Workers::learn(KrRealVector const& x, Known const& known) {
 
 void KrSearchRun::Workers::drain() {
     run_.workers_.cancel();
-    while (!flights_.empty() && collect(Time::max(), {})) {
+    std::exception_ptr thrown;
+    // An exception of the workers does not leave the others under way.
+    for (std::size_t failures = 0; !flights_.empty() && failures <= count_;) {
+        try {
+            if (!collect(Time::max(), {})) {
+                break;
+            }
+        } catch (...) {
+            thrown = thrown ? thrown : std::current_exception();
+            ++failures;
+        }
     }
     flights_.clear();
+    if (thrown) {
+        std::rethrow_exception(thrown);
+    }
 }
 
 // The seconds that a speculation may take: a tenth of the median evaluation.
@@ -274,7 +319,7 @@ double KrSearchRun::Workers::patience() const {
 // Gives idle workers what the search will probably ask for. If there was no time for any point, it
 // pauses: for 1, 3, 7 and so on times.
 void KrSearchRun::Workers::speculate() {
-    if (count_ <= flights_.size() || patience() == 0.0) {
+    if (count_ <= flights_.size() || patience() == 0.0 || !broken_.empty()) {
         return;
     }
     if (left_ > 0) {
@@ -300,6 +345,9 @@ void KrSearchRun::Workers::speculate() {
         }
         isInterrupted = ahead.isInterrupted();
         paths[opinion] = std::move(ahead.path());
+    }
+    if (thrown_) {  // by the workers
+        std::rethrow_exception(std::exchange(thrown_, nullptr));
     }
     bool const isLate = isInterrupted && paths[0].empty();
     pauses_ = isLate ? std::min(pauses_ + 1, 10U) : 0;

@@ -9,10 +9,10 @@
 /// The evaluations of a search by workers: those that it waits for, and, while some workers are
 /// idle, those that it will probably ask for next.
 ///
-/// What it will ask for is found by running it ahead: while the search waits for a value, clones of
-/// its optimizer get the same values so far, then predicted ones. There are several opinions of
-/// these, and the points are chosen by a vote. A wrong prediction wastes an evaluation. The answer never depends on it, since the search itself gets the value of
-/// a point only when it asks for that point.
+/// While the search waits for a value, clones of its optimizer run ahead: they get the same values
+/// so far, then predicted ones. Several models predict, and `KrPathVote` chooses among the points
+/// that they lead to. A wrong prediction wastes an evaluation. It never changes the answer: the
+/// search gets the value of a point only when it asks for that point.
 class KrSearchRun::Workers {
 public:
     explicit Workers(KrSearchRun& run);
@@ -39,6 +39,7 @@ private:
     };
 
     bool isWaiting() const;
+    Known const* landed(KrRealVector const& x) const;
     bool isWaitingFor(KrRealVector const& x) const;
     bool isFree(KrRealVector const& x);
     bool collect(Time until, std::stop_token const& stop);
@@ -49,9 +50,13 @@ private:
 
     KrSearchRun& run_;
     std::size_t const count_;
-    std::map<std::uint64_t, Flight> flights_;  // by ticket
+    std::map<std::uint64_t, Flight> flights_;            // by ticket
+    std::vector<KrRealVector> const* points_ = nullptr;  // that the search waits for
+    std::vector<Made> const* all_ = nullptr;             // what came of them
     std::vector<KrEvaluation> ended_;
-    KrPointTable<Made> kept_;  // exceptions that the search has not asked for
+    std::exception_ptr thrown_;  // by the workers, while the search was run ahead
+    KrPointTable<Made> kept_;    // exceptions that the search has not asked for
+    std::string broken_;         // why an evaluation could not be made at all
     KrRealVector given_;
     KrPredictor predictor_;
     KrPathVote vote_;

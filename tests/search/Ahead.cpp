@@ -239,6 +239,39 @@ TEST(Ahead, RightPredictionsSaveRounds) {
     }
 }
 
+// The reason is the evaluation that cannot be made, not those that are cancelled for it.
+TEST(Ahead, AnEvaluationThatCannotBeMadeEndsTheSearch) {
+    struct Breaking : KrEvaluationWorkers {
+        KrU32 count() const override { return 3; }
+        void start(std::span<KrEvaluationRequest const> requests) override {
+            waiting.insert(waiting.end(), requests.begin(), requests.end());
+        }
+        bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token) override {
+            if (waiting.empty() || until < std::chrono::steady_clock::now()) {
+                return false;
+            }
+            KrEvaluation& evaluation = all.emplace_back();  // the last one first
+            evaluation.ticket = waiting.back().ticket;
+            evaluation.outcome =
+                isCancelled ? KrEvaluation::Outcome::Cancelled : KrEvaluation::Outcome::Broken;
+            evaluation.text = "no program";
+            waiting.pop_back();
+            return true;
+        }
+        void cancel() override { isCancelled = true; }
+        std::vector<KrEvaluationRequest> waiting;
+        bool isCancelled = false;
+    };
+    for (std::string const& optimizer : everyOptimizer(80)) {
+        Breaking workers;
+        CapturedMessages const captured;
+        KrSearchReport const report = searchOf(optimizer, {3.0, -1.0}).run(workers);
+        EXPECT_EQ(report.reason(), KrSearchReason::Failed);
+        EXPECT_EQ(captured.messages.size(), 1U);
+        EXPECT_TRUE(workers.waiting.empty());
+    }
+}
+
 // Where predictions are worth nothing, or take long.
 TEST(Ahead, StrangeValuesDoNotStopIt) {
     for (std::string const& optimizer : everyOptimizer(3000)) {

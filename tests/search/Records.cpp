@@ -404,6 +404,20 @@ TEST(AskTell, GivesThePointsOfARun) {
             EXPECT_EQ(found, expected) << optimizer;
         }
     }
+    // A record that is held is refused to others, and the first goes on.
+    KrEvaluationRecord held;
+    KrSearch const search = recordedSearch(everyOptimizer(60)[0]);
+    KrAskTell first(search, &held);
+    KrSearch other = search;
+    other.setSeed(7);
+    {
+        CapturedMessages const captured;
+        EXPECT_TRUE(KrAskTell(search, &held).finished());
+        EXPECT_EQ(other.run(Counting(), {.record = &held}).reason(), KrSearchReason::Failed);
+        EXPECT_EQ(captured.messages.size(), 2U);
+    }
+    EXPECT_EQ(first.next(1).size(), 1U);
+    CapturedMessages const captured;
     KrEvaluationRecord record("/");
     KrAskTell asking(recordedSearch(everyOptimizer(60)[0]), &record);
     EXPECT_TRUE(asking.finished());
