@@ -140,7 +140,7 @@ KrSearchRun::Workers::Workers(KrSearchRun& run)
 
 std::vector<KrSearchRun::Made> KrSearchRun::Workers::evaluate(
     std::vector<KrRealVector> const& points) {
-    std::vector<Made> all(points.size());
+    all_.assign(points.size(), {});
     struct Release {  // also if an exception passes
         ~Release() {
             workers.points_ = nullptr;
@@ -151,18 +151,17 @@ std::vector<KrSearchRun::Made> KrSearchRun::Workers::evaluate(
         Workers& workers;
     } const release{*this};
     points_ = &points;
-    all_ = &all;
     std::vector<KrEvaluationRequest> requests;
     for (std::size_t i = 0; i < points.size(); ++i) {
         auto const flight = std::ranges::find_if(flights_, [&](auto const& entry) {
             return !entry.second.wanted && krSamePoint(entry.second.point, points[i]);
         });
         if (Made const* const made = kept_.find(points[i])) {
-            all[i] = *made;
+            all_[i] = *made;
         } else if (flight != flights_.end()) {
-            flight->second.wanted = &all[i];
+            flight->second.wanted = &all_[i];
         } else {
-            flights_[run_.nextTicket_] = {points[i], &all[i]};
+            flights_[run_.nextTicket_] = {points[i], &all_[i]};
             requests.push_back({run_.nextTicket_++, points[i]});
         }
     }
@@ -180,12 +179,12 @@ std::vector<KrSearchRun::Made> KrSearchRun::Workers::evaluate(
         drain();
     }
     // What was cancelled since another could not be made would end the search for a wrong reason.
-    for (Made& made : all) {
+    for (Made& made : all_) {
         if (!made.known && !made.exception && made.broken.empty()) {
             made.broken = broken_;
         }
     }
-    return all;
+    return std::exchange(all_, {});
 }
 
 bool KrSearchRun::Workers::isWaiting() const {
@@ -201,8 +200,8 @@ bool KrSearchRun::Workers::isWaitingFor(KrRealVector const& x) const {
 // What is known of a point of the batch that the search waits for.
 auto KrSearchRun::Workers::landed(KrRealVector const& x) const -> Known const* {
     for (std::size_t i = 0; points_ && i < points_->size(); ++i) {
-        if ((*all_)[i].known && krSamePoint((*points_)[i], x)) {
-            return &*(*all_)[i].known;
+        if (all_[i].known && krSamePoint((*points_)[i], x)) {
+            return &*all_[i].known;
         }
     }
     return nullptr;
@@ -353,10 +352,11 @@ void KrSearchRun::Workers::speculate() {
     pauses_ = isLate ? std::min(pauses_ + 1, 10U) : 0;
     left_ = (1U << pauses_) - 1;
     std::vector<KrEvaluationRequest> requests;
-    for (KrRealVector& point : vote_.choose(std::move(paths), idle,
-                                            [this](KrRealVector const& x) { return isFree(x); })) {
+    auto const chosen =
+        vote_.choose(std::move(paths), idle, [this](KrRealVector const& x) { return isFree(x); });
+    for (KrRealVector const& point : chosen) {
         flights_[run_.nextTicket_] = {point, nullptr};
-        requests.push_back({run_.nextTicket_++, std::move(point)});
+        requests.push_back({run_.nextTicket_++, point});
     }
     run_.workers_.start(requests);
 }

@@ -52,7 +52,7 @@ private:
     std::size_t const count_;
     std::map<std::uint64_t, Flight> flights_;            // by ticket
     std::vector<KrRealVector> const* points_ = nullptr;  // that the search waits for
-    std::vector<Made> const* all_ = nullptr;             // what came of them
+    std::vector<Made> all_;                              // what came of them
     std::vector<KrEvaluation> ended_;
     std::exception_ptr thrown_;  // by the workers, while the search was run ahead
     KrPointTable<Made> kept_;    // exceptions that the search has not asked for
