@@ -63,17 +63,16 @@ public:
     double evaluate(KrRealVector const& x) const override {
         CallersStream const stream(run_);
         if (!run_.space_) {
-            return given(run_.step(x));
+            return run_.step(x);
         }
         double const distance = run_.space_->enter(x, point_);
-        return given(krPenalised(run_.step(point_), distance, run_.maximise_ ? -1.0 : 1.0));
+        return krPenalised(run_.step(point_), distance, run_.maximise_ ? -1.0 : 1.0);
     }
     void evaluateMultiple(std::vector<KrRealVector> const& points,
                           KrRealVector& values) const override {
         CallersStream const stream(run_);
         if (!run_.space_) {
             run_.stepMany(points, values);
-            std::ranges::for_each(values, [this](double value) { given(value); });
             return;
         }
         points_.resize(points.size());
@@ -83,23 +82,36 @@ public:
         }
         run_.stepMany(points_, values);
         for (std::size_t i = 0; i < values.size(); ++i) {
-            values[i] = given(krPenalised(values[i], distances_[i], run_.maximise_ ? -1.0 : 1.0));
+            values[i] = krPenalised(values[i], distances_[i], run_.maximise_ ? -1.0 : 1.0);
         }
     }
     KrU32 domainDim() const override { return run_.dimension_; }
 
 private:
-    double given(double value) const {
-        if (run_.pool_) {
-            run_.pool_->give(value);
-        }
-        return value;
-    }
-
     KrSearchRun& run_;
     mutable KrRealVector point_;  // physical, and those of a batch
     mutable std::vector<KrRealVector> points_;
     mutable KrRealVector distances_;
+};
+
+// The same for a search by workers, which runs ahead on the values so far.
+class KrSearchRun::GivingFunction : public Function {
+public:
+    GivingFunction(KrSearchRun& run, Workers& workers) : Function(run), workers_(workers) {}
+
+    double evaluate(KrRealVector const& x) const override {
+        double const value = Function::evaluate(x);
+        workers_.give(value);
+        return value;
+    }
+    void evaluateMultiple(std::vector<KrRealVector> const& points,
+                          KrRealVector& values) const override {
+        Function::evaluateMultiple(points, values);
+        std::ranges::for_each(values, [this](double value) { workers_.give(value); });
+    }
+
+private:
+    Workers& workers_;
 };
 
 KrSearchRun::KrSearchRun(KrSearch const& search, KrEvaluationWorkers& workers,
@@ -325,7 +337,9 @@ void KrSearchRun::keepUnasked() {
 }
 
 void KrSearchRun::search() {
-    Function const function(*this);
+    std::unique_ptr<Function const> const function =
+        pool_ ? std::make_unique<GivingFunction const>(*this, *pool_)
+              : std::make_unique<Function const>(*this);
     // A clone, since an optimizer may carry a value over from its last search.
     KrScalarMultivariableOptimizerContainer const optimizer(search_.optimizer());
     KrRandomStream stream(search_.seed());
@@ -333,8 +347,8 @@ void KrSearchRun::search() {
     double value = nan;
     try {
         KrRandomScope const scope(stream);
-        value = maximise_ ? optimizer.findMaximum(function, start_, answer)
-                          : optimizer.findMinimum(function, start_, answer);
+        value = maximise_ ? optimizer.findMaximum(*function, start_, answer)
+                          : optimizer.findMinimum(*function, start_, answer);
     } catch (Stop const&) {
     } catch (...) {
         endEvaluations();

@@ -32,6 +32,7 @@ private:
     class Workers;
     // What the optimizer calls. The caller's random stream is in place meanwhile.
     class Function;
+    class GivingFunction;
     // Puts the caller's random stream in the place of the optimizer's.
     class CallersStream {
     public:
