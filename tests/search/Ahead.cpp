@@ -272,6 +272,56 @@ TEST(Ahead, AnEvaluationThatCannotBeMadeEndsTheSearch) {
     }
 }
 
+// The exception passes, nothing is left under way, and the object can be used again.
+TEST(Ahead, WorkersThatThrowEndTheSearch) {
+    struct Throwing : Shuffled {
+        using Shuffled::Shuffled;
+        bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) override {
+            if (left != 0 && --left == 0) {
+                throw std::runtime_error("of the workers");
+            }
+            return Shuffled::finish(all, until, stop);
+        }
+        int left = 0;
+    };
+    KrCallableFunction const f(2, formula);
+    for (KrSearch const& search : searches()) {
+        std::string const expected = search.run(f).reasonText();
+        Throwing workers(f, 5);
+        for (int const moment : {1, 2, 4}) {
+            workers.left = moment;
+            KrSearchReport report;
+            EXPECT_THROW(search.run(workers, {.report = &report}), std::runtime_error);
+            EXPECT_EQ(report.reason(), KrSearchReason::Failed);
+            EXPECT_TRUE(workers.waiting.empty());
+        }
+        workers.left = 0;
+        EXPECT_EQ(search.run(workers).reasonText(), expected);
+    }
+}
+
+// Also a search without memory makes no evaluation for a prediction that it has the value of.
+TEST(Ahead, PointsOfABatchAreNotMadeTwice) {
+    std::multiset<std::string> points;
+    KrCallableFunction const f(6, [&](KrRealVector const& x) {
+        points.insert(text(x));
+        return std::hypot(x[0] - 1.0, x[3], x[5]) + x[1] * x[1] + x[2] * x[2] + std::abs(x[4]);
+    });
+    auto const repeats = [&] {
+        std::size_t const all = points.size();
+        std::size_t const different = std::set<std::string>(points.begin(), points.end()).size();
+        points.clear();
+        return all - different;
+    };
+    KrSearch search = searchOf(everyOptimizer(300)[3], {3.0, -1.0, 2.0, 0.5, 1.0, 4.0});
+    search.setRemember(false);
+    search.run(f);
+    std::size_t const its = repeats();
+    Shuffled workers(f, 4);
+    search.run(workers);
+    EXPECT_LE(repeats(), 2 * its);
+}
+
 // Where predictions are worth nothing, or take long.
 TEST(Ahead, StrangeValuesDoNotStopIt) {
     for (std::string const& optimizer : everyOptimizer(3000)) {
