@@ -3,8 +3,10 @@
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// A problem that a benchmark offers to peers in other languages.
@@ -49,4 +51,19 @@ inline void serve(std::vector<ServedProblem> const& problems) {
         std::printf("\n");
         std::fflush(stdout);
     }
+}
+
+/// Whether the program is to serve its problems: `--serve` is its argument. What runs all benchmarks
+/// gives each the same options, which have no effect here. Ends the program at any other.
+inline bool isServing(int argc, char** argv) {
+    if (argc == 2 && std::string_view(argv[1]) == "--serve") {
+        return true;
+    }
+    for (int i = 1; i < argc; ++i) {
+        if (!std::string_view(argv[i]).starts_with("--benchmark_")) {
+            std::fprintf(stderr, "usage: %s [--serve | --benchmark_...]\n", argv[0]);
+            std::exit(2);
+        }
+    }
+    return false;
 }

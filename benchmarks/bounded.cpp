@@ -371,7 +371,7 @@ constexpr std::pair<char const*, Hole> tables[] = {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 2 && std::string_view(argv[1]) == "--serve") {
+    if (isServing(argc, argv)) {
         std::vector<ServedProblem> all;
         for (auto const& [name, hole] : tables) {
             for (Problem const& problem : problems(hole)) {
@@ -385,13 +385,6 @@ int main(int argc, char** argv) {
         }
         serve(all);
         return 0;
-    }
-    for (int i = 1; i < argc; ++i) {
-        // What runs all benchmarks gives each the same options; there is nothing to set here.
-        if (!std::string_view(argv[i]).starts_with("--benchmark_")) {
-            std::fprintf(stderr, "usage: %s [--serve | --benchmark_...]\n", argv[0]);
-            return 2;
-        }
     }
     for (auto const& [name, hole] : tables) {
         printTable(name, hole);

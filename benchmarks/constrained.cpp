@@ -423,7 +423,7 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 2 && std::string_view(argv[1]) == "--serve") {
+    if (isServing(argc, argv)) {
         std::vector<ServedProblem> all;
         for (Problem const& problem : problems) {
             ServedProblem& served = all.emplace_back();
@@ -445,13 +445,6 @@ int main(int argc, char** argv) {
         }
         serve(all);
         return 0;
-    }
-    for (int i = 1; i < argc; ++i) {
-        // What runs all benchmarks gives each the same options; there is nothing to set here.
-        if (!std::string_view(argv[i]).starts_with("--benchmark_")) {
-            std::fprintf(stderr, "usage: %s [--serve | --benchmark_...]\n", argv[0]);
-            return 2;
-        }
     }
     std::printf("evaluations until a problem is solved, of numbers");
     for (Problem const& problem : problems) {

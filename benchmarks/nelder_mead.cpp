@@ -11,6 +11,7 @@
 //
 // First a table compares the methods: the evaluations until the value is below 1e-8.
 
+#include "benchmarks/Rosenbrock.h"
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
 
@@ -50,16 +51,6 @@ double ellipsoid(double const* x, std::size_t n) {
         }
     }
     return (sums[0] + sums[1]) + (sums[2] + sums[3]);
-}
-
-double rosenbrock(double const* x, std::size_t n) {
-    double sum = 0.0;
-    for (std::size_t i = 0; i + 1 < n; ++i) {
-        double const a = x[i + 1] - x[i] * x[i];
-        double const b = 1.0 - x[i];
-        sum += 100.0 * (a * a) + b * b;
-    }
-    return sum;
 }
 
 double powell(double const* x, std::size_t) {

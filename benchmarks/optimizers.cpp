@@ -5,6 +5,7 @@
 // multidirectional search and implicit filtering compared with bare loops that fill and hand over
 // as many points in the same way. Then every optimizer by itself.
 
+#include "benchmarks/Measure.h"
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 #include "function/optimizer/KrHookeJeevesOptimizer.h"
 #include "function/optimizer/KrImplicitFilteringOptimizer.h"
@@ -175,20 +176,6 @@ template <class Optimizer>
 void search(Optimizer const& optimizer, Cheap const& f, KrRealVector const& start,
             KrRealVector& result) {
     benchmark::DoNotOptimize(optimizer.findMinimum(f, start, result));
-}
-
-template <class Work>
-double nanoseconds(Work work) {
-    auto const begin = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin)
-        .count();
-}
-
-double median(std::vector<double>& times) {
-    auto const middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-    std::nth_element(times.begin(), middle, times.end());
-    return *middle;
 }
 
 struct Cost {

@@ -10,6 +10,8 @@
 // Then each kind of search by itself, those with a record in a file and those of NLopt among them.
 // The files are in the folder for temporary files.
 
+#include "benchmarks/Measure.h"
+#include "benchmarks/Rosenbrock.h"
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 #include "function/optimizer/KrNelderMeadOptimizer.h"
 #include "search/KrEvaluationRecord.h"
@@ -47,16 +49,6 @@ double ellipsoid(double const* x, std::size_t n) {
     double sum = 0.0;
     for (std::size_t i = 0; i < n; ++i) {
         sum += static_cast<double>(i + 1) * x[i] * x[i];
-    }
-    return sum;
-}
-
-double rosenbrock(double const* x, std::size_t n) {
-    double sum = 0.0;
-    for (std::size_t i = 0; i + 1 < n; ++i) {
-        double const a = x[i + 1] - x[i] * x[i];
-        double const b = 1.0 - x[i];
-        sum += 100.0 * (a * a) + b * b;
     }
     return sum;
 }
@@ -184,20 +176,6 @@ std::size_t runNlopt(Problem const& f) {
     return evaluations;
 }
 #endif
-
-template <class Work>
-double nanoseconds(Work const& work) {
-    auto const begin = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin)
-        .count();
-}
-
-double median(std::vector<double>& times) {
-    auto const middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-    std::nth_element(times.begin(), middle, times.end());
-    return *middle;
-}
 
 // Prints the medians of many runs of both sides in turn, since the machine may have other work.
 void printRatio(char const* name, Formula formula, KrU32 n, double goal, Search const& ours,

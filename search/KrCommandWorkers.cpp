@@ -1,5 +1,6 @@
 #include "search/KrCommandWorkers.h"
 
+#include "foundation/xml/KrXmlReader.h"
 #include "foundation/xml/KrXmlText.h"
 #include "search/internal/KrCommandRun.h"
 #include "search/internal/KrRecordText.h"
@@ -29,8 +30,6 @@ constexpr std::chrono::seconds grace{2};  // between SIGTERM and SIGKILL
 // Between two looks at a process that poll cannot wait for.
 constexpr std::chrono::milliseconds shortestNap{1};
 constexpr std::chrono::milliseconds longestNap{50};
-
-std::string quoted(std::string_view text) { return '"' + KrRecordText::escaped(text) + '"'; }
 
 bool isProgram(std::string const& path) {
     struct stat status {};
@@ -109,18 +108,6 @@ std::optional<double> parsed(std::string_view line) {
     double value = 0.0;
     auto const [rest, error] = std::from_chars(begin, end, value);
     return error == std::errc() && rest == end ? std::optional(value) : std::nullopt;
-}
-
-std::string shortened(std::string_view text) {
-    constexpr std::size_t longest = 60;
-    if (text.size() <= longest) {
-        return quoted(text);
-    }
-    std::size_t end = longest;
-    while (end > 0 && (text[end] & 0xc0) == 0x80) {  // inside a character of UTF-8
-        --end;
-    }
-    return quoted(text.substr(0, end)) + "...";
 }
 
 }  // namespace
@@ -270,14 +257,14 @@ void KrCommandWorkers::State::conclude(KrU32 number) {
         add(job, number, Cancelled, "");
     } else if (run.error() == ECHILD) {
         add(job, number, Broken,
-            "expected the exit status of " + quoted(name) +
+            "expected the exit status of " + krXmlQuoted(name) +
                 ", found none: SIGCHLD is ignored, or another wait took it");
     } else if (run.error() != 0) {
         putBack(std::move(job), number, run.error());
     } else if (WIFSIGNALED(run.status()) && job.isRepeated) {
         int const signal = WTERMSIG(run.status());
         add(job, number, Broken,
-            quoted(name) + " was ended twice by a signal, the second time by " +
+            krXmlQuoted(name) + " was ended twice by a signal, the second time by " +
                 std::to_string(signal) + " (" + strsignal(signal) + ")");
     } else if (WIFSIGNALED(run.status())) {
         job.isRepeated = true;
@@ -290,7 +277,7 @@ void KrCommandWorkers::State::conclude(KrU32 number) {
     } else {
         add(job, number, Failure,
             "expected a number in the last line of the output, found " +
-                shortened(lastLine(run.output())));
+                krXmlQuoted(lastLine(run.output())));
     }
 }
 
@@ -303,7 +290,7 @@ void KrCommandWorkers::State::putBack(Job job, KrU32 number, int error) {
         isShort = true;
     } else {
         add(job, number, KrEvaluation::Outcome::Broken,
-            "cannot run " + quoted(name) + ": " + std::generic_category().message(error));
+            "cannot run " + krXmlQuoted(name) + ": " + std::generic_category().message(error));
     }
 }
 
@@ -346,7 +333,7 @@ KrCommandWorkers::KrCommandWorkers(std::vector<std::string> command, KrU32 count
     state.program.environment = environmentWithoutOurs();
     state.program.environment.resize(state.program.environment.size() + 2);
     if (state.program.path.empty()) {
-        state.problem = "command: expected an executable program, found " + quoted(state.name);
+        state.problem = "command: expected an executable program, found " + krXmlQuoted(state.name);
     }
     state.workers = std::vector<State::Worker>(std::max<KrU32>(count, 1));
 }

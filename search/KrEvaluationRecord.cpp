@@ -368,8 +368,8 @@ bool KrEvaluationRecord::begin(KrSearch const& search) {
 bool KrEvaluationRecord::hold(KrSearch const& search) {
     if (isHeld_) {
         report(Kr::PrintType::Error, (path_.empty() ? "record" : path_) +
-                                         ": expected a record of its own, found one that another "
-                                         "search asks by");
+                                         ": expected a record that is not in use, found that of "
+                                         "another KrAskTell");
         return false;
     }
     isHeld_ = begin(search);

@@ -8,8 +8,8 @@
 #include <stop_token>
 #include <vector>
 
-/// Evaluates points for a search: on the calling thread, by commands, or in a class of your own.
-/// One thread owns an object and makes all calls.
+/// Evaluates points for a search: on the calling thread, on several threads, by commands, or in a
+/// class of your own. One thread owns an object and makes all calls.
 class KR_EXPORT KrEvaluationWorkers {
 public:
     /// A moment of the clock that no one adjusts.
@@ -20,7 +20,8 @@ public:
     KrEvaluationWorkers& operator=(KrEvaluationWorkers const&) = delete;
     virtual ~KrEvaluationWorkers();
 
-    /// How many evaluations can be under way at once, at least 1.
+    /// How many evaluations can be under way at once, at least 1. If there are more than 1, a search
+    /// also starts evaluations that it will probably ask for. Its answer does not depend on them.
     virtual KrU32 count() const = 0;
 
     /// Takes requests; `finish` gives each of them back once. More than `count` wait for their
@@ -29,7 +30,8 @@ public:
 
     /// Appends to `all` every evaluation that has ended since the last call, after waiting for
     /// at least one. False if nothing is under way, or if `until` passes or `stop` is requested
-    /// before one ends.
+    /// before one ends. A search also looks without waiting, with an `until` that has passed: what
+    /// has ended is appended then too, and nothing is waited for.
     virtual bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) = 0;
 
     /// Ends what is under way as soon as possible. Each ticket still comes back, as cancelled or

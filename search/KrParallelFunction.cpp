@@ -68,15 +68,24 @@ void KrParallelFunction::evaluateMultiple(std::vector<KrRealVector> const& point
     }
     std::vector<KrEvaluation> all(points.size());
     std::vector<KrEvaluation> ended;
-    state_->workers.start(requests);
-    while (state_->workers.finish(ended, KrEvaluationWorkers::Time::max(), {})) {
-        for (KrEvaluation& evaluation : ended) {
-            if (evaluation.outcome != KrEvaluation::Outcome::Value) {
-                state_->workers.cancel();  // those before it have begun
+    auto const collect = [&] {
+        while (state_->workers.finish(ended, KrEvaluationWorkers::Time::max(), {})) {
+            for (KrEvaluation& evaluation : ended) {
+                if (evaluation.outcome != KrEvaluation::Outcome::Value) {
+                    state_->workers.cancel();  // those before it have begun
+                }
+                all[evaluation.ticket] = std::move(evaluation);
             }
-            all[evaluation.ticket] = std::move(evaluation);
+            ended.clear();
         }
-        ended.clear();
+    };
+    try {
+        state_->workers.start(requests);
+        collect();
+    } catch (...) {  // of the client's sink for messages; nothing stays for the next call
+        state_->workers.cancel();
+        collect();
+        throw;
     }
     for (KrEvaluation const& evaluation : all) {
         if (evaluation.exception) {

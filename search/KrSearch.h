@@ -127,7 +127,8 @@ public:
     /// or memory.
     KrSearchReport run(KrScalarMultivariableFunction const& f,
                        KrSearchContext const& context = {}) const;
-    /// The same with the evaluations made by `workers`.
+    /// The same with the evaluations made by `workers`. If they are several, idle ones evaluate what
+    /// the search will probably ask for. The answer has the bits of one worker.
     KrSearchReport run(KrEvaluationWorkers& workers, KrSearchContext const& context = {}) const;
 
     /// The name of the first component in which the other search differs, the limits left out;

@@ -2,6 +2,7 @@
 
 #include "foundation/core/KrPrint.h"
 #include "search/KrCallingThread.h"
+#include "search/internal/KrShortEvaluation.h"
 
 #include <algorithm>
 #include <bit>
@@ -17,13 +18,6 @@
 #include <utility>
 
 KR_SOURCE_VERSION;
-
-namespace {
-
-// Of an evaluation, in seconds. Below, a second thread gains less than its hand-over may cost.
-constexpr double shortest = 200e-6;
-
-}  // namespace
 
 struct KrThreadWorkers::State {
     using Lock = std::unique_lock<std::mutex>;
@@ -81,7 +75,8 @@ void KrThreadWorkers::State::evaluateNext(Lock& lock, KrU32 number) {
     evaluation.ticket = request.ticket;
     evaluation.worker = number;
     lock.lock();
-    longs = static_cast<std::uint8_t>(longs << 1 | (evaluation.seconds < shortest ? 0 : 1));
+    longs =
+        static_cast<std::uint8_t>(longs << 1 | (evaluation.seconds < krShortEvaluation ? 0 : 1));
     ended.push_back(std::move(evaluation));  // into memory that `start` has reserved
 }
 

@@ -66,7 +66,7 @@ public:
             return run_.step(x);
         }
         double const distance = run_.space_->enter(x, point_);
-        return krPenalised(run_.step(point_), distance, run_.maximise_ ? -1.0 : 1.0);
+        return krPenalised(run_.step(point_), distance, run_.sign_);
     }
     void evaluateMultiple(std::vector<KrRealVector> const& points,
                           KrRealVector& values) const override {
@@ -82,7 +82,7 @@ public:
         }
         run_.stepMany(points_, values);
         for (std::size_t i = 0; i < values.size(); ++i) {
-            values[i] = krPenalised(values[i], distances_[i], run_.maximise_ ? -1.0 : 1.0);
+            values[i] = krPenalised(values[i], distances_[i], run_.sign_);
         }
     }
     KrU32 domainDim() const override { return run_.dimension_; }
@@ -127,6 +127,7 @@ KrSearchRun::KrSearchRun(KrSearch const& search, KrEvaluationWorkers& workers,
       dimension_(search.variables().size()),
       maxEvaluations_(search.maxEvaluations()),
       maximise_(search.maximise()),
+      sign_(maximise_ ? -1.0 : 1.0),
       remember_(search.remember()),
       canStop_(context.stop.stop_possible()),
       isTimed_(context.record || context.observer),
@@ -418,8 +419,7 @@ double KrSearchRun::step(KrRealVector const& x) {
             if (isBetter(value, bestValue_)) {
                 compare(x, value);
             }
-            worstValue_ =
-                isBetter(worstValue_, value) && std::isfinite(value) ? value : worstValue_;
+            noteWorst(value);
             return value;
         }
         return optimizersValue({value, true});
@@ -699,9 +699,7 @@ auto KrSearchRun::accepted(KrRealVector const& x, KrEvaluation const& evaluation
 // The function's value, or what stands in its place.
 double KrSearchRun::optimizersValue(Known const& known) {
     if (!known.failed) {
-        if (isBetter(worstValue_, known.value) && std::isfinite(known.value)) {
-            worstValue_ = known.value;
-        }
+        noteWorst(known.value);
         return known.value;
     }
     ++failures_;
@@ -715,24 +713,17 @@ double KrSearchRun::standIn() const {
     return !std::isnan(given) ? given : std::isfinite(worstValue_) ? worstValue_ : none;
 }
 
-double KrSearchRun::penalised(KrRealVector const& x, double value) const {
-    double const v = constraints_.size() == 0 ? 0.0 : violation(x);
-    bool const counts = v > 0.0 && search_.constraintWeight() > 0.0;
-    return counts ? value + (maximise_ ? -1.0 : 1.0) * search_.constraintWeight() * v : value;
+// With the penalty for a violation of the constraints.
+double KrSearchRun::penalised(double value, double violation) const {
+    bool const counts = violation > 0.0 && search_.constraintWeight() > 0.0;
+    return counts ? value + sign_ * search_.constraintWeight() * violation : value;
 }
 
 double KrSearchRun::take(KrRealVector const& x, Known const& known) {
     ++asked_;
-    double value = optimizersValue(known);
-    if (constraints_.size() != 0) {
-        double const v = violation(x);
-        if (!known.failed && !(v > 0.0)) {
-            compare(x, value);
-        }
-        if (v > 0.0 && search_.constraintWeight() > 0.0) {
-            value += (maximise_ ? -1.0 : 1.0) * search_.constraintWeight() * v;
-        }
-    } else if (!known.failed) {
+    double const value = optimizersValue(known);
+    double const violated = violation(x);
+    if (!known.failed && !(violated > 0.0)) {
         compare(x, value);
     }
     if (context_.observer) {
@@ -752,7 +743,7 @@ double KrSearchRun::take(KrRealVector const& x, Known const& known) {
     if (search_.stallEvaluations() != 0 && asked_ - stallStart_ >= search_.stallEvaluations()) {
         stop(KrSearchReason::Stalled);
     }
-    return value;
+    return penalised(value, violated);
 }
 
 // A feasible point.

@@ -95,11 +95,14 @@ private:
     double take(KrRealVector const& x, Known const& known);
     double optimizersValue(Known const& known);
     double standIn() const;
-    double penalised(KrRealVector const& x, double value) const;
+    double penalised(double value, double violation) const;
     void compare(KrRealVector const& x, double value);
     bool isBetter(double a, double b) const { return maximise_ ? a > b : a < b; }
     bool isFailure(double value) const {
         return !(maximise_ ? value < infinity : value > -infinity);
+    }
+    void noteWorst(double value) {
+        worstValue_ = isBetter(worstValue_, value) && std::isfinite(value) ? value : worstValue_;
     }
     double violation(KrRealVector const& x) const;
     double secondsSince(Time begin) const;
@@ -121,6 +124,7 @@ private:
     KrU32 const dimension_;
     KrU32 const maxEvaluations_;
     bool const maximise_;
+    double const sign_;  // of penalties
     bool const remember_;
     bool const canStop_;
     bool const isTimed_;

@@ -2,6 +2,7 @@
 
 #include "foundation/math/KrRandomScope.h"
 #include "search/internal/KrSame.h"
+#include "search/internal/KrShortEvaluation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,9 +12,6 @@ KR_SOURCE_VERSION;
 namespace {
 
 constexpr std::size_t durationsKept = 15;
-
-// Shorter evaluations are made by the calling thread, or cost less than to hand them out.
-constexpr double shortest = 200e-6;
 
 // The seconds for a speculation before an evaluation has ended, which then ends it.
 constexpr double firstPatience = 1.0;
@@ -61,7 +59,7 @@ public:
         } else {
             point_ = x;
         }
-        return krPenalised(valueAt(point_), distance, run_.maximise_ ? -1.0 : 1.0);
+        return krPenalised(valueAt(point_), distance, run_.sign_);
     }
     KrU32 domainDim() const override { return run_.dimension_; }
 
@@ -80,7 +78,7 @@ private:
         Known const* known = run_.remembered(x, KrPointTable<Known>::hashOf(x));
         known = known ? known : workers_.landed(x);
         if (known) {
-            return run_.penalised(x, known->failed ? run_.standIn() : known->value);
+            return run_.penalised(known->failed ? run_.standIn() : known->value, run_.violation(x));
         }
         mayGoOn();
         auto const isX = [&](KrRealVector const& other) { return krSamePoint(x, other); };
@@ -92,7 +90,7 @@ private:
             }
         }
         double const value = workers_.predictor_.at(x, opinion_);
-        return run_.penalised(x, std::isnan(value) ? run_.standIn() : value);
+        return run_.penalised(std::isnan(value) ? run_.standIn() : value, run_.violation(x));
     }
 
     // Ends where there is no time left, and where a worker is back: what it brings counts more
@@ -231,38 +229,40 @@ bool KrSearchRun::Workers::collect(Time until, std::stop_token const& stop) {
 }
 
 void KrSearchRun::Workers::land(Flight const& flight, KrEvaluation const& evaluation) {
-    if (evaluation.outcome == KrEvaluation::Outcome::Cancelled) {
-        return;
-    }
     Made made;
-    if (evaluation.outcome == KrEvaluation::Outcome::Broken) {
-        made.broken = evaluation.text;
-    } else {
+    switch (evaluation.outcome) {
+        case KrEvaluation::Outcome::Cancelled: return;
+        case KrEvaluation::Outcome::Broken: made.broken = broken_ = evaluation.text; break;
+        case KrEvaluation::Outcome::Exception: made.exception = evaluation.exception; break;
+        case KrEvaluation::Outcome::Value:
+        case KrEvaluation::Outcome::Failure:
+            made.known = run_.accepted(flight.point, evaluation, false);
+            learn(flight.point, *made.known);
+            break;
+    }
+    bool const isMade = evaluation.outcome != KrEvaluation::Outcome::Broken;
+    if (isMade) {
         ++run_.made_;
         run_.speculated_ += flight.wanted ? 0 : 1;
-        if (durations_.size() < durationsKept && evaluation.seconds > 0.0) {
-            durations_.push_back(evaluation.seconds);
-        } else if (evaluation.seconds > 0.0) {  // 0 is not known
-            durations_[nextDuration_++ % durationsKept] = evaluation.seconds;
-        }
-        made.exception = evaluation.exception;
-    }
-    if (!made.exception && made.broken.empty()) {
-        made.known = run_.accepted(flight.point, evaluation, false);
-        learn(flight.point, *made.known);
-    }
-    if (!made.broken.empty()) {
-        broken_ = made.broken;
+        time(evaluation.seconds);
+    } else if (flight.wanted) {
+        run_.workers_.cancel();  // the others would break too
     }
     if (flight.wanted) {
         *flight.wanted = made;
-        if (!made.broken.empty()) {
-            run_.workers_.cancel();  // the others would break too
-        }
     } else if (made.known) {
         keep(flight.point, *made.known);
     } else {
         kept_.insert(flight.point, made);
+    }
+}
+
+// Notes what an evaluation took; 0 is not known.
+void KrSearchRun::Workers::time(double seconds) {
+    if (seconds > 0.0 && durations_.size() < durationsKept) {
+        durations_.push_back(seconds);
+    } else if (seconds > 0.0) {
+        durations_[nextDuration_++ % durationsKept] = seconds;
     }
 }
 
@@ -312,13 +312,14 @@ double KrSearchRun::Workers::patience() const {
     std::vector<double> sorted = durations_;
     auto const middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
     std::ranges::nth_element(sorted, middle);
-    return *middle < shortest ? 0.0 : *middle / 10.0;
+    return *middle < krShortEvaluation ? 0.0 : *middle / 10.0;
 }
 
 // Gives idle workers what the search will probably ask for. If there was no time for any point, it
 // pauses: for 1, 3, 7 and so on times.
 void KrSearchRun::Workers::speculate() {
-    if (count_ <= flights_.size() || patience() == 0.0 || !broken_.empty()) {
+    double const seconds = patience();
+    if (count_ <= flights_.size() || seconds == 0.0 || !broken_.empty()) {
         return;
     }
     if (left_ > 0) {
@@ -328,7 +329,7 @@ void KrSearchRun::Workers::speculate() {
     std::size_t const idle = count_ - flights_.size();
     Time const deadline =
         std::chrono::steady_clock::now() +
-        std::chrono::duration_cast<Time::duration>(std::chrono::duration<double>(patience()));
+        std::chrono::duration_cast<Time::duration>(std::chrono::duration<double>(seconds));
     std::vector<std::vector<KrRealVector>> paths(predictor_.opinions());
     bool isInterrupted = false;
     for (std::size_t opinion = 0; opinion < paths.size() && !isInterrupted; ++opinion) {
@@ -347,6 +348,9 @@ void KrSearchRun::Workers::speculate() {
     }
     if (thrown_) {  // by the workers
         std::rethrow_exception(std::exchange(thrown_, nullptr));
+    }
+    if (run_.context_.stop.stop_requested()) {
+        return;  // some workers cannot end what has begun
     }
     bool const isLate = isInterrupted && paths[0].empty();
     pauses_ = isLate ? std::min(pauses_ + 1, 10U) : 0;

@@ -44,6 +44,7 @@ private:
     bool isFree(KrRealVector const& x);
     bool collect(Time until, std::stop_token const& stop);
     void land(Flight const& flight, KrEvaluation const& evaluation);
+    void time(double seconds);
     void keep(KrRealVector const& x, Known const& known);
     double patience() const;
     void speculate();

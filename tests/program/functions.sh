@@ -34,3 +34,21 @@ has() {
         fi
     done
 }
+
+# bounded_search BUDGET: a search of two variables by Nelder-Mead.
+bounded_search() {
+    cat <<XML
+<search xmlns="urn:zeibreku:function#">
+  <variables>
+    <variable><name>mass</name><start>3</start><lower>0</lower><upper>10</upper></variable>
+    <variable><name>drag</name><start>0.3</start><scale>0.1</scale></variable>
+  </variables>
+  <optimizer>
+    <nelderMead>
+      <defaultSimplexEdgeLength>0.5</defaultSimplexEdgeLength>
+      <maxFunctionEvaluations>$1</maxFunctionEvaluations>
+    </nelderMead>
+  </optimizer>
+</search>
+XML
+}

@@ -2,20 +2,7 @@
 # `report`: the figures of the page are those of the record's lines, also when a browser reads it.
 . "$2/tests/program/functions.sh"
 
-cat >search.xml <<'XML'
-<search xmlns="urn:zeibreku:function#">
-  <variables>
-    <variable><name>mass</name><start>3</start><lower>0</lower><upper>10</upper></variable>
-    <variable><name>drag</name><start>0.3</start><scale>0.1</scale></variable>
-  </variables>
-  <optimizer>
-    <nelderMead>
-      <defaultSimplexEdgeLength>0.5</defaultSimplexEdgeLength>
-      <maxFunctionEvaluations>30</maxFunctionEvaluations>
-    </nelderMead>
-  </optimizer>
-</search>
-XML
+bounded_search 30 >search.xml
 sed 's|^</search>|<maxEvaluations>12</maxEvaluations>&|' search.xml >short.xml
 
 # Two runs, in which every fifth evaluation fails.

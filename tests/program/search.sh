@@ -2,20 +2,7 @@
 # `search` and `verify`: a search whose function is a program.
 . "$2/tests/program/functions.sh"
 
-cat >fit.xml <<'XML'
-<search xmlns="urn:zeibreku:function#">
-  <variables>
-    <variable><name>mass</name><start>3</start><lower>0</lower><upper>10</upper></variable>
-    <variable><name>drag</name><start>0.3</start></variable>
-  </variables>
-  <optimizer>
-    <nelderMead>
-      <defaultSimplexEdgeLength>0.5</defaultSimplexEdgeLength>
-      <maxFunctionEvaluations>60</maxFunctionEvaluations>
-    </nelderMead>
-  </optimizer>
-</search>
-XML
+bounded_search 60 >fit.xml
 sed 's|^</search>|<maxEvaluations>20</maxEvaluations>&|' fit.xml >short.xml
 
 # shellcheck disable=SC2016
@@ -52,7 +39,7 @@ answer out | diff plain -
 # value, which its checksum covers.
 expect 0 "$program" verify record
 test "$(cat out)" = same
-line=$(grep '^e 1 ' record | sed 's/ [^ ]* [^ ]*$/ 1e9/')
+line=$(grep '^e 1 ' record | sed 's/ [^ ]* [^ ]*$/ -1e9/')
 seal=$(printf %s "$line" | gzip -c | tail -c 8 | od -A n -t x1 -N 4 |
     awk '{ print $4 $3 $2 $1 }')
 sed "s/^e 1 .*/$line $seal/" record >changed

@@ -27,11 +27,12 @@ public:
 
     KrU32 count() const override { return count_; }
     void start(std::span<KrEvaluationRequest const> requests) override {
+        EXPECT_TRUE(requests.empty() || !stop_.stop_requested());
         waiting.insert(waiting.end(), requests.begin(), requests.end());
-        most = std::max(most, waiting.size());
     }
     bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) override {
         bool const isLate = until < std::chrono::steady_clock::now();
+        stop_ = stop;
         if (waiting.empty() || stop.stop_requested() || (isLate && !isCancelled && random_() % 3)) {
             return false;
         }
@@ -53,13 +54,13 @@ public:
     void cancel() override { isCancelled = !waiting.empty(); }
 
     std::vector<KrEvaluationRequest> waiting;
-    std::size_t most = 0;
     bool isCancelled = false;
 
 private:
     KrScalarMultivariableFunction const& f_;
     KrU32 const count_;
     std::minstd_rand random_;
+    std::stop_token stop_;
 };
 
 // Its bits: 0 and -0 are two points.

@@ -115,7 +115,7 @@ TEST_F(Commands, FailWithoutANumberOrWithAnExitStatus) {
         {"echo +-1", expected + "\"+-1\""},
         {"echo 1e999", expected + "\"1e999\""},
         {"echo 1 2; echo", expected + "\"1 2\""},
-        {"printf '\"%070d' 1", expected + "\"\\\"" + std::string(59, '0') + "\"..."}};
+        {"printf '\"%070d' 1", expected + "\"\"" + std::string(59, '0') + "...\""}};
     for (auto const& [script, text] : scripts) {
         KrEvaluation const evaluation = evaluated(shell(script));
         EXPECT_EQ(evaluation.outcome, Outcome::Failure);
