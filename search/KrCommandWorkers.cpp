@@ -140,6 +140,7 @@ struct KrCommandWorkers::State {
     std::string problem;
     std::function<void(std::string_view)> errorOutput;
     std::vector<Worker> workers;
+    KrU32 firstWorker = 0;
     std::deque<Job> waiting;
     std::vector<KrEvaluation> ended;
     std::string errors;    // not passed on yet
@@ -181,7 +182,7 @@ void KrCommandWorkers::State::launch(KrU32 number) {
     program.input += '\n';
     std::string* const ours = &program.environment.back() - 1;
     ours[0] = "ZEIBREKU_EVALUATION=" + std::to_string(job.request.ticket);
-    ours[1] = "ZEIBREKU_WORKER=" + std::to_string(number);
+    ours[1] = "ZEIBREKU_WORKER=" + std::to_string(firstWorker + number);
     program.catchesErrors = static_cast<bool>(errorOutput);
     if (int const error = run.start(program); error != 0) {
         putBack(std::move(job), number, error);
@@ -350,6 +351,8 @@ std::string const& KrCommandWorkers::problem() const { return state_->problem; }
 void KrCommandWorkers::setErrorOutput(std::function<void(std::string_view)> output) {
     state_->errorOutput = std::move(output);
 }
+
+void KrCommandWorkers::setFirstWorker(KrU32 number) { state_->firstWorker = number; }
 
 KrU32 KrCommandWorkers::count() const { return static_cast<KrU32>(state_->workers.size()); }
 

@@ -56,6 +56,10 @@ public:
     /// standard error of this process.
     void setErrorOutput(std::function<void(std::string_view)> output);
 
+    /// Sets the number of the first worker, from which `ZEIBREKU_WORKER` counts. Set it if several
+    /// processes evaluate for one search. Default: 0.
+    void setFirstWorker(KrU32 number);
+
     KrU32 count() const override;
     void start(std::span<KrEvaluationRequest const> requests) override;
     bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) override;
