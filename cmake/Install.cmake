@@ -16,6 +16,16 @@ install(TARGETS krfoundation zeibreku krsearch EXPORT zeibrekuTargets
 install(EXPORT zeibrekuTargets NAMESPACE zeibreku:: DESTINATION ${config_dir}
     COMPONENT development)
 
+if(TARGET krmpi)
+    install(TARGETS krmpi EXPORT zeibrekuMpiTargets
+        LIBRARY COMPONENT mpi NAMELINK_COMPONENT mpi_development
+        ARCHIVE COMPONENT mpi_development
+        FILE_SET HEADERS DESTINATION ${headers_dir} COMPONENT mpi_development
+        INCLUDES DESTINATION ${headers_dir})
+    install(EXPORT zeibrekuMpiTargets NAMESPACE zeibreku:: DESTINATION ${config_dir}
+        COMPONENT mpi_development)
+endif()
+
 # A static library leaves it to its clients to link the XML parser and the threads.
 get_target_property(type krfoundation TYPE)
 if(type STREQUAL "STATIC_LIBRARY")
@@ -45,8 +55,16 @@ install(FILES
 file(RELATIVE_PATH pkgconfig_to_prefix
     ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")
-foreach(name IN ITEMS zeibreku zeibreku-search)
+set(pkgconfig_names zeibreku zeibreku-search)
+if(TARGET krmpi)
+    list(APPEND pkgconfig_names zeibreku-mpi)
+endif()
+foreach(name IN LISTS pkgconfig_names)
+    set(component development)
+    if(name STREQUAL "zeibreku-mpi")
+        set(component mpi_development)
+    endif()
     configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${pkgconfig_dir}
-        COMPONENT development)
+        COMPONENT ${component})
 endforeach()

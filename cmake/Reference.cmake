@@ -33,5 +33,5 @@ set(DOXYGEN_SHOW_USED_FILES NO)
 set(DOXYGEN_HTML_TIMESTAMP NO)
 set(DOXYGEN_QUIET YES)
 
-doxygen_add_docs(reference foundation function search docs/reference/mainpage.md
+doxygen_add_docs(reference foundation function search mpi docs/reference/mainpage.md
     COMMENT "Describing the public classes in reference/html")

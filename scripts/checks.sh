@@ -43,8 +43,11 @@ check_headers() {
     local flags
     read -ra flags < <(PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name zeibreku.pc)") \
         pkg-config --cflags zeibreku)
-    "${CXX:-c++}" -std=c++20 -Wall -Wextra -Werror -fsyntax-only "${flags[@]}" \
-        build/headers/all.cpp
+    local compiler=${CXX:-c++}
+    if [[ -e $prefix/include/zeibreku/mpi ]]; then
+        compiler=mpicxx
+    fi
+    "$compiler" -std=c++20 -Wall -Wextra -Werror -fsyntax-only "${flags[@]}" build/headers/all.cpp
 }
 
 # Every public class and operation is described. Doxygen warns of a missing description, but not of
@@ -54,7 +57,7 @@ check_reference() {
     rm -rf build/development/reference
     cmake --build --preset development --target reference
     local class missing=()
-    for class in $(sed -n 's/^class KR_EXPORT \(Kr[[:alnum:]]*\)\($\| [:{].*\)/\1/p' */*/*.h search/*.h); do
+    for class in $(sed -n 's/^class KR_EXPORT \(Kr[[:alnum:]]*\)\($\| [:{].*\)/\1/p' */*/*.h search/*.h mpi/*.h); do
         test -e "build/development/reference/html/class$class.html" || missing+=("$class")
     done
     if ((${#missing[@]} > 0)); then
@@ -72,7 +75,7 @@ check_cppcheck() {
         --suppress=unknownMacro --suppress=internalAstError \
         --suppress=operatorEqVarError \
         -D__attribute__\(x\)= \
-        foundation function search program examples
+        foundation function search mpi program examples
 }
 
 check_static() { build_and_test static; }
@@ -82,7 +85,7 @@ check_clang() { build_and_test clang; }
 check_tidy() {
     cmake --preset clang
     # One file for each process keeps all cores busy. The count of suppressed warnings is dropped.
-    find foundation function search program -name '*.cpp' -print0 | sort -z |
+    find foundation function search mpi program -name '*.cpp' -print0 | sort -z |
         xargs -0 -r -n 1 -P "$jobs" "$(first_of clang-tidy-14 clang-tidy)" \
             -p build/clang --quiet 2>&1 |
         sed '/warnings\{0,1\} generated\.$/d'
@@ -107,8 +110,8 @@ check_coverage() {
     cmake --build --preset coverage
     ctest --preset coverage
     local gcovr=(gcovr --root . --object-directory build/coverage --exclude-unreachable-branches)
-    "${gcovr[@]}" --filter foundation/ --filter function/ --filter search/ --filter program/ \
-        --fail-under-line 95 build/coverage
+    "${gcovr[@]}" --filter foundation/ --filter function/ --filter search/ --filter mpi/ \
+        --filter program/ --fail-under-line 95 build/coverage
     "${gcovr[@]}" --filter foundation/xml/KrXmlReader.cpp --fail-under-line 100 build/coverage
 }
 
@@ -191,14 +194,24 @@ check_packages() {
     touch "$root/var/lib/dpkg/status"
     # The separate root lacks the packages' dependencies, which the system provides.
     PATH=$PATH:/usr/sbin:/sbin fakeroot dpkg --root="$root" -i \
-        --ignore-depends=libc6,libexpat1,libgcc-s1,libstdc++6 "$build"/*.deb
+        --ignore-depends=libc6,libexpat1,libgcc-s1,libstdc++6 \
+        --ignore-depends=libopenmpi3,libopenmpi-dev,libmpich12,libmpich-dev "$build"/*.deb
 
-    local libraries
+    local libraries flags
     libraries=$(dirname "$(dirname "$(find "$root" -name zeibreku.pc)")")
     export LD_LIBRARY_PATH=$libraries
     cmake -S tests/consumer -B "$build/consumer" -D CMAKE_PREFIX_PATH="$root/usr" -D shared=ON
     cmake --build "$build/consumer"
     "$build/consumer/consumer"
+    if [[ -e $libraries/libkrmpi.so ]]; then
+        cmake -S tests/consumer -B "$build/consumer" -D mpi=ON
+        cmake --build "$build/consumer"
+        "$build/consumer/ranks"
+        read -ra flags < <(PKG_CONFIG_PATH=$libraries/pkgconfig \
+            pkg-config --cflags --libs zeibreku-mpi)
+        mpicxx -std=c++20 tests/consumer/ranks.cpp -o "$build/consumer/ranks" "${flags[@]}"
+        "$build/consumer/ranks"
+    fi
     cmake -D compiler="${CXX:-c++}" -D pkg_config=pkg-config -D libdir="$libraries" \
         -D source=tests/consumer/main.cpp -D program="$build/consumer/by_pkg_config" \
         -P tests/consumer/pkg_config.cmake

@@ -2,8 +2,8 @@
 # Installs the Debian packages that building needs, if they are missing.
 #
 #   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat, Eigen, CLI11
-#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python, locales, and libpng
-#                                 for an example
+#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python, locales, libpng for
+#                                 an example, and MPI
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
 #   scripts/setup.sh bits         demo, and compilers and emulators of other processors
@@ -71,6 +71,8 @@ need_test() {
     need python3 program python3
     need locales test -e /usr/share/i18n/locales/de_DE
     need libpng-dev library libpng
+    want libopenmpi-dev program mpicxx
+    want openmpi-bin program mpiexec
 }
 
 need_checks() {

@@ -28,6 +28,20 @@ add_test(NAME consumer.find_package
             -Dshared=${zeibreku_shared}
         --test-command consumer)
 set_tests_properties(consumer.find_package PROPERTIES FIXTURES_REQUIRED consumer_prefix)
+if(TARGET krmpi)
+    add_test(NAME consumer.mpi
+        COMMAND ${CMAKE_CTEST_COMMAND}
+            --build-and-test ${CMAKE_CURRENT_LIST_DIR} ${consumer_dir}/mpi
+            --build-generator ${CMAKE_GENERATOR}
+            --build-makeprogram ${CMAKE_MAKE_PROGRAM}
+            --build-options
+                -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER}
+                -DCMAKE_PREFIX_PATH=${consumer_prefix}
+                -DMPI_CXX_COMPILER=${MPI_CXX_COMPILER}
+                -Dshared=${zeibreku_shared} -Dmpi=ON
+            --test-command ranks)
+    set_tests_properties(consumer.mpi PROPERTIES FIXTURES_REQUIRED consumer_prefix)
+endif()
 
 # The schema that an editor of the client's files is told of.
 add_test(NAME consumer.schema
