@@ -1,7 +1,8 @@
 # Debian packages, by `cpack` in a build folder of the preset `package`: the run-time libraries,
 # what a client is built with, the program, and the documentation.
 #
-# All libraries are in one package: their versions and sonames always change together.
+# All libraries but that for MPI are in one package: their versions and sonames always change
+# together.
 find_program(GZIP_PROGRAM gzip)
 find_program(DPKG_PROGRAM dpkg-deb)
 if(NOT GZIP_PROGRAM OR NOT DPKG_PROGRAM)
@@ -13,9 +14,18 @@ set(runtime_package libzeibreku${PROJECT_VERSION_MAJOR})
 set(development_package libzeibreku-dev)
 set(documentation_package libzeibreku-doc)
 set(program_package ${PROJECT_NAME})
+set(mpi_package libzeibreku-mpi${PROJECT_VERSION_MAJOR})
+set(mpi_development_package libzeibreku-mpi-dev)
+set(mpi_program_package ${PROJECT_NAME}-mpi)
 set(components runtime development documentation)
 if(ZEIBREKU_BUILD_PROGRAM)
     list(APPEND components program)
+endif()
+if(TARGET krmpi)
+    list(APPEND components mpi mpi_development)
+    if(ZEIBREKU_BUILD_PROGRAM)
+        list(APPEND components mpi_program)
+    endif()
 endif()
 
 file(STRINGS ${debian_dir}/changelog newest LIMIT_COUNT 1)
@@ -93,11 +103,43 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME ${program_package})
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
-    ${PROJECT_BINARY_DIR}/foundation ${PROJECT_BINARY_DIR}/function ${PROJECT_BINARY_DIR}/search)
+    ${PROJECT_BINARY_DIR}/foundation ${PROJECT_BINARY_DIR}/function ${PROJECT_BINARY_DIR}/search
+    ${PROJECT_BINARY_DIR}/mpi)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS ${documentation_package})
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "${about}
 This package holds the program zeibreku: searches whose function is a program,
 with a record to resume them, and checks of XML files.")
+
+# What needs MPI, in packages that nobody else installs.
+set(mpi_headers_package libopenmpi-dev)
+if("mpich" IN_LIST MPI_CXX_LIB_NAMES)
+    set(mpi_headers_package libmpich-dev)
+endif()
+set(CPACK_DEBIAN_MPI_PACKAGE_NAME ${mpi_package})
+set(CPACK_DEBIAN_MPI_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_MPI_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_MPI_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_MPI_PACKAGE_CONTROL_EXTRA ${CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA})
+set(CPACK_DEBIAN_MPI_DESCRIPTION "${about}
+This package holds the shared library for searches over the ranks of MPI.")
+
+set(CPACK_DEBIAN_MPI_DEVELOPMENT_PACKAGE_NAME ${mpi_development_package})
+set(CPACK_DEBIAN_MPI_DEVELOPMENT_PACKAGE_SECTION libdevel)
+string(CONCAT CPACK_DEBIAN_MPI_DEVELOPMENT_PACKAGE_DEPENDS "${mpi_package} (= ${PROJECT_VERSION}), "
+    "${development_package} (= ${PROJECT_VERSION}), ${mpi_headers_package}")
+set(CPACK_DEBIAN_MPI_DEVELOPMENT_PACKAGE_SUGGESTS ${documentation_package})
+set(CPACK_DEBIAN_MPI_DEVELOPMENT_DESCRIPTION "${about}
+This package holds the header for searches over the ranks of MPI, and what CMake
+and pkg-config need.")
+
+set(CPACK_DEBIAN_MPI_PROGRAM_PACKAGE_NAME ${mpi_program_package})
+set(CPACK_DEBIAN_MPI_PROGRAM_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_MPI_PROGRAM_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_MPI_PROGRAM_PACKAGE_DEPENDS "${mpi_package} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_MPI_PROGRAM_PACKAGE_SUGGESTS ${documentation_package})
+set(CPACK_DEBIAN_MPI_PROGRAM_DESCRIPTION "${about}
+This package holds the program zeibreku-mpi: searches whose function is a
+program that runs on the ranks of MPI.")
 
 include(CPack)

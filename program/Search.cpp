@@ -13,14 +13,15 @@
 namespace {
 
 // Runs the search until it ends or a signal stops it. An exception ends it as `failed`.
-KrSearchReport searched(KrSearch const& search, KrCommandWorkers& workers, SearchCall const& call) {
+KrSearchReport searched(KrSearch const& search, KrEvaluationWorkers& workers,
+                        KrCommandWorkers& commands, SearchCall const& call) {
     std::optional<KrEvaluationRecord> record;
     if (!call.record.empty()) {
         record.emplace(call.record);
     }
     KrSignalStop const signals;
     Progress progress(search, call.isQuiet);
-    workers.setErrorOutput([&](std::string_view lines) { progress.write(lines); });
+    commands.setErrorOutput([&](std::string_view lines) { progress.write(lines); });
     KrSearchReport report;
     try {
         search.run(workers, {.observer = &progress,
@@ -35,17 +36,18 @@ KrSearchReport searched(KrSearch const& search, KrCommandWorkers& workers, Searc
 
 }  // namespace
 
-int runSearch(SearchCall const& call) {
+int runSearch(SearchCall const& call, Spread const& spread) {
     KrSearch search;
     if (!KrXml::readFile(call.file, search)) {
         return Refused;
     }
-    KrCommandWorkers workers(call.command, call.workers, search.names());
-    if (!workers.problem().empty()) {
-        std::fprintf(stderr, "zeibreku: %s\n", workers.problem().c_str());
+    KrCommandWorkers commands(call.command, call.workers, search.names());
+    if (!commands.problem().empty()) {
+        std::fprintf(stderr, "zeibreku: %s\n", commands.problem().c_str());
         return WrongCall;
     }
-    KrSearchReport const report = searched(search, workers, call);
+    auto const workers = spread ? spread(call, commands, search.names()) : nullptr;
+    KrSearchReport const report = searched(search, workers ? *workers : commands, commands, call);
     std::fputs(report.text(search.names()).c_str(), stdout);
     bool const isWritten = call.report.empty() || KrXml::writeFile(call.report, report);
     if (report.reason() == KrSearchReason::Failed || !isWritten) {

@@ -2,8 +2,13 @@
 
 #include "foundation/core/KrTypes.h"
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
+
+class KrCommandWorkers;
+class KrEvaluationWorkers;
 
 // The subcommands of `zeibreku`. Each prints its result to standard output and its messages to
 // standard error, and returns the exit status.
@@ -26,8 +31,17 @@ struct SearchCall {
     std::vector<std::string> command;  ///< the program to run, and its arguments
 };
 
+/// Makes workers that spread the runs of a program over several processes. They evaluate with
+/// `commands` if this process is alone. `names` are those of the variables.
+using Spread = std::function<std::unique_ptr<KrEvaluationWorkers>(
+    SearchCall const& call, KrCommandWorkers& commands, std::vector<std::string> const& names)>;
+
+/// Runs the subcommand that the arguments name, and returns the exit status. `name` is that of this
+/// program. With `spread`, `search` has no workers of its own.
+int runProgram(int argc, char** argv, std::string const& name, Spread const& spread = nullptr);
+
 /// Runs a search whose evaluations are runs of a program.
-int runSearch(SearchCall const& call);
+int runSearch(SearchCall const& call, Spread const& spread);
 /// Replays a record and prints "same", or where the search now differs.
 int runVerify(std::string const& record);
 /// Prints a page for a browser about a record.

@@ -1,0 +1,145 @@
+#include "foundation/core/KrExport.h"
+#include "program/Subcommands.h"
+
+#include <fcntl.h>
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <string>
+
+namespace {
+
+// A caller may have closed them. A file opened later, such as a record, must not take their place.
+void openStandardFiles() {
+    for (int const descriptor : {0, 1, 2}) {
+        if (fcntl(descriptor, F_GETFD) < 0) {
+            static_cast<void>(open("/dev/null", O_RDONLY));
+        }
+    }
+}
+
+struct SearchHelp : CLI::Formatter {
+    std::string make_usage(CLI::App const* app, std::string name) const override {
+        std::string usage = Formatter::make_usage(app, name);
+        return usage.insert(usage.find_last_not_of('\n') + 1, " -- COMMAND [ARG...]");
+    }
+};
+
+CLI::App* addSearch(CLI::App& app, SearchCall& call, bool hasWorkers) {
+    CLI::App* const search = app.add_subcommand(
+        "search", "Finds the values for which a program prints the smallest number.");
+    search->formatter(std::make_shared<SearchHelp>());
+    search->add_option("SEARCH.xml", call.file, "The search: variables, optimizer, limits")
+        ->required();
+    search->add_option("--record", call.record, "Keep all values in FILE, and continue from it")
+        ->option_text("FILE");
+    if (hasWorkers) {
+        search->add_option("--workers", call.workers, "Run N commands at once; 1 if not given")
+            ->option_text("N")
+            ->check(CLI::Range(1, 4096));
+    }
+    search->add_option("--report", call.report, "Write the report to FILE.xml too")
+        ->option_text("FILE.xml");
+    search->add_flag("--quiet", call.isQuiet, "Show no progress");
+    return search->footer(
+        "One evaluation is one run of COMMAND. {name} in an ARG is replaced by the value of that\n"
+        "variable. Standard input has all values on one line. The last line of standard output\n"
+        "is the result. ZEIBREKU_WORKER is " +
+        std::string(hasWorkers ? "0, 1, ..." : "the rank") +
+        ", and ZEIBREKU_EVALUATION a number for each.\n"
+        "\n"
+        "The report goes to standard output. The status is 0 when the search has ended, 1 when\n"
+        "something was refused or failed, 2 for a wrong call, 130 when a signal stopped it.\n"
+        "\n"
+        "Example:\n  " +
+        (hasWorkers ? "zeibreku" : "mpirun -n 8 zeibreku-mpi") +
+        " search fit.xml --record fit.record -- ./simulate --mass {mass}");
+}
+
+int run(int argc, char** argv, std::string const& name, Spread const& spread) {
+    CLI::App app("Searches whose function is a program, their records, and the library's files.",
+                 name);
+    app.set_version_flag("--version", name + " " KR_VERSION);
+    app.failure_message([&](CLI::App const*, CLI::Error const& error) {
+        return "zeibreku: " + std::string(error.what()) + "\n" + name + " --help shows the calls\n";
+    });
+    app.footer("Example:\n  zeibreku search fit.xml --record fit.record -- ./simulate {mass}");
+    int status = Done;
+
+    // The words behind "--" are those of COMMAND: CLI11 would split one such as [a,b].
+    bool const isSearch = argc > 1 && std::strcmp(argv[1], "search") == 0;
+    char** const words = std::find_if(argv, argv + argc, [&](char const* word) {
+        return isSearch && std::strcmp(word, "--") == 0;
+    });
+    SearchCall call;
+    addSearch(app, call, !spread)->callback([&] {
+        if (argv + argc - words < 2) {
+            throw CLI::RequiredError("-- COMMAND [ARG...]");
+        }
+        call.command.assign(words + 1, argv + argc);
+        status = runSearch(call, spread);
+    });
+
+    std::string record;
+    CLI::App* const verify = app.add_subcommand(
+        "verify", "Replays a record without an evaluation, and compares every point.");
+    verify->add_option("RECORD", record, "The record of a search")->required();
+    verify->footer("Example:\n  zeibreku verify fit.record");
+    verify->callback([&] { status = runVerify(record); });
+
+    CLI::App* const report =
+        app.add_subcommand("report", "Prints a page for a browser about a record.");
+    report->add_option("RECORD", record, "The record of a search, which may be running")
+        ->required();
+    report->footer("Example:\n  zeibreku report fit.record > fit.html");
+    report->callback([&] { status = runReport(record); });
+
+    std::vector<std::string> files;
+    CLI::App* const check =
+        app.add_subcommand("check", "Reads XML files and prints one line for each fault.");
+    check->add_option("FILE", files, "A file of any element of the library")->required();
+    check->footer("Example:\n  zeibreku check fit.xml table.xml");
+    check->callback([&] { status = runCheck(files); });
+
+    CLI::App* const schema =
+        app.add_subcommand("schema", "Prints the XML Schema of all elements, for editors.");
+    schema->footer("Example:\n  zeibreku schema > zeibreku.xsd");
+    schema->callback([&] { status = runSchema(); });
+
+    try {
+        app.parse(static_cast<int>(words - argv), argv);
+        if (app.get_subcommands().empty()) {
+            throw CLI::RequiredError("A subcommand");
+        }
+    } catch (CLI::ParseError const& error) {
+        return app.exit(error) == 0 ? Done : WrongCall;
+    }
+    return status;
+}
+
+}  // namespace
+
+int runProgram(int argc, char** argv, std::string const& name, Spread const& spread) {
+    openStandardFiles();
+    std::signal(SIGPIPE, SIG_IGN);  // a write to a closed pipe fails instead
+    // The end of the terminal ends a search in order, unless nohup was asked to prevent it.
+    if (std::signal(SIGHUP, [](int) { std::raise(SIGTERM); }) == SIG_IGN) {
+        std::signal(SIGHUP, SIG_IGN);
+    }
+    int status = Refused;
+    try {
+        status = run(argc, argv, name, spread);
+    } catch (std::exception const& exception) {
+        std::fprintf(stderr, "zeibreku: %s\n", exception.what());
+    }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::perror("zeibreku: standard output");
+        return Refused;
+    }
+    return status;
+}
