@@ -130,8 +130,8 @@ string(CONCAT CPACK_DEBIAN_MPI_DEVELOPMENT_PACKAGE_DEPENDS "${mpi_package} (= ${
     "${development_package} (= ${PROJECT_VERSION}), ${mpi_headers_package}")
 set(CPACK_DEBIAN_MPI_DEVELOPMENT_PACKAGE_SUGGESTS ${documentation_package})
 set(CPACK_DEBIAN_MPI_DEVELOPMENT_DESCRIPTION "${about}
-This package holds the header for searches over the ranks of MPI, and what CMake
-and pkg-config need.")
+This package holds the header for searches over the ranks of MPI, and what
+CMake and pkg-config need.")
 
 set(CPACK_DEBIAN_MPI_PROGRAM_PACKAGE_NAME ${mpi_program_package})
 set(CPACK_DEBIAN_MPI_PROGRAM_PACKAGE_SECTION science)

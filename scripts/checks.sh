@@ -211,7 +211,7 @@ check_packages() {
             pkg-config --cflags --libs zeibreku-mpi)
         mpicxx -std=c++20 tests/consumer/ranks.cpp -o "$build/consumer/ranks" "${flags[@]}"
         "$build/consumer/ranks"
-        "$root/usr/bin/zeibreku-mpi" check examples/09_fit/nelder-mead.xml
+        "$root/usr/bin/zeibreku-mpi" check examples/09_fit/search.xml
     fi
     cmake -D compiler="${CXX:-c++}" -D pkg_config=pkg-config -D libdir="$libraries" \
         -D source=tests/consumer/main.cpp -D program="$build/consumer/by_pkg_config" \
