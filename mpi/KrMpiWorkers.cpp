@@ -77,7 +77,7 @@ KrEvaluation resultOf(Message const& message) {
     if (evaluation.outcome == KrEvaluation::Outcome::Exception) {
         evaluation.exception = std::make_exception_ptr(std::runtime_error(evaluation.text));
     }
-    evaluation.worker = static_cast<KrU32>(message.source);
+    evaluation.worker = static_cast<KrU32>(message.source - 1);
     evaluation.seconds = head.seconds;
     return evaluation;
 }

@@ -28,7 +28,7 @@
 /// from the point.
 ///
 /// An exception of the function arrives as `std::runtime_error` with its text. `worker` of an
-/// evaluation is its rank. `cancel` takes back what no rank has begun, and passes on to the others:
+/// evaluation is 0 for rank 1, 1 for rank 2, and so on. `cancel` takes back what no rank has begun, and passes on to the others:
 /// a command ends, a function finishes. A point whose length is not `domainDim` of the function is
 /// `Broken`.
 ///

@@ -63,7 +63,7 @@ void runOnOtherRank(int rank) {
     }
     KrSignalStop const signals;
     KrCommandWorkers commands(task.command, 1, task.names);
-    commands.setFirstWorker(static_cast<KrU32>(rank));
+    commands.setFirstWorker(static_cast<KrU32>(rank - 1));
     KrMpiWorkers workers(MPI_COMM_WORLD, commands);
     workers.serve();
 }

@@ -46,19 +46,17 @@ CLI::App* addSearch(CLI::App& app, SearchCall& call, bool hasWorkers) {
     search->add_option("--report", call.report, "Write the report to FILE.xml too")
         ->option_text("FILE.xml");
     search->add_flag("--quiet", call.isQuiet, "Show no progress");
+    std::string const program = hasWorkers ? "zeibreku" : "mpirun -n 8 zeibreku-mpi";
     return search->footer(
         "One evaluation is one run of COMMAND. {name} in an ARG is replaced by the value of that\n"
         "variable. Standard input has all values on one line. The last line of standard output\n"
-        "is the result. ZEIBREKU_WORKER is " +
-        std::string(hasWorkers ? "0, 1, ..." : "the rank") +
-        ", and ZEIBREKU_EVALUATION a number for each.\n"
+        "is the result. ZEIBREKU_WORKER is 0, 1, ..., and ZEIBREKU_EVALUATION a number for each.\n"
         "\n"
         "The report goes to standard output. The status is 0 when the search has ended, 1 when\n"
         "something was refused or failed, 2 for a wrong call, 130 when a signal stopped it.\n"
         "\n"
         "Example:\n  " +
-        (hasWorkers ? "zeibreku" : "mpirun -n 8 zeibreku-mpi") +
-        " search fit.xml --record fit.record -- ./simulate --mass {mass}");
+        program + " search fit.xml --record fit.record -- ./simulate --mass {mass}");
 }
 
 int run(int argc, char** argv, std::string const& name, Spread const& spread) {

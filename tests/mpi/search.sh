@@ -24,13 +24,13 @@ answer() { grep -Ev '^(evaluations|seconds): ' "$1"; }
 expect 0 "$zeibreku" search fit.xml -- awk "$bowl"
 answer out >plain
 
-# Words of the command arrive as they are, and each rank has a number of its own.
+# Words of the command arrive as they are, and the ranks that evaluate count from 0.
 # shellcheck disable=SC2016
 expect 0 "$@" "$program" search short.xml --record record -- sh -c 'mkdir -p "$ZEIBREKU_WORKER"
     echo "$1 $2" >>words; exec awk "$0"' "$bowl" '[a,b]' ''
 has out '^reason: evaluations$' '^evaluations: 20 '
 has words '^\[a,b\] $'
-test -d 1 && test -d 2 && test ! -e 0
+test -d 0 && test -d 1 && test ! -e 2
 expect 0 "$@" "$program" search fit.xml --record record --report report.xml -- awk "$bowl"
 answer out | diff plain -
 expect 0 "$zeibreku" verify record
