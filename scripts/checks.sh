@@ -133,8 +133,15 @@ check_bits() {
 
 # The libraries and the program have the protections of cmake/Hardening.cmake.
 check_hardening() {
+    local libraries=(build/release/{foundation/libkrfoundation,function/libzeibreku}.so
+        build/release/search/libkrsearch.so build/release/program/zeibreku)
+    local targets=(zeibreku_program)
     cmake --preset release
-    cmake --build --preset release --target zeibreku_program
+    if [[ -d build/release/mpi/CMakeFiles/krmpi.dir ]]; then
+        libraries+=(build/release/mpi/libkrmpi.so build/release/program/zeibreku-mpi)
+        targets+=(zeibreku_mpi_program)
+    fi
+    cmake --build --preset release --target "${targets[@]}"
     local library missing=0
     # has NAME PATTERN COMMAND...: the output of the command for the library matches the pattern.
     has() {
@@ -145,9 +152,7 @@ check_hardening() {
             missing=1
         fi
     }
-    for library in build/release/foundation/libkrfoundation.so \
-        build/release/function/libzeibreku.so build/release/search/libkrsearch.so \
-        build/release/program/zeibreku; do
+    for library in "${libraries[@]}"; do
         has "read-only relocations" GNU_RELRO readelf -lW
         has "binding when it is loaded" 'FLAGS.*BIND_NOW' readelf -dW
         has "the stack protector" __stack_chk_fail readelf -sW
