@@ -5,14 +5,16 @@
 // "Asked" is the number of evaluations that the search without workers asks for per round, "made"
 // the number of those that it makes: a point that it asks for again has its value already. "Work"
 // is the number of evaluations that the workers make for one of the search without workers. Means
-// are geometric. Every search has 400 evaluations and a first edge of 0.1 times the size of the
-// start point, and must find the same bits with and without workers. Otherwise the problem is
-// printed, and the status is 1.
+// are geometric. Every search must find the same bits with and without workers. Otherwise the
+// problem is printed, and the status is 1.
+//
+// With `--milliseconds=20`, threads evaluate functions that sleep so long, and the rounds are the
+// time over that of one evaluation. With `--spread=0.5`, each evaluation takes a time of its own,
+// from half of that to one and a half. `--every=K` takes each K-th problem.
 
-#include "OptimizerSettings.h"
+#include "WorkerSearches.h"
 #include "search/KrCallingThread.h"
-#include "search/KrSearch.h"
-#include "support/MoreWild.h"
+#include "search/KrThreadWorkers.h"
 
 #include <bit>
 #include <chrono>
@@ -26,12 +28,11 @@
 
 namespace {
 
-using MoreWild::Problem;
 using MoreWild::Variant;
+using WorkerSearches::hasSameBits;
+using WorkerSearches::optimizers;
+using WorkerSearches::Problem;
 
-constexpr KrU32 budget = 400;
-constexpr double edge = 0.1;
-constexpr KrU32 workerCounts[] = {4, 8, 16};
 constexpr Variant variants[] = {Variant::smooth, Variant::piecewiseSmooth, Variant::noisy};
 
 /// Evaluates up to `count` points in a round, those first that were started first.
@@ -43,9 +44,9 @@ public:
     void start(std::span<KrEvaluationRequest const> requests) override {
         waiting_.insert(waiting_.end(), requests.begin(), requests.end());
     }
-    // A round ends when the search waits for it, and not when it only looks.
+    // A round ends when the search waits for it, and not when it looks or waits for less.
     bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token) override {
-        if (waiting_.empty() || until < std::chrono::steady_clock::now()) {
+        if (waiting_.empty() || until < std::chrono::steady_clock::now() + duration) {
             return false;
         }
         ++rounds_;
@@ -54,7 +55,7 @@ public:
             KrEvaluation& evaluation =
                 all.emplace_back(KrCallingThread::evaluate(f_, request.point));
             evaluation.ticket = request.ticket;
-            evaluation.seconds = 60.0;  // predictions are never short of time
+            evaluation.seconds = double(duration.count());
             waiting_.pop_front();
             ++evaluations_;
         }
@@ -67,6 +68,8 @@ public:
     KrU32 evaluations() const { return evaluations_; }
 
 private:
+    static constexpr std::chrono::seconds duration{60};  // predictions are never short of time
+
     KrScalarMultivariableFunction const& f_;
     KrU32 count_;
     std::deque<KrEvaluationRequest> waiting_;
@@ -74,63 +77,83 @@ private:
     KrU32 evaluations_ = 0;
 };
 
-template <class Optimizer>
-KrSearch searchOf(Problem const& problem) {
-    KrRealVector const start = problem.start();
-    Optimizer optimizer;
-    OptimizerSettings::configure(
-        optimizer, {problem.n, budget, budget, edge * OptimizerSettings::size(start)});
-    KrSearch search;
-    search.setOptimizer(optimizer);
-    search.setMaxEvaluations(budget);
-    for (KrU32 i = 0; i < problem.n; ++i) {
-        search.addVariable("x" + std::to_string(i), start[i]);
-    }
-    return search;
-}
-
-struct {
-    char const* name;
-    KrSearch (*search)(Problem const& problem);
-} const optimizers[] = {{"Nelder-Mead", searchOf<KrNelderMeadOptimizer>},
-                        {"Hooke-Jeeves", searchOf<KrHookeJeevesOptimizer>},
-                        {"Multidirectional", searchOf<KrMultidirectionalSearchOptimizer>},
-                        {"Implicit filtering", searchOf<KrImplicitFilteringOptimizer>},
-                        {"Sequence, chain", searchOf<KrSequenceOptimizer>}};
-
-bool hasSameBits(KrSearchReport const& a, KrSearchReport const& b) {
-    auto const bits = [](double x) { return std::bit_cast<std::uint64_t>(x); };
-    return bits(a.bestValue()) == bits(b.bestValue()) && a.bestPoint() == b.bestPoint() &&
-           bits(a.answer()) == bits(b.answer()) && a.answerPoint() == b.answerPoint() &&
-           a.evaluations() == b.evaluations();
-}
-
 struct Gain {
     double asked = 0.0;
     double made = 0.0;
     double work = 0.0;
 };
 
+// What the command line sets.
+double milliseconds = 0.0;  // of an evaluation; 0 counts rounds
+double spread = 0.0;        // of the times of evaluations, relative
+std::size_t every = 1;      // which problems
+
 bool allAreSame = true;
+
+/// Takes its time for an evaluation. How long depends on the point.
+class Slow : public KrScalarMultivariableFunction {
+public:
+    explicit Slow(MoreWild::Function const& f) : f_(f) {}
+    double evaluate(KrRealVector const& x) const override {
+        std::uint64_t hash = 0;
+        for (double const component : x) {
+            hash = (hash ^ std::bit_cast<std::uint64_t>(component)) * 0x9e3779b97f4a7c15;
+        }
+        double const uniform = std::ldexp(double(hash >> 11), -53);
+        std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(
+            milliseconds * (1.0 + spread * (2.0 * uniform - 1.0))));
+        return f_.evaluate(x);
+    }
+    KrU32 domainDim() const override { return f_.domainDim(); }
+
+private:
+    MoreWild::Function f_;
+};
+
+struct Run {
+    KrSearchReport report;
+    double rounds;
+    KrU32 evaluations;
+};
+
+Run inRounds(KrSearch const& search, KrScalarMultivariableFunction const& f, KrU32 workers) {
+    Rounds rounds(f, workers);
+    KrSearchReport const report = search.run(rounds);
+    return {report, double(rounds.rounds()), rounds.evaluations()};
+}
+
+/// The rounds are the time, in mean evaluations.
+Run inTime(KrSearch const& search, MoreWild::Function const& f, KrU32 workers) {
+    std::vector<Slow> const functions(workers, Slow(f));  // one thread at a time uses each
+    std::vector<KrScalarMultivariableFunction const*> pointers;
+    for (Slow const& function : functions) {
+        pointers.push_back(&function);
+    }
+    KrThreadWorkers threads(pointers);
+    KrSearchReport const report = search.run(threads);
+    return {report, report.seconds() * 1e3 / milliseconds, report.evaluationsMade()};
+}
 
 /// The geometric means over the problems.
 Gain gain(KrSearch (*searchOf)(Problem const&), Variant variant, KrU32 workers) {
     Gain sums;
-    for (Problem const& problem : MoreWild::problems) {
+    std::size_t problems = 0;
+    for (std::size_t p = 0; p < MoreWild::problems.size(); p += every, ++problems) {
+        Problem const& problem = MoreWild::problems[p];
         MoreWild::Function const f(problem, variant);
         KrSearch const search = searchOf(problem);
         KrSearchReport const alone = search.run(f);
-        Rounds rounds(f, workers);
-        KrSearchReport const together = search.run(rounds);
+        auto const [together, rounds, evaluations] =
+            milliseconds == 0.0 ? inRounds(search, f, workers) : inTime(search, f, workers);
         if (!hasSameBits(alone, together)) {
             allAreSame = false;
             std::printf("\nOther bits: family %u, n = %u", problem.family, problem.n);
         }
-        sums.asked += std::log(double(alone.evaluations()) / rounds.rounds());
-        sums.made += std::log(double(alone.evaluationsMade()) / rounds.rounds());
-        sums.work += std::log(double(rounds.evaluations()) / alone.evaluationsMade());
+        sums.asked += std::log(double(alone.evaluations()) / rounds);
+        sums.made += std::log(double(alone.evaluationsMade()) / rounds);
+        sums.work += std::log(double(evaluations) / alone.evaluationsMade());
     }
-    auto const mean = [](double sum) { return std::exp(sum / double(MoreWild::problems.size())); };
+    auto const mean = [&](double sum) { return std::exp(sum / double(problems)); };
     return {mean(sums.asked), mean(sums.made), mean(sums.work)};
 }
 
@@ -153,16 +176,27 @@ void printTable(KrU32 workers) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    KrU32 only = 0;
     for (int i = 1; i < argc; ++i) {
-        // What runs all benchmarks gives each the same options; there is nothing to set here.
-        if (!std::string_view(argv[i]).starts_with("--benchmark_")) {
-            std::fprintf(stderr, "usage: %s [--benchmark_...]\n", argv[0]);
+        // What runs all benchmarks gives each the same options, which have no effect here.
+        if (std::sscanf(argv[i], "--milliseconds=%lf", &milliseconds) != 1 &&
+            std::sscanf(argv[i], "--spread=%lf", &spread) != 1 &&
+            std::sscanf(argv[i], "--every=%zu", &every) != 1 &&
+            std::sscanf(argv[i], "--workers=%u", &only) != 1 &&
+            !std::string_view(argv[i]).starts_with("--benchmark_")) {
+            std::fprintf(stderr,
+                         "usage: %s [--milliseconds=T [--spread=S]] [--every=K] [--workers=W]\n",
+                         argv[0]);
             return 2;
         }
     }
-    std::printf("%zu problems, %u evaluations, first edge %g", MoreWild::problems.size(), budget,
-                edge);
-    for (KrU32 const workers : workerCounts) {
+    every = std::max<std::size_t>(every, 1);
+    std::printf("Every %zu of %zu problems, %u evaluations, first edge %g, ", every,
+                MoreWild::problems.size(), WorkerSearches::budget, WorkerSearches::edge);
+    milliseconds == 0.0
+        ? std::printf("in rounds")
+        : std::printf("evaluations of %g ms +- %g %% on threads", milliseconds, 100.0 * spread);
+    for (KrU32 const workers : only != 0 ? std::vector{only} : std::vector<KrU32>{4, 8, 16}) {
         printTable(workers);
     }
     std::printf("\n");

@@ -52,6 +52,7 @@ private:
     KrSearchRun& run_;
     std::size_t const count_;
     std::map<std::uint64_t, Flight> flights_;            // by ticket
+    std::uint64_t newest_ = 0;                           // the first ticket of the last question
     std::vector<KrRealVector> const* points_ = nullptr;  // that the search waits for
     std::vector<Made> all_;                              // what came of them
     std::vector<KrEvaluation> ended_;
