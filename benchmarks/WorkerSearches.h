@@ -8,14 +8,13 @@
 #include <cstdint>
 #include <string>
 
-/// The searches of the benchmarks of workers: the problems of Moré and Wild, with 400 evaluations
-/// and a first edge of 0.1 times the size of the start point.
+/// The searches of the benchmarks of workers: the problems of Moré and Wild, with 400 evaluations.
 namespace WorkerSearches {
 
 using MoreWild::Problem;
 
 constexpr KrU32 budget = 400;
-constexpr double edge = 0.1;
+inline double edge = 0.1;  // the first, over the size of the start point
 
 inline OptimizerSettings::Terms termsOf(Problem const& problem) {
     return {problem.n, budget, budget, edge * OptimizerSettings::size(problem.start())};

@@ -10,7 +10,8 @@
 //
 // With `--milliseconds=20`, threads evaluate functions that sleep so long, and the rounds are the
 // time over that of one evaluation. With `--spread=0.5`, each evaluation takes a time of its own,
-// from half of that to one and a half. `--every=K` takes each K-th problem.
+// from half of that to one and a half. `--every=K` takes each K-th problem, `--edge=E` another first
+// edge.
 
 #include "WorkerSearches.h"
 #include "search/KrCallingThread.h"
@@ -182,11 +183,13 @@ int main(int argc, char** argv) {
         if (std::sscanf(argv[i], "--milliseconds=%lf", &milliseconds) != 1 &&
             std::sscanf(argv[i], "--spread=%lf", &spread) != 1 &&
             std::sscanf(argv[i], "--every=%zu", &every) != 1 &&
+            std::sscanf(argv[i], "--edge=%lf", &WorkerSearches::edge) != 1 &&
             std::sscanf(argv[i], "--workers=%u", &only) != 1 &&
             !std::string_view(argv[i]).starts_with("--benchmark_")) {
-            std::fprintf(stderr,
-                         "usage: %s [--milliseconds=T [--spread=S]] [--every=K] [--workers=W]\n",
-                         argv[0]);
+            std::fprintf(
+                stderr,
+                "usage: %s [--milliseconds=T [--spread=S]] [--every=K] [--edge=E] [--workers=W]\n",
+                argv[0]);
             return 2;
         }
     }

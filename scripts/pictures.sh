@@ -9,7 +9,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 export LC_ALL=C.UTF-8
 
 all=(unitary-maps table linear-search leaves constraint convergence paths optimizer-settings
-    data-profiles quadrature random-fields resumed box)
+    data-profiles quadrature random-fields resumed box speed-up time-line)
 
 examples=build/release/examples
 work=build/pictures
@@ -693,6 +693,75 @@ plot "$work/box-contours.txt" with lines lc rgb "#bbbbbb" lw 1 title "contours o
 END
 }
 
+# Time over that of the search without workers.
+picture_speed-up() {
+    build/release/benchmarks/workers >"$work/workers.txt"
+    awk 'length($NF) == 16 && $1 ~ /^(Nelder-Mead|Hooke-Jeeves)$/ {
+            if ($2 == "none") alone[$1] = $4
+            else print $1 "-" $2, $3, alone[$1] / $4
+        }' "$work/workers.txt" >"$work/speed-up.txt"
+    plot speed-up.svg 760 440 <<END
+set title "One search by several workers, with the answer of one"
+set xlabel "workers"
+set ylabel "times as quick"
+set logscale xy 2
+set xtics (1, 2, 4, 8, 16)
+set ytics (1, 2, 4, 8, 16)
+set xrange [0.9:18]
+set yrange [0.8:18]
+set key outside right center reverse Left samplen 3
+kinds = "threads ranks commands"
+plot x with lines lt 6 title "never idle, nothing wasted", \
+    for [i = 1:3] "<grep ^Nelder-Mead-".word(kinds, i)." $work/speed-up.txt" using 2:3 \
+        with linespoints lt 1 pt (i == 1 ? 7 : i == 2 ? 6 : 2) ps 0.7 \
+        title "Nelder-Mead, ".word(kinds, i), \
+    for [i = 1:3] "<grep ^Hooke-Jeeves-".word(kinds, i)." $work/speed-up.txt" using 2:3 \
+        with linespoints lt 2 pt (i == 1 ? 7 : i == 2 ? 6 : 2) ps 0.7 \
+        title "Hooke-Jeeves, ".word(kinds, i)
+END
+}
+
+# The evaluations of a record, "worker start end used number", used if the search took the value.
+picture_time-line() {
+    cat >"$work/time-line.xml" <<END
+<search xmlns="urn:zeibreku:function#">
+  <variables>
+    <variable><name>x</name><start>-1.2</start></variable>
+    <variable><name>y</name><start>1</start></variable>
+  </variables>
+  <optimizer>
+    <nelderMead><maxFunctionEvaluations>70</maxFunctionEvaluations></nelderMead>
+  </optimizer>
+</search>
+END
+    rm -f "$work/time-line.record"
+    # shellcheck disable=SC2016  # the variables are those of awk
+    build/release/program/zeibreku search "$work/time-line.xml" --quiet --workers 6 \
+        --record "$work/time-line.record" -- sh -c \
+        'sleep 0.1; awk "{ printf \"%.17g\n\", 100 * (\$2 - \$1 * \$1) ^ 2 + (1 - \$1) ^ 2 }"' \
+        >"$work/time-line.log"
+    awk '$1 == "e" { worker[$2] = $3; start[$2] = $4; end[$2] = $4 + $5 }
+        $1 == "a" { used[$3] = ++n }
+        END { for (t in worker) print worker[t], start[t], end[t], (t in used), used[t] }' \
+        "$work/time-line.record" >"$work/time-line.txt"
+    plot time-line.svg 760 330 <<END
+set title "The evaluations of a Nelder-Mead search on six workers"
+set xlabel "seconds"
+set ylabel "worker"
+set xrange [0:2.4]
+set yrange [5.5:-0.5]
+set ytics 1
+unset grid
+set key outside top center horizontal Left reverse samplen 1.5 width 2
+set style fill solid border lc rgb "white"
+plot "$work/time-line.txt" using 2:1:2:3:(\$1 - 0.4):(\$1 + 0.4):(\$4 == 1 ? 0x0072B2 : 0xcccccc) \
+        with boxxyerror lc rgb variable notitle, \
+    "" using ((\$2 + \$3) / 2):(\$4 == 1 ? \$1 : NaN):5 with labels font ",8" tc rgb "white" notitle, \
+    keyentry with boxes lc rgb "#0072B2" title "used, with its number in the search", \
+    keyentry with boxes lc rgb "#cccccc" title "wasted"
+END
+}
+
 for name in "$@"; do
     if ! declare -F "picture_$name" >/dev/null; then
         echo "There is no picture '$name'; there are: ${all[*]}" >&2
@@ -703,7 +772,7 @@ done
 set_up test benchmarks pictures
 cmake --preset release
 cmake --build --preset release --target 01_minimise 02_functions 04_tables 05_random_field 06_quadrature \
-    09_fit zeibreku_program data_profiles
+    09_fit zeibreku_program data_profiles workers
 mkdir -p "$work" "$pictures"
 if (($# == 0)); then
     set -- "${all[@]}"
