@@ -265,18 +265,26 @@ void KrMpiWorkers::start(std::span<KrEvaluationRequest const> requests) {
     }
     auto const* const f = state.local.directFunction();
     for (KrEvaluationRequest const& request : requests) {
-        if (!f || request.point.size() == f->domainDim()) {
-            state.waiting.push_back(request);
-            continue;
+        std::string problem;
+        if (state.rank != 0) {
+            problem = "workers: expected rank 0, found rank " + std::to_string(state.rank);
+        } else if (f && request.point.size() != f->domainDim()) {
+            problem = "workers: expected " + std::to_string(f->domainDim()) +
+                      " coordinates, as many as the function has, found " +
+                      std::to_string(request.point.size());
         }
-        KrEvaluation& evaluation = state.ended.emplace_back();
-        evaluation.ticket = request.ticket;
-        evaluation.outcome = KrEvaluation::Outcome::Broken;
-        evaluation.text = "workers: expected " + std::to_string(f->domainDim()) +
-                          " coordinates, as many as the function has, found " +
-                          std::to_string(request.point.size());
+        if (problem.empty()) {
+            state.waiting.push_back(request);
+        } else {
+            KrEvaluation& evaluation = state.ended.emplace_back();
+            evaluation.ticket = request.ticket;
+            evaluation.outcome = KrEvaluation::Outcome::Broken;
+            evaluation.text = problem;
+        }
     }
-    state.distribute();
+    if (state.rank == 0) {
+        state.distribute();
+    }
 }
 
 bool KrMpiWorkers::finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) {
@@ -287,7 +295,9 @@ bool KrMpiWorkers::finish(std::vector<KrEvaluation>& all, Time until, std::stop_
     Nap const nap;
     while (true) {
         bool const isStopped = stop.stop_requested();
-        state.collect();
+        if (state.rank == 0) {
+            state.collect();
+        }
         if (!isStopped) {
             state.distribute();
         }

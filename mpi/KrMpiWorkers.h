@@ -19,6 +19,7 @@
 ///     MPI_Finalize();
 ///
 /// All ranks construct an object, and all but rank 0 stay in `serve` until rank 0 destroys its own.
+/// A search on another rank is refused.
 /// Several searches may run one after another. If MPI is not initialized, or if there is one rank
 /// alone, a message is printed, and the calling process evaluates all points.
 ///

@@ -3,13 +3,15 @@
 #include "function/multivariable/KrScalarMultivariableFunction.h"
 #include "search/KrEvaluation.h"
 
+#include <atomic>
 #include <chrono>
 #include <span>
 #include <stop_token>
 #include <vector>
 
 /// Evaluates points for a search: on the calling thread, on several threads, by commands, or in a
-/// class of your own. One thread owns an object and makes all calls.
+/// class of your own. One thread owns an object and makes all calls, and one search at a time uses
+/// it: another, such as that of an observer, is refused.
 class KR_EXPORT KrEvaluationWorkers {
 public:
     /// A moment of the clock that no one adjusts.
@@ -41,4 +43,8 @@ public:
     /// The function that the search may call itself on its own thread, instead of `start` and
     /// `finish`; null if there is none. Default: null.
     virtual KrScalarMultivariableFunction const* directFunction() const { return nullptr; }
+
+private:
+    friend class KrSearchRun;
+    std::atomic<bool> isSearching_ = false;
 };

@@ -134,7 +134,11 @@ KrSearchRun::KrSearchRun(KrSearch const& search, KrEvaluationWorkers& workers,
       constraints_(search.constraints()),
       worstValue_(maximise_ ? infinity : -infinity) {}
 
-KrSearchRun::~KrSearchRun() = default;
+KrSearchRun::~KrSearchRun() {
+    if (hasWorkers_) {
+        workers_.isSearching_ = false;
+    }
+}
 
 KrSearchReport KrSearchRun::run() {
     try {
@@ -160,6 +164,11 @@ bool KrSearchRun::refuse(std::string const& text) {
 
 bool KrSearchRun::isRefused() {
     bool refused = false;
+    hasWorkers_ = !workers_.isSearching_.exchange(true);
+    if (!hasWorkers_) {
+        refused =
+            refuse("workers: expected an object that is not in use, found that of another search");
+    }
     auto const& variables = search_.variables().vectorContainer();
     if (std::ranges::count(variables, nullptr) == std::ssize(variables)) {
         refused = refuse("variables: expected at least one variable, found none");

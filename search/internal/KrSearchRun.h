@@ -128,8 +128,9 @@ private:
     bool const remember_;
     bool const canStop_;
     bool const isTimed_;
-    bool inBatches_ = true;  // a batch is handed on as a whole
-    bool isPlain_ = false;   // nothing happens between two evaluations
+    bool inBatches_ = true;    // a batch is handed on as a whole
+    bool hasWorkers_ = false;  // no other search uses them
+    bool isPlain_ = false;     // nothing happens between two evaluations
     Time deadline_ = Time::max();
     KrMultivariableConstraintVector constraints_;
     std::optional<KrSearchSpace> space_;  // none without scales and bounds

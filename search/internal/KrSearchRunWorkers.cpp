@@ -367,7 +367,7 @@ void KrSearchRun::Workers::speculate() {
         return;  // some workers cannot end what has begun
     }
     bool const isLate = isInterrupted && paths[0].empty();
-    pauses_ = isLate ? std::min(pauses_ + 1, 10U) : 0;
+    pauses_ = isLate ? std::min(pauses_ + 1, 5U) : 0;
     left_ = (1U << pauses_) - 1;
     std::vector<KrEvaluationRequest> requests;
     auto const chosen =

@@ -99,6 +99,12 @@ protected:
 TEST_F(Ranks, FindTheBitsOfOneProcess) {
     Quartic const f;
     KrMpiWorkers workers(MPI_COMM_WORLD, f);
+    int rank = 0;
+    MPI_Comm_rank(MPI_COMM_WORLD, &rank);
+    if (rank != 0) {
+        KrSearch const search = searchOf(everyOptimizer(150).front(), start);
+        EXPECT_EQ(search.run(workers).reason(), KrSearchReason::Failed);
+    }
     if (workers.serve()) {
         EXPECT_GT(f.calls, 0);
         return;

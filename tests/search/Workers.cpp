@@ -316,6 +316,22 @@ TEST(Workers, RefuseASecondUserMeanwhile) {
     EXPECT_NE(messages.text().find("workers: expected an object that is not in use"),
               std::string::npos);
 
+    struct Searching : KrSearchObserver {
+        void evaluated(KrSearchProgress const&) override {
+            refused += search->run(*workers).reason() == KrSearchReason::Failed ? 1 : 0;
+        }
+        KrSearch const* search = nullptr;
+        KrEvaluationWorkers* workers = nullptr;
+        KrU32 refused = 0;
+    } observer;
+    KrCallableFunction const square(1, [](KrRealVector const& x) { return x[0] * x[0]; });
+    KrThreadWorkers threads({&square, &square});
+    observer.search = &search;
+    observer.workers = &threads;
+    KrSearchReport const observed = search.run(threads, {.observer = &observer});
+    EXPECT_EQ(observed.answerPoint(), search.run(threads).answerPoint());
+    EXPECT_EQ(observer.refused, observed.evaluations());
+
     KrParallelFunction const* calling = nullptr;
     KrCallableFunction const g(1, [&](KrRealVector const& x) { return calling->evaluate(x); });
     KrParallelFunction const parallel(g, 3);
