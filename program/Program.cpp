@@ -97,12 +97,11 @@ int run(int argc, char** argv, std::string const& name, Spread const& spread) {
     report->footer("Example:\n  zeibreku report fit.record > fit.html");
     report->callback([&] { status = runReport(record); });
 
-    std::vector<std::string> files;
+    CheckCall checkCall;
     CLI::App* const check =
         app.add_subcommand("check", "Reads XML files and prints one line for each fault.");
-    check->add_option("FILE", files, "A file of any element of the library")->required();
-    check->footer("Example:\n  zeibreku check fit.xml table.xml");
-    check->callback([&] { status = runCheck(files); });
+    addCheckArguments(*check, checkCall);
+    check->callback([&] { status = runCheck(checkCall); });
 
     CLI::App* const schema =
         app.add_subcommand("schema", "Prints the XML Schema of all elements, for editors.");

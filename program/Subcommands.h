@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 class KrCommandWorkers;
 class KrEvaluationWorkers;
 
@@ -18,6 +22,7 @@ enum Status : int {
     Done = 0,       ///< the search ended, or every file is good
     Refused = 1,    ///< something was refused or failed
     WrongCall = 2,  ///< a bad argument; nothing was done
+    Linted = 3,     ///< nothing was refused, but lint has findings
     Stopped = 130   ///< a signal stopped the search; its record is complete
 };
 
@@ -40,13 +45,25 @@ using Spread = std::function<std::unique_ptr<KrEvaluationWorkers>(
 /// program. With `spread`, `search` has no workers of its own.
 int runProgram(int argc, char** argv, std::string const& name, Spread const& spread = nullptr);
 
+/// The arguments of `check`.
+struct CheckCall {
+    std::vector<std::string> files;
+    bool lints = false;                 ///< whether it applies the rules of `KrLint`
+    std::vector<std::string> disabled;  ///< rules that are not applied
+    std::string as;                     ///< "correlation", or empty
+    KrU32 grid = 64;                    ///< the number of distances
+    double spacing = 1.0;               ///< of the distances
+};
+
 /// Runs a search whose evaluations are runs of a program.
 int runSearch(SearchCall const& call, Spread const& spread);
 /// Replays a record and prints "same", or where the search now differs.
 int runVerify(std::string const& record);
 /// Prints a page for a browser about a record.
 int runReport(std::string const& record);
+/// Adds the arguments of `check` to its parser.
+void addCheckArguments(CLI::App& check, CheckCall& call);
 /// Prints one line for each fault of the files, or that a file is good.
-int runCheck(std::vector<std::string> const& files);
+int runCheck(CheckCall const& call);
 /// Prints the XML Schema of all elements.
 int runSchema();

@@ -31,9 +31,10 @@ void readRoot(KrXmlReader& reader, KrXmlObject& object) {
 }
 
 KrBoolean readDocument(std::istream& stream, std::string const& name, KrXmlObject& object,
-                       KrXmlFactory const* factory) {
+                       KrXmlFactory const* factory, KrXmlObserver* observer) {
     KrXmlReader reader(stream, name);
     reader.setFactory(factory);
+    reader.setObserver(observer);
     if (reader.onElement()) {
         if (reader.token() == object.token()) {
             readRoot(reader, object);
@@ -80,15 +81,17 @@ struct TextBuffer : std::streambuf {
 
 }  // namespace
 
-KrBoolean readFileInto(std::string const& path, KrXmlObject& object, KrXmlFactory const* factory) {
+KrBoolean readFileInto(std::string const& path, KrXmlObject& object, KrXmlFactory const* factory,
+                       KrXmlObserver* observer) {
     std::ifstream stream;
-    return openFile(path, stream) && readDocument(stream, path, object, factory);
+    return openFile(path, stream) && readDocument(stream, path, object, factory, observer);
 }
 
-KrBoolean readTextInto(std::string const& text, KrXmlObject& object, KrXmlFactory const* factory) {
+KrBoolean readTextInto(std::string const& text, KrXmlObject& object, KrXmlFactory const* factory,
+                       KrXmlObserver* observer) {
     TextBuffer buffer(text);
     std::istream stream(&buffer);
-    return readDocument(stream, stringName, object, factory);
+    return readDocument(stream, stringName, object, factory, observer);
 }
 
 std::unique_ptr<KrXmlObject> read(KrXmlReader& reader, KrXmlFactory const& factory) {
@@ -112,12 +115,14 @@ std::unique_ptr<KrXmlObject> read(KrXmlReader& reader, KrXmlFactory const& facto
     return reader.errorCount() == 0 ? std::move(object) : nullptr;
 }
 
-std::unique_ptr<KrXmlObject> readFile(std::string const& path, KrXmlFactory const& factory) {
+std::unique_ptr<KrXmlObject> readFile(std::string const& path, KrXmlFactory const& factory,
+                                      KrXmlObserver* observer) {
     std::ifstream stream;
     if (!openFile(path, stream)) {
         return nullptr;
     }
     KrXmlReader reader(stream, path);
+    reader.setObserver(observer);
     return read(reader, factory);
 }
 

@@ -11,6 +11,7 @@
 #include <string>
 
 class KrXmlFactory;
+class KrXmlObserver;
 class KrXmlReader;
 
 /// The framework's own names in documents, and the operations on whole documents. If a
@@ -19,12 +20,13 @@ namespace KrXml {
 
 /// Reads a document into `object`, whose class the compiler need not know. The root
 /// element must be `object.token()`. What the document lacks keeps its value. If the
-/// result is false, part of `object` may have changed. `factory` as in `readFile`.
+/// result is false, part of `object` may have changed. `factory` as in `readFile`. If
+/// `observer` is not null, it sees the document.
 KR_EXPORT KrBoolean readFileInto(std::string const& path, KrXmlObject& object,
-                                 KrXmlFactory const* factory);
+                                 KrXmlFactory const* factory, KrXmlObserver* observer = nullptr);
 /// Does the same from a text.
 KR_EXPORT KrBoolean readTextInto(std::string const& text, KrXmlObject& object,
-                                 KrXmlFactory const* factory);
+                                 KrXmlFactory const* factory, KrXmlObserver* observer = nullptr);
 
 /// Reads a whole document into `object` and replaces it: what the document lacks takes its
 /// default. The root element must be `object.token()`. If the result is false, `object`
@@ -46,11 +48,12 @@ KrBoolean fromString(std::string const& text, T& object, KrXmlFactory const* fac
 /// Reads a whole document of any element. The root's tag selects one of the creators of
 /// `factory`, which also creates elements inside containers and vectors. Null, with a
 /// message, if the root is unknown or anything was refused. A branch of a composite function
-/// has children only inside a container.
+/// has children only inside a container. If `observer` is not null, it sees the document.
 ///
 ///     auto const object = KrXml::readFile("any.xml", KrCreators::factory());
 KR_EXPORT std::unique_ptr<KrXmlObject> readFile(std::string const& path,
-                                                KrXmlFactory const& factory);
+                                                KrXmlFactory const& factory,
+                                                KrXmlObserver* observer = nullptr);
 
 /// Reads a document of any element from a text.
 KR_EXPORT std::unique_ptr<KrXmlObject> fromString(std::string const& text,

@@ -3,6 +3,7 @@
 #include "foundation/core/KrPrint.h"
 #include "foundation/core/internal/KrClosest.h"
 #include "foundation/xml/KrXmlFactory.h"
+#include "foundation/xml/KrXmlObserver.h"
 #include "foundation/xml/internal/KrCharacters.h"
 
 #include <expat.h>
@@ -267,6 +268,11 @@ public:
     void setDepthLimit(std::size_t limit) { depthLimit_ = limit; }
     std::size_t depthLimit() const { return depthLimit_; }
 
+    void setObserver(KrXmlObserver* observer) {
+        observer_ = observer;
+        XML_SetCommentHandler(expat_.get(), observer ? onComment : nullptr);
+    }
+
     // The message of the failure event.
     std::string expected;
     std::string found;
@@ -287,6 +293,11 @@ private:
             return a.size() != b.size() ? a.size() < b.size() : a < b;
         }
     };
+    struct Comment {
+        std::size_t before;  // the index of the event behind it
+        Place place;
+        std::string text;
+    };
     struct Free {
         void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
     };
@@ -295,6 +306,7 @@ private:
         events_.clear();
         attributes_.clear();
         texts_.clear();
+        comments_.clear();
         nextEvent_ = 0;
         nextAttribute = attributesEnd = 0;
         origin_ = nullptr;
@@ -327,6 +339,39 @@ private:
         // Expat scans an unfinished tag or comment from its beginning with each chunk. Chunks
         // that double keep the time proportional to its length.
         size_ = events_.empty() ? std::min(2 * size_, largestChunk) : chunkSize;
+        if (observer_) {
+            show();
+        }
+    }
+
+    // Shows the chunk to the observer. Locates each place, so that the reader need not.
+    void show() {
+        auto comment = comments_.begin();
+        for (std::size_t i = 0; i <= events_.size(); ++i) {
+            for (; comment != comments_.end() && comment->before == i; ++comment) {
+                locate(comment->place);
+                observer_->comment(comment->text, comment->place.line, comment->place.column);
+            }
+            if (i < events_.size()) {
+                show(events_[i]);
+            }
+        }
+    }
+
+    void show(Event& event) {
+        locate(event.place);
+        switch (event.kind) {
+            case Kind::Start:
+                observer_->startElement(*event.token, event.place.line, event.place.column);
+                for (KrU32 a = event.begin; a < event.end; ++a) {
+                    observer_->attribute(*attributes_[a].name,
+                                         text(attributes_[a].textBegin, attributes_[a].textEnd));
+                }
+                break;
+            case Kind::Text: observer_->text(text(event.begin, event.end)); break;
+            case Kind::End: observer_->endElement(); break;
+            case Kind::Failure: break;
+        }
     }
 
     Place currentPlace() const {
@@ -450,6 +495,11 @@ private:
             parser.characters({text, static_cast<std::size_t>(length)});
         });
     }
+    static void onComment(void* self, char const* text) {
+        guarded(self, [&](Parser& parser) {
+            parser.comments_.push_back({parser.events_.size(), parser.place(), text});
+        });
+    }
     // Besides UTF-16, the only encoding of expat whose bytes are not UTF-8 is ISO-8859-1.
     static void onXmlDecl(void* self, char const*, char const* encoding, int) {
         Parser& parser = *static_cast<Parser*>(self);
@@ -484,6 +534,7 @@ private:
     Place counter_;
     std::vector<Event> events_;
     std::vector<Attribute> attributes_;
+    std::vector<Comment> comments_;  // only for an observer
     std::string texts_;
     std::size_t nextEvent_ = 0;
     // The distinct names so far; entries never move. Not a hash table, since a document could
@@ -497,6 +548,7 @@ private:
     Kind lastKind_ = Kind::Start;
     bool finished_ = false;
     std::exception_ptr exception_;
+    KrXmlObserver* observer_ = nullptr;
 };
 
 KrXmlReader::KrXmlReader(std::istream& stream, std::string const& fileName)
@@ -737,25 +789,36 @@ std::size_t KrXmlReader::bytesRead() const { return parser_->bytesRead(); }
 std::size_t KrXmlReader::bytesLeft() const { return parser_->bytesLeft(); }
 
 std::string KrXmlReader::path() const {
-    constexpr std::size_t ends = 4;  // names at each end of a deep path
-    std::string path;
-    for (std::size_t i = 0; i < open_.size(); ++i) {
-        if (i > 0) {
-            path += '/';
-        }
-        if (i == ends && open_.size() > 2 * ends + 1) {
-            path += "...";
-            i = open_.size() - ends - 1;
-        } else {
-            path += krXmlPrintable(localName(*open_[i].token));
-        }
+    std::vector<KrToken const*> tags;
+    tags.reserve(open_.size());
+    for (OpenElement const& element : open_) {
+        tags.push_back(element.token);
     }
-    return path;
+    return krXmlPath(tags);
 }
+
+void KrXmlReader::setObserver(KrXmlObserver* observer) { parser_->setObserver(observer); }
 
 void KrXmlReader::setDepthLimit(std::size_t limit) { parser_->setDepthLimit(limit); }
 
 std::size_t KrXmlReader::depthLimit() const { return parser_->depthLimit(); }
+
+std::string krXmlPath(std::span<KrToken const* const> tags) {
+    constexpr std::size_t ends = 4;  // names at each end of a deep path
+    std::string path;
+    for (std::size_t i = 0; i < tags.size(); ++i) {
+        if (i > 0) {
+            path += '/';
+        }
+        if (i == ends && tags.size() > 2 * ends + 1) {
+            path += "...";
+            i = tags.size() - ends - 1;
+        } else {
+            path += krXmlPrintable(localName(*tags[i]));
+        }
+    }
+    return path;
+}
 
 std::string krXmlPrintable(std::string_view text, std::size_t longest) {
     std::string printable;

@@ -9,11 +9,13 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 class KrXmlFactory;
+class KrXmlObserver;
 
 /// A streaming pull reader of one XML document. It parses the document in chunks on demand and
 /// builds no tree.
@@ -137,6 +139,11 @@ public:
     /// The factory that was set, null if there is none.
     KrXmlFactory const* factory() const { return factory_; }
 
+    /// Shows the document to `observer` too, which must outlive the reader. Call it before the
+    /// reader moves. Null, the default, is none: comments are then skipped and places computed
+    /// on demand.
+    void setObserver(KrXmlObserver* observer);
+
 private:
     class Parser;  // the XML parser and its queue of events
 
@@ -173,6 +180,9 @@ private:
     bool ended_ = false;    // the current element's end tag was read
     bool stopped_ = false;  // malformed: nothing more is read
 };
+
+/// The local names of `tags`, from the root on, as in `KrXmlReader::path`.
+KR_EXPORT std::string krXmlPath(std::span<KrToken const* const> tags);
 
 /// `text` for a message: cut after `longest` bytes, with controls, line ends and characters
 /// that change the direction of text escaped (`\n`, `\u{85}`).
