@@ -23,6 +23,20 @@ _zeibreku() {
                     -W "--record --workers --report --quiet --help --" -- "$word")
             fi
             ;;
+        check:-*)
+            if [[ $before != --grid && $before != --spacing ]]; then
+                mapfile -t COMPREPLY < <(compgen \
+                    -W "--lint --disable --as --grid --spacing --help" -- "$word")
+            fi
+            ;;
+        check:*)
+            if [[ $before == --disable ]]; then
+                mapfile -t COMPREPLY < <(compgen -W "$(zeibreku check --help |
+                    sed -n '/^What each rule/,$ s/^  \([a-z-]*\) .*/\1/p')" -- "$word")
+            elif [[ $before == --as ]]; then
+                mapfile -t COMPREPLY < <(compgen -W "correlation" -- "$word")
+            fi
+            ;;
         *:-*) mapfile -t COMPREPLY < <(compgen -W "--help" -- "$word") ;;
     esac
 }

@@ -60,7 +60,7 @@ struct KR_EXPORT KrLintFinding {
 /// stand. They pass over elements of other namespaces. What the reader refuses is reported by the
 /// reader, and is no finding.
 ///
-/// Cost: reading takes about a third longer. Memory: 16 bytes for each number of the largest list.
+/// Cost: reading takes about half longer. Memory: 16 bytes for each number of the largest element.
 /// At most 1,000 findings of a file are kept. Several threads may use one object at once if none of
 /// them changes it.
 class KR_EXPORT KrLint {

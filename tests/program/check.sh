@@ -29,6 +29,39 @@ for fault in "damaged.xml:7:9: $list/nelderMead/simplexEdgeLengths: .*size not e
 done
 test ! -s out
 
+# Lint: the same files are good. Findings and refusals have the form of a compiler's.
+# shellcheck disable=SC2046
+expect 0 "$program" check --lint $(cat files)
+test "$(wc -l <out)" -eq "$(wc -l <files)"
+sed 's/<item>8</<item>9</; s/>0.04</>NaN</' "$source/examples/04_tables/aerodynamics.xml" >wing.xml
+expect 0 "$program" check wing.xml
+expect 3 "$program" check --lint line.xml wing.xml
+tables=compositeFunctionContainer/compositeFunctionBranch/tableFunctionInterpolator
+has out '^line.xml: good, ' \
+    "^wing.xml:11:56: error: $tables/.*/item: the step to 9 is 5, .*bisection\" \[equal-spaced\]$" \
+    '^wing.xml:27:45: warning: .*/item/item: a value is NaN .* \[finite\]$'
+test "$(wc -l <out)" -eq 4
+expect 3 "$program" check --lint --disable=equal-spaced wing.xml
+expect 0 "$program" check --lint --disable finite,equal-spaced --disable=range wing.xml
+expect 1 "$program" check --lint wing.xml damaged.xml absent.xml line.xml
+has out '^damaged.xml:14:9: error: .*: expected a number, found "0,5"$' '\[finite\]$' \
+    '^damaged.xml:7:9: error: .*size not equal' '^absent.xml:1:1: error: cannot be read: '
+expect 3 "$program" check --lint --as correlation --grid 9 --spacing 0.5 line.xml
+has out '^line.xml:3:3: error: .* is 2 at the distance 0.5: .* \[correlation\]$'
+expect 0 "$program" check --lint --as correlation "$source/examples/05_random_field/triangular.xml"
+for call in '--disable=finite' '--lint --disable=rage' '--lint --as map' '--lint --grid 9' \
+    '--lint --as correlation --grid 1' '--lint --as correlation --spacing nan'; do
+    # shellcheck disable=SC2086
+    expect 2 "$program" check $call line.xml
+    has err '^(zeibreku|lint): '
+    test ! -s out
+done
+# The help, the guide and the program have the same rules.
+"$program" check --help | sed -n '/^What each rule/,$ s/^  \([a-z-]*\) .*/\1/p' >rules
+# shellcheck disable=SC2016
+sed -n '/^## The rules/,/^## Corr/ s/^| `\([a-z-]*\)` .*/\1/p' "$source/docs/guide/checking.md" |
+    diff - rules
+
 # A name and a text keep their blanks, and the position is printed once.
 printf '<nelderMead xmlns="urn:zeibreku:function#"><alpha>a  b</alpha></nelderMead>' >'c  d.xml'
 expect 1 "$program" check 'c  d.xml'
