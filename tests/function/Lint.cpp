@@ -159,6 +159,11 @@ TEST(Lint, FindsEachSeededFaultAtItsLine) {
         {"06_quadrature/order-20", {{"20", "33"}}, "3 quadrature-order"},
         {"02_functions/s-curve", {{"<initialSlope>0", "<initialSlope>1.5"}}, "5 range"},
         {"02_functions/s-curve", {{"<centerSlope>4", "<centerSlope>2"}}, "7 range"},
+        {"02_functions/s-curve",
+         {{"<center>0.5", "<center>0.25"},
+          {"<initialSlope>0", "<initialSlope>1"},
+          {"<centerSlope>4", "<centerSlope>3.5"}},
+         ""},
         {"02_functions/line", {{"<endValue>3", "<endValue>NaN"}}, "5 finite"},
         {simplex, {{"<stoppingThreshold>1e-12", "<stoppingThreshold>-1"}}, "6 range"},
         {simplex, {{"<maxTotalSteps>1000", "<maxTotalSteps>0"}}, "7 range"},
@@ -200,6 +205,11 @@ TEST(Lint, FindsEachSeededFaultAtItsLine) {
            "<simplexEdgeLengths><item>1</item><item>1</item><item>1</item><item>1</item>"
            "<item>1</item><item>1</item></simplexEdgeLengths>"}},
          "24 list-lengths"},
+        {search,
+         {{"<defaultSimplexEdgeLength>0.1</defaultSimplexEdgeLength>",
+           "<simplexEdgeLengths><item>1</item><item>1</item><item>1</item><item>1</item>"
+           "<item>1</item></simplexEdgeLengths>"}},
+         ""},
         {search,
          {{"<maxSeconds>60</maxSeconds>",
            "<constraints><linearMultivariableConstraint><firstOrderIndices><item>5</item>"
@@ -288,6 +298,8 @@ TEST(Lint, KnowsWhichBoxesCoverAnother) {
     EXPECT_EQ(found(tree(joined(joined(table("0 1", "0 0", high), beyond), right))),
               "4 child-covered");
     EXPECT_EQ(found(tree(joined(joined(table("1 0", "0 0", low), beyond), right))),
+              "4 child-covered");
+    EXPECT_EQ(found(tree(joined(joined(left, table("4 3", "0 0", high)), right))),
               "4 child-covered");
     // The branches that are never evaluated.
     EXPECT_EQ(found(tree(component(branch, left))), "");
