@@ -54,7 +54,8 @@ struct KR_EXPORT KrLintFinding {
 ///
 /// A comment in the file silences rules for the next element and all that is in it:
 ///
-///     <!-- zeibreku-lint: disable=linear-steps,finite -->
+///     <!-- zeibreku-lint: disable=range,budget -->
+///     <nelderMead><beta>1.5</beta></nelderMead>
 ///
 /// The rules know the elements of this library and of `KrSearch` by their tags, wherever they
 /// stand. They pass over elements of other namespaces. What the reader refuses is reported by the

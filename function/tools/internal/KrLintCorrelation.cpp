@@ -15,7 +15,7 @@ KR_SOURCE_VERSION;
 namespace {
 
 // Added to the diagonal of the matrix, as a share of the variance. The matrix of a smooth
-// correlation is singular in double precision: of exp(-d²) at 2000 distances, 1e-13 suffices.
+// correlation is singular in double precision: of exp(-d²) at 2000 distances 1e-13 is needed.
 constexpr double nugget = 1e-9;
 
 // The first row at which the Cholesky factorisation of the correlation matrix has a pivot that is

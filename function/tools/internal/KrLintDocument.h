@@ -48,7 +48,10 @@ struct Place {
     KrU32 line = 1;
     KrU32 column = 1;
 
-    auto operator<=>(Place const&) const = default;
+    bool operator==(Place const&) const = default;
+    std::strong_ordering operator<=>(Place const& other) const {
+        return line != other.line ? line <=> other.line : column <=> other.column;
+    }
 };
 
 /// An item that holds a number.

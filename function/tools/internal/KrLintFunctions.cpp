@@ -89,13 +89,14 @@ void checkPairs(Document& document, Node const& list) {
 }
 
 void checkSlope(Document& document, Node const& node, char const* component, double slope,
-                double least, double bound, bool isUpper) {
+                double bound, bool isUpper) {
     Node const* const child = node.find(component);
-    bool const isGood = isUpper ? least <= slope && slope < bound : bound < slope;
+    // A slope on its bound is clamped by 1e-7 only, which no figure shows.
+    bool const isGood = isUpper ? 0.0 <= slope && slope <= bound : bound <= slope;
     if (std::isfinite(slope) && !isGood) {
         document.report(Rule::Range, child ? Spot::ofChild(*child) : Spot::of(node),
                         std::string(component) + " is " + shown(slope) + ": write a number " +
-                            (isUpper ? "from 0 on, below " : "above ") + shown(bound));
+                            (isUpper ? "from 0 to " : "of at least ") + shown(bound));
     }
 }
 
@@ -130,11 +131,11 @@ void checkSCurve(Document& document, Node& node) {
     double const right = 0.5 / (1.0 - center);
     double const first = node.number("initialSlope", 0.0);
     double const last = node.number("finalSlope", 0.0);
-    checkSlope(document, node, "initialSlope", first, 0.0, left, true);
-    checkSlope(document, node, "finalSlope", last, 0.0, right, true);
+    checkSlope(document, node, "initialSlope", first, left, true);
+    checkSlope(document, node, "finalSlope", last, right, true);
     double const least =
         std::max(2.0 * left - std::min(first, left), 2.0 * right - std::min(last, right));
-    checkSlope(document, node, "centerSlope", node.number("centerSlope", 4.0), 0.0, least, false);
+    checkSlope(document, node, "centerSlope", node.number("centerSlope", 4.0), least, false);
 }
 
 void checkLinearConstraint(Document& document, Node& node) {

@@ -46,11 +46,17 @@ struct Range {
         if (kind == Kind::Finite || kind == Kind::FiniteNot0) {
             return kind == Kind::Finite ? "finite number" : "finite number other than 0";
         }
-        bool const hasLow = low > -infinity || kind == Kind::Open;
         bool const isLowIn = kind == Kind::From || kind == Kind::Closed;
         bool const isHighIn = kind == Kind::To || kind == Kind::Closed;
-        return "number with " + (hasLow ? shown(low) + (isLowIn ? " <= " : " < ") : "") + "x" +
-               (high < infinity || !isHighIn ? (isHighIn ? " <= " : " < ") + shown(high) : "");
+        std::string text = "number with ";
+        if (low > -infinity || !isLowIn) {
+            text += shown(low) + (isLowIn ? " <= " : " < ");
+        }
+        text += 'x';
+        if (high < infinity || !isHighIn) {
+            text += (isHighIn ? " <= " : " < ") + shown(high);
+        }
+        return text;
     }
 };
 

@@ -39,7 +39,7 @@ constexpr ElementCheck checks[] = {
 
 }  // namespace
 
-std::array<KrLint::Rule, static_cast<std::size_t>(Rule::Count)> const rules = {{
+constinit std::array<KrLint::Rule, static_cast<std::size_t>(Rule::Count)> const rules = {{
     {"breakpoints", Error, "Breakpoints ascend or descend strictly; abscissae ascend strictly."},
     {"no-breakpoints", Error, "Every axis of a table with values has a breakpoint."},
     {"table-length", Error, "A table has as many values as its grid."},
