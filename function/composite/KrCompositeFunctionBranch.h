@@ -20,6 +20,8 @@
 /// evaluation. These values belong to the branch and are compared by `==`. The box encloses
 /// those of both children and the gap between them. Evaluation skips a missing child; with
 /// one missing, the box is empty. An evaluation costs the box tests on its way and one table.
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrCompositeFunctionBranch
     : public KrTaggedElement<KrCompositeFunctionBranch, KrCompositeFunctionElement,
                              KrFunction::KrCompositeFunctionBranchToken> {

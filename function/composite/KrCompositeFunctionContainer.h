@@ -23,6 +23,8 @@
 /// branch set that way gives `ok` false everywhere until you call `setTopElement` as above, or
 /// `initBounds` and `initLimitOrExtrapolate` of the element. `bounds` of the container are
 /// those of the last `setTopElement` or reading.
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrCompositeFunctionContainer
     : public KrElement<KrCompositeFunctionContainer,
                        KrBaseExpressionTreeContainer<KrCompositeFunctionElement>,

@@ -11,6 +11,8 @@
 /// An element has a box of points that it covers, and flags for the faces beyond which it may
 /// extrapolate. Both follow from the tables. `initBounds` and `initLimitOrExtrapolate` compute
 /// them for the element and its children; a container calls both for its tree.
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrCompositeFunctionElement : public KrBaseExpressionTreeElement {
 public:
     /// Two numbers for each variable: the smallest and the largest value.

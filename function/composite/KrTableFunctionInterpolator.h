@@ -26,6 +26,8 @@
 ///
 /// Reading prepares the element for evaluation. After a setter call `init`. The element holds
 /// each value twice, for documents and for evaluation, in 32 bytes.
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrTableFunctionInterpolator
     : public KrTaggedElement<KrTableFunctionInterpolator, KrCompositeFunctionElement,
                              KrFunction::KrTableFunctionInterpolatorToken> {

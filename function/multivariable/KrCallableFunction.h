@@ -14,6 +14,8 @@
 /// An evaluation costs as much as in a class that you derive yourself. To evaluate batches
 /// of points at once, derive from `KrScalarMultivariableFunction` and override
 /// `evaluateMultiple`.
+///
+/// Several threads may evaluate one object at once if its callable allows that.
 template <class Callable>
     requires std::is_invocable_r_v<double, Callable const&, KrRealVector const&>
 class KrCallableFunction : public KrScalarMultivariableFunction {

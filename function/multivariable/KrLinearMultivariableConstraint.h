@@ -32,6 +32,8 @@ class KrCoefficientIndex;
 ///
 /// The terms are added in the order of the components. An evaluation costs O(n) for a point
 /// of n components. The first one after a change of the lists also sorts them.
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrLinearMultivariableConstraint
     : public KrTaggedElement<KrLinearMultivariableConstraint, KrBaseMultivariableConstraint,
                              KrFunction::KrLinearMultivariableConstraintToken> {

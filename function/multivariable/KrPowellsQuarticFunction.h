@@ -10,6 +10,8 @@
 /// end of a descent. The usual start is (3, -1, 0, 1), where f = 215 m.
 /// Source: M. J. D. Powell, "An iterative method for finding stationary values
 /// of a function of several variables", The Computer Journal 5 (1962).
+///
+/// Several threads may evaluate one object at once, while none changes it.
 class KR_EXPORT KrPowellsQuarticFunction : public KrScalarMultivariableFunction {
 public:
     /// f(x) of the first four components of `x`. If there are fewer, the value is NaN.

@@ -51,6 +51,8 @@ class KrCoefficientIndex;
 /// evaluation costs O(n + m) for a point of n components and m listed pairs. In a derived
 /// class it costs O(n^2) calls of the virtual look-ups. The first evaluation after a change
 /// of the lists also sorts them.
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrQuadraticMultivariableConstraint
     : public KrTaggedElement<KrQuadraticMultivariableConstraint, KrBaseMultivariableConstraint,
                              KrFunction::KrQuadraticMultivariableConstraintToken> {

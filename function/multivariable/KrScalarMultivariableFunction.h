@@ -7,6 +7,9 @@
 
 /// A real-valued function of a real vector, as an optimizer sees it. Derive your own
 /// functions from it.
+///
+/// `KrThreadWorkers` evaluates one object on several threads at once, or one object on each thread.
+/// The docstring of a derived class states which of them it allows.
 class KR_EXPORT KrScalarMultivariableFunction {
 public:
     KrScalarMultivariableFunction() = default;

@@ -51,6 +51,8 @@
 ///
 /// Source: R. Hooke and T. A. Jeeves, "Direct search solution of numerical and
 /// statistical problems", Journal of the ACM 8 (1961).
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrHookeJeevesOptimizer
     : public KrTaggedElement<KrHookeJeevesOptimizer, KrMinimisingOptimizer<KrHookeJeevesOptimizer>,
                              KrFunction::KrHookeJeevesToken> {

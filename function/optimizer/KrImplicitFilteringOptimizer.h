@@ -46,6 +46,8 @@
 /// Source: P. Gilmore and C. T. Kelley, "An implicit filtering algorithm for
 /// optimization of functions with many local minima", SIAM Journal on Optimization
 /// 5 (1995).
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrImplicitFilteringOptimizer
     : public KrTaggedElement<KrImplicitFilteringOptimizer,
                              KrMinimisingOptimizer<KrImplicitFilteringOptimizer>,

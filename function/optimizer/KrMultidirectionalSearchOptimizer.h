@@ -38,6 +38,8 @@
 ///
 /// Source: V. Torczon, "Multi-directional search: a direct search algorithm for
 /// parallel machines", thesis, Rice University (1989).
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrMultidirectionalSearchOptimizer
     : public KrTaggedElement<KrMultidirectionalSearchOptimizer,
                              KrMinimisingOptimizer<KrMultidirectionalSearchOptimizer>,

@@ -54,6 +54,8 @@
 /// minimization", The Computer Journal 7 (1965); the restart test after C. T.
 /// Kelley, "Detection and remediation of stagnation in the Nelder-Mead
 /// algorithm", SIAM Journal on Optimization 10 (1999).
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrNelderMeadOptimizer
     : public KrTaggedElement<KrNelderMeadOptimizer, KrMinimisingOptimizer<KrNelderMeadOptimizer>,
                              KrFunction::KrNelderMeadToken> {

@@ -29,6 +29,8 @@
 /// point. The start point goes to the optimizers as it is, of whatever length.
 ///
 /// Cost beyond the optimizers: some copies of points.
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrSequenceOptimizer
     : public KrTaggedElement<KrSequenceOptimizer, KrMinimisingOptimizer<KrSequenceOptimizer>,
                              KrFunction::KrSequenceOptimizerToken> {

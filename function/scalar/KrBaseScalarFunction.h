@@ -4,6 +4,8 @@
 #include "foundation/xml/KrBaseExpressionTreeElement.h"
 
 /// Base class of the functions of one real variable. It has no components.
+///
+/// The functions of the library may be evaluated by several threads at once.
 class KR_EXPORT KrBaseScalarFunction : public KrBaseExpressionTreeElement {
 public:
     using KrBaseExpressionTreeElement::KrBaseExpressionTreeElement;

@@ -5,6 +5,8 @@
 
 /// Base class of the maps of the unit interval, with f(0) = 0 and f(1) = 1, such as gain
 /// curves. It has no components.
+///
+/// The maps of the library may be evaluated by several threads at once.
 class KR_EXPORT KrBaseUnitaryMap : public KrBaseExpressionTreeElement {
 public:
     using KrBaseExpressionTreeElement::KrBaseExpressionTreeElement;

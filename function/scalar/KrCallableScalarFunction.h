@@ -12,6 +12,8 @@
 ///
 /// A document cannot hold a callable. `read` and `write` return false and print a message.
 /// Copies share the callable and compare equal. Two objects made separately are different.
+///
+/// Several threads may evaluate one object at once if its callable allows that.
 class KR_EXPORT KrCallableScalarFunction : public KrBaseScalarFunction {
 public:
     /// Shares the callable. A move is a copy, so that no object is without one.

@@ -14,6 +14,8 @@
 ///       <startValue>0</startValue>   value at x = 0
 ///       <endValue>1</endValue>       value at x = 1
 ///     </linearScalarFunction>
+///
+/// Several threads may evaluate one object at once, while none changes it.
 class KR_EXPORT KrLinearScalarFunction
     : public KrTaggedElement<KrLinearScalarFunction, KrBaseScalarFunction,
                              KrFunction::KrLinearScalarFunctionToken> {

@@ -26,6 +26,8 @@
 ///
 /// Cost: proportional to the number of points below x, some milliseconds for a million
 /// points. A table of that size belongs in an interpolator.
+///
+/// Several threads may evaluate one object at once, while none changes it.
 class KR_EXPORT KrMultipointScalarFunction
     : public KrTaggedElement<KrMultipointScalarFunction, KrBaseScalarFunction,
                              KrFunction::KrMultipointScalarFunctionToken> {

@@ -8,6 +8,8 @@
 /// fractional exponent gives NaN. The default is the identity.
 ///
 ///     <powerUnitaryMap><exponent>1</exponent></powerUnitaryMap>
+///
+/// Several threads may evaluate one object at once, while none changes it.
 class KR_EXPORT KrPowerUnitaryMap : public KrTaggedElement<KrPowerUnitaryMap, KrBaseUnitaryMap,
                                                            KrFunction::KrPowerUnitaryMapToken> {
 public:

@@ -30,6 +30,8 @@
 ///
 /// Setters and `read` compute the coefficients. Before the first of these calls the map
 /// returns 0 below the centre, 1 from the centre on, and NaN at 0 and 1.
+///
+/// Several threads may evaluate one object at once, while none changes it.
 class KR_EXPORT KrSCurveUnitaryMap : public KrTaggedElement<KrSCurveUnitaryMap, KrBaseUnitaryMap,
                                                             KrFunction::KrSCurveUnitaryMapToken> {
 public:

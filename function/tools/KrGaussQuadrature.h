@@ -27,6 +27,8 @@
 /// `setOrder(order())` saves each integral the search for its tables.
 ///
 /// M. Abramowitz and I. A. Stegun, Handbook of Mathematical Functions, 25.4.30.
+///
+/// Several threads may integrate with one object at once, while none changes it.
 class KR_EXPORT KrGaussQuadrature
     : public KrElement<KrGaussQuadrature, KrXmlCompoundType, KrFunction::KrGaussQuadratureToken> {
 public:

@@ -25,6 +25,8 @@
 ///
 /// Each sample draws twice the grid's side normal values and one uniform value from `KrRandom`.
 /// A seed therefore determines the field, bit-identical on every machine.
+///
+/// One thread at a time uses an object.
 class KR_EXPORT KrRandomTensorTool {
 public:
     KrRandomTensorTool() = default;
