@@ -59,6 +59,68 @@ CLI::App* addSearch(CLI::App& app, SearchCall& call, bool hasWorkers) {
         program + " search fit.xml --record fit.record -- ./simulate --mass {mass}");
 }
 
+void addOptionOfAxes(CLI::App& table, std::string const& name, std::vector<std::string>& items,
+                     std::vector<std::string> const& known, std::string const& description) {
+    std::string words;
+    for (std::string const& word : known) {
+        words += (words.empty() ? "" : "|") + word;
+    }
+    table.add_option(name, items, description)
+        ->delimiter(',')
+        ->option_text(words + "[,...]")
+        ->check(CLI::IsMember(known));
+}
+
+void addDecimal(CLI::App& command, bool& hasDecimalComma) {
+    command
+        .add_option_function<std::string>(
+            "--decimal", [&](std::string const& mark) { hasDecimalComma = mark == ","; },
+            "The decimal mark of numbers; . if not given")
+        ->option_text(".|,")
+        ->check(CLI::IsMember({".", ","}));
+}
+
+CLI::App* addTable(CLI::App& app, TableCall& call) {
+    CLI::App* const table =
+        app.add_subcommand("table", "Prints the table file of a grid in the rows of a CSV file.");
+    table->add_option("GRID.csv", call.grid, "A header, perhaps units, then a row for each point")
+        ->required();
+    table->add_option("--axes", call.axes, "The first N columns are coordinates")
+        ->option_text("N")
+        ->required()
+        ->check(CLI::Range(1, 64));
+    std::vector<std::string> const ends{"limit", "extrapolate"};
+    addOptionOfAxes(*table, "--search", call.search, {"bisection", "linear", "equal_spaced"},
+                    "How a segment is found; bisection if not given");
+    addOptionOfAxes(*table, "--low", call.low, ends,
+                    "What happens below the smallest coordinate; limit if not given");
+    addOptionOfAxes(*table, "--high", call.high, ends,
+                    "What happens beyond the largest coordinate; limit if not given");
+    addDecimal(*table, call.hasDecimalComma);
+    table->add_option("-o,--output", call.output, "Write to FILE.xml")->option_text("FILE.xml");
+    return table->footer(
+        "Rows may stand in any order. The separator is a comma, a semicolon or a tab. An option\n"
+        "that may differ between axes has one item for all, or one for each.\n"
+        "\n"
+        "Example:\n  zeibreku table wing.csv --axes 2 --high extrapolate,limit > wing.xml");
+}
+
+CLI::App* addEvaluate(CLI::App& app, EvaluateCall& call) {
+    CLI::App* const evaluate = app.add_subcommand(
+        "evaluate", "Prints the values of a function, table or constraint at points, as CSV.");
+    evaluate->add_option("FILE.xml", call.file, "A file of any element that has values")
+        ->required();
+    evaluate->add_option("POINTS.csv", call.points,
+                         "One point in each row; standard input if not given");
+    evaluate->add_flag("--gradient", call.hasGradient, "Print gradients too");
+    addDecimal(*evaluate, call.hasDecimalComma);
+    return evaluate->footer(
+        "A row of the result is the point and its values. They are empty where no table covers\n"
+        "the point. A quadrature rule needs no points: its nodes and weights are printed.\n"
+        "\n"
+        "Example:\n  zeibreku evaluate wing.xml points.csv > values.csv");
+}
+
 int run(int argc, char** argv, std::string const& name, Spread const& spread) {
     CLI::App app("Searches whose function is a program, their records, and the library's files.",
                  name);
@@ -107,6 +169,21 @@ int run(int argc, char** argv, std::string const& name, Spread const& spread) {
         app.add_subcommand("schema", "Prints the XML Schema of all elements, for editors.");
     schema->footer("Example:\n  zeibreku schema > zeibreku.xsd");
     schema->callback([&] { status = runSchema(); });
+
+    TableCall tableCall;
+    addTable(app, tableCall)->callback([&] {
+        for (auto const* const items : {&tableCall.search, &tableCall.low, &tableCall.high}) {
+            if (items->size() > 1 && items->size() != tableCall.axes) {
+                throw CLI::ValidationError("expected 1 item or " + std::to_string(tableCall.axes) +
+                                           ", one for each axis, found " +
+                                           std::to_string(items->size()));
+            }
+        }
+        status = runTable(tableCall);
+    });
+
+    EvaluateCall evaluateCall;
+    addEvaluate(app, evaluateCall)->callback([&] { status = runEvaluate(evaluateCall); });
 
     try {
         app.parse(static_cast<int>(words - argv), argv);

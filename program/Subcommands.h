@@ -36,6 +36,25 @@ struct SearchCall {
     std::vector<std::string> command;  ///< the program to run, and its arguments
 };
 
+/// The arguments of `table`. A list of options has one item for all axes, or one for each.
+struct TableCall {
+    std::string grid;                 ///< the rows of a grid, as CSV
+    KrU32 axes = 0;                   ///< how many columns are coordinates
+    std::vector<std::string> search;  ///< bisection, linear or equal_spaced
+    std::vector<std::string> low;     ///< extrapolate or limit, below the smallest breakpoint
+    std::vector<std::string> high;    ///< the same beyond the largest one
+    bool hasDecimalComma = false;     ///< whether numbers have a decimal comma
+    std::string output;               ///< where the table goes; empty for standard output
+};
+
+/// The arguments of `evaluate`.
+struct EvaluateCall {
+    std::string file;              ///< what is evaluated
+    std::string points;            ///< where, as CSV; empty for standard input
+    bool hasGradient = false;      ///< whether gradients are printed too
+    bool hasDecimalComma = false;  ///< whether the points have decimal commas
+};
+
 /// Makes workers that spread the runs of a program over several processes. They evaluate with
 /// `commands` if this process is alone. `names` are those of the variables.
 using Spread = std::function<std::unique_ptr<KrEvaluationWorkers>(
@@ -67,3 +86,7 @@ void addCheckArguments(CLI::App& check, CheckCall& call);
 int runCheck(CheckCall const& call);
 /// Prints the XML Schema of all elements.
 int runSchema();
+/// Prints the table file of a grid.
+int runTable(TableCall const& call);
+/// Prints the values of what a file holds at points, as CSV.
+int runEvaluate(EvaluateCall const& call);

@@ -1,0 +1,389 @@
+#include "foundation/core/KrPrint.h"
+#include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlText.h"
+#include "function/composite/KrCompositeFunctionBranch.h"
+#include "function/composite/KrCompositeFunctionContainer.h"
+#include "function/composite/KrTableFunctionInterpolator.h"
+#include "function/object/KrMultivariableConstraintContainer.h"
+#include "function/object/KrMultivariableConstraintVector.h"
+#include "function/object/KrScalarFunctionContainer.h"
+#include "function/object/KrUnitaryMapContainer.h"
+#include "function/tools/KrCsvReader.h"
+#include "function/tools/KrGaussQuadrature.h"
+#include "program/Subcommands.h"
+#include "search/KrSearchCreators.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <limits>
+#include <optional>
+
+namespace {
+
+// Points, and the numbers that are printed behind each.
+struct Block {
+    std::size_t count = 0;  // of the points
+    std::size_t coordinates = 0;
+    std::size_t values = 0;        // of a point
+    KrRealVector points;           // row-major
+    KrRealVector results;          // row-major: the values of a point, then the gradient of each
+    std::vector<char> isAnswered;  // of each point; the numbers of others are not printed
+};
+
+// What a file holds, as a function of points.
+struct Function {
+    std::size_t coordinates = 0;  // 0 if a point may have any number
+    std::size_t values = 1;
+    // Called with every number of `results` NaN, and every point answered.
+    std::function<void(Block&)> evaluate;
+    std::function<void(Block&)> evaluateWithGradient;  // empty if there is none
+    bool isDirection = false;  // the gradient is that of a constraint, a unit vector
+};
+
+template <class Scalar>
+Function scalarFunction(Scalar const& f) {
+    auto const evaluate = [&f](Block& block) {
+        for (std::size_t i = 0; i < block.count; ++i) {
+            block.results[i] = f.evaluate(block.points[i]);
+        }
+    };
+    return {1, 1, evaluate, nullptr};
+}
+
+// `constraint(i)` returns constraint number i.
+template <class Constraint>
+Function constraintFunction(std::size_t count, Constraint constraint) {
+    auto const evaluate = [count, constraint](Block& block, bool hasGradient) {
+        std::size_t const n = block.coordinates;
+        auto result = block.results.begin();
+        KrRealVector point(n);
+        for (std::size_t i = 0; i < block.count; ++i) {
+            std::copy_n(block.points.begin() + static_cast<std::ptrdiff_t>(i * n), n,
+                        point.begin());
+            for (std::size_t c = 0; c < count; ++c) {
+                *result++ = constraint(c).evaluate(point);
+            }
+            for (std::size_t c = 0; hasGradient && c < count; ++c) {
+                // An empty container has a gradient without components.
+                KrRealVector const& gradient = constraint(c).gradient(point);
+                std::copy(gradient.begin(), gradient.end(), result);
+                result += static_cast<std::ptrdiff_t>(n);
+            }
+        }
+    };
+    return {0, count, [evaluate](Block& block) { evaluate(block, false); },
+            [evaluate](Block& block) { evaluate(block, true); }, true};
+}
+
+// The largest number of values that a table below `element` has.
+std::size_t valueCount(KrCompositeFunctionElement const* element) {
+    if (auto const* branch = dynamic_cast<KrCompositeFunctionBranch const*>(element)) {
+        return std::max(valueCount(branch->left()), valueCount(branch->right()));
+    }
+    auto const* table = dynamic_cast<KrTableFunctionInterpolator const*>(element);
+    return table ? table->dependentData().size() : 0;
+}
+
+Function compositeFunction(KrCompositeFunctionContainer const& f) {
+    std::size_t const values = valueCount(f.topElement());
+    auto const evaluate = [&f](Block& block) {
+        std::size_t const n = block.coordinates;
+        KrRealVector point(n);
+        KrRealVector y;
+        for (std::size_t i = 0; i < block.count; ++i) {
+            std::copy_n(block.points.begin() + static_cast<std::ptrdiff_t>(i * n), n,
+                        point.begin());
+            KrBoolean ok = false;
+            f.evaluate(point, y, ok);
+            block.isAnswered[i] = ok ? 1 : 0;
+            std::copy_n(y.begin(), ok ? std::min(y.size(), block.values) : 0,
+                        block.results.begin() + static_cast<std::ptrdiff_t>(i * block.values));
+        }
+    };
+    return {f.bounds().size(), values, evaluate, nullptr};
+}
+
+// A file, and what it holds as a function.
+class FunctionFile {
+public:
+    /// Reads the file; false, with a message, if it has no values.
+    bool read(std::string const& path);
+    std::optional<Function> const& function() const { return function_; }
+    /// The quadrature rule that the file holds, or null.
+    KrGaussQuadrature const* rule() const {
+        return dynamic_cast<KrGaussQuadrature const*>(object_.get());
+    }
+
+private:
+    std::optional<Function> toFunction();
+
+    std::unique_ptr<KrXmlObject> object_;
+    KrCompositeFunctionContainer container_;  // of a table on its own
+    std::optional<Function> function_;
+};
+
+std::optional<Function> FunctionFile::toFunction() {
+    KrXmlObject const* const object = object_.get();
+    if (auto const* f = dynamic_cast<KrBaseScalarFunction const*>(object)) {
+        return scalarFunction(*f);
+    }
+    if (auto const* f = dynamic_cast<KrScalarFunctionContainer const*>(object)) {
+        return scalarFunction(*f);
+    }
+    if (auto const* f = dynamic_cast<KrBaseUnitaryMap const*>(object)) {
+        return scalarFunction(*f);
+    }
+    if (auto const* f = dynamic_cast<KrUnitaryMapContainer const*>(object)) {
+        return scalarFunction(*f);
+    }
+    if (auto const* f = dynamic_cast<KrBaseMultivariableConstraint const*>(object)) {
+        return constraintFunction(
+            1, [f](std::size_t) -> auto& { return *f; });
+    }
+    if (auto const* f = dynamic_cast<KrMultivariableConstraintContainer const*>(object)) {
+        return constraintFunction(
+            1, [f](std::size_t) -> auto& { return *f; });
+    }
+    if (auto const* f = dynamic_cast<KrMultivariableConstraintVector const*>(object)) {
+        return constraintFunction(
+            f->size(), [f](std::size_t c) -> auto& { return (*f)[static_cast<KrU32>(c)]; });
+    }
+    if (auto const* f = dynamic_cast<KrCompositeFunctionElement const*>(object)) {
+        container_.setTopElement(*f);
+        return compositeFunction(container_);
+    }
+    if (auto const* f = dynamic_cast<KrCompositeFunctionContainer const*>(object)) {
+        return compositeFunction(*f);
+    }
+    return std::nullopt;
+}
+
+bool FunctionFile::read(std::string const& path) {
+    object_ = KrXml::readFile(path, KrSearchCreators::factory());
+    if (!object_ || rule()) {
+        return object_ != nullptr;
+    }
+    function_ = toFunction();
+    std::string const name(object_->token().localName());
+    if (!function_) {
+        std::fprintf(stderr,
+                     "%s: holds %s, which has no values: expected a function, a map, a table, a "
+                     "constraint or a quadrature rule\n",
+                     path.c_str(), name.c_str());
+    } else if (function_->values == 0) {
+        std::fprintf(stderr, "%s: %s is empty\n", path.c_str(), name.c_str());
+    }
+    return function_ && function_->values > 0;
+}
+
+// Collects rows of CSV for standard output.
+class CsvWriter {
+public:
+    void text(std::string const& text) {
+        separate();
+        if (text.find_first_of(",\"\r\n") == text.npos) {
+            rows_ += text;
+            return;
+        }
+        rows_ += '"';
+        for (char const c : text) {
+            rows_ += c == '"' ? "\"\"" : std::string(1, c);
+        }
+        rows_ += '"';
+    }
+    void number(double value) {
+        separate();
+        rows_ += KrXmlText<double>::format(value, room_);
+    }
+    void empty() { separate(); }
+    void endRow() {
+        rows_ += '\n';
+        isFirst_ = true;
+    }
+    void flush() {
+        std::fwrite(rows_.data(), 1, rows_.size(), stdout);
+        std::fflush(stdout);
+        rows_.clear();
+    }
+
+private:
+    void separate() {
+        if (!isFirst_) {
+            rows_ += ',';
+        }
+        isFirst_ = false;
+    }
+
+    std::string rows_;
+    KrXmlTextRoom room_{};
+    bool isFirst_ = true;
+};
+
+void printRule(KrGaussQuadrature const& rule, double const* nodes, double const* weights) {
+    CsvWriter out;
+    out.text("node");
+    out.text("weight");
+    out.endRow();
+    // The tables hold the nodes that are not negative; the rule is symmetric.
+    int const half = static_cast<int>(rule.order() / 2);
+    int const isOdd = static_cast<int>(rule.order() % 2);
+    for (int i = -half; i < half + isOdd; ++i) {
+        int const at = i < 0 ? isOdd - i - 1 : i;
+        out.number(i < 0 ? -nodes[at] : nodes[at]);
+        out.number(weights[at]);
+        out.endRow();
+    }
+    out.flush();
+}
+
+int runRule(EvaluateCall const& call, KrGaussQuadrature const& rule) {
+    if (!call.points.empty() || call.hasGradient) {
+        std::fprintf(stderr,
+                     "%s: a quadrature rule has nodes and weights, no points and gradients\n",
+                     call.file.c_str());
+        return WrongCall;
+    }
+    double const* nodes = nullptr;
+    double const* weights = nullptr;
+    rule.obtainAbscissasAndWeights(rule.order(), nodes, weights);
+    if (!nodes) {
+        std::fprintf(stderr, "%s: a quadrature rule of order %u is not supported\n",
+                     call.file.c_str(), rule.order());
+        return Refused;
+    }
+    printRule(rule, nodes, weights);
+    return Done;
+}
+
+// "x" if it is the only one, else "x1", "x2", ...
+std::string numbered(char const* name, std::size_t index, std::size_t count) {
+    return count == 1 ? name : name + std::to_string(index + 1);
+}
+
+// Evaluates points in blocks and prints rows.
+class Evaluation {
+public:
+    Evaluation(Function const& function, bool hasGradient, KrCsvReader const& reader)
+        : function_(function), hasGradient_(hasGradient) {
+        std::size_t const n = function.coordinates == 0 ? reader.columns() : function.coordinates;
+        block_.coordinates = n;
+        block_.values = function.values;
+        perPoint_ = function.values * (hasGradient ? 1 + n : 1);
+        block_.points.reserve(rowsAtOnce * n);
+        printHeader(reader.names());
+    }
+
+    void add(KrRealVector const& point) {
+        block_.points.insert(block_.points.end(), point.begin(), point.end());
+        if (++block_.count == rowsAtOnce) {
+            evaluate();
+        }
+    }
+
+    /// Evaluates and prints what has been added.
+    void finish() {
+        evaluate();
+        out_.flush();
+    }
+
+private:
+    static constexpr std::size_t rowsAtOnce = 1024;
+
+    void printHeader(std::vector<std::string> const& names) {
+        std::size_t const n = block_.coordinates;
+        auto const coordinate = [&](std::size_t i) {
+            return i < names.size() ? names[i] : numbered("x", i, n);
+        };
+        auto const value = [&](std::size_t i) { return numbered("y", i, block_.values); };
+        for (std::size_t i = 0; i < n; ++i) {
+            out_.text(coordinate(i));
+        }
+        for (std::size_t i = 0; i < block_.values; ++i) {
+            out_.text(value(i));
+        }
+        for (std::size_t k = 0; k < perPoint_ - block_.values; ++k) {
+            std::string const y = value(k / n);
+            std::string const x = coordinate(k % n);
+            out_.text(function_.isDirection ? y + " direction " + x : "d" + y + "/d" + x);
+        }
+        out_.endRow();
+        out_.flush();
+    }
+
+    void evaluate() {
+        block_.results.assign(block_.count * perPoint_, std::numeric_limits<double>::quiet_NaN());
+        block_.isAnswered.assign(block_.count, 1);
+        (hasGradient_ ? function_.evaluateWithGradient : function_.evaluate)(block_);
+        auto coordinate = block_.points.begin();
+        auto result = block_.results.begin();
+        for (std::size_t row = 0; row < block_.count; ++row) {
+            for (std::size_t i = 0; i < block_.coordinates; ++i) {
+                out_.number(*coordinate++);
+            }
+            for (std::size_t i = 0; i < perPoint_; ++i, ++result) {
+                block_.isAnswered[row] ? out_.number(*result) : out_.empty();
+            }
+            out_.endRow();
+        }
+        block_.count = 0;
+        block_.points.clear();
+    }
+
+    Function const& function_;
+    bool hasGradient_;
+    std::size_t perPoint_;  // the numbers behind each point
+    Block block_;
+    CsvWriter out_;
+};
+
+}  // namespace
+
+int runEvaluate(EvaluateCall const& call) {
+    FunctionFile file;
+    if (!file.read(call.file)) {
+        return Refused;
+    }
+    if (file.rule()) {
+        return runRule(call, *file.rule());
+    }
+    Function const& function = *file.function();
+    if (call.hasGradient && !function.evaluateWithGradient) {
+        std::fprintf(stderr, "%s: holds a function without gradients\n", call.file.c_str());
+        return Refused;
+    }
+    std::ios::sync_with_stdio(false);  // else each byte of standard input takes a call
+    std::ifstream opened;
+    if (!call.points.empty()) {
+        opened.open(call.points, std::ios::binary);
+        if (!opened.is_open()) {
+            std::fprintf(stderr, "%s: cannot be read: %s\n", call.points.c_str(),
+                         std::strerror(errno));
+            return Refused;
+        }
+    }
+    KrCsvReader reader(call.points.empty() ? std::cin : opened,
+                       call.points.empty() ? "<standard input>" : call.points);
+    reader.setDecimalComma(call.hasDecimalComma);
+    bool const hasRows = reader.readHeader();
+    if (hasRows && function.coordinates != 0 && reader.columns() != function.coordinates) {
+        reader.refuse("points of " + std::to_string(function.coordinates) + " coordinates",
+                      "rows of " + std::to_string(reader.columns()));
+    }
+    if (reader.errorCount() > 0) {
+        return Refused;
+    }
+    Evaluation evaluation(function, call.hasGradient, reader);
+    reader.setBeforeRead([&] { evaluation.finish(); });
+    KrRealVector point;
+    while (hasRows && reader.nextNumbers(point) && reader.errorCount() == 0 &&
+           std::ferror(stdout) == 0) {
+        evaluation.add(point);
+    }
+    evaluation.finish();
+    return reader.errorCount() == 0 ? Done : Refused;
+}
