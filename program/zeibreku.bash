@@ -4,7 +4,7 @@ _zeibreku() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} i
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W "search verify report check schema --help --version" -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W "search verify report check schema table evaluate --help --version" -- "$word")
         return
     fi
     # Behind "--" stand the words of another program.
@@ -36,6 +36,20 @@ _zeibreku() {
             elif [[ $before == --as ]]; then
                 mapfile -t COMPREPLY < <(compgen -W "correlation" -- "$word")
             fi
+            ;;
+        table:-*)
+            mapfile -t COMPREPLY < <(compgen \
+                -W "--axes --search --low --high --decimal --output --help" -- "$word")
+            ;;
+        table:*)
+            if [[ $before == --search ]]; then
+                mapfile -t COMPREPLY < <(compgen -W "bisection linear equal_spaced" -- "$word")
+            elif [[ $before == --low || $before == --high ]]; then
+                mapfile -t COMPREPLY < <(compgen -W "limit extrapolate" -- "$word")
+            fi
+            ;;
+        evaluate:-*)
+            mapfile -t COMPREPLY < <(compgen -W "--gradient --decimal --help" -- "$word")
             ;;
         *:-*) mapfile -t COMPREPLY < <(compgen -W "--help" -- "$word") ;;
     esac
