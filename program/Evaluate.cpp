@@ -14,6 +14,7 @@
 #include "search/KrSearchCreators.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -25,59 +26,65 @@
 
 namespace {
 
-// Points, and the numbers that are printed behind each.
+// How many points are evaluated at once.
+constexpr std::size_t rowsAtOnce = 1024;
+
+// Points, and what is printed behind each. The lists are row-major.
 struct Block {
     std::size_t count = 0;  // of the points
-    std::size_t coordinates = 0;
-    std::size_t values = 0;        // of a point
-    KrRealVector points;           // row-major
-    KrRealVector results;          // row-major: the values of a point, then the gradient of each
-    std::vector<char> isAnswered;  // of each point; the numbers of others are not printed
+    KrRealVector points;
+    KrRealVector values;
+    KrRealVector gradients;  // of each value in turn; empty if they are not wanted
+    std::array<KrBoolean, rowsAtOnce> answered;  // the numbers of other points are not printed
+
+    /// Point number `i` of `n` coordinates.
+    auto point(std::size_t i, std::size_t n) const {
+        return points.begin() + static_cast<std::ptrdiff_t>(i * n);
+    }
 };
 
 // What a file holds, as a function of points.
 struct Function {
     std::size_t coordinates = 0;  // 0 if a point may have any number
     std::size_t values = 1;
-    // Called with every number of `results` NaN, and every point answered.
+    // Called with every number NaN, and every point answered.
     std::function<void(Block&)> evaluate;
-    std::function<void(Block&)> evaluateWithGradient;  // empty if there is none
-    bool isDirection = false;  // the gradient is that of a constraint, a unit vector
+    bool hasGradient = false;
+    bool isDirection = false;  // a gradient is a unit vector
 };
 
 template <class Scalar>
 Function scalarFunction(Scalar const& f) {
     auto const evaluate = [&f](Block& block) {
         for (std::size_t i = 0; i < block.count; ++i) {
-            block.results[i] = f.evaluate(block.points[i]);
+            block.values[i] = f.evaluate(block.points[i]);
         }
     };
-    return {1, 1, evaluate, nullptr};
+    return {1, 1, evaluate};
 }
 
 // `constraint(i)` returns constraint number i.
 template <class Constraint>
 Function constraintFunction(std::size_t count, Constraint constraint) {
-    auto const evaluate = [count, constraint](Block& block, bool hasGradient) {
-        std::size_t const n = block.coordinates;
-        auto result = block.results.begin();
+    auto const evaluate = [count, constraint](Block& block) {
+        std::size_t const n = block.count == 0 ? 0 : block.points.size() / block.count;
+        auto value = block.values.begin();
+        auto gradient = block.gradients.begin();
         KrRealVector point(n);
         for (std::size_t i = 0; i < block.count; ++i) {
-            std::copy_n(block.points.begin() + static_cast<std::ptrdiff_t>(i * n), n,
-                        point.begin());
+            std::copy_n(block.point(i, n), n, point.begin());
             for (std::size_t c = 0; c < count; ++c) {
-                *result++ = constraint(c).evaluate(point);
-            }
-            for (std::size_t c = 0; hasGradient && c < count; ++c) {
-                // An empty container has a gradient without components.
-                KrRealVector const& gradient = constraint(c).gradient(point);
-                std::copy(gradient.begin(), gradient.end(), result);
-                result += static_cast<std::ptrdiff_t>(n);
+                *value++ = constraint(c).evaluate(point);
+                if (!block.gradients.empty()) {
+                    // That of an empty container has no components.
+                    KrRealVector const& direction = constraint(c).gradient(point);
+                    std::copy(direction.begin(), direction.end(), gradient);
+                    gradient += static_cast<std::ptrdiff_t>(n);
+                }
             }
         }
     };
-    return {0, count, [evaluate](Block& block) { evaluate(block, false); },
-            [evaluate](Block& block) { evaluate(block, true); }, true};
+    return {0, count, evaluate, true, true};
 }
 
 // The largest number of values that a table below `element` has.
@@ -90,22 +97,19 @@ std::size_t valueCount(KrCompositeFunctionElement const* element) {
 }
 
 Function compositeFunction(KrCompositeFunctionContainer const& f) {
+    std::size_t const n = f.bounds().size();
     std::size_t const values = valueCount(f.topElement());
-    auto const evaluate = [&f](Block& block) {
-        std::size_t const n = block.coordinates;
+    auto const evaluate = [&f, n, values](Block& block) {
         KrRealVector point(n);
         KrRealVector y;
         for (std::size_t i = 0; i < block.count; ++i) {
-            std::copy_n(block.points.begin() + static_cast<std::ptrdiff_t>(i * n), n,
-                        point.begin());
-            KrBoolean ok = false;
-            f.evaluate(point, y, ok);
-            block.isAnswered[i] = ok ? 1 : 0;
-            std::copy_n(y.begin(), ok ? std::min(y.size(), block.values) : 0,
-                        block.results.begin() + static_cast<std::ptrdiff_t>(i * block.values));
+            std::copy_n(block.point(i, n), n, point.begin());
+            f.evaluate(point, y, block.answered[i]);
+            std::copy_n(y.begin(), block.answered[i] ? std::min(y.size(), values) : 0,
+                        block.values.begin() + static_cast<std::ptrdiff_t>(i * values));
         }
     };
-    return {f.bounds().size(), values, evaluate, nullptr};
+    return {n, values, evaluate};
 }
 
 // A file, and what it holds as a function.
@@ -269,12 +273,10 @@ std::string numbered(char const* name, std::size_t index, std::size_t count) {
 class Evaluation {
 public:
     Evaluation(Function const& function, bool hasGradient, KrCsvReader const& reader)
-        : function_(function), hasGradient_(hasGradient) {
-        std::size_t const n = function.coordinates == 0 ? reader.columns() : function.coordinates;
-        block_.coordinates = n;
-        block_.values = function.values;
-        perPoint_ = function.values * (hasGradient ? 1 + n : 1);
-        block_.points.reserve(rowsAtOnce * n);
+        : function_(function),
+          coordinates_(function.coordinates == 0 ? reader.columns() : function.coordinates),
+          components_(hasGradient ? function.values * coordinates_ : 0) {
+        block_.points.reserve(rowsAtOnce * coordinates_);
         printHeader(reader.names());
     }
 
@@ -292,21 +294,19 @@ public:
     }
 
 private:
-    static constexpr std::size_t rowsAtOnce = 1024;
-
     void printHeader(std::vector<std::string> const& names) {
-        std::size_t const n = block_.coordinates;
+        std::size_t const n = coordinates_;
         auto const coordinate = [&](std::size_t i) {
             return i < names.size() ? names[i] : numbered("x", i, n);
         };
-        auto const value = [&](std::size_t i) { return numbered("y", i, block_.values); };
+        auto const value = [&](std::size_t i) { return numbered("y", i, function_.values); };
         for (std::size_t i = 0; i < n; ++i) {
             out_.text(coordinate(i));
         }
-        for (std::size_t i = 0; i < block_.values; ++i) {
+        for (std::size_t i = 0; i < function_.values; ++i) {
             out_.text(value(i));
         }
-        for (std::size_t k = 0; k < perPoint_ - block_.values; ++k) {
+        for (std::size_t k = 0; k < components_; ++k) {
             std::string const y = value(k / n);
             std::string const x = coordinate(k % n);
             out_.text(function_.isDirection ? y + " direction " + x : "d" + y + "/d" + x);
@@ -316,28 +316,32 @@ private:
     }
 
     void evaluate() {
-        block_.results.assign(block_.count * perPoint_, std::numeric_limits<double>::quiet_NaN());
-        block_.isAnswered.assign(block_.count, 1);
-        (hasGradient_ ? function_.evaluateWithGradient : function_.evaluate)(block_);
-        auto coordinate = block_.points.begin();
-        auto result = block_.results.begin();
+        constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+        block_.values.assign(block_.count * function_.values, nan);
+        block_.gradients.assign(block_.count * components_, nan);
+        block_.answered.fill(true);
+        function_.evaluate(block_);
         for (std::size_t row = 0; row < block_.count; ++row) {
-            for (std::size_t i = 0; i < block_.coordinates; ++i) {
-                out_.number(*coordinate++);
-            }
-            for (std::size_t i = 0; i < perPoint_; ++i, ++result) {
-                block_.isAnswered[row] ? out_.number(*result) : out_.empty();
-            }
+            print(block_.points, row, coordinates_, true);
+            print(block_.values, row, function_.values, block_.answered[row]);
+            print(block_.gradients, row, components_, block_.answered[row]);
             out_.endRow();
         }
         block_.count = 0;
         block_.points.clear();
     }
 
+    // Prints the `count` numbers of a row, or as many empty fields.
+    void print(KrRealVector const& numbers, std::size_t row, std::size_t count, bool isAnswered) {
+        for (std::size_t i = row * count; i < (row + 1) * count; ++i) {
+            isAnswered ? out_.number(numbers[i]) : out_.empty();
+        }
+    }
+
     Function const& function_;
-    bool hasGradient_;
-    std::size_t perPoint_;  // the numbers behind each point
-    Block block_;
+    std::size_t coordinates_;
+    std::size_t components_;  // of all gradients of a point; 0 if they are not wanted
+    Block block_{};
     CsvWriter out_;
 };
 
@@ -352,7 +356,7 @@ int runEvaluate(EvaluateCall const& call) {
         return runRule(call, *file.rule());
     }
     Function const& function = *file.function();
-    if (call.hasGradient && !function.evaluateWithGradient) {
+    if (call.hasGradient && !function.hasGradient) {
         std::fprintf(stderr, "%s: holds a function without gradients\n", call.file.c_str());
         return Refused;
     }

@@ -22,6 +22,8 @@ namespace {
 constexpr std::size_t mostAxes = 64;
 constexpr std::size_t mostMissing = 10;
 constexpr double roundingUnits = 8.0 * std::numeric_limits<double>::epsilon();
+// Each end of a step is off by half a unit.
+constexpr double stepUnits = 4.0 * std::numeric_limits<double>::epsilon();
 constexpr double closeShare = 1e-6;
 
 std::string textOf(double number) {
@@ -238,18 +240,24 @@ bool Grid::sortRows() {
 
 bool Grid::isEqualSpaced(std::size_t axis) {
     auto const& [all, firstRows, rowCounts] = axes_[axis];
-    for (std::size_t k = 2; k < all.size(); ++k) {
-        double const first = all[1] - all[0];
-        double const step = all[k] - all[k - 1];
-        // The first step has the rounding of its ends too.
-        double const tolerance =
-            roundingUnits * std::max(magnitude(all[0], all[1]), magnitude(all[k - 1], all[k]));
-        if (!(std::abs(step - first) <= tolerance)) {
-            return reader_.refuse(
-                lines_[firstRows[k]],
-                "steps of " + textOf(first) + " in " + reader_.describe(axis) +
-                    " for an equal_spaced search",
-                textOf(all[k]) + " after " + textOf(all[k - 1]) + "; choose bisection");
+    KrRealVector steps;
+    for (std::size_t k = 1; k < all.size(); ++k) {
+        steps.push_back(all[k] - all[k - 1]);
+    }
+    if (steps.empty()) {
+        return true;
+    }
+    // The usual step, so that one wrong coordinate is found where it stands.
+    auto const middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
+    std::nth_element(steps.begin(), middle, steps.end());
+    double const tolerance = stepUnits * magnitude(all.front(), all.back());
+    for (std::size_t k = 1; k < all.size(); ++k) {
+        if (!(std::abs(all[k] - all[k - 1] - *middle) <= tolerance)) {
+            return reader_.refuse(lines_[firstRows[k]],
+                                  "steps of " + textOf(*middle) + " in " + reader_.describe(axis) +
+                                      " for an equal_spaced search",
+                                  textOf(all[k]) + " after " + textOf(all[k - 1]) +
+                                      "; correct it, or choose bisection");
         }
     }
     return true;

@@ -31,8 +31,8 @@
 /// - an infinite number or NaN, and all that `KrCsvReader` refuses;
 /// - two coordinates of an axis that differ by at most 8 units in the last place. If rows are
 ///   missing, the message also names two coordinates closer than a millionth of the axis;
-/// - an axis whose steps differ, if its search is `EQUAL_SPACED`. Steps may differ by 8 units in
-///   the last place of their coordinates;
+/// - an axis whose steps differ, if its search is `EQUAL_SPACED`. Steps may differ by 4 units in
+///   the last place of the largest coordinate;
 /// - a file without a value column, and more than 64 axes.
 ///
 /// Cost: about 0.5 µs for each row of five numbers, and 60 bytes. Memory is in proportion to the

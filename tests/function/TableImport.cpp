@@ -370,18 +370,23 @@ TEST(TableImport, ChecksEqualSteps) {
         std::string text, message;
     };
     std::string tenths = "x,y\n";
-    for (int i = 0; i <= 100; ++i) {
-        tenths += std::to_string(i / 10) + '.' + std::to_string(i % 10) + ",1\n";
+    for (int i = 0; i <= 1000; ++i) {
+        tenths += '-' + std::to_string(i / 10) + '.' + std::to_string(i % 10) + ",1\n";
     }
     for (auto const& [text, message] : std::vector<Case>{
              {tenths, ""},
              {"x,y\n1000.1,0\n1000.2,0\n1000.3,0\n", ""},
-             {"x,y\n3,0\n1,0\n2.5,0\n",
-              "f:2: expected steps of 1.5 in column \"x\" for an equal_spaced search, found 3 "
-              "after 2.5; choose bisection\n"},
-             {"-1e308,0\n1e308,0\n1.7e308,0\n",
-              "f:3: expected steps of INF in column 1 for an equal_spaced search, found 1.7e+308 "
-              "after 1e+308; choose bisection\n"},
+             {"x,y\n3,0\n", ""},
+             {"x,y\n4,0\n1,0\n2.5,0\n5.5,0\n0,0\n",
+              "f:3: expected steps of 1.5 in column \"x\" for an equal_spaced search, found 1 "
+              "after "
+              "0; correct it, or choose bisection\n"},
+             {"x,y\n0,0\n1,0\n2.000000000000004,0\n",
+              "f:3: expected steps of 1.000000000000004 in column \"x\" for an equal_spaced "
+              "search, found 1 after 0; correct it, or choose bisection\n"},
+             {"-1.7e308,0\n1.7e308,0\n",
+              "f:2: expected steps of INF in column 1 for an equal_spaced search, found 1.7e+308 "
+              "after -1.7e+308; correct it, or choose bisection\n"},
          }) {
         KrTableImport import(1);
         import.axes()[0].searchOption = Enums::EQUAL_SPACED;
