@@ -91,7 +91,7 @@ bool Grid::readRows() {
     if (reader_.columns() <= axes_.size()) {
         return reader_.refuse(
             "a value column behind " + std::to_string(axes_.size()) + " coordinate columns",
-            std::to_string(reader_.columns()) + " columns");
+            std::to_string(reader_.columns()) + " in all");
     }
     KrRealVector row;
     while (reader_.nextNumbers(row)) {

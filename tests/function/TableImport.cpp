@@ -68,7 +68,7 @@ TEST(CsvReader, SplitsRowsAsSpreadsheetsWriteThem) {
              {"\xEF\xBB\xBF", ""},
              {"a,b;c\td\n", "1[a,b;c|d]"},
              {"\"a;b\",c\n", "1[a;b|c]"},
-             {"5\" pipe,a\n1,2\n", "1[5\" pipe|a]2[1|2]"},
+             {"5\" pipe;a,b\n1;2\n", "1[5\" pipe|a,b]2[1|2]"},
              {"sep=,\na;b,c\n", "2[a;b|c]"},
              {"\"SEP=;\"\r\na,b;c\r\n", "2[a,b|c]"},
              {"sep=\t\na,b\tc", "2[a,b|c]"},
@@ -316,7 +316,7 @@ TEST(TableImport, RefusesARowThatIsNotOfTheGrid) {
              {1, "", "f:1: expected a row of numbers, found the end of the file\n"},
              {1, "x,y\nm,m\n", "f:3: expected a row of numbers, found the end of the file\n"},
              {2, "x,y\n1,2\n",
-              "f:2: expected a value column behind 2 coordinate columns, found 2 columns\n"},
+              "f:2: expected a value column behind 2 coordinate columns, found 2 in all\n"},
              {0, "1,2\n", "f:1: expected 1 to 64 axes, found 0\n"},
              {65, "1,2\n", "f:1: expected 1 to 64 axes, found 65\n"},
              {2, grid + "nan,1,1\n1,inf,1\n1,1,-nan\n",
@@ -338,9 +338,15 @@ TEST(TableImport, RefusesARowThatIsNotOfTheGrid) {
              {1, "x,y\n0.3,0\n1,1\n0.30000000000000004,1\n",
               "f:4: expected 0.3 in column \"x\" as in line 2, found 0.30000000000000004, which "
               "differs by rounding; round both\n"},
-             {2, "x,y,z\n0,0,1\n1,0,1\n2e-16,1,2\n1,1,2\n",
+             {2, "x,y,z\n0,0,1\n1,0,1\n2e-16,1,2\n1,1,2\n0,2,1\n1,2,3\n",
               "f:2: expected a row with column \"x\" = 2e-16, column \"y\" = 0 after this one, "
-              "found none\n"},
+              "found none\n"
+              "f:3: expected a row with column \"x\" = 0, column \"y\" = 1 after this one, found "
+              "none\n"
+              "f:6: expected a row with column \"x\" = 2e-16, column \"y\" = 2 after this one, "
+              "found none\n"
+              "f:7: expected a row for each point of a grid of 3 x 3, found 6 rows; 0 (line 2) and "
+              "2e-16 (line 4) in column \"x\" differ by little: round them if they are one\n"},
              {4, sparse,
               "f:70001: expected a row for each point of a grid of 70000 x 70000 x 70000 x 70000, "
               "found 70000 rows\n"},
@@ -349,20 +355,17 @@ TEST(TableImport, RefusesARowThatIsNotOfTheGrid) {
         CapturedMessages const captured;
         std::istringstream stream(text);
         EXPECT_FALSE(KrTableImport(axes).read(stream, "f", table));
-        EXPECT_EQ(captured.text().substr(0, messages.size()), messages);
+        EXPECT_EQ(captured.text(), messages);
         EXPECT_TRUE(table == KrTableFunctionInterpolator());
     }
 }
 
-TEST(TableImport, NamesTenMissingRowsAndCloseCoordinates) {
+TEST(TableImport, NamesTenMissingRows) {
     CapturedMessages const captured;
     KrTableFunctionInterpolator table;
-    std::istringstream stream("x,y,z\n0,0,1\n1,0,1\n1e-16,1,2\n1,1,2\n5,5,1\n6,6,6\n7,7,7\n");
+    std::istringstream stream("x,y,z\n0,0,1\n1,1,1\n2,2,1\n3,3,1\n");
     EXPECT_FALSE(KrTableImport(2).read(stream, "f", table));
-    ASSERT_EQ(captured.messages.size(), 11U);
-    EXPECT_EQ(captured.messages.back().text,
-              "f:8: expected a row for each point of a grid of 6 x 5, found 7 rows; 0 (line 2) and "
-              "1e-16 (line 4) in column \"x\" differ by little: round them if they are one\n");
+    EXPECT_EQ(captured.messages.size(), 11U);
 }
 
 TEST(TableImport, ChecksEqualSteps) {
