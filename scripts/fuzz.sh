@@ -4,8 +4,8 @@
 #
 #   scripts/fuzz.sh [EXECUTIONS]
 #
-# Four executions of twenty go to the value types, one to documents made of whole elements, and
-# fifteen to documents changed by the byte. Each run keeps its corpus in build/fuzz/corpus for the
+# Of twenty executions, three go to the value types, one to CSV files, one to documents made of whole
+# elements, and fifteen to documents changed by the byte. Each run keeps its corpus in build/fuzz/corpus for the
 # next one. ZEIBREKU_FUZZ_SEED runs on one core and makes the run repeatable from an empty corpus.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -61,6 +61,7 @@ fuzz() {
                         count / (took > 0 ? took : 1) }'
 }
 rm -f "$work"/*.log
-fuzz values $((executions / 5)) 400
+fuzz values $((executions * 3 / 20)) 400
+fuzz tables $((executions / 20)) 200
 fuzz elements $((executions / 20)) 3000 "$work/seeds"
 fuzz documents $((executions * 3 / 4)) 400 "$work/seeds"
