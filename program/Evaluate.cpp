@@ -307,9 +307,12 @@ private:
             out_.text(value(i));
         }
         for (std::size_t k = 0; k < components_; ++k) {
-            std::string const y = value(k / n);
-            std::string const x = coordinate(k % n);
-            out_.text(function_.isDirection ? y + " direction " + x : "d" + y + "/d" + x);
+            bool const isDirection = function_.isDirection;
+            std::string name = isDirection ? "" : "d";
+            name += value(k / n);
+            name += isDirection ? " direction " : "/d";
+            name += coordinate(k % n);
+            out_.text(name);
         }
         out_.endRow();
         out_.flush();

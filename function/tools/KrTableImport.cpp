@@ -62,7 +62,9 @@ private:
     struct Place {
         std::uint64_t place;
         std::size_t row;
-        auto operator<=>(Place const&) const = default;
+        bool operator<(Place const& other) const {
+            return place != other.place ? place < other.place : row < other.row;
+        }
     };
 
     std::size_t rows() const { return lines_.size(); }
