@@ -1,4 +1,4 @@
-// Turns the aerodynamic coefficients in a CSV file into a table file:
+// Turns the aerodynamic coefficients in a CSV file into a table file, and checks that file:
 //
 //   11_aerodynamic_table WING.csv WING.xml
 //
@@ -6,14 +6,16 @@
 //
 // The CSV file has two coordinate columns, angle of attack and Mach number, then lift, drag and
 // moment. `zeibreku table wing.csv --axes 2 --search equal_spaced,bisection` prints the same
-// table file.
+// table file, and `zeibreku check --lint wing.xml` checks it.
 
 #include "foundation/xml/KrXml.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
+#include "function/tools/KrLint.h"
 #include "function/tools/KrTableImport.h"
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -41,11 +43,24 @@ bool importTable(std::string const& csv, std::string const& xml) {
     return KrXml::writeFile(xml, container);
 }
 
+// Reads a table file, and prints what cannot be meant in it.
+bool readChecked(std::string const& xml, KrCompositeFunctionContainer& wing) {
+    std::vector<KrLintFinding> findings;
+    if (!KrLint().readFile(xml, wing, findings)) {
+        return false;
+    }
+    for (KrLintFinding const& finding : findings) {
+        finding.print();
+    }
+    return findings.empty();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc != 3) {
         return fail("expected WING.csv WING.xml");
     }
-    return importTable(argv[1], argv[2]) ? 0 : 1;
+    KrCompositeFunctionContainer wing;
+    return importTable(argv[1], argv[2]) && readChecked(argv[2], wing) ? 0 : 1;
 }
