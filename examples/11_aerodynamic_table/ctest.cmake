@@ -1,7 +1,8 @@
 set(wing ${example_dir}/wing.csv)
 add_run(run "^angle, Mach: lift drag moment\n" ${wing} wing.xml)
 add_refusal(missing "absent.csv: cannot be read" absent.csv wing.xml)
-add_refusal(no_table "line.xml:3: expected a value column" ${PROJECT_SOURCE_DIR}/examples/02_functions/line.xml wing.xml)
+add_refusal(no_table "line.xml:3: expected a value column"
+    ${PROJECT_SOURCE_DIR}/examples/02_functions/line.xml wing.xml)
 if(ZEIBREKU_BUILD_PROGRAM)
     add_test(NAME example.${example}.program COMMAND sh -ec [=[
         "$1" table "$3" --axes 2 --search equal_spaced,bisection -o program.xml
