@@ -326,6 +326,11 @@ TEST(Lint, AllowsTheRoundingOfSteps) {
     EXPECT_EQ(axis("0 0.1 0.2 0.30000000000000004 0.4", "equal_spaced"), "");
     EXPECT_EQ(axis("1000 1000.1 1000.2 1000.3", "equal_spaced"), "");
     EXPECT_EQ(axis("0.4 0.3 0.2 0.1", "equal_spaced"), "");
+    std::string tenths;
+    for (int i = -10000; i <= 0; ++i) {
+        tenths += std::to_string(0.1 * i) + ' ';
+    }
+    EXPECT_EQ(axis(tenths, "equal_spaced"), "");
     EXPECT_EQ(axis("0 0.1 0.2 0.3000000000001 0.4", "equal_spaced"), "1 equal-spaced");
     EXPECT_EQ(axis("-1 0 1 2", "linear"), "");
     EXPECT_EQ(axis("2 1 0", "linear"), "");

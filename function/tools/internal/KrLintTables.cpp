@@ -12,19 +12,17 @@ namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// Whether two numbers are equal within the rounding of breakpoints of this size: 4 units in
-// their last place.
-bool isClose(double a, double b, double size) { return std::abs(a - b) <= 0x1p-50 * size; }
-
 double step(std::vector<Number> const& numbers, std::size_t k) {
     return numbers[k].value - numbers[k - 1].value;
 }
 
-// The first k whose step from k - 1 is not `expected`, 0 if there is none.
+// The first k whose step from k - 1 is not `expected`, 0 if there is none. The breakpoints are in
+// order, and rounded at 4 units in the last place of the largest.
 std::size_t firstOtherStep(std::vector<Number> const& numbers, double expected) {
+    double const rounding =
+        0x1p-50 * std::max(std::abs(numbers.front().value), std::abs(numbers.back().value));
     for (std::size_t k = 1; k < numbers.size(); ++k) {
-        double const size = std::max(std::abs(numbers[k].value), std::abs(numbers[k - 1].value));
-        if (!isClose(step(numbers, k), expected, size)) {
+        if (!(std::abs(step(numbers, k) - expected) <= rounding)) {
             return k;
         }
     }
