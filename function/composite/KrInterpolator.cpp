@@ -1,6 +1,7 @@
 #include "function/composite/KrInterpolator.h"
 
 #include "foundation/core/KrPrint.h"
+#include "function/composite/internal/KrCellCorners.h"
 
 #include <algorithm>
 #include <array>
@@ -38,37 +39,16 @@ std::size_t wholeCellsIn(Table const& table, std::size_t span) {
 template <class Value>
 constexpr Value nan = std::numeric_limits<Value>::quiet_NaN();
 
-// The corners of a cell: each has an offset from the first corner and a weight. Each axis
-// splits every corner in two. With the number of axes known at compile time, the corners stay
-// in registers.
+// The corners of a cell of at most three axes.
 template <class Value, std::size_t axes>
-class FewCorners {
+class FewCorners : public KrCellCorners<Value, axes> {
 public:
-    static constexpr std::size_t axisCount() { return axes; }
-
-    void weigh(std::size_t axis, std::size_t stride, Value upperWeight) {
-        Value const lowerWeight = 1.0 - upperWeight;
-        std::size_t const step = axis == 0 ? 1 : stride;  // a compile-time constant for axis 0
-        for (std::size_t k = std::size_t{1} << axis; k-- > 0;) {
-            weights_[2 * k + 1] = upperWeight * weights_[k];
-            weights_[2 * k] = lowerWeight * weights_[k];
-            offsets_[2 * k + 1] = offsets_[k] + step;
-            offsets_[2 * k] = offsets_[k];
-        }
-    }
-
     // Returns the interpolated value of the table whose cell begins at `cell`.
     Value sum(Value const* cell) const {
         Value sum = 0.0;
-        for (std::size_t k = 0; k < weights_.size(); ++k) {
-            sum += weights_[k] * cell[offsets_[k]];
-        }
+        this->addTo(sum, [cell](std::size_t offset) { return cell[offset]; });
         return sum;
     }
-
-private:
-    std::array<Value, std::size_t{1} << axes> weights_{1.0};
-    std::array<std::size_t, std::size_t{1} << axes> offsets_{0};
 };
 
 // The corners of a cell of any number of axes. The sum splits corners along the last axis
@@ -88,7 +68,12 @@ public:
         weights_.resize(offsets_.size());
     }
 
-    std::size_t axisCount() const { return axes_; }
+    template <class Visit>
+    void forEachAxis(Visit visit) const {
+        for (std::size_t a = 0; a < axes_; ++a) {
+            visit(a);
+        }
+    }
 
     void weigh(std::size_t axis, std::size_t, Value upperWeight) {
         Value* const weights = weights_.data();
@@ -443,12 +428,13 @@ template <class Corners, class Locate>
                                                                             Locate locate) const
     -> Values const& {
     std::size_t first = 0;
-    for (std::size_t a = 0; a < cell.axisCount(); ++a) {
+    cell.forEachAxis([&](auto a) {
         Axis const& axis = axes[a];
         auto const [index, fraction] = locate(*axis.search, axis.dimension);
-        first += static_cast<std::size_t>(index) * (a == 0 ? 1 : axis.stride);
-        cell.weigh(a, axis.stride, fraction);
-    }
+        std::size_t const stride = a == 0 ? 1 : axis.stride;  // of axis 0 known to the compiler
+        first += static_cast<std::size_t>(index) * stride;
+        cell.weigh(a, stride, fraction);
+    });
     Value* result = f.result_->data();
     Values const* table = f.tables_.data();
     Values const* const end = table + f.tables_.size();
