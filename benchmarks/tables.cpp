@@ -263,6 +263,8 @@ void addAll() {
     add<GslLinear>("1-D slow linear, 4 tables / GSL", {1, 100, 4, Search::LINEAR, slow, 0.5});
     add<GslBilinear>("2-D slow linear, 4 tables / GSL", {2, 100, 4, Search::LINEAR, slow, 0.5});
     add<GslLinear>("1-D random bisection / GSL", {1, 100, 1, Search::BISECTION, random, 0.65});
+    add<GslLinear>("1-D of 1e6 random bisection / GSL",
+                   {1, 1'000'000, 1, Search::BISECTION, random, 1.0});
     add<GslBilinear>("2-D random bisection / GSL", {2, 100, 1, Search::BISECTION, random, 0.65});
     add<GslLinear>("1-D random equal_spaced / GSL",
                    {1, 100, 1, Search::EQUAL_SPACED, random, 0.35});

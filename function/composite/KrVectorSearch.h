@@ -11,6 +11,11 @@
 #include <span>
 #include <vector>
 
+class KrFrozenGrid;
+namespace KrSegments {
+template <class Value>
+class Table;
+}  // namespace KrSegments
 template <class Value>
 class KR_EXPORT KrInterpolator;
 
@@ -42,7 +47,9 @@ class KR_EXPORT KrInterpolator;
 /// or x is NaN and there are two breakpoints or more, the weights are NaN.
 ///
 /// Cost: one division, no allocation. linear adds one step for each segment that x has moved,
-/// bisection log2 of the table's size, equal_spaced another division. A const look-up still
+/// bisection at most log2 of the table's size, equal_spaced another division. From 16 breakpoints
+/// on, `init` divides the range into even cells, in 8 bytes for each breakpoint. If the breakpoints
+/// are about evenly spaced, a bisection begins in the cell of x and takes one or two steps. A const look-up still
 /// writes its result into the object: use one object per thread. Copies share the breakpoints,
 /// which never change, and nothing else.
 ///
@@ -89,6 +96,7 @@ public:
 
 private:
     friend class KrInterpolator<Value>;
+    friend class KrFrozenGrid;
 
     // The result of a look-up: the segment, and the weight f of its upper end.
     struct Location {
@@ -96,7 +104,7 @@ private:
         Value fraction = std::numeric_limits<Value>::quiet_NaN();
     };
 
-    std::span<Value const> breakpoints() const { return {vector_.get(), size_}; }
+    std::span<Value const> breakpoints() const { return {vector_, size_}; }
 
     // The segment that several look-ups in a row have found. With every strategy, a value with
     // low <= s x < high (s the direction) is in it. If low is infinity, no segment is cached.
@@ -116,10 +124,11 @@ private:
     void cacheSegment() const;
     std::int64_t walk(Value x, Value sx) const;
     std::int64_t bisect(Value x, Value sx) const;
-    std::int64_t bisectUnordered(Value sx) const;
+    std::int64_t bisectLong(Value x) const;
     std::int64_t indexBySpacing(Value x) const;
 
-    std::shared_ptr<Value const[]> vector_;
+    std::shared_ptr<KrSegments::Table<Value> const> table_;
+    Value const* vector_ = nullptr;  // the breakpoints in the table
     std::size_t size_ = 0;
     std::int64_t maxIndex_ = 0;  // the last segment, or 0 if there is none
     Value direction_ = 1.0;      // -1 for a descending table
@@ -128,6 +137,7 @@ private:
     BOUNDARY_OPTION upperBoundaryOption_ = LIMIT;
     SEARCH_OPTION searchOption_ = LINEAR;
     bool monotone_ = false;  // strictly: every search finds the same segment
+    bool isLong_ = false;    // the table has more than its breakpoints
     static constexpr std::uint32_t repeatsBeforeCaching = 3;
     mutable std::uint32_t repeats_ = 0;  // look-ups in a row that found the same segment again
     mutable Segment segment_;
