@@ -121,6 +121,8 @@ public:
     bool operator==(KrInterpolator const&) const = default;
 
 private:
+    friend class KrFrozenGrid;
+
     // Strides and evaluation functions derived from tables and dimensions, and scratch memory.
     struct Grid;
 

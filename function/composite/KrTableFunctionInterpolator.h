@@ -72,6 +72,8 @@ public:
     bool operator==(KrTableFunctionInterpolator const&) const = default;
 
 private:
+    friend class KrFrozenFunction;
+
     IndependentData independentData_;
     DependentData dependentData_;
     KrInterpolator<double> interpolator_;
