@@ -1,9 +1,8 @@
 #include "foundation/core/KrPrint.h"
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlText.h"
-#include "function/composite/KrCompositeFunctionBranch.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
-#include "function/composite/KrTableFunctionInterpolator.h"
+#include "function/composite/KrFrozenComposite.h"
 #include "function/object/KrMultivariableConstraintContainer.h"
 #include "function/object/KrMultivariableConstraintVector.h"
 #include "function/object/KrScalarFunctionContainer.h"
@@ -23,6 +22,7 @@
 #include <iostream>
 #include <limits>
 #include <optional>
+#include <span>
 
 namespace {
 
@@ -87,29 +87,17 @@ Function constraintFunction(std::size_t count, Constraint constraint) {
     return {0, count, evaluate, true, true};
 }
 
-// The largest number of values that a table below `element` has.
-std::size_t valueCount(KrCompositeFunctionElement const* element) {
-    if (auto const* branch = dynamic_cast<KrCompositeFunctionBranch const*>(element)) {
-        return std::max(valueCount(branch->left()), valueCount(branch->right()));
-    }
-    auto const* table = dynamic_cast<KrTableFunctionInterpolator const*>(element);
-    return table ? table->dependentData().size() : 0;
-}
-
-Function compositeFunction(KrCompositeFunctionContainer const& f) {
-    std::size_t const n = f.bounds().size();
-    std::size_t const values = valueCount(f.topElement());
-    auto const evaluate = [&f, n, values](Block& block) {
-        KrRealVector point(n);
-        KrRealVector y;
-        for (std::size_t i = 0; i < block.count; ++i) {
-            std::copy_n(block.point(i, n), n, point.begin());
-            f.evaluate(point, y, block.answered[i]);
-            std::copy_n(y.begin(), block.answered[i] ? std::min(y.size(), values) : 0,
-                        block.values.begin() + static_cast<std::ptrdiff_t>(i * values));
-        }
+Function compositeFunction(KrCompositeFunctionContainer const& composite) {
+    KrFrozenComposite const f(composite);
+    auto const evaluate = [f](Block& block) {
+        // A table without axes ignores the coordinates.
+        auto const points = std::span(block.points).first(block.count * f.domainDim());
+        auto const answered = std::span(block.answered).first(block.count);
+        block.gradients.empty()
+            ? f.evaluateMany(points, block.values, answered)
+            : f.evaluateManyWithGradient(points, block.values, block.gradients, answered);
     };
-    return {n, values, evaluate};
+    return {f.domainDim(), f.valueCount(), evaluate, true};
 }
 
 // A file, and what it holds as a function.

@@ -58,6 +58,12 @@ cat >table.xml <<XML
 </tableFunctionInterpolator>
 XML
 evaluates table.xml '0.5\n' 'x,y\n0.5,4\n'
+evaluates "$examples/04_tables/leaves.xml" '4,1.5\n' 'x1,x2,y,dy/dx1,dy/dx2\n4,1.5,,,\n' --gradient
+printf 'a,b,p,q\n0,0,0,0\n1,0,2,8\n0,1,4,16\n1,1,6,24\n' >grid.csv
+expect 0 "$program" table grid.csv --axes 2 -o grid.xml
+evaluates grid.xml '0.5,0.25\n' "x1,x2,y1,y2,dy1/dx1,dy1/dx2,dy2/dx1,dy2/dx2
+0.5,0.25,2,8,2,4,8,16\n" --gradient
+evaluates table.xml '0.5\n7\n' 'x,y,dy/dx\n0.5,4,2\n7,5,0\n' --gradient
 
 # A rule: its nodes from left to right.
 echo "<gaussQuadrature $q><order>3</order></gaussQuadrature>" >rule.xml
