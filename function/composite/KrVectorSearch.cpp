@@ -201,9 +201,9 @@ inline std::int64_t KrVectorSearch<Value>::bisect(Value x, Value sx) const {
         return bisectLong(x);
     }
     auto const find = [&](auto isAbove) {
-        std::array<std::int64_t, 1> segment{0};
+        std::array<std::size_t, 1> segment{0};
         KrSegments::halve(vector_, segment, size_ - 1, {x}, isAbove);
-        return segment[0];
+        return static_cast<std::int64_t>(segment[0]);
     };
     return direction_ > 0.0 ? find(std::greater<>()) : find(std::less<>());
 }
