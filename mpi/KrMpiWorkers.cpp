@@ -133,7 +133,10 @@ KrMpiWorkers::State::State(MPI_Comm original, std::unique_ptr<KrEvaluationWorker
         Kr::Print::instance().write(Kr::PrintType::Warning,
                                     "mpi: expected at least 2 ranks, found %s; this process "
                                     "evaluates all points\n",
-                                    ranks == 1 ? "1" : "none: MPI is not initialized");
+                                    ranks == 1
+                                        ? "1 (start with the mpirun of the MPI that this was "
+                                          "built with)"
+                                        : "none (MPI is not initialized)");
         return;
     }
     isBusy.resize(static_cast<std::size_t>(ranks));

@@ -19,9 +19,9 @@
 ///     MPI_Finalize();
 ///
 /// All ranks construct an object, and all but rank 0 stay in `serve` until rank 0 destroys its own.
-/// A search on another rank is refused.
-/// Several searches may run one after another. If MPI is not initialized, or if there is one rank
-/// alone, a message is printed, and the calling process evaluates all points.
+/// Several searches may run one after another. A search on another rank is refused. If MPI is not
+/// initialized, or if there is one rank alone, a message is printed, and the calling process
+/// evaluates all points.
 ///
 /// The result has the same bits as that of one process, if the function is deterministic. Numbers
 /// travel as their bytes: all ranks run on processors with the same representation of `double`.
@@ -29,9 +29,9 @@
 /// from the point.
 ///
 /// An exception of the function arrives as `std::runtime_error` with its text. `worker` of an
-/// evaluation is 0 for rank 1, 1 for rank 2, and so on. `cancel` takes back what no rank has begun, and passes on to the others:
-/// a command ends, a function finishes. A point whose length is not `domainDim` of the function is
-/// `Broken`.
+/// evaluation is 0 for rank 1, 1 for rank 2, and so on. `cancel` takes back what no rank has begun,
+/// and passes on to the others: a command ends, a function finishes. A point whose length is not
+/// `domainDim` of the function is `Broken`.
 ///
 /// The object duplicates the communicator, and never calls `MPI_Init` or `MPI_Finalize`. The thread
 /// that owns it makes all calls of MPI: `MPI_THREAD_FUNNELED` is enough, if that is the main

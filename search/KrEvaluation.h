@@ -42,5 +42,5 @@ struct KrEvaluation {
     std::string text;                                         ///< a reason, for people
     std::exception_ptr exception;                             ///< the function's
     KrU32 worker = 0;                                         ///< which of the workers, from 0 on
-    double seconds = 0.0;  ///< what the evaluation took, 0 if unknown
+    double seconds = 0.0;  ///< what the evaluation took; 0 stands for the time since `start`
 };

@@ -57,7 +57,9 @@ void KrParallelFunction::evaluateMultiple(std::vector<KrRealVector> const& point
                                           KrRealVector& values) const {
     auto const isOther = [n = domainDim()](KrRealVector const& x) { return x.size() != n; };
     if (points.size() < 2 || std::ranges::any_of(points, isOther)) {
-        KrScalarMultivariableFunction::evaluateMultiple(points, values);
+        KrRealVector found;
+        KrScalarMultivariableFunction::evaluateMultiple(points, found);
+        values = std::move(found);
         return;
     }
     State::Call const call(*state_);

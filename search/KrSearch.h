@@ -39,7 +39,9 @@ class KrEvaluationWorkers;
 /// A search is a deterministic function of its settings and of the values of the function. So a
 /// killed search resumes with the same bits from its record. This rests on three things: the
 /// function is deterministic; a client's optimizer is deterministic from its clone and lets
-/// exceptions pass; it calls the function on the calling thread. Every run uses a fresh clone of
+/// exceptions pass; it calls the function on the calling thread. With several workers, clones of
+/// the optimizer and of the constraints run ahead during the search, so they must share no state
+/// that changes. Every run uses a fresh clone of
 /// the optimizer and a random stream of its own, made from `seed`. Around the function, the
 /// observer and the workers the caller's random stream is in place.
 ///

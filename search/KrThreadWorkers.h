@@ -20,7 +20,7 @@
 ///
 /// One function for all is evaluated on the thread that calls `finish` where evaluations are short:
 /// if all but one of the last eight took less than 200 µs. Handing one to a thread costs about
-/// 13 µs, more on a busy machine. A Nelder-Mead search with evaluations of 20 µs then took 1.03 of
+/// 13 µs, more on a busy machine. A Nelder-Mead search with evaluations of 20 µs then took 1.04 of
 /// its time on one thread, and 1.7 with a function each. Such a `finish` sees `until` and the stop
 /// before its evaluation, and returns after it.
 ///

@@ -390,7 +390,9 @@ void KrSearchRun::setAnswer(KrRealVector const& answer, double value) {
     KrRealVector inside = answer;
     bool const isInside = !space_ || space_->enter(answer, inside) == 0.0;
     report_.answerPoint_ = KrXmlRealVector::fromValues(inside);
-    if (Known const* const known = memory_ ? memory_->find(inside) : nullptr) {
+    // Not a value that only workers have asked for.
+    Known const* const known = remember_ ? memory_->find(inside) : nullptr;
+    if (known && known->isTaken) {
         report_.answer_ = known->value;
     } else if (inside == best_) {
         report_.answer_ = bestValue_;
@@ -537,7 +539,9 @@ auto KrSearchRun::replayed(KrRealVector const& x, std::uint64_t hash) -> Known {
     }
     ++replayed_;
     Known const known{entry.value, entry.failed || isFailure(entry.value), true, ticket};
-    if (remember_ && !memory_->find(x, hash)) {
+    if (Known* const old = remember_ ? memory_->find(x, hash) : nullptr) {
+        old->isTaken = true;
+    } else if (remember_) {
         memory_->insert(x, hash, known);
     }
     if (pool_) {

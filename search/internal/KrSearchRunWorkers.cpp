@@ -5,6 +5,7 @@
 #include "search/internal/KrShortEvaluation.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 KR_SOURCE_VERSION;
@@ -19,6 +20,10 @@ constexpr double firstPatience = 1.0;
 // How many evaluations a search may be ahead, in questions for each worker: over points that it
 // knows it can otherwise run for ever.
 constexpr std::size_t questionsPerWorker = 64;
+
+// A try that takes all its time costs 0.3 % of an evaluation with this pause.
+constexpr unsigned mostPauses = 5;
+constexpr unsigned longestPause = (1U << mostPauses) - 1;
 
 std::chrono::steady_clock::time_point after(double seconds) {
     using Clock = std::chrono::steady_clock;
@@ -52,13 +57,18 @@ public:
             throw Stop();
         }
         if (done_ < workers_.given_.size()) {
-            if (done_ % 64 == 63) {
+            // The optimizer of a client may take its time for a step.
+            if (done_ % 64 == 0 || std::has_single_bit(done_)) {
                 CallersStream const stream(run_);
                 mayGoOn();
             }
             return workers_.given_[done_++];
         }
+        if (x.size() != run_.dimension_) {
+            end();  // workers expect points of the search
+        }
         CallersStream const stream(run_);
+        mayGoOn();
         double distance = 0.0;
         if (run_.space_) {
             distance = run_.space_->enter(x, point_);
@@ -86,7 +96,6 @@ private:
         if (known) {
             return run_.penalised(known->failed ? run_.standIn() : known->value, run_.violation(x));
         }
-        mayGoOn();
         auto const isX = [&](KrRealVector const& other) { return krSamePoint(x, other); };
         if (!workers_.isWaitingFor(x) && std::ranges::none_of(path_, isX)) {
             path_.push_back(x);
@@ -145,6 +154,7 @@ KrSearchRun::Workers::Workers(KrSearchRun& run)
 std::vector<KrSearchRun::Made> KrSearchRun::Workers::evaluate(
     std::vector<KrRealVector> const& points) {
     all_.assign(points.size(), {});
+    broken_.clear();
     struct Release {  // also if an exception passes
         ~Release() {
             workers.points_ = nullptr;
@@ -166,7 +176,7 @@ std::vector<KrSearchRun::Made> KrSearchRun::Workers::evaluate(
         } else if (flight != flights_.end()) {
             flight->second.wanted = &all_[i];
         } else {
-            flights_[run_.nextTicket_] = {points[i], &all_[i]};
+            flights_[run_.nextTicket_] = {points[i], &all_[i], std::chrono::steady_clock::now()};
             requests.push_back({run_.nextTicket_++, points[i]});
         }
     }
@@ -239,7 +249,14 @@ void KrSearchRun::Workers::land(Flight const& flight, KrEvaluation const& evalua
     Made made;
     switch (evaluation.outcome) {
         case KrEvaluation::Outcome::Cancelled: return;
-        case KrEvaluation::Outcome::Broken: made.broken = broken_ = evaluation.text; break;
+        case KrEvaluation::Outcome::Broken:
+            if (!flight.wanted) {  // if the search asks for this point, it is tried again
+                left_ = longestPause;
+                return;
+            }
+            made.broken = broken_ = evaluation.text;
+            run_.workers_.cancel();  // the others would break too
+            break;
         case KrEvaluation::Outcome::Exception: made.exception = evaluation.exception; break;
         case KrEvaluation::Outcome::Value:
         case KrEvaluation::Outcome::Failure:
@@ -251,9 +268,7 @@ void KrSearchRun::Workers::land(Flight const& flight, KrEvaluation const& evalua
     if (isMade) {
         ++run_.made_;
         run_.speculated_ += flight.wanted ? 0 : 1;
-        time(evaluation.seconds);
-    } else if (flight.wanted) {
-        run_.workers_.cancel();  // the others would break too
+        time(evaluation.seconds > 0.0 ? evaluation.seconds : run_.secondsSince(flight.begin));
     }
     if (flight.wanted) {
         *flight.wanted = made;
@@ -264,11 +279,11 @@ void KrSearchRun::Workers::land(Flight const& flight, KrEvaluation const& evalua
     }
 }
 
-// Notes what an evaluation took; 0 is not known.
+// Notes what an evaluation took.
 void KrSearchRun::Workers::time(double seconds) {
-    if (seconds > 0.0 && durations_.size() < durationsKept) {
+    if (durations_.size() < durationsKept) {
         durations_.push_back(seconds);
-    } else if (seconds > 0.0) {
+    } else {
         durations_[nextDuration_++ % durationsKept] = seconds;
     }
 }
@@ -323,7 +338,7 @@ double KrSearchRun::Workers::patience() const {
 }
 
 // Gives idle workers what the search will probably ask for. If there was no time for any point, it
-// pauses: for 1, 3, 7 and so on times.
+// pauses: for 1, 3, 7 and so on times. If it took longer than it may, the pause makes up for that.
 void KrSearchRun::Workers::speculate() {
     double const seconds = patience();
     if (count_ <= flights_.size() || seconds == 0.0 || !broken_.empty()) {
@@ -343,6 +358,7 @@ void KrSearchRun::Workers::speculate() {
         return;
     }
     std::size_t const idle = count_ - flights_.size();
+    Time const begin = std::chrono::steady_clock::now();
     Time const deadline = after(seconds);
     std::vector<std::vector<KrRealVector>> paths(predictor_.opinions());
     bool isInterrupted = false;
@@ -367,13 +383,14 @@ void KrSearchRun::Workers::speculate() {
         return;  // some workers cannot end what has begun
     }
     bool const isLate = isInterrupted && paths[0].empty();
-    pauses_ = isLate ? std::min(pauses_ + 1, 5U) : 0;
-    left_ = (1U << pauses_) - 1;
+    pauses_ = isLate ? std::min(pauses_ + 1, mostPauses) : 0;
+    double const excess = std::min(run_.secondsSince(begin) / seconds - 1.0, 1e9);
+    left_ = std::max((1U << pauses_) - 1, excess > 0.0 ? static_cast<unsigned>(excess) : 0U);
     std::vector<KrEvaluationRequest> requests;
     auto const chosen =
         vote_.choose(std::move(paths), idle, [this](KrRealVector const& x) { return isFree(x); });
     for (KrRealVector const& point : chosen) {
-        flights_[run_.nextTicket_] = {point, nullptr};
+        flights_[run_.nextTicket_] = {point, nullptr, std::chrono::steady_clock::now()};
         requests.push_back({run_.nextTicket_++, point});
     }
     run_.workers_.start(requests);

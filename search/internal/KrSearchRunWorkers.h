@@ -36,6 +36,7 @@ private:
     struct Flight {
         KrRealVector point;
         Made* wanted;  // where the search waits for it; null if it is speculative
+        Time begin;
     };
 
     bool isWaiting() const;

@@ -12,6 +12,7 @@
 
 #include <cmath>
 #include <limits>
+#include <map>
 #include <random>
 #include <set>
 
@@ -97,16 +98,16 @@ double formula(KrRealVector const& x) {
 std::vector<KrSearch> searches() {
     std::vector<KrSearch> all;
     for (std::string const& optimizer : everyOptimizer(80)) {
-        for (int const kind : {0, 1, 2, 3}) {
+        for (int const kind : {0, 1, 2, 3, 4}) {
             KrSearch search = searchOf(optimizer, {3.0, -1.0});
-            if (kind == 1) {
+            if (kind == 1 || kind == 4) {
                 search = KrSearch();
                 search.addVariable("a", 3.0, -infinity, 3.2, 0.5);
                 search.addVariable("b", -1.0, -1.5, infinity, 2.0);
                 search.setOptimizer(*searchOf(optimizer, {}).optimizer().topElement());
                 search.setMaxEvaluations(70);
             }
-            search.setRemember(kind != 2);
+            search.setRemember(kind != 2 && kind != 4);
             search.setMaximise(kind == 3);
             search.setTargetValue(kind == 2 ? 0.3 : nan);
             search.setStallEvaluations(kind == 0 ? 25 : 0);
@@ -209,6 +210,55 @@ TEST(Ahead, AnExceptionPassesWhenTheSearchAsksForItsPoint) {
 }
 
 // On a quadratic function predictions are right, so that eight workers are worth more than five.
+// A point that only workers have asked for may not be possible to evaluate.
+TEST(Ahead, WhatOnlyWorkersAskedForMayBreak) {
+    struct Breaking : Shuffled {
+        using Shuffled::Shuffled;
+        void start(std::span<KrEvaluationRequest const> requests) override {
+            for (KrEvaluationRequest const& request : requests) {
+                points[request.ticket] = text(request.point);
+            }
+            Shuffled::start(requests);
+        }
+        bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) override {
+            bool const isAny = Shuffled::finish(all, until, stop);
+            for (KrEvaluation& evaluation : all) {
+                bool const isAsked = asked.contains(points[evaluation.ticket]);
+                if (!isAsked && evaluation.outcome != Outcome::Cancelled) {
+                    evaluation.outcome = Outcome::Broken;
+                    ++broken;
+                }
+            }
+            return isAny;
+        }
+        using Outcome = KrEvaluation::Outcome;
+        std::map<std::uint64_t, std::string> points;
+        std::set<std::string> asked;
+        int broken = 0;
+    };
+    KrCallableFunction const f(2, formula);
+    int broken = 0;
+    for (KrSearch const& search : searches()) {
+        Asked expected;
+        KrSearchReport const report = search.run(f, {.observer = &expected});
+        Breaking workers(f, 4);
+        for (std::string const& line : expected.lines) {
+            std::istringstream words(line);
+            std::string word;
+            for (int i = 0; i < 4; ++i) {
+                words >> word;
+            }
+            std::getline(words, word);
+            workers.asked.insert(word);
+        }
+        Asked asked;
+        EXPECT_EQ(search.run(workers, {.observer = &asked}).reason(), report.reason());
+        EXPECT_EQ(asked.lines, expected.lines);
+        broken += workers.broken;
+    }
+    EXPECT_GT(broken, 0);
+}
+
 TEST(Ahead, RightPredictionsSaveRounds) {
     struct Rounds : KrCallingThread {
         using KrCallingThread::KrCallingThread;
