@@ -102,7 +102,7 @@ std::vector<KrSearch> searches() {
             KrSearch search = searchOf(optimizer, {3.0, -1.0});
             if (kind == 1 || kind == 4) {
                 search = KrSearch();
-                search.addVariable("a", 3.0, -infinity, 3.2, 0.5);
+                search.addVariable("a", 3.0, kind == 1 ? -infinity : 1.5, 3.2, 0.5);
                 search.addVariable("b", -1.0, -1.5, infinity, 2.0);
                 search.setOptimizer(*searchOf(optimizer, {}).optimizer().topElement());
                 search.setMaxEvaluations(70);
