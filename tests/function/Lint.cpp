@@ -332,6 +332,17 @@ TEST(Lint, AllowsTheRoundingOfSteps) {
     }
     EXPECT_EQ(axis(tenths, "equal_spaced"), "");
     EXPECT_EQ(axis("0 0.1 0.2 0.3000000000001 0.4", "equal_spaced"), "1 equal-spaced");
+    // The first step of these times is 7e-5 too short, 0.7 steps after 10,000.
+    std::string times;
+    for (int k = 0; k <= 10000; ++k) {
+        times += std::to_string(1700000000 + k / 1000) + '.' +
+                 std::to_string(1000 + k % 1000).substr(1) + ' ';
+    }
+    EXPECT_EQ(axis(times, "equal_spaced"), "1 equal-spaced");
+    // Steps of 2, 4 and 4, or 2, in numbers whose last place is 2.
+    EXPECT_EQ(axis("1e16 10000000000000002 10000000000000006 10000000000000010", "equal_spaced"),
+              "1 equal-spaced");
+    EXPECT_EQ(axis("1e16 10000000000000002 10000000000000004", "linear"), "1 linear-steps");
     EXPECT_EQ(axis("-1 0 1 2", "linear"), "");
     EXPECT_EQ(axis("2 1 0", "linear"), "");
     EXPECT_EQ(axis("0 5", "linear"), "");

@@ -16,13 +16,31 @@ double step(std::vector<Number> const& numbers, std::size_t k) {
     return numbers[k].value - numbers[k - 1].value;
 }
 
+// The share of a step that a breakpoint may be off.
+constexpr double tolerance = 1e-3;
+
 // The first k whose step from k - 1 is not `expected`, 0 if there is none. The breakpoints are in
-// order, and rounded at 4 units in the last place of the largest.
+// order, and rounded at 4 units in the last place of the largest. If the steps are so short that
+// this exceeds `tolerance`, that counts.
 std::size_t firstOtherStep(std::vector<Number> const& numbers, double expected) {
     double const rounding =
         0x1p-50 * std::max(std::abs(numbers.front().value), std::abs(numbers.back().value));
+    double const allowed = std::min(rounding, tolerance * std::abs(expected));
     for (std::size_t k = 1; k < numbers.size(); ++k) {
-        if (!(std::abs(step(numbers, k) - expected) <= rounding)) {
+        if (!(std::abs(step(numbers, k) - expected) <= allowed)) {
+            return k;
+        }
+    }
+    return 0;
+}
+
+// The first k that is not k times `spacing` behind the first breakpoint, 0 if there is none.
+// Look-ups divide by the first step, whose rounding k multiplies.
+std::size_t firstDrift(std::vector<Number> const& numbers, double spacing) {
+    double const first = numbers[0].value;
+    for (std::size_t k = 1; k < numbers.size(); ++k) {
+        double const drift = numbers[k].value - first - static_cast<double>(k) * spacing;
+        if (!(std::abs(drift) <= tolerance * std::abs(spacing))) {
             return k;
         }
     }
@@ -48,12 +66,19 @@ void checkEqualSteps(Document& document, Node const& list) {
                         "the step to " + shown(list.numbers[k].value) + " is " +
                             shown(step(list.numbers, k)) + ", others are " + shown(usual) +
                             ": correct it, or write searchOption=\"bisection\"");
+    } else if (std::size_t const far = firstDrift(list.numbers, step(list.numbers, 1))) {
+        document.report(Rule::EqualSpaced, Spot::ofItem(list, list.numbers[far].place),
+                        shown(list.numbers[far].value) + " is not " + std::to_string(far) +
+                            " times the first step, " + shown(step(list.numbers, 1)) +
+                            ", from the first breakpoint, and look-ups divide by that step: "
+                            "write searchOption=\"bisection\"");
     }
 }
 
 void checkUnitSteps(Document& document, Node const& axis, Node const& list) {
     double const unit = list.numbers.back().value < list.numbers.front().value ? -1.0 : 1.0;
-    if (std::size_t const k = firstOtherStep(list.numbers, unit)) {
+    std::size_t const other = firstOtherStep(list.numbers, unit);
+    if (std::size_t const k = other > 0 ? other : firstDrift(list.numbers, unit)) {
         document.report(Rule::LinearSteps, Spot::of(axis),
                         "\"linear\" assumes steps of 1, and that to " +
                             shown(list.numbers[k].value) + " is " +
