@@ -61,7 +61,8 @@ struct KR_EXPORT KrLintFinding {
 /// stand. They pass over elements of other namespaces. What the reader refuses is reported by the
 /// reader, and is no finding.
 ///
-/// Cost: reading takes about half longer. Memory: 16 bytes for each number of the largest element.
+/// Cost: reading takes about half longer. Memory: 16 bytes for each number of the largest element,
+/// and 400 bytes for each constraint of a search.
 /// At most 1,000 findings of a file are kept. Several threads may use one object at once if none of
 /// them changes it.
 class KR_EXPORT KrLint {

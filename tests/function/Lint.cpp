@@ -488,6 +488,21 @@ TEST(Lint, IsHarmlessOnDamagedText) {
     EXPECT_TRUE(KrLint().read(reader, KrSearchCreators::factory(), findings));
     ASSERT_EQ(findings.size(), 1000u);
     EXPECT_NE(findings.back().sentence.find("2000 more findings"), std::string::npos);
+    // A wrong index is found behind any number of good ones.
+    auto const constraint = [](std::string const& index) {
+        return component("linearMultivariableConstraint",
+                         component("firstOrderIndices", item(index)) +
+                             component("firstOrderCoefficients", item("1")));
+    };
+    std::string constraints;
+    for (int k = 0; k < 1100; ++k) {
+        constraints += constraint("0");
+    }
+    EXPECT_EQ(found(document("search",
+                             "<variables><variable><name>a</name></variable></variables>"
+                             "<optimizer><nelderMead/></optimizer>" +
+                                 component("constraints", constraints + "\n" + constraint("1")))),
+              "2 index-range");
 }
 
 // What an observer sees, and where.

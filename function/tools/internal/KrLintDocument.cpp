@@ -273,7 +273,7 @@ void Document::report(Rule rule, Spot const& spot, std::string const& sentence) 
 
 void Document::reportIf(Condition const& condition, Rule rule, Spot const& spot,
                         std::string const& sentence) {
-    if (!isSilenced(rule, spot.place) && conditionals_.size() < mostFindings) {
+    if (!isSilenced(rule, spot.place)) {
         conditionals_.push_back({condition, finding(rule, spot, sentence)});
     }
 }
