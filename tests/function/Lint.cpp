@@ -312,6 +312,12 @@ TEST(Lint, KnowsWhichBoxesCoverAnother) {
     EXPECT_EQ(found(tree(component(branch, component(branch, left) + "\n" + right))),
               "2 child-count");
     EXPECT_EQ(found(tree(component(branch, left + "\n" + right + "\n" + beyond))), "4 child-count");
+    // A table without axes has another dimension, on either side, and no box.
+    std::string const constant = "<tableFunctionInterpolator><dependentData>" + item(item("3")) +
+                                 "</dependentData></tableFunctionInterpolator>";
+    EXPECT_EQ(found(tree(joined(constant, table("0 1", "0 0")))), "3 child-dimension");
+    EXPECT_EQ(found(tree(joined(table("0 1", "0 0"), constant))), "3 child-dimension");
+    EXPECT_EQ(found(tree(joined(constant, constant))), "");
     // Empty ones, and what lint does not know.
     EXPECT_EQ(found(document("compositeFunctionContainer", "<compositeFunctionBranch/>")), "");
     EXPECT_EQ(found(document("compositeFunctionContainer", "<tableFunctionInterpolator/>")), "");

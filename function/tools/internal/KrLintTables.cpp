@@ -199,8 +199,10 @@ bool cover(std::span<Box const> boxes, Box const& box, std::size_t& tests, int d
 
 // Whether the left child answers every point of the right one's box first. It is asked inside of
 // its own box. There a branch also lets its tables extrapolate, in all directions that they may.
+// A table without axes has no box.
 bool isCovered(Document& document, Region const& left, Region const& right) {
-    return isInside(right.box, left.box) && cover(left.reaches, right.box, document.boxTests);
+    return !right.box.empty() && isInside(right.box, left.box) &&
+           cover(left.reaches, right.box, document.boxTests);
 }
 
 Region join(Region&& left, Region&& right) {
@@ -288,7 +290,7 @@ void checkTable(Document& document, Node& node) {
             checkTableLengths(document, axes, *tables);
         }
     }
-    if (isKnown && !isEmpty && !axes.empty()) {
+    if (isKnown && !isEmpty) {
         node.region = Region{{}, std::vector<Box>(1), tables ? tables->lists.size() : 0};
         for (Node const& axis : axes) {
             node.region->box.push_back(axis.axis->box);
