@@ -438,6 +438,9 @@ TEST(Lint, ChecksCorrelations) {
     KrLint lint;
     EXPECT_TRUE(lint.checkAsCorrelation(2, 1.0));
     EXPECT_EQ(found(lint, document("nelderMead", "")), "1:1 correlation\n");
+    // A function without a container is the root itself.
+    EXPECT_EQ(found(lint, document("linearScalarFunction", "\n<startValue>0</startValue>")),
+              "1:1 correlation\n");
     EXPECT_FALSE(lint.checkAsCorrelation(1, 1.0) || lint.checkAsCorrelation(2001, 1.0) ||
                  lint.checkAsCorrelation(2, 0.0) || lint.checkAsCorrelation(2, std::nan("")));
 }

@@ -132,7 +132,9 @@ void Document::startElement(KrToken const& tag, KrU32 line, KrU32 column) {
     if (!next_.empty()) {
         silence(place);
     }
-    if (depth_ == 1 || (depth_ == 2 && stack_[0].childCount == 0 && top().name != "addLibraries")) {
+    bool const isContained =
+        depth_ == 2 && stack_[0].name == "scalarFunctionContainer" && top().name != "addLibraries";
+    if (depth_ == 1 || isContained) {
         function_.line = line;
         function_.column = column;
         function_.path = krXmlPath(tags_);

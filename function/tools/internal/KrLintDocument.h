@@ -181,8 +181,8 @@ public:
     /// How many more tests of one box against another the whole document may take.
     std::size_t boxTests = 2000000;
 
-    /// The place of the root, and of its first child in any namespace but for library lists. The
-    /// path is that of the latter.
+    /// The place and the path of the root. If it is a `scalarFunctionContainer`, those of its last
+    /// child, which counts.
     KrLintFinding const& function() const { return function_; }
     /// Adds a finding at `function`.
     void reportAtFunction(Rule rule, std::string const& sentence);
