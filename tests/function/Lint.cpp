@@ -318,6 +318,15 @@ TEST(Lint, KnowsWhichBoxesCoverAnother) {
     EXPECT_EQ(found(tree(joined(constant, table("0 1", "0 0")))), "3 child-dimension");
     EXPECT_EQ(found(tree(joined(table("0 1", "0 0"), constant))), "3 child-dimension");
     EXPECT_EQ(found(tree(joined(constant, constant))), "");
+    // A container holds one element.
+    EXPECT_EQ(found(tree(left + "\n" + right)), "3 child-count");
+    EXPECT_EQ(found(document("scalarFunctionContainer",
+                             "<linearScalarFunction/>\n<linearScalarFunction/>")),
+              "2 child-count");
+    EXPECT_EQ(found(document("search",
+                             "<variables><variable><name>a</name></variable></variables>"
+                             "<optimizer><nelderMead/>\n<nelderMead/></optimizer>")),
+              "2 child-count");
     // Empty ones, and what lint does not know.
     EXPECT_EQ(found(document("compositeFunctionContainer", "<compositeFunctionBranch/>")), "");
     EXPECT_EQ(found(document("compositeFunctionContainer", "<tableFunctionInterpolator/>")), "");

@@ -26,6 +26,12 @@ constexpr std::size_t mostChildren = 64;
 
 constexpr std::string_view mark = "zeibreku-lint:";
 
+// The elements that hold one element of a family. If a document has several, the last one counts.
+constexpr std::string_view containers[] = {
+    "compositeFunctionContainer",       "scalarFunctionContainer", "unitaryMapContainer",
+    "multivariableConstraintContainer", "optimizerContainer",      "optimizer",
+};
+
 List summary(Node const& list) {
     List result{list.numbers.size(), 0, {}, list.place};
     for (Number const& number : list.numbers) {
@@ -172,6 +178,11 @@ void Document::attach(Node& parent, Node& node) {
         return;
     }
     ++parent.childCount;
+    if (parent.childCount > 1 &&
+        std::ranges::find(containers, parent.name) != std::end(containers)) {
+        report(Rule::ChildCount, Spot::ofChild(node),
+               "this element replaces the one before: write one into a container");
+    }
     if (node.name == "item") {
         attachItem(parent, node);
     } else if (parent.name == "variables") {
