@@ -381,6 +381,9 @@ TEST(Lint, CommentsSilenceTheNextElementOnly) {
     EXPECT_EQ(list("<!-- disable=range -->"), all);
     EXPECT_EQ(list("<!-- zeibreku-lint: disable=rage -->"), "2 lint-comment, " + all);
     EXPECT_EQ(list("<!-- zeibreku-lint: silence -->"), "2 lint-comment, " + all);
+    EXPECT_EQ(list("<!-- zeibreku-lint: disable= -->"), "2 lint-comment, " + all);
+    EXPECT_EQ(list("<!-- zeibreku-lint disable=range -->"), "2 lint-comment, " + all);
+    EXPECT_EQ(list("<!-- zeibreku-lint finds three -->"), all);
     EXPECT_EQ(found(document("nelderMead", "\n<!-- zeibreku-lint: disable=range -->")),
               "2 lint-comment");
     // An element inside one that is silenced, and the element after both.

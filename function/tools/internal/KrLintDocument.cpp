@@ -24,7 +24,7 @@ constexpr std::size_t mostFindings = 1000;
 // axes of a table are at most as many.
 constexpr std::size_t mostChildren = 64;
 
-constexpr std::string_view mark = "zeibreku-lint:";
+constexpr std::string_view mark = "zeibreku-lint";
 
 // The elements that hold one element of a family. If a document has several, the last one counts.
 constexpr std::string_view containers[] = {
@@ -216,8 +216,14 @@ void Document::silence(Place place) {
 
 void Document::comment(std::string_view text, KrU32 line, KrU32 column) {
     std::string_view const directive = krXmlTrimmed(text);
-    if (directive.starts_with(mark)) {
-        readDirective(krXmlTrimmed(directive.substr(mark.size())), {line, column});
+    if (!directive.starts_with(mark)) {
+        return;
+    }
+    std::string_view const rest = krXmlTrimmed(directive.substr(mark.size()));
+    if (rest.starts_with(':')) {
+        readDirective(krXmlTrimmed(rest.substr(1)), {line, column});
+    } else if (rest.starts_with("disable")) {
+        reportComment({line, column}, "it silences nothing: write a colon before \"disable\"");
     }
 }
 
@@ -227,7 +233,11 @@ void Document::readDirective(std::string_view text, Place place) {
         reportComment(place, "found " + krXmlQuoted(text) + ": write disable=RULE[,RULE]");
         return;
     }
-    for (text.remove_prefix(verb.size()); !text.empty();) {
+    text.remove_prefix(verb.size());
+    if (text.empty()) {
+        reportComment(place, "it silences nothing: write a rule after \"disable=\"");
+    }
+    while (!text.empty()) {
         std::size_t const end = std::min(text.find(','), text.size());
         std::string_view const name = krXmlTrimmed(text.substr(0, end));
         Rule const rule = ruleOf(name);
