@@ -20,6 +20,21 @@ KrBaseScalarFunction const* scalarFunction(KrXmlObject const& object) {
     return container ? container->topElement() : dynamic_cast<KrBaseScalarFunction const*>(&object);
 }
 
+// Shows the document of a reader to an observer, until the end of its scope: also if a creator
+// throws.
+class Observation {
+public:
+    Observation(KrXmlReader& reader, KrXmlObserver& observer) : reader_(reader) {
+        reader.setObserver(&observer);
+    }
+    ~Observation() { reader_.setObserver(nullptr); }
+    Observation(Observation const&) = delete;
+    Observation& operator=(Observation const&) = delete;
+
+private:
+    KrXmlReader& reader_;
+};
+
 }  // namespace
 
 std::string KrLintFinding::text() const {
@@ -101,10 +116,8 @@ KrBoolean KrLint::readTextInto(std::string const& text, KrXmlObject& object,
 std::unique_ptr<KrXmlObject> KrLint::read(KrXmlReader& reader, KrXmlFactory const& factory,
                                           std::vector<KrLintFinding>& findings) const {
     return lint(reader.fileName(), findings, [&](KrXmlObserver& observer) {
-        reader.setObserver(&observer);
-        auto object = KrXml::read(reader, factory);
-        reader.setObserver(nullptr);
-        return object;
+        Observation const observation(reader, observer);
+        return KrXml::read(reader, factory);
     });
 }
 

@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 
 namespace {
 
@@ -481,6 +482,21 @@ TEST(Lint, ReadsAndLintsInOne) {
     EXPECT_EQ(optimizer.beta(), 2.0);
     EXPECT_FALSE(lint.readFile(folder / "absent.xml", optimizer, findings));
     EXPECT_TRUE(findings.empty());
+}
+
+// If a creator throws, the caller's reader goes on without the observer of lint. The document is
+// longer than what the parser reads at once.
+TEST(Lint, LeavesNoObserverBehind) {
+    KrXmlFactory factory = KrSearchCreators::factory();
+    KrToken const tag("urn:mine#tree");
+    factory.registerCreator(tag, []() -> KrXmlObject* { throw std::runtime_error("mine"); });
+    std::istringstream stream("<tree xmlns='urn:mine#'><a/>" + std::string(500000, ' ') +
+                              "<!--c--><b/></tree>");
+    KrXmlReader reader(stream);
+    std::vector<KrLintFinding> findings;
+    EXPECT_THROW(KrLint().read(reader, factory, findings), std::runtime_error);
+    reader.close(0);
+    EXPECT_TRUE(reader.finish());
 }
 
 // Whatever the text, reading and linting end, and reading is as without lint.
