@@ -116,7 +116,7 @@ TEST(Lint, FindsEachSeededFaultAtItsLine) {
         {wing, {{"=\"bisection\" lower", "=\"linear\" lower"}}, "36 linear-steps"},
         {wing, {{" searchOption=\"bisection\" lower", " lower"}}, "36 linear-steps"},
         {wing, {{"<item count=\"15\">\n          <item>0.02</item>", "<item>"}}, "24 table-length"},
-        {wing, {{"<item count=\"9\">", "<item><item>0</item>"}}, "41 table-length"},
+        {wing, {{"<item count=\"9\">", "<item><item>0</item>"}}, "41 table-surplus"},
         {wing, {{"<item>1.05", "<item>NaN"}}, "22 finite"},
         {wing, {{"<item>0.8</item>", "<item>3</item>"}}, "31 child-covered"},
         {leaves,

@@ -19,6 +19,7 @@ enum class Rule {
     Breakpoints,
     NoBreakpoints,
     TableLength,
+    TableSurplus,
     EqualSpaced,
     LinearSteps,
     Finite,

@@ -108,7 +108,7 @@ void checkLengths(Document& document, Node const& node, char const* list, char c
     if (length && otherLength && *length != *otherLength) {
         Node const* const child = node.find(list) ? node.find(list) : node.find(other);
         document.report(Rule::ListLengths, Spot::ofChild(*child),
-                        std::string(list) + " has " + std::to_string(*length) + " items, " + other +
+                        std::string(list) + " has " + counted(*length, "item") + ", " + other +
                             ' ' + std::to_string(*otherLength) + ": give each item its partner");
     }
 }

@@ -42,7 +42,8 @@ constexpr ElementCheck checks[] = {
 constinit std::array<KrLint::Rule, static_cast<std::size_t>(Rule::Count)> const rules = {{
     {"breakpoints", Error, "Breakpoints ascend or descend strictly; abscissae ascend strictly."},
     {"no-breakpoints", Error, "Every axis of a table with values has a breakpoint."},
-    {"table-length", Error, "A table has as many values as its grid."},
+    {"table-length", Error, "A table has at least as many values as its grid."},
+    {"table-surplus", Warning, "A table has no more values than its grid."},
     {"equal-spaced", Error, "The steps of an axis with \"equal_spaced\" are equal."},
     {"linear-steps", Warning, "The steps of an axis with \"linear\", the default, are 1."},
     {"finite", Warning, "Values, coefficients and breakpoints are finite."},
@@ -81,6 +82,10 @@ void check(Document& document, Node& node) {
 std::string shown(double value) {
     KrXmlTextRoom room;
     return std::string(KrXmlText<double>::format(value, room));
+}
+
+std::string counted(std::size_t count, char const* noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
 }
 
 std::string andMore(std::size_t count) {

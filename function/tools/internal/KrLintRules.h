@@ -49,6 +49,8 @@ void checkLengths(Document& document, Node const& node, char const* list, char c
 
 /// `value` as documents write it.
 std::string shown(double value);
+/// "1 value", "2 values".
+std::string counted(std::size_t count, char const* noun);
 /// ", and 3 more" of several like findings of which the first is reported.
 std::string andMore(std::size_t count);
 

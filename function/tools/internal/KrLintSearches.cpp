@@ -120,8 +120,8 @@ void checkMaxEvaluations(Document& document, Node const& node, double variables)
     if (most > 0.0 && most < variables + 2.0) {
         document.report(Rule::Budget, Spot::ofChild(*node.find("maxEvaluations")),
                         "maxEvaluations is " + shown(most) + ", too few to begin with " +
-                            shown(variables) + " variables: set it to 50 (n + 1) or more, " +
-                            shown(50.0 * (variables + 1.0)));
+                            counted(static_cast<std::size_t>(variables), "variable") +
+                            ": set it to 50 (n + 1) or more, " + shown(50.0 * (variables + 1.0)));
     }
 }
 

@@ -129,11 +129,13 @@ void checkTableLengths(Document& document, std::vector<Node> const& axes, Node c
         if (table.size != expected) {
             std::string const grid =
                 axes.empty() ? "a table without axes 1" : "its grid " + gridText(axes);
-            document.report(
-                Rule::TableLength, Spot::ofItem(tables, table.place),
-                "the table has " + std::to_string(table.size) + " values, " + grid +
-                    (axes.size() > 1 ? " = " + std::to_string(expected) : "") +
-                    (table.size < expected ? ": add the missing ones" : ": remove the surplus"));
+            bool const isShort = table.size < expected;
+            document.report(isShort ? Rule::TableLength : Rule::TableSurplus,
+                            Spot::ofItem(tables, table.place),
+                            "the table has " + counted(table.size, "value") + ", " + grid +
+                                (axes.size() > 1 ? " = " + std::to_string(expected) : "") +
+                                (isShort ? ": add the missing ones"
+                                         : ", and the last ones are ignored: remove them"));
         }
     }
 }
@@ -318,16 +320,15 @@ void checkBranch(Document& document, Node& node) {
     std::size_t const variables = left->box.size();
     if (right->box.size() != variables) {
         document.report(Rule::ChildDimension, spot,
-                        "this child has " + std::to_string(right->box.size()) +
-                            " variables, the first one " + std::to_string(variables) +
+                        "this child has " + counted(right->box.size(), "variable") +
+                            ", the first one " + std::to_string(variables) +
                             ": give both the same axes");
         return;
     }
     if (left->values != right->values) {
         document.report(Rule::ChildValues, spot,
-                        "this child has " + std::to_string(right->values) +
-                            " values, the first one " + std::to_string(left->values) +
-                            ": give both the same tables");
+                        "this child has " + counted(right->values, "value") + ", the first one " +
+                            std::to_string(left->values) + ": give both the same tables");
     }
     if (isCovered(document, *left, *right)) {
         document.report(Rule::ChildCovered, spot,
