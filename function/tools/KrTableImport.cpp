@@ -24,6 +24,9 @@ constexpr std::size_t mostMissing = 10;
 constexpr double roundingUnits = 8.0 * std::numeric_limits<double>::epsilon();
 // Each end of a step is off by half a unit.
 constexpr double stepUnits = 4.0 * std::numeric_limits<double>::epsilon();
+// A look-up divides by the first step. Nearer than this to a breakpoint, in steps, the quotient
+// may lie in the next segment.
+constexpr double positionShare = 0x1p-10;
 constexpr double closeShare = 1e-6;
 
 std::string textOf(double number) {
@@ -260,6 +263,17 @@ bool Grid::isEqualSpaced(std::size_t axis) {
                                       " for an equal_spaced search",
                                   textOf(all[k]) + " after " + textOf(all[k - 1]) +
                                       "; correct it, or choose bisection");
+        }
+    }
+    double const first = all[1] - all[0];
+    for (std::size_t k = 2; k < all.size(); ++k) {
+        double const count = static_cast<double>(k);
+        if (!(std::abs(all[k] - all[0] - count * first) <= positionShare * first)) {
+            return reader_.refuse(lines_[firstRows[k]],
+                                  std::to_string(k) + " times the first step, " + textOf(first) +
+                                      ", above " + textOf(all[0]) + " in " +
+                                      reader_.describe(axis) + " for an equal_spaced search",
+                                  textOf(all[k]) + "; choose bisection");
         }
     }
     return true;

@@ -32,7 +32,8 @@
 /// - two coordinates of an axis that differ by at most 8 units in the last place. If rows are
 ///   missing, the message also names two coordinates closer than a millionth of the axis;
 /// - an axis whose steps differ, if its search is `EQUAL_SPACED`. Steps may differ by 4 units in
-///   the last place of the largest coordinate;
+///   the last place of the largest coordinate. Since look-ups divide by the first step, its
+///   multiples must meet every coordinate within 1/1024 of that step;
 /// - a file without a value column, and more than 64 axes.
 ///
 /// Use one object in one thread at a time.

@@ -376,8 +376,17 @@ TEST(TableImport, ChecksEqualSteps) {
     for (int i = 0; i <= 1000; ++i) {
         tenths += '-' + std::to_string(i / 10) + '.' + std::to_string(i % 10) + ",1\n";
     }
+    // The first of these steps is rounded by 7e-5 of itself.
+    std::string milliseconds = "x,y\n";
+    for (int i = 0; i <= 20; ++i) {
+        milliseconds += "1700000000.0" + std::to_string(i + 10) + ",1\n";
+    }
     for (auto const& [text, message] : std::vector<Case>{
              {tenths, ""},
+             {milliseconds,
+              "f:17: expected 15 times the first step, 0.0009999275207519531, above 1700000000.01 "
+              "in column \"x\" for an equal_spaced search, found 1700000000.025; choose "
+              "bisection\n"},
              {"x,y\n1000.1,0\n1000.2,0\n1000.3,0\n", ""},
              {"x,y\n3,0\n", ""},
              {"x,y\n4,0\n1,0\n2.5,0\n5.5,0\n0,0\n",
