@@ -151,6 +151,16 @@ int KrCsvReader::peek() {
     return at_ < end_ || fill() ? static_cast<unsigned char>(buffer_[at_]) : -1;
 }
 
+// Skips the LF of the CRLF whose CR ended the last line. Waits for the next byte.
+void KrCsvReader::endReturn() {
+    if (int const c = peek(); afterReturn_) {
+        afterReturn_ = false;
+        if (c == '\n') {
+            row_ = ++at_;
+        }
+    }
+}
+
 // Skips the end of a line, if there is one. The LF of a CRLF may not have arrived yet.
 void KrCsvReader::endLine() {
     int const c = peek();
@@ -164,6 +174,7 @@ void KrCsvReader::endLine() {
 // The first line that is not blank, where the reader stands then. Line ends in quotes are part of it.
 std::string_view KrCsvReader::firstLine() {
     for (;;) {
+        endReturn();
         Quotes quotes;
         std::size_t size = 0;
         for (; at_ + size < end_ || fill(); ++size) {
@@ -287,12 +298,7 @@ bool KrCsvReader::scanPlain() {
 bool KrCsvReader::scanRow() {
     row_ = at_;
     fields_.clear();
-    if (int const c = peek(); afterReturn_) {
-        afterReturn_ = false;
-        if (c == '\n') {
-            row_ = ++at_;
-        }
-    }
+    endReturn();
     rowLine_ = line_;
     if (stopped_ || peek() < 0) {
         return false;

@@ -110,6 +110,7 @@ private:
     bool scanPlain();
     bool fill();
     int peek();
+    void endReturn();
     void endLine();
     bool readNumbers(KrRealVector& numbers);
     bool refuseNumber(std::size_t index);

@@ -63,6 +63,8 @@ TEST(CsvReader, SplitsRowsAsSpreadsheetsWriteThem) {
              {"\n\r\n \n", ""},
              {"a,b\n1,2", "1[a|b]2[1|2]"},
              {"a,b\r\n1,2\r\n\r\n", "1[a|b]2[1|2]"},
+             {"\r\n\r\n\na,b\r\n1,2\r\n", "4[a|b]5[1|2]"},
+             {"\r\n\n\r\nsep=;\r\na,b;c\r\n", "5[a,b|c]"},
              {"a,b\r1,2\r\r3,4\r", "1[a|b]2[1|2]4[3|4]"},
              {"\xEF\xBB\xBF\n\na;b,c\n1;2\n", "3[a|b,c]4[1|2]"},
              {"\xEF\xBB\xBF", ""},
