@@ -56,10 +56,27 @@ bool isFinite(std::string_view text) {
     return KrXmlText<double>::parse(text, value) == KrXmlParse::Good;
 }
 
-// Whether a text is meant as a number: neither a name nor a unit such as "1/deg".
+// What programs write for a missing number or a fault. A unit "-" or "nA" is none of them.
+bool isMissing(std::string_view text) {
+    // #N/A, #NV, #DIV/0!, #NAME?, and a spreadsheet's column that is too narrow.
+    bool const isFault = text.starts_with("##") || text.starts_with("#N/") || text == "#NV" ||
+                         (text.starts_with('#') && (text.ends_with('!') || text.ends_with('?')));
+    return isFault || text == "NA" || text == "<NA>" || equalsInLowerCase(text, "n/a") ||
+           equalsInLowerCase(text, "null");
+}
+
+// Whether a text is meant as a number, well formed or not: neither a name nor a unit such as
+// "1/deg", "10^3 N" or "%".
 bool looksLikeNumber(std::string_view text) {
-    return text.find_first_of("0123456789") != text.npos &&
-           text.find_first_not_of("0123456789.,+-eE% ") == text.npos;
+    constexpr std::string_view minus = "\xE2\x88\x92";  // the typographic one
+    std::string_view rest = text.substr(text.starts_with(minus) ? minus.size() : 0);
+    rest.remove_prefix(std::min(rest.find_first_not_of("+-.,<>=~$' "), rest.size()));
+    if (rest.empty() || !isDigit(rest[0])) {
+        return isMissing(text);
+    }
+    rest.remove_prefix(std::min(rest.find_first_not_of("0123456789 "), rest.size()));
+    bool const isReciprocal = rest.size() > 1 && rest[0] == '/' && !isDigit(rest[1]);
+    return !isReciprocal && !rest.starts_with('^');
 }
 
 // Tells which characters of a line are in quotes while the separator is not known.

@@ -176,6 +176,12 @@ TEST(CsvReader, TellsHeaderUnitsAndNumbersApart) {
              {"a,0.3\n1,2\n", "2:::0",
               "f:1: expected a header without a number, or a row of numbers, found \"a\" in column "
               "1\n"},
+             {"a #,E1\n10^3 N,1 / m\n1,2\n", "2:a #,E1,:10^3 N,1 / m,:3", ""},
+             {"a\n1/2/2024\n", "1:a,::0",
+              "f:2: expected a number in column \"a\", found \"1/2/2024\"\n"},
+             {"a,b\nNULL,m\n1,2\n", "2:a,b,::0",
+              "f:2: expected units without a number, or a row of numbers, found \"m\" in column "
+              "\"b\"\n"},
              {"a;b\n0,5;1,5\n1;2\n", "2:a,b,::3",
               "f:2: expected a number with a decimal point in column \"a\", found \"0,5\"; commas "
               "are decimal only on request (--decimal ,)\n"},
@@ -199,6 +205,19 @@ TEST(CsvReader, TellsHeaderUnitsAndNumbersApart) {
         CapturedMessages const captured;
         EXPECT_EQ(summary(text), expected) << text.substr(0, 99);
         EXPECT_EQ(captured.text(), message);
+    }
+    // Data that is no number is neither a header nor units.
+    for (std::string const text :
+         {"#DIV/0!", "#N/A", "#NAME?", "####", "NA", "n/a", "null",
+          "\xE2\x88\x92"
+          "1",
+          "1'000", "0x10", "1.5D+00", "-1.5 deg", "00:00:01", "- 5", "<.5", "1/2"}) {
+        for (std::string const header : {"", "a\n", "a\nm\n"}) {
+            CapturedMessages const captured;
+            summary(header + text + "\n1\n");
+            ASSERT_EQ(captured.messages.size(), 1U) << header << text;
+            EXPECT_NE(captured.text().find(": expected a number in column "), std::string::npos);
+        }
     }
     std::string many = "a\n";
     for (int i = 0; i < 500; ++i) {
