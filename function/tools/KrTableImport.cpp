@@ -27,6 +27,7 @@ constexpr double stepUnits = 4.0 * std::numeric_limits<double>::epsilon();
 // A look-up divides by the first step. Nearer than this to a breakpoint, in steps, the quotient
 // may lie in the next segment.
 constexpr double positionShare = 0x1p-10;
+constexpr double farSteps = 1e6;
 constexpr double closeShare = 1e-6;
 
 std::string textOf(double number) {
@@ -35,6 +36,18 @@ std::string textOf(double number) {
 }
 
 double magnitude(double a, double b) { return std::max(std::abs(a), std::abs(b)); }
+
+// Whether breakpoint `k` is the one before it but for rounding. Near 0 the numbers around them
+// have been rounded, so that their magnitude counts if the steps on both sides are far larger.
+bool differByRounding(KrRealVector const& all, std::size_t k) {
+    double const gap = all[k] - all[k - 1];
+    if (gap <= roundingUnits * magnitude(all[k - 1], all[k])) {
+        return true;
+    }
+    bool const isFarBelow = k == 1 || all[k - 1] - all[k - 2] >= farSteps * gap;
+    bool const isFarAbove = k + 1 == all.size() || all[k + 1] - all[k] >= farSteps * gap;
+    return isFarBelow && isFarAbove && gap < roundingUnits * magnitude(all.front(), all.back());
+}
 
 // The grid that the rows of a file span.
 class Grid {
@@ -79,7 +92,8 @@ private:
     void refuseMissing(std::uint64_t place, std::size_t line, char const* where);
     bool refuseCount();
     std::string sizes() const;
-    std::string closePair() const;
+    bool refuseClosePair();
+    bool refuseTwins(std::size_t axis, std::size_t above, std::string const& how);
 
     KrCsvReader& reader_;
     std::vector<Axis> axes_;
@@ -135,14 +149,10 @@ bool Grid::findBreakpoints() {
             ++axis.rowCounts[index];
         }
         for (std::size_t k = 1; k < all.size(); ++k) {
-            if (all[k] - all[k - 1] > roundingUnits * magnitude(all[k - 1], all[k])) {
+            if (!differByRounding(all, k)) {
                 continue;
             }
-            auto const [first, second] = std::minmax(axis.firstRows[k - 1], axis.firstRows[k]);
-            reader_.refuse(lines_[second],
-                           textOf(number(first, d)) + " in " + reader_.describe(d) +
-                               " as in line " + std::to_string(lines_[first]),
-                           textOf(number(second, d)) + ", which differs by rounding; round both");
+            refuseTwins(d, k, "by rounding; round both");
         }
     }
     return reader_.errorCount() == 0;
@@ -172,15 +182,17 @@ std::string Grid::sizes() const {
     return text;
 }
 
-// Two coordinates that are probably meant as one: close, and one has the rows that the other lacks.
-std::string Grid::closePair() const {
-    std::string text;
+// Refuses two coordinates that are probably meant as one: close, and one has the rows that the
+// other lacks. True if there are none.
+bool Grid::refuseClosePair() {
+    std::size_t axis = 0;
+    std::size_t above = 0;
     double closest = closeShare;
     for (std::size_t d = 0; d < axes_.size(); ++d) {
         auto const& [all, firstRows, rowCounts] = axes_[d];
         double rowsEach = 1.0;
-        for (Axis const& axis : axes_) {
-            rowsEach *= static_cast<double>(axis.breakpoints.size());
+        for (Axis const& other : axes_) {
+            rowsEach *= static_cast<double>(other.breakpoints.size());
         }
         rowsEach /= static_cast<double>(all.size());
         for (std::size_t k = 1; k < all.size(); ++k) {
@@ -188,27 +200,37 @@ std::string Grid::closePair() const {
             if (share < closest &&
                 static_cast<double>(rowCounts[k - 1] + rowCounts[k]) <= rowsEach) {
                 closest = share;
-                text = "; " + textOf(all[k - 1]) + " (line " +
-                       std::to_string(lines_[firstRows[k - 1]]) + ") and " + textOf(all[k]) +
-                       " (line " + std::to_string(lines_[firstRows[k]]) + ") in " +
-                       reader_.describe(d) + " differ by little: round them if they are one";
+                axis = d;
+                above = k;
             }
         }
     }
-    return text;
+    return above == 0 || refuseTwins(axis, above, "by little; round both if they are one");
+}
+
+bool Grid::refuseTwins(std::size_t axis, std::size_t above, std::string const& how) {
+    std::vector<std::size_t> const& rows = axes_[axis].firstRows;
+    auto const [first, second] = std::minmax(rows[above - 1], rows[above]);
+    return reader_.refuse(lines_[second],
+                          textOf(number(first, axis)) + " in " + reader_.describe(axis) +
+                              " as in line " + std::to_string(lines_[first]),
+                          textOf(number(second, axis)) + ", which differs " + how);
 }
 
 bool Grid::refuseCount() {
     return reader_.refuse(lines_.back(), "a row for each point of a grid of " + sizes(),
-                          std::to_string(rows()) + " rows" + closePair());
+                          std::to_string(rows()) + (rows() == 1 ? " row" : " rows"));
 }
 
 bool Grid::sortRows() {
     std::uint64_t points = 1;
     for (Axis const& axis : axes_) {
         if (__builtin_mul_overflow(points, std::uint64_t{axis.breakpoints.size()}, &points)) {
-            return refuseCount();
+            return refuseClosePair() && refuseCount();
         }
+    }
+    if (rows() < points && !refuseClosePair()) {
+        return false;
     }
     places_.resize(rows());
     for (std::size_t row = 0; row < rows(); ++row) {

@@ -29,8 +29,9 @@
 /// These are refused, each with its line:
 /// - a grid point without a row, or with two rows;
 /// - an infinite number or NaN, and all that `KrCsvReader` refuses;
-/// - two coordinates of an axis that differ by at most 8 units in the last place. If rows are
-///   missing, the message also names two coordinates closer than a millionth of the axis;
+/// - two coordinates of an axis that differ by at most 8 units in the last place, theirs or, if the
+///   steps around them are a million times larger, that of the largest coordinate. If rows are
+///   missing, also two closer than a millionth of the axis of which one has rows the other lacks;
 /// - an axis whose steps differ, if its search is `EQUAL_SPACED`. Steps may differ by 4 units in
 ///   the last place of the largest coordinate. Since look-ups divide by the first step, its
 ///   multiples must meet every coordinate within 1/1024 of that step;

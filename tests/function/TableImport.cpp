@@ -359,15 +359,12 @@ TEST(TableImport, RefusesARowThatIsNotOfTheGrid) {
              {1, "x,y\n0.3,0\n1,1\n0.30000000000000004,1\n",
               "f:4: expected 0.3 in column \"x\" as in line 2, found 0.30000000000000004, which "
               "differs by rounding; round both\n"},
-             {2, "x,y,z\n0,0,1\n1,0,1\n2e-16,1,2\n1,1,2\n0,2,1\n1,2,3\n",
-              "f:2: expected a row with column \"x\" = 2e-16, column \"y\" = 0 after this one, "
-              "found none\n"
-              "f:3: expected a row with column \"x\" = 0, column \"y\" = 1 after this one, found "
-              "none\n"
-              "f:6: expected a row with column \"x\" = 2e-16, column \"y\" = 2 after this one, "
-              "found none\n"
-              "f:7: expected a row for each point of a grid of 3 x 3, found 6 rows; 0 (line 2) and "
-              "2e-16 (line 4) in column \"x\" differ by little: round them if they are one\n"},
+             {1, "x,y\n-0.1,1\n0,1\n2.8e-17,2\n0.1,3\n",
+              "f:4: expected 0 in column \"x\" as in line 3, found 2.8e-17, which differs by "
+              "rounding; round both\n"},
+             {2, "x,y,z\n0,0,1\n1,0,1\n2e-14,1,2\n1,1,2\n0,2,1\n1,2,3\n",
+              "f:4: expected 0 in column \"x\" as in line 2, found 2e-14, which differs by little; "
+              "round both if they are one\n"},
              {4, sparse,
               "f:70001: expected a row for each point of a grid of 70000 x 70000 x 70000 x 70000, "
               "found 70000 rows\n"},
@@ -404,6 +401,11 @@ TEST(TableImport, ChecksEqualSteps) {
     }
     for (auto const& [text, message] : std::vector<Case>{
              {tenths, ""},
+             {"x,y\n0,0\n1e-16,0\n2e-16,0\n", ""},
+             {"x,y\n0,0\n1e-17,0\n1e-12,0\n1e-11,0\n1,0\n",
+              "f:3: expected steps of 9e-12 in column \"x\" for an equal_spaced search, found "
+              "1e-17 "
+              "after 0; correct it, or choose bisection\n"},
              {milliseconds,
               "f:17: expected 15 times the first step, 0.0009999275207519531, above 1700000000.01 "
               "in column \"x\" for an equal_spaced search, found 1700000000.025; choose "
