@@ -189,7 +189,7 @@ void KrCsvReader::endLine() {
 }
 
 // The first line that is not blank, where the reader stands then. Line ends in quotes are part of it.
-std::string_view KrCsvReader::firstLine() {
+std::string_view KrCsvReader::peekFirstLine() {
     for (;;) {
         endReturn();
         Quotes quotes;
@@ -240,7 +240,7 @@ void KrCsvReader::begin() {
         return;
     }
     at_ = row_ = start.starts_with("\xEF\xBB\xBF") ? 3 : 0;
-    std::string_view line = krXmlTrimmed(firstLine());
+    std::string_view line = krXmlTrimmed(peekFirstLine());
     if (line.starts_with('"') && line.ends_with('"') && line.size() == 7) {
         line = line.substr(1, 5);
     }
@@ -377,6 +377,7 @@ KrBoolean KrCsvReader::readHeader() {
         return false;
     }
     columns_ = size();
+    firstLine_ = rowLine_;
     for (std::vector<std::string>* const texts : {&names_, &units_}) {
         double value = 0.0;
         std::size_t numbers = 0;

@@ -73,6 +73,10 @@ public:
     /// The number of columns, which is the number of fields in the first row; 0 before
     /// `readHeader` and in an empty file.
     std::size_t columns() const { return columns_; }
+    /// The line of that row; 0 before `readHeader` and in an empty file.
+    std::size_t firstLine() const { return firstLine_; }
+    /// The separator of fields, known after the first row: a comma, a semicolon or a tab.
+    char separator() const { return separator_; }
     /// The fields of the header; empty if there is none.
     std::vector<std::string> const& names() const { return names_; }
     /// The fields of the line of units, which may be fewer than the columns; empty if there is none.
@@ -105,7 +109,7 @@ private:
 
     char const* row() const { return buffer_.data() + row_; }
     void begin();
-    std::string_view firstLine();
+    std::string_view peekFirstLine();
     void chooseSeparator(std::string_view line);
     bool scanRow();
     bool scanQuoted();
@@ -129,6 +133,7 @@ private:
     std::size_t rowLine_ = 1;
     std::size_t line_ = 1;  // of the byte that is read next
     std::size_t columns_ = 0;
+    std::size_t firstLine_ = 0;
     std::vector<std::string> names_;
     std::vector<std::string> units_;
     std::size_t errorCount_ = 0;

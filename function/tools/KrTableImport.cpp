@@ -91,6 +91,7 @@ private:
     bool refuseTwice(Place const& first, Place const& second);
     void refuseMissing(std::uint64_t place, std::size_t line, char const* where);
     bool refuseCount();
+    bool refuseColumns();
     std::string sizes() const;
     bool refuseClosePair();
     bool refuseTwins(std::size_t axis, std::size_t above, std::string const& how);
@@ -102,15 +103,32 @@ private:
     std::vector<Place> places_;       // ascending
 };
 
+// The fault is in the first row: a title, or a separator that the others do not have.
+bool Grid::refuseColumns() {
+    auto const counted = [](std::size_t count, std::string const& noun) {
+        return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+    };
+    char const separator = reader_.separator();
+    std::string found = counted(reader_.columns(), "column") + " separated by " +
+                        (separator == '\t'  ? "tabs"
+                         : separator == ';' ? "semicolons"
+                                            : "commas");
+    if (reader_.size() > reader_.columns()) {
+        found +=
+            "; line " + std::to_string(reader_.line()) + " has " + std::to_string(reader_.size());
+    }
+    return reader_.refuse(reader_.firstLine(),
+                          "a value column behind " + counted(axes_.size(), "coordinate column"),
+                          found);
+}
+
 bool Grid::readRows() {
     if (!reader_.readHeader()) {
         return reader_.errorCount() == 0 &&
                reader_.refuse("a row of numbers", "the end of the file");
     }
     if (reader_.columns() <= axes_.size()) {
-        return reader_.refuse(
-            "a value column behind " + std::to_string(axes_.size()) + " coordinate columns",
-            std::to_string(reader_.columns()) + " in all");
+        return refuseColumns();
     }
     KrRealVector row;
     while (reader_.nextNumbers(row)) {

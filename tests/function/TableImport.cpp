@@ -336,8 +336,13 @@ TEST(TableImport, RefusesARowThatIsNotOfTheGrid) {
     for (auto const& [axes, text, messages] : std::vector<Case>{
              {1, "", "f:1: expected a row of numbers, found the end of the file\n"},
              {1, "x,y\nm,m\n", "f:3: expected a row of numbers, found the end of the file\n"},
-             {2, "x,y\n1,2\n",
-              "f:2: expected a value column behind 2 coordinate columns, found 2 in all\n"},
+             {1, "x\n1\n",
+              "f:1: expected a value column behind 1 coordinate column, found 1 column separated "
+              "by "
+              "commas\n"},
+             {2, "\nMy wing\nx,y,z\n1,2,3\n",
+              "f:2: expected a value column behind 2 coordinate columns, found 1 column separated "
+              "by commas; line 4 has 3\n"},
              {0, "1,2\n", "f:1: expected 1 to 64 axes, found 0\n"},
              {65, "1,2\n", "f:1: expected 1 to 64 axes, found 65\n"},
              {2, grid + "nan,1,1\n1,inf,1\n1,1,-nan\n",
