@@ -364,6 +364,7 @@ int runEvaluate(EvaluateCall const& call) {
     KrCsvReader reader(call.points.empty() ? std::cin : opened,
                        call.points.empty() ? "<standard input>" : call.points);
     reader.setDecimalComma(call.hasDecimalComma);
+    reader.setEndsAtRefusal(true);  // a caller that waits for each answer must not wait for it
     bool const hasRows = reader.readHeader();
     if (hasRows && function.coordinates != 0 && reader.columns() != function.coordinates) {
         reader.refuse("points of " + std::to_string(function.coordinates) + " coordinates",
@@ -375,8 +376,7 @@ int runEvaluate(EvaluateCall const& call) {
     Evaluation evaluation(function, call.hasGradient, reader);
     reader.setBeforeRead([&] { evaluation.finish(); });
     KrRealVector point;
-    while (hasRows && reader.nextNumbers(point) && reader.errorCount() == 0 &&
-           std::ferror(stdout) == 0) {
+    while (hasRows && reader.nextNumbers(point) && std::ferror(stdout) == 0) {
         evaluation.add(point);
     }
     evaluation.finish();

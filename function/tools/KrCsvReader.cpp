@@ -111,6 +111,7 @@ KrBoolean KrCsvReader::refuse(std::size_t line, std::string const& expected,
     if (++errorCount_ <= mostRefusals) {
         Kr::Print::instance().write(Kr::PrintType::Error, "%s:%s: expected %s, found %s\n",
                                     fileName_, std::to_string(line), expected, found);
+        stopped_ = stopped_ || endsAtRefusal_;
     } else if (!stopped_) {
         stopped_ = true;
         Kr::Print::instance().write(Kr::PrintType::Error, "%s:%s: further faults are not shown\n",

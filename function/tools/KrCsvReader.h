@@ -55,6 +55,10 @@ public:
     /// operation that reads.
     void setBeforeRead(std::function<void()> const& function) { beforeRead_ = function; }
 
+    /// Sets whether reading ends at the first refusal, without a wait for more input.
+    /// Default: false.
+    void setEndsAtRefusal(KrBoolean ends) { endsAtRefusal_ = ends; }
+
     /// Moves to the next row that holds text; false at the end of the file.
     KrBoolean nextRow();
 
@@ -139,6 +143,7 @@ private:
     std::size_t errorCount_ = 0;
     char separator_ = ',';
     bool decimalComma_ = false;
+    bool endsAtRefusal_ = false;
     bool begun_ = false;
     bool stopped_ = false;      // nothing more is read
     bool kept_ = false;         // the current row was read to look for units

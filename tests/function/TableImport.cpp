@@ -240,6 +240,20 @@ TEST(CsvReader, AsksForMoreBeforeItWaits) {
         read += reader.field(0);
     }
     EXPECT_EQ(read, "?1?2?3?");
+
+    // A refusal ends reading: the rows behind it are not awaited.
+    Pieces rows("1\nx\n3\n", 2);
+    std::istream faulty(&rows);
+    KrCsvReader ending(faulty);
+    int waits = 0;
+    ending.setBeforeRead([&] { ++waits; });
+    ending.setEndsAtRefusal(true);
+    CapturedMessages const captured;
+    KrRealVector numbers;
+    ASSERT_TRUE(ending.readHeader() && ending.nextNumbers(numbers));
+    EXPECT_FALSE(ending.nextNumbers(numbers));
+    EXPECT_EQ(waits, 2);
+    EXPECT_EQ(captured.messages.size(), 1U);
 }
 
 TEST(TableImport, EqualsATableFilledByHand) {
