@@ -198,8 +198,7 @@ public:
         isFirst_ = true;
     }
     void flush() {
-        std::fwrite(rows_.data(), 1, rows_.size(), stdout);
-        std::fflush(stdout);
+        writeOutput(rows_);
         rows_.clear();
     }
 

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -22,6 +23,8 @@ void openStandardFiles() {
         }
     }
 }
+
+int outputError = 0;  // of the first write to standard output that failed
 
 struct SearchHelp : CLI::Formatter {
     std::string make_usage(CLI::App const* app, std::string name) const override {
@@ -211,9 +214,22 @@ int runProgram(int argc, char** argv, std::string const& name, Spread const& spr
     } catch (std::exception const& exception) {
         std::fprintf(stderr, "zeibreku: %s\n", exception.what());
     }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        std::perror("zeibreku: standard output");
-        return Refused;
+    writeOutput("");
+    if (std::ferror(stdout) == 0) {
+        return status;
     }
-    return status;
+    if (outputError != EPIPE) {  // a reader such as head has had enough
+        std::fprintf(stderr, "zeibreku: standard output: %s\n",
+                     outputError == 0 ? "cannot be written" : std::strerror(outputError));
+    }
+    return Refused;
+}
+
+void writeOutput(std::string_view text) {
+    errno = 0;
+    bool const isWritten =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    if (!isWritten && outputError == 0) {
+        outputError = errno;
+    }
 }

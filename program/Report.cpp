@@ -1,13 +1,15 @@
 #include "program/ReportPage.h"
 #include "program/Subcommands.h"
 
-#include <iostream>
+#include <sstream>
 
 int runReport(std::string const& record) {
     KrEvaluationRecord recorded(record);
     if (!recorded.load()) {
         return Refused;
     }
-    writeReportPage(std::cout, recorded);
+    std::ostringstream page;
+    writeReportPage(page, recorded);
+    writeOutput(page.str());
     return Done;
 }

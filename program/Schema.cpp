@@ -2,10 +2,8 @@
 #include "program/Subcommands.h"
 #include "search/KrSearchCreators.h"
 
-#include <cstdio>
-
 int runSchema() {
     std::string const schema = KrXml::schemaToString(KrSearchCreators::factory());
-    std::fputs(schema.c_str(), stdout);
+    writeOutput(schema);
     return schema.empty() ? Refused : Done;
 }

@@ -48,7 +48,7 @@ int runSearch(SearchCall const& call, Spread const& spread) {
     }
     auto const workers = spread ? spread(call, commands, search.names()) : nullptr;
     KrSearchReport const report = searched(search, workers ? *workers : commands, commands, call);
-    std::fputs(report.text(search.names()).c_str(), stdout);
+    writeOutput(report.text(search.names()));
     bool const isWritten = call.report.empty() || KrXml::writeFile(call.report, report);
     if (report.reason() == KrSearchReason::Failed || !isWritten) {
         return Refused;

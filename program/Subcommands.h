@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace CLI {
@@ -73,6 +74,9 @@ struct CheckCall {
     KrU32 grid = 64;                    ///< the number of distances
     double spacing = 1.0;               ///< of the distances
 };
+
+/// Writes to standard output and keeps the reason of a failure, which `runProgram` prints.
+void writeOutput(std::string_view text);
 
 /// Runs a search whose evaluations are runs of a program.
 int runSearch(SearchCall const& call, Spread const& spread);

@@ -3,7 +3,6 @@
 #include "function/tools/KrTableImport.h"
 #include "program/Subcommands.h"
 
-#include <cstdio>
 #include <memory>
 
 namespace {
@@ -43,6 +42,6 @@ int runTable(TableCall const& call) {
         return KrXml::writeFile(call.output, container) ? Done : Refused;
     }
     std::string const text = KrXml::toString(container);
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    writeOutput(text);
     return text.empty() ? Refused : Done;
 }

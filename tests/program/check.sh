@@ -95,7 +95,7 @@ done
     touch closed
 }
 test "$(cat status)" -eq 1
-has err '^zeibreku: standard output: Broken pipe'
+test ! -s err
 
 # The schema of the library.
 expect 0 "$program" schema

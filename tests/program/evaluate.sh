@@ -82,6 +82,16 @@ has err '^many.csv:5001: expected a number in column 1, found "x"$'
 awk -F, 'NR > 1 && ($1 != (NR - 2) % 7 || $2 != (NR - 2) % 9 ||
     $3 != $1 + $1 * $1 + 2 * $1 * $2 - 3) { print; exit 1 }' out
 test "$(wc -l <out)" -eq 5001
+expect 1 sh -c '"$@" >/dev/full' sh "$program" evaluate "$examples/02_functions/line.xml" points.csv
+has err '^zeibreku: standard output: No space left'
+# If the reader has had enough, the program ends.
+yes 0 | {
+    found=0
+    "$program" evaluate "$examples/02_functions/line.xml" 2>err || found=$?
+    echo "$found" >status
+} | head -1
+test "$(cat status)" -eq 1
+test ! -s err
 
 # A program that waits for each value gets it.
 mkfifo questions answers
