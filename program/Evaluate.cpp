@@ -286,7 +286,21 @@ private:
         auto const coordinate = [&](std::size_t i) {
             return i < names.size() ? names[i] : numbered("x", i, n);
         };
-        auto const value = [&](std::size_t i) { return numbered("y", i, function_.values); };
+        std::string stem = "y";
+        auto const value = [&](std::size_t i) {
+            return numbered(stem.c_str(), i, function_.values);
+        };
+        auto const isTaken = [&] {
+            for (std::size_t i = 0; i < function_.values; ++i) {
+                if (std::find(names.begin(), names.end(), value(i)) != names.end()) {
+                    return true;
+                }
+            }
+            return false;
+        };
+        while (isTaken()) {
+            stem = stem == "y" ? "value" : stem + '_';
+        }
         for (std::size_t i = 0; i < n; ++i) {
             out_.text(coordinate(i));
         }
@@ -366,7 +380,8 @@ int runEvaluate(EvaluateCall const& call) {
     reader.setEndsAtRefusal(true);  // a caller that waits for each answer must not wait for it
     bool const hasRows = reader.readHeader();
     if (hasRows && function.coordinates != 0 && reader.columns() != function.coordinates) {
-        reader.refuse("points of " + std::to_string(function.coordinates) + " coordinates",
+        reader.refuse("points of " + std::to_string(function.coordinates) +
+                          (function.coordinates == 1 ? " coordinate" : " coordinates"),
                       "rows of " + std::to_string(reader.columns()));
     }
     if (reader.errorCount() > 0) {

@@ -68,10 +68,21 @@ void addOptionOfAxes(CLI::App& table, std::string const& name, std::vector<std::
     for (std::string const& word : known) {
         words += (words.empty() ? "" : "|") + word;
     }
-    table.add_option(name, items, description)
-        ->delimiter(',')
-        ->option_text(words + "[,...]")
-        ->check(CLI::IsMember(known));
+    // A delimiter of CLI11 would drop empty items.
+    table
+        .add_option_function<std::string>(
+            name,
+            [&items, name, known](std::string const& text) {
+                for (std::size_t begin = 0; begin <= text.size();
+                     begin += items.back().size() + 1) {
+                    items.push_back(text.substr(begin, text.find(',', begin) - begin));
+                    if (std::find(known.begin(), known.end(), items.back()) == known.end()) {
+                        throw CLI::ValidationError(name, CLI::IsMember(known)(items.back()));
+                    }
+                }
+            },
+            description)
+        ->option_text(words + "[,...]");
 }
 
 void addDecimal(CLI::App& command, bool& hasDecimalComma) {
@@ -177,8 +188,9 @@ int run(int argc, char** argv, std::string const& name, Spread const& spread) {
     addTable(app, tableCall)->callback([&] {
         for (auto const* const items : {&tableCall.search, &tableCall.low, &tableCall.high}) {
             if (items->size() > 1 && items->size() != tableCall.axes) {
-                throw CLI::ValidationError("expected 1 item or " + std::to_string(tableCall.axes) +
-                                           ", one for each axis, found " +
+                std::string const each = std::to_string(tableCall.axes) + ", one for each axis";
+                throw CLI::ValidationError("expected 1 item" +
+                                           (tableCall.axes == 1 ? "" : " or " + each) + ", found " +
                                            std::to_string(items->size()));
             }
         }

@@ -3,6 +3,8 @@
 #include "function/tools/KrTableImport.h"
 #include "program/Subcommands.h"
 
+#include <cstdio>
+#include <filesystem>
 #include <memory>
 
 namespace {
@@ -25,6 +27,13 @@ KrVectorSearchEnums::BOUNDARY_OPTION boundaryOption(std::string const& text) {
 }  // namespace
 
 int runTable(TableCall const& call) {
+    std::error_code absent;
+    if (std::filesystem::is_regular_file(call.output, absent) &&
+        std::filesystem::equivalent(call.grid, call.output, absent)) {
+        std::fprintf(stderr, "zeibreku: --output %s is the file of the grid\n",
+                     call.output.c_str());
+        return WrongCall;
+    }
     KrTableImport import(call.axes);
     import.setDecimalComma(call.hasDecimalComma);
     for (std::size_t d = 0; d < call.axes; ++d) {

@@ -26,6 +26,7 @@ evaluates "$examples/02_functions/line.xml" '"say ""t"", s";\ns;\n0,5;\n' \
 evaluates "$examples/02_functions/s-curve.xml" '' 'x,y\n'
 evaluates "$examples/02_functions/s-curve.xml" 't\n' 't,y\n'
 evaluates "$examples/02_functions/quadratic.xml" 'a,b\n0,0\n' 'a,b,y\n0,0,-3\n'
+evaluates "$examples/02_functions/quadratic.xml" 'x,y\n0,0\n' 'x,y,value\n0,0,-3\n'
 evaluates "$examples/02_functions/quadratic.xml" '0,0\n' \
     'x1,x2,y,y direction x1,y direction x2\n0,0,-3,1,0\n' --gradient
 echo "<scalarFunctionContainer $q/>" >identity.xml

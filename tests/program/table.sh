@@ -24,9 +24,16 @@ has err '^wing.csv:4: expected a number with a decimal point in column "Mach", f
 expect 1 "$program" table absent.csv --axes 2 -o wing.xml
 has err '^absent.csv: cannot be read: No such file'
 for call in 'wing.csv' 'wing.csv --axes 0' 'wing.csv --axes 2 --low none' '--axes 2' \
-    'wing.csv --axes 2 --high limit,limit,limit' 'wing.csv --axes 2 --decimal x'; do
+    'wing.csv --axes 2 --low limit,' 'wing.csv --axes 2 --high limit,limit,limit' 'wing.csv --axes 2 --decimal x'; do
     # shellcheck disable=SC2086
     expect 2 "$program" table $call -o wing.xml
 done
+has err 'x not in'
+expect 2 "$program" table wing.csv --axes 1 --low limit,limit
+has err 'expected 1 item, found 2'
+cp wing.csv kept.csv
+expect 2 "$program" table wing.csv --axes 2 --decimal , -o ./wing.csv
+has err '^zeibreku: --output ./wing.csv is the file of the grid$'
+cmp wing.csv kept.csv
 expect 1 "$program" table wing.csv --axes 2 --decimal , -o absent/wing.xml
 has err '^absent/wing.xml: cannot be written: No such'
