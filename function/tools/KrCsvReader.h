@@ -26,7 +26,7 @@
 ///   fill rows up with them.
 /// - The first row is a header if none of its fields is a number. Then the second row holds
 ///   units if none of its fields is a number. A row of both texts and numbers is refused there.
-///   Text that begins with a digit or a signed digit counts as a number, so do `NA`, `N/A`,
+///   Text that begins with a digit or a signed digit counts as a number, and so do `NA`, `N/A`,
 ///   `NULL` and faults such as `#DIV/0!`. Units such as `1/s` and `10^3 N` do not.
 /// - A number is that of `KrXmlText<double>`, or `nan`, `inf`, `infinity` with or without a sign,
 ///   in upper or lower case. A comma in it is refused unless `setDecimalComma` was called;
