@@ -6,7 +6,7 @@ string(CONCAT pattern "angle, Mach: lift drag moment\n"
 add_run(million "${pattern}" ${wing} wing.xml)
 add_refusal(missing "absent.csv: cannot be read" absent.csv wing.xml)
 add_refusal(points "expected WING.csv WING.xml .POINTS., with 1 to" ${wing} wing.xml 0)
-add_refusal(no_table "line.xml:3: expected a value column"
+add_refusal(no_table "line.xml:1: expected a value column"
     ${PROJECT_SOURCE_DIR}/examples/02_functions/line.xml wing.xml)
 if(ZEIBREKU_BUILD_PROGRAM)
     add_test(NAME example.${example}.program COMMAND sh -ec [=[
