@@ -299,7 +299,11 @@ private:
             return false;
         };
         while (isTaken()) {
-            stem = stem == "y" ? "value" : stem + '_';
+            if (stem == "y") {
+                stem = "value";
+            } else {
+                stem += '_';
+            }
         }
         for (std::size_t i = 0; i < n; ++i) {
             out_.text(coordinate(i));

@@ -46,5 +46,5 @@ public:
 
 private:
     friend class KrSearchRun;
-    std::atomic<bool> isSearching_ = false;
+    std::atomic<int> isSearching_ = 0;  // some processors lack a byte's exchange
 };

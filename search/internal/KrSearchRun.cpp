@@ -136,7 +136,7 @@ KrSearchRun::KrSearchRun(KrSearch const& search, KrEvaluationWorkers& workers,
 
 KrSearchRun::~KrSearchRun() {
     if (hasWorkers_) {
-        workers_.isSearching_ = false;
+        workers_.isSearching_ = 0;
     }
 }
 
@@ -164,7 +164,7 @@ bool KrSearchRun::refuse(std::string const& text) {
 
 bool KrSearchRun::isRefused() {
     bool refused = false;
-    hasWorkers_ = !workers_.isSearching_.exchange(true);
+    hasWorkers_ = workers_.isSearching_.exchange(1) == 0;
     if (!hasWorkers_) {
         refused =
             refuse("workers: expected an object that is not in use, found that of another search");
