@@ -64,6 +64,9 @@ public:
         texts_->emplace_back(value, text);
     }
 
+    /// The values with their texts, in the order in which they were set.
+    std::vector<std::pair<T, std::string>> const& enumStrings() const { return *texts_; }
+
     bool operator==(KrXmlEnumType const&) const = default;
 
     KrBoolean read(KrXmlReader& reader) override {
