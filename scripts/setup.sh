@@ -2,8 +2,8 @@
 # Installs the Debian packages that building needs, if they are missing.
 #
 #   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat, Eigen, CLI11
-#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python, locales, libpng for
-#                                 an example, and MPI
+#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python with what its module and
+#                                 its tests need, locales, libpng for an example, and MPI
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
 #   scripts/setup.sh bits         demo, and compilers and emulators of other processors
@@ -33,6 +33,9 @@ want() {
     packages+=("$package")
     "$@" >/dev/null 2>&1 || optional+=("$package")
 }
+
+# Debian's packages are for its own Python, which need not be the first on the PATH.
+debian_python() { /usr/bin/python3 -c "$1"; }
 
 program() { command -v "$1"; }
 library() { pkg-config --exists "$1"; }
@@ -69,6 +72,13 @@ need_test() {
     need libgtest-dev library gtest
     need libxml2-utils program xmllint
     need python3 program python3
+    need python3-dev debian_python 'import sysconfig, os; os.stat(sysconfig.get_paths()["include"])'
+    need pybind11-dev test -d /usr/include/pybind11
+    need python3-numpy debian_python 'import numpy'
+    need python3-scipy debian_python 'import scipy'
+    need python3-pytest debian_python 'import pytest'
+    need python3-matplotlib debian_python 'import matplotlib'
+    need mypy debian_python 'import mypy'
     need locales test -e /usr/share/i18n/locales/de_DE
     need libpng-dev library libpng
     want libopenmpi-dev program mpicxx
@@ -99,7 +109,10 @@ need_benchmarks() {
     want libalglib-dev test -e /usr/include/libalglib/interpolation.h
     want libnlopt-cxx-dev test -e /usr/include/nlopt.hpp
     want libopenturns-dev test -d /usr/include/openturns
-    want python3-scipy /usr/bin/python3 -c 'import scipy'
+    need python3-numpy debian_python 'import numpy'
+    need pybind11-dev test -d /usr/include/pybind11
+    want python3-scipy debian_python 'import scipy'
+    want python3-nlopt debian_python 'import nlopt'
 }
 
 need_bits() {

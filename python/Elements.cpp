@@ -1,0 +1,784 @@
+#include "python/Element.h"
+
+#include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlEnumType.h"
+#include "foundation/xml/KrXmlPairType.h"
+#include "function/composite/KrCompositeFunctionBranch.h"
+#include "function/composite/KrCompositeFunctionContainer.h"
+#include "function/composite/KrTableFunctionInterpolator.h"
+#include "function/multivariable/KrLinearMultivariableConstraint.h"
+#include "function/multivariable/KrQuadraticMultivariableConstraint.h"
+#include "function/object/KrMultivariableConstraintContainer.h"
+#include "function/object/KrMultivariableConstraintVector.h"
+#include "function/object/KrScalarFunctionContainer.h"
+#include "function/object/KrScalarMultivariableOptimizerContainer.h"
+#include "function/object/KrScalarMultivariableOptimizerVector.h"
+#include "function/object/KrUnitaryMapContainer.h"
+#include "function/optimizer/KrHookeJeevesOptimizer.h"
+#include "function/optimizer/KrImplicitFilteringOptimizer.h"
+#include "function/optimizer/KrMultidirectionalSearchOptimizer.h"
+#include "function/optimizer/KrNelderMeadOptimizer.h"
+#include "function/optimizer/KrSequenceOptimizer.h"
+#include "function/scalar/KrLinearScalarFunction.h"
+#include "function/scalar/KrMultipointScalarFunction.h"
+#include "function/scalar/KrPowerUnitaryMap.h"
+#include "function/scalar/KrSCurveUnitaryMap.h"
+#include "function/tools/KrGaussQuadrature.h"
+#include "search/KrSearch.h"
+#include "search/KrSearchCreators.h"
+
+#include <pybind11/numpy.h>
+
+#include <algorithm>
+#include <limits>
+#include <span>
+#include <unordered_map>
+
+namespace py = pybind11;
+
+namespace {
+
+// --- Which elements are parts, and what a class derives from its components. Neither is ever
+// destroyed, since elements may outlive the interpreter.
+
+// The elements that are copies of a part of another one, with the name of the component.
+std::unordered_map<KrXmlObject const*, std::string>& parts() {
+    static auto* const all = new std::unordered_map<KrXmlObject const*, std::string>;
+    return *all;
+}
+
+// By the name of the type in the C++ runtime.
+std::unordered_map<std::string_view, ElementChanged>& changes() {
+    static auto* const all = new std::unordered_map<std::string_view, ElementChanged>;
+    return *all;
+}
+
+void noteChange(KrXmlObject& element) {
+    auto const found = changes().find(typeid(element).name());
+    if (found != changes().end()) {
+        found->second(element);
+    }
+}
+
+// --- Exceptions that name the argument.
+
+std::string shortRepr(py::handle value) {
+    std::string text = py::str(py::repr(value));
+    constexpr std::size_t most = 60;
+    if (text.size() > most) {
+        std::size_t end = most;
+        while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80U) {
+            --end;  // not inside of a character
+        }
+        text = text.substr(0, end) + "...";
+    }
+    return text;
+}
+
+std::string typeName(py::handle value) {
+    return py::str(py::type::handle_of(value).attr("__name__"));
+}
+
+// --- The kinds of components. Each `Kind` converts one C++ type of component.
+
+bool isOf(KrXmlObject const& object, auto const*& found) {
+    found = dynamic_cast<std::remove_reference_t<decltype(found)>>(&object);
+    return found != nullptr;
+}
+
+double realFrom(py::handle value, std::string const& name) {
+    if (PyFloat_CheckExact(value.ptr())) {
+        return PyFloat_AS_DOUBLE(value.ptr());
+    }
+    double const number = PyFloat_AsDouble(value.ptr());
+    if (number == -1.0 && PyErr_Occurred()) {
+        bool const isRange = PyErr_ExceptionMatches(PyExc_OverflowError);
+        PyErr_Clear();
+        if (isRange) {
+            throwValue(name, shortRepr(value) + " is too large for a double");
+        }
+        throwType(name, "a number", value);
+    }
+    return number;
+}
+
+KrU32 countFrom(py::handle value, std::string const& name) {
+    auto const index = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
+    if (!index) {
+        PyErr_Clear();
+        throwType(name, "an integer", value);
+    }
+    unsigned long long const number = PyLong_AsUnsignedLongLong(index.ptr());
+    bool const isBad = PyErr_Occurred() != nullptr;
+    PyErr_Clear();
+    if (isBad || number > std::numeric_limits<KrU32>::max()) {
+        throwValue(name, "expected an integer from 0 to 4294967295, got " + shortRepr(value));
+    }
+    return static_cast<KrU32>(number);
+}
+
+bool flagFrom(py::handle value, std::string const& name) {
+    bool const isFlag = PyBool_Check(value.ptr()) || typeName(value) == "bool_";
+    if (!isFlag) {
+        throwType(name, "True or False", value);
+    }
+    return PyObject_IsTrue(value.ptr()) == 1;
+}
+
+std::string textFrom(py::handle value, std::string const& name) {
+    if (!PyUnicode_Check(value.ptr())) {
+        throwType(name, "a string", value);
+    }
+    return value.cast<std::string>();
+}
+
+// An array of numbers of the given dimension; `T` is double or KrU32.
+template <class T>
+py::array_t<T, py::array::c_style | py::array::forcecast> arrayFrom(py::handle value,
+                                                                    py::ssize_t dimension,
+                                                                    std::string const& name) {
+    char const* const expected = std::is_same_v<T, double> ? "numbers" : "integers";
+    auto const array = py::array::ensure(value);
+    if (!array || PyUnicode_Check(value.ptr())) {
+        PyErr_Clear();
+        throwType(name, std::string("an array of ") + expected, value);
+    }
+    char const kind = array.dtype().kind();
+    bool const isReal = std::is_same_v<T, double> && (kind == 'f' || kind == 'b');
+    if (array.size() > 0 && !isReal && kind != 'i' && kind != 'u') {
+        throwType(name,
+                  std::string("an array of ") + expected + ", not of dtype " +
+                      std::string(py::str(array.dtype())),
+                  value);
+    }
+    if (array.ndim() != dimension && !(array.ndim() == 1 && array.size() == 0)) {
+        throwValue(name, "expected an array of " + std::to_string(dimension) +
+                             " dimension(s), got one of shape " +
+                             std::string(py::str(array.attr("shape"))));
+    }
+    if constexpr (std::is_same_v<T, KrU32>) {
+        if (array.size() > 0 &&
+            (array.attr("min")().attr("__lt__")(0).template cast<bool>() ||
+             array.attr("max")().attr("__gt__")(4294967295U).template cast<bool>())) {
+            throwValue(name, "expected integers from 0 to 4294967295, got " + shortRepr(value));
+        }
+    }
+    return py::array_t<T, py::array::c_style | py::array::forcecast>::ensure(array);
+}
+
+// Read-only, since it is a copy: a change of it would not reach the element.
+template <class T>
+py::array readOnly(py::array_t<T> array) {
+    array.attr("setflags")(py::arg("write") = false);
+    return array;
+}
+
+template <class T>
+py::array arrayOf(KrXmlVectorType<KrXmlBasicType<T>> const& list) {
+    py::array_t<T> array(static_cast<py::ssize_t>(list.size()));
+    std::ranges::copy(list, array.mutable_data());
+    return readOnly(std::move(array));
+}
+
+template <class T>
+void setArray(KrXmlVectorType<KrXmlBasicType<T>>& list, py::handle value, std::string const& name) {
+    auto const array = arrayFrom<T>(value, 1, name);
+    KrXmlVectorType<KrXmlBasicType<T>> values;
+    values.reserve(static_cast<KrU32>(array.size()));
+    for (T const number : std::span(array.data(), static_cast<std::size_t>(array.size()))) {
+        values.pushBack(KrXmlBasicType<T>(number));
+    }
+    list = std::move(values);
+}
+
+py::object partOf(KrXmlObject const& element, std::string const& name) {
+    py::object part = elementToPython(std::unique_ptr<KrXmlObject>(element.clone()));
+    parts().emplace(part.cast<KrXmlObject*>(), name);
+    return part;
+}
+
+template <class T>
+T const& elementFrom(py::handle value, std::string const& name) {
+    if (!py::isinstance<T>(value)) {
+        throwType(name, "a " + std::string(py::str(py::type::of<T>().attr("__name__"))), value);
+    }
+    return value.cast<T const&>();
+}
+
+py::list listFrom(py::handle value, std::string const& name, std::string const& expected) {
+    if (PyUnicode_Check(value.ptr()) || py::isinstance<KrXmlObject>(value)) {
+        throwType(name, expected, value);
+    }
+    auto list = py::reinterpret_steal<py::list>(PySequence_List(value.ptr()));
+    if (!list) {
+        PyErr_Clear();
+        throwType(name, expected, value);
+    }
+    return list;
+}
+
+std::string itemName(std::string const& name, std::size_t index) {
+    return name + '[' + std::to_string(index) + ']';
+}
+
+// The text of an enumeration without its namespace.
+std::string localText(std::string const& text) { return std::string(KrToken(text).localName()); }
+
+using Enumeration = KrXmlEnumType<unsigned short>;
+using WideEnumeration = KrXmlEnumType<KrU32>;
+using IndexPair = KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<KrU32>>;
+using IndexPairs = KrXmlVectorType<IndexPair>;
+using Texts = KrXmlVectorType<KrXmlBasicType<std::string>>;
+using Axes = KrXmlVectorType<KrTableFunctionVectorSearch>;
+using Tables = KrXmlVectorType<KrXmlRealVector>;
+
+template <class T>
+py::object enumToPython(KrXmlEnumType<T> const& component) {
+    for (auto const& [value, text] : component.enumStrings()) {
+        if (value == component.value()) {
+            return py::str(localText(text));
+        }
+    }
+    return py::int_(component.value());
+}
+
+template <class T>
+void enumFromPython(KrXmlEnumType<T>& component, py::handle value, std::string const& name) {
+    std::string const text = textFrom(value, name);
+    std::string known;
+    for (auto const& [number, ownText] : component.enumStrings()) {
+        if (text == ownText || text == localText(ownText)) {
+            component = number;
+            return;
+        }
+        known += (known.empty() ? "'" : ", '") + localText(ownText) + '\'';
+    }
+    throwValue(name, "expected one of " + known + ", got " + shortRepr(value));
+}
+
+// A container or a vector of elements with the base `T`; tried for each family of elements.
+template <class T>
+bool familyToPython(KrXmlObject const& component, std::string const& name, py::object& value) {
+    if (KrBaseExpressionTreeContainer<T> const* container; isOf(component, container)) {
+        value = container->topElement() ? partOf(*container->topElement(), name) : py::none();
+        return true;
+    }
+    if (KrXmlVariableVectorType<T> const* vector; isOf(component, vector)) {
+        py::list list;
+        for (T const* const element : vector->vectorContainer()) {
+            list.append(element ? partOf(*element, name) : py::none());
+        }
+        value = py::tuple(list);
+        return true;
+    }
+    return false;
+}
+
+template <class T>
+bool familyFromPython(KrXmlObject& component, py::handle value, std::string const& name) {
+    if (auto* const container = dynamic_cast<KrBaseExpressionTreeContainer<T>*>(&component)) {
+        if (value.is_none()) {
+            container->setAndDeleteTopElementPointer(nullptr);
+        } else {
+            container->setTopElement(elementFrom<T>(value, name));
+        }
+        return true;
+    }
+    if (auto* const vector = dynamic_cast<KrXmlVariableVectorType<T>*>(&component)) {
+        py::list const list = listFrom(value, name, "a list of elements");
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            elementFrom<T>(list[i], itemName(name, i));
+        }
+        vector->clear();
+        for (py::handle const element : list) {
+            vector->pushBack(element.cast<T const&>());
+        }
+        return true;
+    }
+    return false;
+}
+
+template <class... Families>
+struct FamilyList {
+    static bool toPython(KrXmlObject const& component, std::string const& name, py::object& value) {
+        return (familyToPython<Families>(component, name, value) || ...);
+    }
+    static bool fromPython(KrXmlObject& component, py::handle value, std::string const& name) {
+        return (familyFromPython<Families>(component, value, name) || ...);
+    }
+};
+
+using Families =
+    FamilyList<KrScalarMultivariableOptimizer, KrBaseMultivariableConstraint, KrBaseScalarFunction,
+               KrBaseUnitaryMap, KrCompositeFunctionElement, KrSearchVariable>;
+
+}  // namespace
+
+void ElementDeleter::operator()(KrXmlObject* element) const {
+    parts().erase(element);
+    delete element;
+}
+
+void throwType(std::string const& name, std::string const& expected, py::handle value) {
+    throw py::type_error(name + ": expected " + expected + ", got " + shortRepr(value));
+}
+
+void throwValue(std::string const& name, std::string const& text) {
+    throw py::value_error(name + ": " + text);
+}
+
+void checkChangeable(KrXmlObject const& element) {
+    auto const found = parts().find(&element);
+    if (found != parts().end()) {
+        PyErr_SetString(PyExc_AttributeError,
+                        ("this element is a copy of a part, '" + found->second +
+                         "', and is read-only; change a copy.copy() of it and assign that")
+                            .c_str());
+        throw py::error_already_set();
+    }
+}
+
+std::string snakeCase(std::string_view name) {
+    std::string snake;
+    for (char const c : name) {
+        if (c >= 'A' && c <= 'Z') {
+            snake += '_';
+            snake += static_cast<char>(c - 'A' + 'a');
+        } else {
+            snake += c;
+        }
+    }
+    return snake;
+}
+
+py::object elementToPython(std::unique_ptr<KrXmlObject> element) {
+    return py::cast(element.release(), py::return_value_policy::take_ownership);
+}
+
+py::object componentToPython(KrXmlObject const& component, std::string const& name) {
+    if (KrXmlBasicType<double> const* real; isOf(component, real)) {
+        return py::float_(real->value());
+    }
+    if (KrXmlBasicType<KrU32> const* count; isOf(component, count)) {
+        return py::int_(count->value());
+    }
+    if (KrXmlBasicType<bool> const* flag; isOf(component, flag)) {
+        return py::bool_(flag->value());
+    }
+    if (KrXmlBasicType<std::string> const* text; isOf(component, text)) {
+        return py::str(text->value());
+    }
+    if (Enumeration const* enumeration; isOf(component, enumeration)) {
+        return enumToPython(*enumeration);
+    }
+    if (WideEnumeration const* enumeration; isOf(component, enumeration)) {
+        return enumToPython(*enumeration);
+    }
+    if (KrXmlRealVector const* reals; isOf(component, reals)) {
+        return arrayOf(*reals);
+    }
+    if (KrXmlVectorType<KrXmlBasicType<KrU32>> const* counts; isOf(component, counts)) {
+        return arrayOf(*counts);
+    }
+    if (IndexPairs const* pairs; isOf(component, pairs)) {
+        py::array_t<KrU32> array({static_cast<py::ssize_t>(pairs->size()), py::ssize_t{2}});
+        KrU32* next = array.mutable_data();
+        for (IndexPair const& pair : *pairs) {
+            *next++ = pair.first();
+            *next++ = pair.second();
+        }
+        return readOnly(std::move(array));
+    }
+    if (Texts const* texts; isOf(component, texts)) {
+        py::list list;
+        for (auto const& text : *texts) {
+            list.append(text.value());
+        }
+        return py::tuple(list);
+    }
+    if (Tables const* tables; isOf(component, tables)) {
+        py::list list;
+        for (KrXmlRealVector const& table : *tables) {
+            list.append(arrayOf(table));
+        }
+        return py::tuple(list);
+    }
+    if (Axes const* axes; isOf(component, axes)) {
+        py::list list;
+        for (KrTableFunctionVectorSearch const& axis : *axes) {
+            list.append(partOf(axis, name));
+        }
+        return py::tuple(list);
+    }
+    py::object value;
+    if (!Families::toPython(component, name, value)) {
+        value = partOf(component, name);
+    }
+    return value;
+}
+
+void componentFromPython(KrXmlObject& component, py::handle value, std::string const& name) {
+    if (auto* const real = dynamic_cast<KrXmlBasicType<double>*>(&component)) {
+        *real = realFrom(value, name);
+    } else if (auto* const count = dynamic_cast<KrXmlBasicType<KrU32>*>(&component)) {
+        *count = countFrom(value, name);
+    } else if (auto* const flag = dynamic_cast<KrXmlBasicType<bool>*>(&component)) {
+        *flag = flagFrom(value, name);
+    } else if (auto* const text = dynamic_cast<KrXmlBasicType<std::string>*>(&component)) {
+        *text = textFrom(value, name);
+    } else if (auto* const enumeration = dynamic_cast<Enumeration*>(&component)) {
+        enumFromPython(*enumeration, value, name);
+    } else if (auto* const wide = dynamic_cast<WideEnumeration*>(&component)) {
+        enumFromPython(*wide, value, name);
+    } else if (auto* const reals = dynamic_cast<KrXmlRealVector*>(&component)) {
+        setArray(*reals, value, name);
+    } else if (auto* const counts =
+                   dynamic_cast<KrXmlVectorType<KrXmlBasicType<KrU32>>*>(&component)) {
+        setArray(*counts, value, name);
+    } else if (auto* const pairs = dynamic_cast<IndexPairs*>(&component)) {
+        auto const array = arrayFrom<KrU32>(value, 2, name);
+        if (array.size() > 0 && array.shape(1) != 2) {
+            throwValue(name, "expected an array of shape (m, 2), got one of shape " +
+                                 std::string(py::str(array.attr("shape"))));
+        }
+        IndexPairs values;
+        for (py::ssize_t i = 0; i + 1 < array.size(); i += 2) {
+            IndexPair pair;
+            pair.setFirst(KrXmlBasicType<KrU32>(array.data()[i]));
+            pair.setSecond(KrXmlBasicType<KrU32>(array.data()[i + 1]));
+            values.pushBack(pair);
+        }
+        *pairs = std::move(values);
+    } else if (auto* const texts = dynamic_cast<Texts*>(&component)) {
+        py::list const list = listFrom(value, name, "a list of strings");
+        Texts values;
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            values.pushBack(KrXmlBasicType<std::string>(textFrom(list[i], itemName(name, i))));
+        }
+        *texts = std::move(values);
+    } else if (auto* const tables = dynamic_cast<Tables*>(&component)) {
+        py::list const list = listFrom(value, name, "a list of arrays of numbers");
+        Tables values;
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            KrXmlRealVector table;
+            setArray(table, list[i], itemName(name, i));
+            values.pushBack(table);
+        }
+        *tables = std::move(values);
+    } else if (auto* const axes = dynamic_cast<Axes*>(&component)) {
+        py::list const list = listFrom(value, name, "a list of axes");
+        Axes values;
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            values.pushBack(elementFrom<KrTableFunctionVectorSearch>(list[i], itemName(name, i)));
+        }
+        *axes = std::move(values);
+    } else if (!Families::fromPython(component, value, name)) {
+        throwType(name, "a component that Python can set", value);
+    }
+}
+
+namespace {
+
+// The component of that Python name, null if there is none. Attributes of documents count too.
+KrXmlObject* findComponent(KrXmlCompoundType& element, std::string_view name) {
+    // The class fills an enumeration's texts when it is prepared.
+    if (!element.xmlInitialized()) {
+        element.xmlInit();
+    }
+    for (auto* const map : {&element.componentMap(), &element.attributeComponentMap()}) {
+        for (auto const& entry : *map) {
+            if (snakeCase(entry.token.localName()) == name) {
+                return entry.object;
+            }
+        }
+    }
+    return nullptr;
+}
+
+KrXmlCompoundType& compound(KrXmlObject& element) {
+    return dynamic_cast<KrXmlCompoundType&>(element);
+}
+
+KrXmlObject& existingComponent(KrXmlObject& element, std::string const& name) {
+    return *findComponent(compound(element), name);
+}
+
+[[noreturn]] void throwUnknown(KrXmlObject& element, std::string const& name) {
+    py::object const type = py::type::of(py::cast(&element, py::return_value_policy::reference));
+    std::string text = std::string(py::str(type.attr("__name__"))) +
+                       ": unexpected keyword argument '" + name + "'";
+    py::list const close =
+        py::module_::import("difflib").attr("get_close_matches")(name, type.attr("_components"), 1);
+    if (close.size() > 0) {
+        text += "; did you mean '" + std::string(py::str(close[0])) + "'?";
+    }
+    throw py::type_error(text);
+}
+
+}  // namespace
+
+void addComponents(py::handle type, KrXmlObject& prototype, ElementChanged changed) {
+    py::list names;
+    if (changed) {
+        changes().emplace(typeid(prototype).name(), changed);
+    }
+    if (auto* const element = dynamic_cast<KrXmlCompoundType*>(&prototype)) {
+        py::object const property =
+            py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(&PyProperty_Type));
+        element->xmlInit();
+        for (auto* const map : {&element->componentMap(), &element->attributeComponentMap()}) {
+            for (auto const& entry : *map) {
+                std::string const name = snakeCase(entry.token.localName());
+                names.append(name);
+                py::cpp_function const get(
+                    [name](KrXmlObject& self) {
+                        return componentToPython(existingComponent(self, name), name);
+                    },
+                    py::name(name.c_str()), py::is_method(type));
+                py::cpp_function const set(
+                    [name](KrXmlObject& self, py::handle value) {
+                        checkChangeable(self);
+                        componentFromPython(existingComponent(self, name), value, name);
+                        noteChange(self);
+                    },
+                    py::name(name.c_str()), py::is_method(type), py::call_guard<MessageDelivery>());
+                py::setattr(type, name.c_str(), property(get, set));
+            }
+        }
+    }
+    py::setattr(type, "_components", py::tuple(names));
+}
+
+void setComponents(KrXmlObject& element, py::kwargs const& values) {
+    for (auto const& [key, value] : values) {
+        std::string const name = py::str(key);
+        auto* const parent = dynamic_cast<KrXmlCompoundType*>(&element);
+        // A container, or a vector, is its only component.
+        bool const isOwn = !parent && (name == "element" || name == "elements");
+        KrXmlObject* const component = parent  ? findComponent(*parent, name)
+                                       : isOwn ? &element
+                                               : nullptr;
+        if (!component) {
+            throwUnknown(element, name);
+        }
+        componentFromPython(*component, value, name);
+    }
+    if (!values.empty()) {
+        noteChange(element);
+    }
+}
+
+namespace {
+
+// --- Containers and vectors, which documents have as roots.
+
+template <class T, class Family>
+void bindContainer(py::module_& module, char const* name) {
+    ElementClass<T, KrXmlObject> type(module, name);
+    T prototype;
+    addComponents(type, prototype, nullptr);
+    type.def(py::init([](py::object const& element) {
+                 ElementHolder<T> container(new T);
+                 componentFromPython(*container, element, "element");
+                 return container;
+             }),
+             py::arg("element") = py::none());
+    type.def_property(
+        "element", [](T const& self) { return componentToPython(self, "element"); },
+        [](T& self, py::handle value) {
+            checkChangeable(self);
+            componentFromPython(self, value, "element");
+        });
+    type.attr("_components") = py::make_tuple("element");
+}
+
+template <class T>
+void bindVector(py::module_& module, char const* name) {
+    ElementClass<T, KrXmlObject> type(module, name);
+    T prototype;
+    addComponents(type, prototype, nullptr);
+    type.def(py::init([](py::object const& elements) {
+                 ElementHolder<T> vector(new T);
+                 componentFromPython(*vector, elements, "elements");
+                 return vector;
+             }),
+             py::arg("elements") = py::tuple());
+    type.def_property(
+        "elements", [](T const& self) { return componentToPython(self, "elements"); },
+        [](T& self, py::handle value) {
+            checkChangeable(self);
+            componentFromPython(self, value, "elements");
+        });
+    type.def("__len__", [](T const& self) { return self.size(); });
+    type.def("__getitem__", [](T const& self, py::object const& index) {
+        return py::object(componentToPython(self, "elements")[index]);
+    });
+    type.attr("_components") = py::make_tuple("elements");
+}
+
+// --- Documents.
+
+// Reads a document by `read`: the element and what was printed meanwhile. None if the document was
+// refused; the warnings of one that was not go to the logger.
+template <class Read>
+py::tuple readDocument(Read const& read) {
+    std::unique_ptr<KrXmlObject> element;
+    py::list texts;
+    {
+        MessageCollector messages;
+        {
+            py::gil_scoped_release const released;
+            element = read();
+        }
+        if (element) {
+            messages.pass();
+        } else {
+            texts = messages.texts();
+        }
+    }
+    return py::make_tuple(element ? elementToPython(std::move(element)) : py::none(), texts);
+}
+
+std::string documentOf(KrXmlObject const& element, bool isSchema) {
+    MessageCollector messages;
+    std::string text;
+    {
+        py::gil_scoped_release const released;
+        text = isSchema ? KrXml::schemaToString(element) : KrXml::toString(element);
+    }
+    if (text.empty()) {
+        std::string all;
+        for (py::handle const line : messages.texts()) {
+            all += (all.empty() ? "" : "\n") + std::string(py::str(line));
+        }
+        throw py::value_error(all);
+    }
+    messages.pass();
+    return text;
+}
+
+template <class T, class Base>
+void bindFamily(py::module_& module, char const* name) {
+    ElementClass<T, Base> const type(module, name);
+}
+
+void derive(KrXmlObject& element) {
+    // A setter derives what depends on the components.
+    if (auto* const map = dynamic_cast<KrSCurveUnitaryMap*>(&element)) {
+        map->setCenter(map->center());
+    } else if (auto* const axis = dynamic_cast<KrTableFunctionVectorSearch*>(&element)) {
+        axis->init();
+    } else if (auto* const table = dynamic_cast<KrTableFunctionInterpolator*>(&element)) {
+        table->init();
+    } else if (auto* const rule = dynamic_cast<KrGaussQuadrature*>(&element)) {
+        rule->setOrder(rule->order());
+    }
+}
+
+}  // namespace
+
+void bindElements(py::module_& module) {
+    py::class_<KrXmlObject, ElementHolder<KrXmlObject>> element(module, "Element");
+    element
+        .def("_equals",
+             [](KrXmlObject const& self, KrXmlObject const& other) {
+                 return typeid(self) == typeid(other) && self.equality(&other);
+             })
+        .def("_clone",
+             [](KrXmlObject const& self) {
+                 return elementToPython(std::unique_ptr<KrXmlObject>(self.clone()));
+             })
+        .def("_check_changeable", [](KrXmlObject const& self) { checkChangeable(self); })
+        .def(
+            "_set",
+            [](KrXmlObject& self, py::kwargs const& values) {
+                checkChangeable(self);
+                // All or nothing: a value that is refused leaves the element as it is.
+                std::unique_ptr<KrXmlObject> const trial(self.clone());
+                setComponents(*trial, values);
+                setComponents(self, values);
+            },
+            py::call_guard<MessageDelivery>())
+        .def_property_readonly(
+            "_tag", [](KrXmlObject const& self) { return std::string(self.token().localName()); })
+        .def(
+            "to_xml", [](KrXmlObject const& self) { return documentOf(self, false); },
+            py::call_guard<MessageDelivery>(),
+            "Return the XML document of the element, from which `from_xml` makes an equal one.")
+        .def(
+            "_to_bytes", [](KrXmlObject const& self) { return py::bytes(documentOf(self, false)); },
+            py::call_guard<MessageDelivery>())
+        .def(
+            "_schema", [](KrXmlObject const& self) { return documentOf(self, true); },
+            py::call_guard<MessageDelivery>())
+        .def("_write", [](KrXmlObject const& self, std::string const& path) {
+            MessageCollector const messages;
+            bool good = false;
+            {
+                py::gil_scoped_release const released;
+                good = KrXml::writeFile(path, self);
+            }
+            return py::make_tuple(good, messages.texts());
+        });
+
+    bindFamily<KrScalarMultivariableOptimizer, KrXmlObject>(module, "Optimizer");
+    bindFamily<KrBaseScalarFunction, KrXmlObject>(module, "ScalarFunction");
+    bindFamily<KrBaseUnitaryMap, KrXmlObject>(module, "UnitaryMap");
+    bindFamily<KrBaseMultivariableConstraint, KrXmlObject>(module, "Constraint");
+    bindFamily<KrCompositeFunctionElement, KrXmlObject>(module, "CompositeFunctionElement");
+
+    using Optimizer = KrScalarMultivariableOptimizer;
+    bindElement<KrNelderMeadOptimizer, Optimizer>(module, "NelderMead");
+    bindElement<KrHookeJeevesOptimizer, Optimizer>(module, "HookeJeeves");
+    bindElement<KrMultidirectionalSearchOptimizer, Optimizer>(module, "MultidirectionalSearch");
+    bindElement<KrImplicitFilteringOptimizer, Optimizer>(module, "ImplicitFiltering");
+    bindElement<KrSequenceOptimizer, Optimizer>(module, "Sequence");
+
+    bindElement<KrLinearScalarFunction, KrBaseScalarFunction>(module, "LinearScalarFunction");
+    bindElement<KrMultipointScalarFunction, KrBaseScalarFunction>(module,
+                                                                  "MultipointScalarFunction");
+    bindElement<KrPowerUnitaryMap, KrBaseUnitaryMap>(module, "PowerUnitaryMap");
+    bindElement<KrSCurveUnitaryMap, KrBaseUnitaryMap>(module, "SCurveUnitaryMap", derive);
+
+    using Constraint = KrBaseMultivariableConstraint;
+    bindElement<KrLinearMultivariableConstraint, Constraint>(module, "LinearConstraint");
+    bindElement<KrQuadraticMultivariableConstraint, Constraint>(module, "QuadraticConstraint");
+
+    bindElement<KrTableFunctionVectorSearch, KrXmlObject>(module, "TableAxis", derive);
+    bindElement<KrTableFunctionInterpolator, KrCompositeFunctionElement>(module, "Table", derive);
+    bindElement<KrCompositeFunctionBranch, KrCompositeFunctionElement>(module, "CompositeBranch");
+    bindElement<KrGaussQuadrature, KrXmlObject>(module, "GaussQuadrature", derive);
+
+    bindElement<KrSearchVariable, KrXmlObject>(module, "Variable");
+    bindElement<KrSearch, KrXmlObject>(module, "Search");
+    bindElement<KrSearchReport, KrXmlObject>(module, "SearchReport");
+
+    bindContainer<KrScalarMultivariableOptimizerContainer, Optimizer>(module, "OptimizerContainer");
+    bindContainer<KrScalarFunctionContainer, KrBaseScalarFunction>(module,
+                                                                   "ScalarFunctionContainer");
+    bindContainer<KrUnitaryMapContainer, KrBaseUnitaryMap>(module, "UnitaryMapContainer");
+    bindContainer<KrMultivariableConstraintContainer, Constraint>(module, "ConstraintContainer");
+    bindContainer<KrCompositeFunctionContainer, KrCompositeFunctionElement>(module,
+                                                                            "CompositeFunction");
+    bindVector<KrScalarMultivariableOptimizerVector>(module, "Optimizers");
+    bindVector<KrMultivariableConstraintVector>(module, "Constraints");
+    bindVector<KrSearchVariableVector>(module, "Variables");
+
+    module.def(
+        "_read_text",
+        [](std::string const& text) {
+            return readDocument(
+                [&] { return KrXml::fromString(text, KrSearchCreators::factory()); });
+        },
+        py::call_guard<MessageDelivery>());
+    module.def(
+        "_read_file",
+        [](std::string const& path) {
+            return readDocument([&] { return KrXml::readFile(path, KrSearchCreators::factory()); });
+        },
+        py::call_guard<MessageDelivery>());
+    module.def("_schema", [] {
+        py::gil_scoped_release const released;
+        return KrXml::schemaToString(KrSearchCreators::factory());
+    });
+}

@@ -1,0 +1,18 @@
+"""Derivative-free searches, tables, curves, constraints and quadrature, configured by XML.
+
+The classes are those of the C++ library without their prefix. Every result has the bits of the
+C++ library.
+
+>>> import zeibreku
+>>> result = zeibreku.minimize(lambda x: (x[0] - 1)**2 + 4 * x[1]**2, [3, 2])
+>>> abs(result.x[0] - 1) < 1e-3
+True
+"""
+
+from zeibreku import _core
+from zeibreku._core import *  # noqa: F403: the elements
+from zeibreku._core import __version__
+from zeibreku._documents import ReadError, from_xml, read, schema
+from zeibreku import _elements
+
+__all__ = _elements.names() + ["ReadError", "__version__", "from_xml", "read", "schema"]

@@ -1,0 +1,80 @@
+"""Documents: reading, writing and schemas."""
+
+import os
+import re
+from typing import NamedTuple, Optional
+
+from zeibreku import _core
+
+_PLACE = re.compile(r"(?P<file>.*?):(?P<line>\d+):(?P<column>\d+): (?P<rest>.*)", re.S)
+
+
+class Message(NamedTuple):
+    """What is wrong at one place of a document."""
+
+    text: str
+    """The whole message."""
+    file: Optional[str]
+    """The name of the file, "<string>" for a text; None if the message has no place."""
+    line: Optional[int]
+    """The line, from 1 on."""
+    column: Optional[int]
+    """The column, from 1 on."""
+
+
+class ReadError(ValueError):
+    """A document was refused. `messages` has every message with its place."""
+
+    def __init__(self, texts):
+        super().__init__(texts)
+        self.messages = tuple(_message(text) for text in texts)
+
+    def __str__(self):
+        return "\n".join(message.text for message in self.messages)
+
+
+def _message(text):
+    place = _PLACE.fullmatch(text)
+    if not place:
+        return Message(text, None, None, None)
+    return Message(text, place["file"], int(place["line"]), int(place["column"]))
+
+
+def _taken(answer):
+    element, texts = answer
+    if element is None:
+        raise ReadError(list(texts))
+    return element
+
+
+def from_xml(text):
+    """Return the element of an XML document in a string. Its root selects the class.
+
+    Raises ReadError, with every message and its place, if anything in it is refused.
+    """
+    if not isinstance(text, (str, bytes)):
+        raise TypeError(f"text: expected a string, got {text!r}")
+    return _taken(_core._read_text(text))
+
+
+def read(path):
+    """Return the element of the XML file `path`. Its root selects the class.
+
+    Raises ReadError, with every message and its place, if anything in it is refused, and OSError if
+    the file cannot be opened.
+    """
+    path = os.fspath(path)
+    with open(path, "rb"):  # for Python's own exception
+        pass
+    return _taken(_core._read_file(os.fsencode(path)))
+
+
+def schema():
+    """Return the XML Schema for documents of every element, for editors and validators."""
+    return _core._schema()
+
+
+def write(element, path):
+    done, texts = element._write(os.fsencode(os.fspath(path)))
+    if not done:
+        raise OSError("\n".join(texts))

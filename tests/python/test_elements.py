@@ -1,0 +1,157 @@
+"""The rules that every element follows."""
+
+import copy
+import logging
+import pickle
+
+import numpy
+import pytest
+
+import zeibreku as z
+from conftest import EXAMPLES
+
+
+def test_every_element_has_an_example():
+    families = {"Element", "Optimizer", "ScalarFunction", "UnitaryMap", "Constraint"}
+    families.add("CompositeFunctionElement")
+    elements = {n for n, c in vars(z).items() if isinstance(c, type) and issubclass(c, z.Element)}
+    assert elements - families == {type(e).__name__ for e in EXAMPLES}
+
+
+def test_copies_are_equal_and_independent(element):
+    for twin in [
+        copy.copy(element),
+        copy.deepcopy(element),
+        pickle.loads(pickle.dumps(element)),
+        z.from_xml(element.to_xml()),
+        type(element).from_xml(element.to_xml()),
+        type(element)(**element.get_params()),
+        eval(repr(element), vars(z)),
+        type(element)().set_params(**element.get_params()),
+    ]:
+        assert type(twin) is type(element)
+        assert twin == element and not twin != element
+        assert twin.to_xml() == element.to_xml()
+    if element.get_params() and not isinstance(element, z.CompositeBranch):
+        assert element != type(element)()
+    assert element != 1
+
+
+def test_files_and_schema(element, tmp_path):
+    path = tmp_path / "ä.xml"
+    element.write(path)
+    assert z.read(path) == element == type(element).read(str(path))
+    assert path.read_text() == element.to_xml()
+    assert "<xs:schema" in type(element).schema() and "<xs:schema" in z.schema()
+    with pytest.raises(OSError, match="nowhere"):
+        element.write(tmp_path / "nowhere" / "x.xml")
+
+
+def test_a_wrong_name_is_named(element):
+    with pytest.raises(TypeError, match="alfa"):
+        type(element)(alfa=1.0)
+    with pytest.raises(AttributeError, match="alfa"):
+        element.alfa = 1.0
+
+
+def test_an_unknown_keyword_suggests():
+    with pytest.raises(TypeError, match="NelderMead: .*'alfa'; did you mean 'alpha'"):
+        z.NelderMead(alfa=1.0)
+
+
+@pytest.mark.parametrize(
+    "name, value, exception, text",
+    [
+        ("alpha", "1", TypeError, "expected a number, got '1'"),
+        ("alpha", None, TypeError, "expected a number, got None"),
+        ("alpha", 10**400, ValueError, "too large"),
+        ("max_total_steps", 1.5, TypeError, "expected an integer, got 1.5"),
+        ("max_total_steps", -1, ValueError, "from 0 to 4294967295, got -1"),
+        ("max_total_steps", 2**32, ValueError, "from 0 to 4294967295"),
+        ("simplex_edge_lengths", 1.0, ValueError, r"1 dimension.*shape \(\)"),
+        ("simplex_edge_lengths", [[1.0]], ValueError, r"shape \(1, 1\)"),
+        ("simplex_edge_lengths", [1j], TypeError, "complex128"),
+        ("simplex_edge_lengths", ["1"], TypeError, "dtype <U1"),
+    ],
+)
+def test_a_wrong_value_is_named(name, value, exception, text):
+    element = z.NelderMead()
+    for change in (
+        lambda: setattr(element, name, value),
+        lambda: z.NelderMead(**{name: value}),
+        lambda: element.set_params(beta=0.25, **{name: value}),
+    ):
+        with pytest.raises(exception, match=f"^{name}: .*{text}"):
+            change()
+    assert element == z.NelderMead()
+
+
+@pytest.mark.parametrize(
+    "change, text",
+    [
+        (lambda: z.HookeJeeves(directions_mode="up"), "directions_mode: .*'rotated'.*got 'up'"),
+        (lambda: z.Sequence(optimizer_sequence=[z.TableAxis()]), r"optimizer_sequence\[0\]: .*Opt"),
+        (lambda: z.Sequence(execute_in_parallel=1), "execute_in_parallel: expected True or False"),
+        (lambda: z.Search(optimizer=z.LinearConstraint()), "optimizer: expected a Optimizer"),
+        (lambda: z.Table(dependent_data=[["a"]]), r"dependent_data\[0\]: "),
+        (lambda: z.Variable(name=1), "name: expected a string, got 1"),
+        (lambda: z.LinearConstraint(first_order_indices=[0.5]), "first_order_indices: .*float64"),
+        (lambda: z.LinearConstraint(first_order_indices=[-1]), "first_order_indices: .*0 to"),
+        (lambda: z.NelderMead.from_xml(z.HookeJeeves().to_xml()), "NelderMead, found HookeJeeves"),
+    ],
+)
+def test_a_wrong_part_is_named(change, text):
+    with pytest.raises((TypeError, ValueError), match=text):
+        change()
+
+
+def test_parts_are_read_only_copies():
+    sequence = z.Sequence(optimizer_sequence=[z.NelderMead(alpha=2.0)])
+    part = sequence.optimizer_sequence[0]
+    with pytest.raises(AttributeError, match="'optimizer_sequence'.*read-only"):
+        part.alpha = 3.0
+    changed = copy.copy(part)
+    changed.alpha = 3.0
+    sequence.optimizer_sequence = [part, changed]
+    assert [o.alpha for o in sequence.optimizer_sequence] == [2.0, 3.0]
+    with pytest.raises(ValueError, match="read-only"):
+        z.NelderMead(simplex_edge_lengths=[1.0]).simplex_edge_lengths[0] = 2.0
+    del sequence
+    assert part.alpha == 2.0
+
+
+def test_repr_names_long_lists_only():
+    assert repr(z.NelderMead(alpha=2)) == "NelderMead(alpha=2.0)"
+    lengths = numpy.arange(20.0)
+    assert eval(repr(z.NelderMead(simplex_edge_lengths=lengths)), vars(z)).simplex_edge_lengths[19] == 19
+    assert "<21 numbers>" in repr(z.NelderMead(simplex_edge_lengths=numpy.arange(21.0)))
+
+
+BAD = """<sequenceOptimizer xmlns="urn:zeibreku:function#">
+  <numberPasses>x</numberPasses>
+  <surprise/>
+</sequenceOptimizer>"""
+
+
+def test_read_error_has_every_message_and_place(tmp_path, caplog):
+    path = tmp_path / "bad.xml"
+    path.write_text(BAD)
+    for read, file in ((lambda: z.from_xml(BAD), "<string>"), (lambda: z.read(path), str(path))):
+        with pytest.raises(z.ReadError, match="numberPasses(.|\n)*surprise") as caught:
+            read()
+        places = [(m.file, m.line) for m in caught.value.messages]
+        assert places == [(file, 2), (file, 3)]
+        again = pickle.loads(pickle.dumps(caught.value))
+        assert again.messages == caught.value.messages
+    assert not caplog.records
+    with pytest.raises(z.ReadError, match="<string>:1:"):
+        z.from_xml("")
+    with pytest.raises(FileNotFoundError):
+        z.read(tmp_path / "none.xml")
+
+
+def test_warnings_go_to_logging(caplog):
+    text = z.NelderMead(simplex_edge_lengths=[1.0]).to_xml().replace('count="1"', 'count="2"')
+    with caplog.at_level(logging.WARNING, "zeibreku"):
+        z.from_xml(text)
+    assert [(r.name, r.levelname) for r in caplog.records] == [("zeibreku", "WARNING")]
