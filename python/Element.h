@@ -79,3 +79,6 @@ ElementClass<T, Base> bindElement(pybind11::module_& module, char const* name,
 
 /// Adds `Element`, its bases, and all elements of documents.
 void bindElements(pybind11::module_& module);
+
+/// Adds what runs searches: records, ask and tell, and the run itself.
+void bindSearches(pybind11::module_& module);

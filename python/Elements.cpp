@@ -641,11 +641,8 @@ py::tuple readDocument(Read const& read) {
 
 std::string documentOf(KrXmlObject const& element, bool isSchema) {
     MessageCollector messages;
-    std::string text;
-    {
-        py::gil_scoped_release const released;
-        text = isSchema ? KrXml::schemaToString(element) : KrXml::toString(element);
-    }
+    // With the GIL, since another thread could change the element meanwhile.
+    std::string const text = isSchema ? KrXml::schemaToString(element) : KrXml::toString(element);
     if (text.empty()) {
         std::string all;
         for (py::handle const line : messages.texts()) {
@@ -713,11 +710,7 @@ void bindElements(py::module_& module) {
             py::call_guard<MessageDelivery>())
         .def("_write", [](KrXmlObject const& self, std::string const& path) {
             MessageCollector const messages;
-            bool good = false;
-            {
-                py::gil_scoped_release const released;
-                good = KrXml::writeFile(path, self);
-            }
+            bool const good = KrXml::writeFile(path, self);
             return py::make_tuple(good, messages.texts());
         });
 

@@ -6,4 +6,5 @@ PYBIND11_MODULE(_core, module) {
     module.attr("__version__") = KR_VERSION;
     bindMessages(module);
     bindElements(module);
+    bindSearches(module);
 }

@@ -14,5 +14,16 @@ from zeibreku._core import *  # noqa: F403: the elements
 from zeibreku._core import __version__
 from zeibreku._documents import ReadError, from_xml, read, schema
 from zeibreku import _elements
+from zeibreku._searches import OptimizeResult, default_optimizer, make_search, minimize
 
-__all__ = _elements.names() + ["ReadError", "__version__", "from_xml", "read", "schema"]
+__all__ = _elements.names() + [
+    "OptimizeResult",
+    "ReadError",
+    "__version__",
+    "default_optimizer",
+    "from_xml",
+    "make_search",
+    "minimize",
+    "read",
+    "schema",
+]

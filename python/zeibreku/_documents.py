@@ -40,6 +40,14 @@ def _message(text):
     return Message(text, place["file"], int(place["line"]), int(place["column"]))
 
 
+def refusal(texts):
+    """The exception for what a search refused: ReadError if a file is at fault."""
+    messages = [_message(text) for text in texts]
+    if any(message.line for message in messages):
+        return ReadError(list(texts))
+    return ValueError("\n".join(texts))
+
+
 def _taken(answer):
     element, texts = answer
     if element is None:

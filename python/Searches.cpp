@@ -1,0 +1,507 @@
+#include "python/Calls.h"
+#include "python/Element.h"
+#include "search/KrAskTell.h"
+#include "search/KrCallingThread.h"
+#include "search/KrEvaluationWorkers.h"
+#include "search/KrSearch.h"
+
+#include <pybind11/numpy.h>
+#include <pybind11/stl.h>
+
+#include <cmath>
+#include <optional>
+
+namespace py = pybind11;
+
+namespace {
+
+py::array arrayOf(KrRealVector const& values) {
+    return py::array_t<double>(static_cast<py::ssize_t>(values.size()), values.data());
+}
+
+KrRealVector pointFrom(py::handle value, std::size_t dimension) {
+    KrXmlRealVector numbers;
+    componentFromPython(numbers, value, "point");
+    if (numbers.size() != dimension) {
+        throwValue("point", "expected " + std::to_string(dimension) + " coordinates, got " +
+                                std::to_string(numbers.size()));
+    }
+    return KrRealVector(numbers.begin(), numbers.end());
+}
+
+// --- One thread at a time.
+
+// Marks an object that a call without the GIL uses, so that another thread's call is refused.
+class Use {
+public:
+    Use(bool& isUsed, char const* name) : isUsed_(isUsed) {
+        if (isUsed_) {
+            throw std::runtime_error(std::string(name) + ": in use by another call");
+        }
+        isUsed_ = true;
+    }
+    ~Use() { isUsed_ = false; }
+    Use(Use const&) = delete;
+    Use& operator=(Use const&) = delete;
+
+private:
+    bool& isUsed_;
+};
+
+// The record as Python holds it.
+class Record : public KrEvaluationRecord {
+public:
+    using KrEvaluationRecord::KrEvaluationRecord;
+
+    // Raises RuntimeError while a search uses the record.
+    Record const& idle() const {
+        if (isUsed) {
+            throw std::runtime_error("record: in use by another call");
+        }
+        return *this;
+    }
+
+    bool isUsed = false;
+};
+
+// --- What a callback sees.
+
+struct Progress {
+    KrU32 evaluation;
+    KrRealVector point;
+    double value;
+    bool failed;
+    bool isFromRecord;
+    KrRealVector bestPoint;
+    double bestValue;
+    double seconds;
+};
+
+// Calls the callback, and looks for Ctrl-C and lets other threads run where a search takes many
+// values from its memory in a row.
+class Observer : public KrSearchObserver {
+public:
+    Observer(py::object callback, GilRelease& release, bool isHolding)
+        : callback_(std::move(callback)), release_(release), isHolding_(isHolding) {}
+
+    void evaluated(KrSearchProgress const& progress) override {
+        bool const isPause = progress.isFromRecord && progress.seconds > lastPause_ + pauseAfter;
+        if (callback_.is_none() && !isPause) {
+            return;
+        }
+        GilRelease::Pause const pause(release_);
+        if (isPause) {
+            lastPause_ = progress.seconds;
+            if (isHolding_) {
+                GilRelease const others;
+            }
+            if (PyErr_CheckSignals() != 0) {
+                throw py::error_already_set();
+            }
+        }
+        if (callback_.is_none()) {
+            return;
+        }
+        Progress copy{progress.evaluation, progress.point,        progress.value,
+                      progress.failed,     progress.isFromRecord, progress.bestPoint,
+                      progress.bestValue,  progress.seconds};
+        py::object const argument = py::cast(std::move(copy));
+        auto const result = py::reinterpret_steal<py::object>(
+            callPython([&] { return PyObject_CallOneArg(callback_.ptr(), argument.ptr()); }));
+        if (!result) {
+            if (!PyErr_ExceptionMatches(PyExc_StopIteration)) {
+                throw py::error_already_set();
+            }
+            PyErr_Clear();
+            stop_.request_stop();
+        } else if (result.ptr() == Py_True) {
+            stop_.request_stop();
+        }
+    }
+
+    std::stop_token token() const {
+        return callback_.is_none() ? std::stop_token() : stop_.get_token();
+    }
+
+private:
+    static constexpr double pauseAfter = 0.005;  // seconds, as the interpreter switches threads
+
+    py::object const callback_;
+    GilRelease& release_;
+    bool const isHolding_;
+    double lastPause_ = 0.0;
+    std::stop_source stop_;
+};
+
+// --- Evaluations by an executor of `concurrent.futures`, which the Python class `Pool` serves.
+
+class PoolWorkers : public KrEvaluationWorkers {
+public:
+    PoolWorkers(py::object pool, GilRelease& release, std::function<void()> begin)
+        : pool_(std::move(pool)),
+          count_(pool_.attr("count").cast<KrU32>()),
+          release_(release),
+          begin_(std::move(begin)) {}
+
+    KrU32 count() const override { return count_; }
+
+    void start(std::span<KrEvaluationRequest const> requests) override {
+        GilRelease::Pause const pause(release_);
+        if (begin_) {
+            std::exchange(begin_, nullptr)();
+        }
+        for (KrEvaluationRequest const& request : requests) {
+            callPython([&] { pool_.attr("start")(request.ticket, arrayOf(request.point)); });
+        }
+    }
+
+    bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) override {
+        GilRelease::Pause const pause(release_);
+        py::object seconds = py::none();
+        if (stop.stop_requested()) {
+            seconds = py::float_(0.0);
+        } else if (until != Time::max()) {
+            double const left =
+                until == Time::min()
+                    ? 0.0
+                    : std::chrono::duration<double>(until - std::chrono::steady_clock::now())
+                          .count();
+            seconds = py::float_(std::max(left, 0.0));
+        }
+        py::list const ended = callPython([&] { return py::list(pool_.attr("finish")(seconds)); });
+        for (py::handle const entry : ended) {
+            all.push_back(evaluation(entry.cast<py::tuple>()));
+        }
+        return ended.size() > 0;
+    }
+
+    void cancel() override {
+        GilRelease::Pause const pause(release_);
+        callPython([&] { pool_.attr("cancel")(); });
+    }
+
+private:
+    // From (ticket, outcome, result, seconds, worker).
+    static KrEvaluation evaluation(py::tuple const& entry) {
+        KrEvaluation made;
+        made.ticket = entry[0].cast<std::uint64_t>();
+        made.seconds = entry[3].cast<double>();
+        made.worker = entry[4].cast<KrU32>();
+        std::string const outcome = entry[1].cast<std::string>();
+        py::object const result = entry[2];
+        if (outcome == "value") {
+            made.value = result.cast<double>();
+        } else if (outcome == "failure") {
+            made.outcome = KrEvaluation::Outcome::Failure;
+            made.text = result.cast<std::string>();
+        } else if (outcome == "exception") {
+            made.outcome = KrEvaluation::Outcome::Exception;
+            PyErr_Restore(py::type::handle_of(result).inc_ref().ptr(), result.inc_ref().ptr(),
+                          PyException_GetTraceback(result.ptr()));
+            made.exception = std::make_exception_ptr(py::error_already_set());
+        } else {
+            made.outcome = KrEvaluation::Outcome::Cancelled;
+        }
+        return made;
+    }
+
+    py::object const pool_;
+    KrU32 const count_;
+    GilRelease& release_;
+    std::function<void()> begin_;
+};
+
+// --- A run.
+
+// Beyond this number of unknowns a step between two evaluations may take longer than to release the
+// GIL and take it back.
+constexpr KrU32 fewUnknowns = 32;
+
+// The report, and why the search was refused; None if it was not.
+py::tuple run(KrSearch const& settings, py::object const& function, py::tuple const& arguments,
+              bool isVectorized, py::object const& pool, py::object const& callback,
+              Record* record) {
+    std::optional<Use> use;
+    if (record) {
+        use.emplace(record->isUsed, "record");
+    }
+    // The function may change the element, or run it again.
+    KrSearch const search(settings);
+    KrU32 const dimension = search.variables().size();
+    std::optional<MessageCollector> refusal(std::in_place);
+    // What is printed later is no refusal.
+    auto const begin = [&refusal] {
+        refusal->pass();
+        refusal.reset();
+        deliverMessages();
+    };
+    bool const releases = !pool.is_none() || dimension > fewUnknowns;
+    KrSearchReport report;
+    {
+        GilRelease release(releases);
+        std::unique_ptr<KrEvaluationWorkers> workers;
+        std::unique_ptr<PythonFunction> called;
+        std::optional<Observer> observer;
+        // They have references to objects of Python.
+        struct Cleaner {
+            GilRelease& release;
+            std::unique_ptr<KrEvaluationWorkers>& workers;
+            std::unique_ptr<PythonFunction>& called;
+            std::optional<Observer>& observer;
+            ~Cleaner() {
+                GilRelease::Pause const pause(release);
+                workers.reset();
+                called.reset();
+                observer.reset();
+            }
+        } const cleaner{release, workers, called, observer};
+        {
+            GilRelease::Pause const pause(release);
+            observer.emplace(callback, release, !releases);
+            if (!pool.is_none()) {
+                workers = std::make_unique<PoolWorkers>(pool, release, begin);
+            } else {
+                called = isVectorized ? std::make_unique<VectorizedFunction>(
+                                            function, arguments, dimension, release, begin)
+                                      : std::make_unique<PythonFunction>(function, arguments,
+                                                                         dimension, release, begin);
+                workers = std::make_unique<KrCallingThread>(*called);
+            }
+        }
+        KrSearchContext context;
+        context.record = record;
+        context.stop = observer->token();
+        // Without memory and callback nothing happens between two evaluations.
+        if (!callback.is_none() || search.remember() || record) {
+            context.observer = &*observer;
+        }
+        report = search.run(*workers, context);
+    }
+    py::object texts = py::none();
+    if (refusal) {
+        if (report.reason() == KrSearchReason::Failed) {
+            texts = refusal->texts();
+        } else {
+            refusal->pass();
+        }
+    }
+    return py::make_tuple(elementToPython(std::make_unique<KrSearchReport>(std::move(report))),
+                          texts);
+}
+
+// --- The record.
+
+py::object entryOf(KrEvaluationRecord::Entry const& entry) {
+    py::dict dict;
+    dict["point"] = arrayOf(entry.point);
+    dict["value"] = entry.value;
+    dict["failed"] = entry.failed;
+    dict["text"] = entry.text;
+    dict["worker"] = entry.worker;
+    dict["start"] = entry.start;
+    dict["seconds"] = entry.seconds;
+    dict["run"] = entry.run;
+    return dict;
+}
+
+void bindRecord(py::module_& module) {
+    py::class_<Record>(module, "Record")
+        .def(
+            py::init([](py::object const& path, double durableAfter, bool endsOnError) {
+                auto record =
+                    path.is_none()
+                        ? std::make_unique<Record>()
+                        : std::make_unique<Record>(
+                              py::module_::import("os").attr("fsencode")(path).cast<std::string>());
+                if (!(durableAfter >= 0.0)) {
+                    throwValue("durable_after", "expected a number of seconds from 0 on, got " +
+                                                    std::to_string(durableAfter));
+                }
+                record->setDurableAfter(durableAfter);
+                record->setEndsOnError(endsOnError);
+                return record;
+            }),
+            py::arg("path") = py::none(), py::kw_only(), py::arg("durable_after") = 1.0,
+            py::arg("ends_on_error") = false)
+        .def(
+            "_load",
+            [](Record& self) {
+                Use const use(self.isUsed, "record");
+                MessageCollector messages;
+                bool isGood = false;
+                {
+                    GilRelease const release;
+                    isGood = self.load();
+                }
+                py::list texts;
+                if (isGood) {
+                    messages.pass();
+                } else {
+                    texts = messages.texts();
+                }
+                return py::make_tuple(isGood, texts);
+            },
+            py::call_guard<MessageDelivery>())
+        .def_property_readonly("_is_empty",
+                               [](Record const& self) { return self.idle().runs().empty(); })
+        .def("_search",
+             [](Record const& self) {
+                 return elementToPython(std::make_unique<KrSearch>(self.idle().search()));
+             })
+        .def_property_readonly("entries",
+                               [](Record const& self) {
+                                   py::dict entries;
+                                   for (auto const& [ticket, entry] : self.idle().entries()) {
+                                       entries[py::int_(ticket)] = entryOf(entry);
+                                   }
+                                   return entries;
+                               })
+        .def_property_readonly("asked",
+                               [](Record const& self) {
+                                   auto const& asked = self.idle().asked();
+                                   return py::array_t<std::uint64_t>(
+                                       static_cast<py::ssize_t>(asked.size()), asked.data());
+                               })
+        .def_property_readonly(
+            "points",
+            [](Record const& self) {
+                auto const& asked = self.idle().asked();
+                std::size_t const columns =
+                    asked.empty() ? 0 : self.idle().entries().at(asked[0]).point.size();
+                py::array_t<double> points({asked.size(), columns});
+                double* next = points.mutable_data();
+                for (std::uint64_t const ticket : asked) {
+                    next = std::ranges::copy(self.idle().entries().at(ticket).point, next).out;
+                }
+                return points;
+            })
+        .def_property_readonly(
+            "values",
+            [](Record const& self) {
+                auto const& asked = self.idle().asked();
+                py::array_t<double> values(static_cast<py::ssize_t>(asked.size()));
+                std::ranges::transform(asked, values.mutable_data(), [&](std::uint64_t ticket) {
+                    return self.idle().entries().at(ticket).value;
+                });
+                return values;
+            })
+        .def_property_readonly("runs",
+                               [](Record const& self) {
+                                   py::list runs;
+                                   for (auto const& run : self.idle().runs()) {
+                                       py::dict dict;
+                                       dict["time"] = run.time;
+                                       dict["host"] = run.host;
+                                       dict["process"] = run.process;
+                                       dict["version"] = run.version;
+                                       dict["evaluations"] = run.evaluations;
+                                       runs.append(dict);
+                                   }
+                                   return runs;
+                               })
+        .def(
+            "_verify",
+            [](Record& self) {
+                Use const use(self.isUsed, "record");
+                GilRelease const release;
+                return self.verify();
+            },
+            py::call_guard<MessageDelivery>());
+}
+
+// --- Ask and tell.
+
+// With the search's number of variables, and the record.
+class Asking {
+public:
+    Asking(KrSearch const& search, Record* record)
+        : dimension_(search.variables().size()), record_(record), asking_(search, record) {}
+
+    // Calls `call` without the GIL.
+    template <class Call>
+    auto withoutGil(Call const& call) {
+        Use const use(record_ ? record_->isUsed : isUsed_, "AskTell");
+        GilRelease const release;
+        return call(asking_);
+    }
+
+    KrRealVector point(py::handle value) const { return pointFrom(value, dimension_); }
+
+private:
+    std::size_t const dimension_;
+    Record* const record_;
+    KrAskTell asking_;
+    bool isUsed_ = false;
+};
+
+void bindAskTell(py::module_& module) {
+    py::class_<Asking>(module, "AskTell")
+        .def(py::init<KrSearch const&, Record*>(), py::arg("search"), py::arg("record") = nullptr,
+             py::keep_alive<1, 3>(), py::call_guard<MessageDelivery>())
+        .def(
+            "next",
+            [](Asking& self, KrU32 count) {
+                py::list list;
+                for (KrRealVector const& point :
+                     self.withoutGil([&](KrAskTell& asking) { return asking.next(count); })) {
+                    list.append(arrayOf(point));
+                }
+                return list;
+            },
+            py::arg("count") = 1, py::call_guard<MessageDelivery>())
+        .def(
+            "tell",
+            [](Asking& self, py::handle point, double value) {
+                KrRealVector const x = self.point(point);
+                self.withoutGil([&](KrAskTell& asking) { asking.tell(x, value); });
+            },
+            py::arg("point"), py::arg("value"), py::call_guard<MessageDelivery>())
+        .def(
+            "tell_failure",
+            [](Asking& self, py::handle point, std::string const& text) {
+                KrRealVector const x = self.point(point);
+                self.withoutGil([&](KrAskTell& asking) { asking.tellFailure(x, text); });
+            },
+            py::arg("point"), py::arg("text") = "", py::call_guard<MessageDelivery>())
+        .def_property_readonly(
+            "finished",
+            [](Asking& self) {
+                return self.withoutGil([](KrAskTell& asking) { return asking.finished(); });
+            },
+            py::call_guard<MessageDelivery>())
+        .def_property_readonly(
+            "report",
+            [](Asking& self) {
+                return elementToPython(self.withoutGil([](KrAskTell& asking) {
+                    return std::make_unique<KrSearchReport>(asking.report());
+                }));
+            },
+            py::call_guard<MessageDelivery>());
+}
+
+}  // namespace
+
+void bindSearches(py::module_& module) {
+    module.attr("EvaluationFailure") = evaluationFailure();
+
+    py::class_<Progress>(module, "Progress")
+        .def_readonly("evaluation", &Progress::evaluation)
+        .def_property_readonly("x", [](Progress const& self) { return arrayOf(self.point); })
+        .def_readonly("fun", &Progress::value)
+        .def_readonly("failed", &Progress::failed)
+        .def_readonly("is_from_record", &Progress::isFromRecord)
+        .def_property_readonly("best_x",
+                               [](Progress const& self) { return arrayOf(self.bestPoint); })
+        .def_readonly("best_fun", &Progress::bestValue)
+        .def_readonly("seconds", &Progress::seconds);
+
+    bindRecord(module);
+    bindAskTell(module);
+    module.def("_run", &run, py::call_guard<MessageDelivery>());
+    module.def("_report_text",
+               [](KrSearchReport const& report, std::vector<std::string> const& names) {
+                   return report.text(names);
+               });
+    module.def("_first_difference",
+               [](KrSearch const& a, KrSearch const& b) { return a.firstDifference(b); });
+}

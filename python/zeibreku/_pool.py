@@ -1,0 +1,153 @@
+"""Evaluations of a search by an executor of `concurrent.futures`."""
+
+import os
+import pickle
+import queue
+import signal
+import threading
+import time
+
+from zeibreku._core import EvaluationFailure
+
+_task = None  # in a process of our own: the function and its arguments
+
+
+def _begin(task):
+    global _task
+    # Ctrl-C goes to the whole group of processes. The search ends this one.
+    signal.signal(signal.SIGINT, signal.SIG_IGN)
+    _task = pickle.loads(task)
+
+
+def _evaluate_task(point):
+    return _evaluate(*_task, point)
+
+
+def _evaluate(fun, args, point):
+    """Return the outcome, the value or the text, the seconds, and who evaluated."""
+    who = os.getpid(), threading.get_ident()
+    start = time.perf_counter()
+    try:
+        outcome, result = "value", fun(point, *args)
+    except EvaluationFailure as failure:
+        outcome, result = "failure", str(failure)
+    seconds = time.perf_counter() - start
+    if outcome == "value":
+        try:
+            result = float(result)
+        except (TypeError, ValueError):
+            text = f"fun: expected a number as result, got {result!r:.60}"
+            raise TypeError(text) from None
+    return outcome, result, seconds, who
+
+
+class Pool:
+    """What the search calls: `start`, `finish` and `cancel`, all on its own thread."""
+
+    def __init__(self, executor, task, count):
+        self.count = count
+        self._executor = executor
+        self._task = task
+        self._futures = {}
+        self._ended = queue.SimpleQueue()
+        self._workers = {}
+
+    def start(self, ticket, point):
+        future = self._executor.submit(*self._task, point)
+        self._futures[ticket] = future
+        future.add_done_callback(lambda _: self._ended.put(ticket))
+
+    def finish(self, seconds):
+        """Return what has ended, after waiting for one; nothing after so many seconds."""
+        if not self._futures:
+            return []
+        tickets = []
+        try:
+            if seconds == 0.0:
+                tickets.append(self._ended.get_nowait())
+            else:
+                tickets.append(self._ended.get(timeout=seconds))
+            while True:
+                tickets.append(self._ended.get_nowait())
+        except queue.Empty:
+            pass
+        return [self._entry(ticket) for ticket in tickets]
+
+    def cancel(self):
+        for future in self._futures.values():
+            future.cancel()
+
+    def _entry(self, ticket):
+        future = self._futures.pop(ticket)
+        if future.cancelled():
+            return ticket, "cancelled", None, 0.0, 0
+        exception = future.exception()
+        if exception is not None:
+            return ticket, "exception", exception, 0.0, 0
+        outcome, result, seconds, who = future.result()
+        return ticket, outcome, result, seconds, self._workers.setdefault(who, len(self._workers))
+
+
+class _Borrowed:
+    """An executor of the caller's."""
+
+    def __init__(self, executor, fun, args):
+        # Those of the standard library know how many evaluations they make at once.
+        count = getattr(executor, "_max_workers", None) or os.cpu_count() or 1
+        self._pool = Pool(executor, (_evaluate, fun, args), count)
+
+    def __enter__(self):
+        return self._pool
+
+    def __exit__(self, *exception):
+        pass
+
+
+class _Processes:
+    """Processes that are started by spawn, each with the function once."""
+
+    def __init__(self, count, fun, args):
+        self._count = count
+        try:
+            self._task = pickle.dumps((fun, args))
+        except Exception as error:
+            raise TypeError(
+                f"fun: workers={count} needs a function that can be pickled, "
+                f"got {fun!r}: {error}; define it at the top of a module, "
+                "or give an executor of threads as workers"
+            ) from error
+
+    def __enter__(self):
+        import concurrent.futures
+        import multiprocessing
+
+        self._executor = concurrent.futures.ProcessPoolExecutor(
+            self._count,
+            mp_context=multiprocessing.get_context("spawn"),
+            initializer=_begin,
+            initargs=(self._task,),
+        )
+        return Pool(self._executor, (_evaluate_task,), self._count)
+
+    def __exit__(self, *exception):
+        self._executor.shutdown(wait=True, cancel_futures=True)
+
+
+class _Nobody:
+    def __enter__(self):
+        return None
+
+    def __exit__(self, *exception):
+        pass
+
+
+def pool_of(workers, fun, args):
+    """Return a context with the pool, None for the calling thread."""
+    if hasattr(workers, "submit"):
+        return _Borrowed(workers, fun, args)
+    if isinstance(workers, bool) or not hasattr(workers, "__index__"):
+        raise TypeError(f"workers: expected a number or an executor, got {workers!r}")
+    count = workers.__index__()
+    if not 1 <= count <= 10000:
+        raise ValueError(f"workers: expected a number from 1 to 10000, got {count}")
+    return _Nobody() if count == 1 else _Processes(count, fun, args)

@@ -1,0 +1,473 @@
+"""Searches: `minimize`, and what the classes of searches can do besides their components."""
+
+import math
+import sys
+
+import numpy
+
+from zeibreku import _core, _documents, _pool
+
+_MESSAGES = {
+    "finished": "The optimizer has returned: it has converged, or its own budget is spent.",
+    "target": "A feasible point is as good as the target.",
+    "stalled": "The best value has not improved in the last evaluations.",
+    "evaluations": "The limit of evaluations is reached.",
+    "time": "The limit of time is reached.",
+    "cancelled": "The search was cancelled.",
+    "failed": "The search has no value: every evaluation failed, or an evaluation broke.",
+}
+_REASONS = list(_MESSAGES)
+_SUCCESS = {"finished", "target", "stalled"}
+
+
+class OptimizeResult(dict):
+    """What `minimize` found: a dictionary whose keys are attributes too, as SciPy's."""
+
+    def __getattr__(self, name):
+        try:
+            return self[name]
+        except KeyError:
+            raise AttributeError(name) from None
+
+    __setattr__ = dict.__setitem__
+    __delattr__ = dict.__delitem__
+
+    def __dir__(self):
+        return list(self)
+
+    def __repr__(self):
+        width = max(map(len, self), default=0) + 1
+        return "\n".join(f"{name:>{width}}: {value!r}" for name, value in self.items())
+
+
+# --- Arguments.
+
+
+def _vector(values, name):
+    try:
+        vector = numpy.asarray(values)
+    except ValueError as error:
+        raise ValueError(f"{name}: {error}") from None
+    if vector.dtype.kind not in "fiub":
+        raise TypeError(f"{name}: expected numbers, got {values!r:.60}")
+    vector = vector.astype(float)
+    if vector.ndim == 0:
+        vector = vector[None]
+    if vector.ndim != 1 or vector.size == 0:
+        raise ValueError(f"{name}: expected a list of numbers, got shape {vector.shape}")
+    return vector
+
+
+def _limits(bounds, n):
+    """The lower and the upper bounds from pairs, or from an object with `lb` and `ub`."""
+    if bounds is None:
+        return numpy.full(n, -math.inf), numpy.full(n, math.inf)
+    if hasattr(bounds, "lb") and hasattr(bounds, "ub"):
+        sides = []
+        for side, name in ((bounds.lb, "bounds.lb"), (bounds.ub, "bounds.ub")):
+            side = _vector(side, name)
+            if side.size not in (1, n):
+                raise ValueError(f"{name}: expected {n} numbers, got {side.size}")
+            sides.append(numpy.broadcast_to(side, n))
+        lower, upper = sides
+    else:
+        try:
+            pairs = [tuple(pair) for pair in bounds]
+        except TypeError:
+            raise TypeError(f"bounds: expected pairs or Bounds, got {bounds!r:.60}") from None
+        if len(pairs) != n:
+            raise ValueError(f"bounds: expected {n} pairs, got {len(pairs)}")
+        lower, upper = numpy.empty(n), numpy.empty(n)
+        for i, pair in enumerate(pairs):
+            if len(pair) != 2:
+                raise ValueError(f"bounds[{i}]: expected a pair, got {pair!r:.60}")
+            for side, value, none in zip((lower, upper), pair, (-math.inf, math.inf)):
+                try:
+                    side[i] = none if value is None else value
+                except (TypeError, ValueError):
+                    text = f"bounds[{i}]: expected numbers or None, got {pair!r:.60}"
+                    raise TypeError(text) from None
+    for i in range(n):
+        if not lower[i] <= upper[i]:
+            raise ValueError(f"bounds[{i}]: expected lower <= upper, got {lower[i], upper[i]}")
+    return lower, upper
+
+
+def _constraint_list(constraints):
+    if constraints is None:
+        return []
+    single = isinstance(constraints, (_core.Constraint, dict)) or hasattr(constraints, "lb")
+    found = []
+    for i, constraint in enumerate([constraints] if single else constraints):
+        name = "constraints" if single else f"constraints[{i}]"
+        if isinstance(constraint, _core.Constraint):
+            found.append(constraint)
+        elif all(hasattr(constraint, part) for part in ("A", "lb", "ub")):
+            found += _linear(constraint, name)
+        else:
+            raise TypeError(
+                f"{name}: expected a zeibreku.LinearConstraint or QuadraticConstraint, or SciPy's "
+                f"LinearConstraint, got {constraint!r:.60}"
+            )
+    return found
+
+
+def _linear(constraint, name):
+    """SciPy's lb <= A x <= ub as constraints c(x) <= 0."""
+    matrix = numpy.atleast_2d(numpy.asarray(constraint.A, dtype=float))
+    sides = numpy.broadcast_to(constraint.lb, len(matrix)), numpy.broadcast_to(
+        constraint.ub, len(matrix)
+    )
+    for row, lower, upper in zip(matrix, *sides):
+        for sign, side in ((-1.0, lower), (1.0, upper)):
+            if math.isnan(side):
+                raise ValueError(f"{name}: expected numbers as bounds, got nan")
+            if math.isfinite(side):
+                yield _core.LinearConstraint(
+                    offset=-sign * side,
+                    first_order_indices=numpy.flatnonzero(row),
+                    first_order_coefficients=sign * row[row != 0],
+                )
+
+
+def default_optimizer(x0, max_evaluations=0):
+    """Return the optimizer that `minimize` takes if none is given.
+
+    It is a Nelder-Mead search with the settings that the page "Choosing an optimizer" advises: edges
+    of a tenth of each coordinate (0.1 where it is 0), a budget of `max_evaluations`, or 200 n if
+    that is 0, and a restart test only after 40 (n + 1) evaluations.
+    """
+    x0 = _vector(x0, "x0")
+    n = x0.size
+    budget = max_evaluations or 200 * n
+    return _core.NelderMead(
+        simplex_edge_lengths=numpy.where(x0 == 0.0, 0.1, 0.1 * abs(x0)),
+        stopping_threshold=1e-8,
+        max_function_evaluations=budget,
+        max_total_steps=budget,
+        max_expansion_steps=budget,
+        restart_check_period=40 * (n + 1),
+    )
+
+
+def make_search(
+    x0,
+    *,
+    optimizer=None,
+    bounds=None,
+    constraints=(),
+    names=None,
+    scales=None,
+    max_evaluations=0,
+    max_seconds=math.inf,
+    target=math.nan,
+    stall_evaluations=0,
+    stall_improvement=0.0,
+    seed=1,
+    remember=True,
+):
+    """Return the `Search` of these arguments, those of `minimize`.
+
+    A search is an element: it can be written to a file, which the program `zeibreku search` and
+    `zeibreku.read` take.
+    """
+    x0 = _vector(x0, "x0")
+    n = x0.size
+    lower, upper = _limits(bounds, n)
+    scales = numpy.ones(n) if scales is None else _vector(scales, "scales")
+    names = [f"x{i}" for i in range(n)] if names is None else list(names)
+    for name, values in (("scales", scales), ("names", names)):
+        if len(values) != n:
+            raise ValueError(f"{name}: expected {n}, as many as x0 has, got {len(values)}")
+    optimizer = default_optimizer(x0, max_evaluations) if optimizer is None else optimizer
+    if not isinstance(optimizer, _core.Optimizer):
+        raise TypeError(f"optimizer: expected a zeibreku.Optimizer, got {optimizer!r:.60}")
+    keywords = {
+        "max_evaluations": max_evaluations,
+        "max_seconds": max_seconds,
+        "stall_evaluations": stall_evaluations,
+        "stall_improvement": stall_improvement,
+        "seed": seed,
+        "remember": remember,
+    }
+    try:
+        keywords["target_value"] = float(target)
+    except (TypeError, ValueError):
+        raise TypeError(f"target: expected a number, got {target!r:.60}") from None
+    return _core.Search(
+        variables=[
+            _core.Variable(name=name, start=start, lower=low, upper=high, scale=scale)
+            for name, start, low, high, scale in zip(names, x0, lower, upper, scales)
+        ],
+        optimizer=optimizer,
+        constraints=_constraint_list(constraints),
+        **keywords,
+    )
+
+
+# --- Runs.
+
+
+def _run(search, fun, args, callback, vectorized, workers, record):
+    if not callable(fun):
+        raise TypeError(f"fun: expected a function, got {fun!r:.60}")
+    if callback is not None and not callable(callback):
+        raise TypeError(f"callback: expected a function, got {callback!r:.60}")
+    args = args if isinstance(args, tuple) else (args,)
+    if record is not None and not isinstance(record, _core.Record):
+        record = _core.Record(record)
+    pool = _pool.pool_of(workers, fun, args)
+    with pool as used:
+        if vectorized and used is not None:
+            raise ValueError("vectorized: expected False with several workers")
+        report, texts = _core._run(search, fun, args, bool(vectorized), used, callback, record)
+    if texts is not None:
+        raise _documents.refusal(texts)
+    return report
+
+
+def run(
+    self, fun, args=(), *, callback=None, vectorized=False, workers=1, record=None
+):
+    """Search with the function `fun(x, *args)` and return the `SearchReport`.
+
+    The arguments are those of `minimize`. Raises ValueError if the search, or the record, is refused.
+    """
+    return _run(self, fun, args, callback, vectorized, workers, record)
+
+
+_core.Search.run = run
+
+
+def _result(report, search):
+    reason = report.reason
+    best = report.best_point
+    found = best if best.size else report.answer_point
+    if not found.size:
+        found = [variable.start for variable in search.variables]
+    return {
+        "x": numpy.array(found),
+        "fun": report.best_value if best.size else report.answer,
+        "nfev": report.evaluations_made,
+        "success": reason in _SUCCESS,
+        "status": _REASONS.index(reason),
+        "message": _MESSAGES[reason],
+        "reason": reason,
+        "report": report,
+    }
+
+
+def minimize(
+    fun,
+    x0,
+    args=(),
+    *,
+    optimizer=None,
+    bounds=None,
+    constraints=(),
+    max_evaluations=0,
+    max_seconds=math.inf,
+    target=math.nan,
+    seed=1,
+    callback=None,
+    vectorized=False,
+    workers=1,
+    record=None,
+    names=None,
+    scales=None,
+    stall_evaluations=0,
+    stall_improvement=0.0,
+    remember=True,
+):
+    """Search for a minimum of a function of several variables without its derivatives.
+
+    Parameters
+    ----------
+    fun : callable
+        ``fun(x, *args)`` returns a number. `x` is an array of shape (n,), which the search uses
+        again for the next point unless you keep it. It may raise `EvaluationFailure` where it has
+        no value; every other exception ends the search and reaches you.
+    x0 : array of shape (n,)
+        Where the search starts.
+    args : tuple
+        Further arguments of `fun`.
+    optimizer : Optimizer
+        How to search; `default_optimizer(x0, max_evaluations)` if None.
+    bounds : n pairs (lower, upper), or scipy.optimize.Bounds
+        None is no bound. No evaluation is outside.
+    constraints : list of Constraint, or of scipy.optimize.LinearConstraint
+        A point is feasible where each is at most 0.
+    max_evaluations : int
+        The largest number of evaluations; 0 is no limit.
+    max_seconds : float
+        The limit of time in seconds.
+    target : float
+        The value at which a feasible point is good enough.
+    seed : int
+        Of the random numbers of optimizers that draw some.
+    callback : callable
+        ``callback(progress)`` after each evaluation. If it returns True, or raises StopIteration,
+        the search ends as cancelled. `Progress` has `evaluation`, `x`, `fun`, `failed`,
+        `is_from_record`, `best_x`, `best_fun` and `seconds`.
+    vectorized : bool
+        Whether `fun` takes an array of m points, of shape (m, n), and returns one of shape (m,).
+    workers : int or executor
+        How many processes evaluate, started by spawn; or an executor of `concurrent.futures`, such
+        as one of threads. The answer has the same bits for every number.
+    record : path or Record
+        A file that keeps every evaluation. With one that is there the search goes on from it.
+    names, scales : lists of n
+        The names of the variables, and the sizes of typical changes of them.
+    stall_evaluations : int
+    stall_improvement : float
+        The search ends if so many evaluations improve the best value by no more than this part.
+    remember : bool
+        Whether a point that was evaluated before gets its value without a call.
+
+    Returns
+    -------
+    OptimizeResult
+        With `x`, `fun`, `nfev`, `success`, `status`, `message`, `reason` and `report`.
+
+    Examples
+    --------
+    >>> import zeibreku
+    >>> def bowl(x):
+    ...     return (x[0] - 1)**2 + 4 * x[1]**2
+    >>> result = zeibreku.minimize(bowl, [3, 2], bounds=[(0, None), (-1, 5)])
+    >>> result.success, abs(result.x - [1, 0]).max() < 1e-3
+    (True, True)
+    """
+    search = make_search(
+        x0,
+        optimizer=optimizer,
+        bounds=bounds,
+        constraints=constraints,
+        names=names,
+        scales=scales,
+        max_evaluations=max_evaluations,
+        max_seconds=max_seconds,
+        target=target,
+        stall_evaluations=stall_evaluations,
+        stall_improvement=stall_improvement,
+        seed=seed,
+        remember=remember,
+    )
+    report = _run(search, fun, args, callback, vectorized, workers, record)
+    return OptimizeResult(_result(report, search))
+
+
+# --- As a method of scipy.optimize.minimize.
+
+_OPTIONS = {
+    "max_evaluations", "max_seconds", "target", "seed", "vectorized", "workers", "record", "names",
+    "scales", "stall_evaluations", "stall_improvement", "remember",
+}  # fmt: skip
+
+
+def _best_points(callback):
+    """SciPy's callback(xk), called with each new best point."""
+    best = None
+
+    def call(progress):
+        nonlocal best
+        if progress.best_fun == progress.best_fun and progress.best_fun != best:
+            best = progress.best_fun
+            return callback(progress.best_x) is True
+        return False
+
+    return call
+
+
+def __call__(
+    self,
+    fun,
+    x0,
+    args=(),
+    jac=None,
+    hess=None,
+    hessp=None,
+    bounds=None,
+    constraints=(),
+    callback=None,
+    **options,
+):
+    """Search as a `method` of `scipy.optimize.minimize`.
+
+    Options are the keywords of `zeibreku.minimize`, `maxfev`, and `disp`.
+    """
+    for name, value in (("jac", jac), ("hess", hess), ("hessp", hessp)):
+        if value is not None:
+            raise TypeError(f"{name}: {type(self).__name__} uses no derivatives")
+    if "maxfev" in options:
+        options.setdefault("max_evaluations", options.pop("maxfev"))
+    shows = options.pop("disp", False)
+    for name in options:
+        if name == "tol":
+            raise TypeError("tol: set the tolerance of the optimizer, such as stopping_threshold")
+        if name not in _OPTIONS:
+            raise TypeError(f"{name}: {type(self).__name__} has no such option")
+    found = minimize(
+        fun,
+        x0,
+        args,
+        optimizer=self,
+        bounds=bounds,
+        constraints=constraints,
+        callback=None if callback is None else _best_points(callback),
+        **options,
+    )
+    if shows:
+        print(found.message)
+    scipy = sys.modules.get("scipy.optimize")
+    return scipy.OptimizeResult(found) if scipy else found
+
+
+_core.Optimizer.__call__ = __call__
+
+
+# --- Reports and records.
+
+
+def text(self, names=()):
+    """Return the report for a person, some lines of text. `names` are those of the variables."""
+    return _core._report_text(self, list(names))
+
+
+_core.SearchReport.text = text
+
+
+def load(self):
+    """Read the file without locking or changing it, also while a search writes to it.
+
+    Returns the record. Raises ReadError if the file is no record.
+    """
+    good, texts = self._load()
+    if not good:
+        raise _documents.ReadError(list(texts))
+    return self
+
+
+def _check(record):
+    if record._is_empty:
+        raise ValueError("record: empty; load() reads its file")
+
+
+def search(self):
+    """The search of the record. Raises ValueError before a run or `load`."""
+    _check(self)
+    return self._search()
+
+
+def verify(self):
+    """Replay the record without an evaluation and return "same".
+
+    Or return the first evaluation at which the search now asks for another point.
+    """
+    _check(self)
+    return self._verify()
+
+
+_core.Record.load = load
+_core.Record.search = property(search)
+_core.Record.verify = verify
