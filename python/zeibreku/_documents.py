@@ -6,7 +6,7 @@ from typing import NamedTuple, Optional
 
 from zeibreku import _core
 
-_PLACE = re.compile(r"(?P<file>.*?):(?P<line>\d+):(?P<column>\d+): (?P<rest>.*)", re.S)
+_PLACE = re.compile(r"(?P<file>.*?):(?P<line>\d+)(:(?P<column>\d+))?: (?P<rest>.*)", re.S)
 
 
 class Message(NamedTuple):
@@ -19,7 +19,7 @@ class Message(NamedTuple):
     line: Optional[int]
     """The line, from 1 on."""
     column: Optional[int]
-    """The column, from 1 on."""
+    """The column, from 1 on; None where a message has none."""
 
 
 class ReadError(ValueError):
@@ -37,7 +37,8 @@ def _message(text):
     place = _PLACE.fullmatch(text)
     if not place:
         return Message(text, None, None, None)
-    return Message(text, place["file"], int(place["line"]), int(place["column"]))
+    column = place["column"]
+    return Message(text, place["file"], int(place["line"]), int(column) if column else None)
 
 
 def refusal(texts):

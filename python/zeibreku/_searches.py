@@ -173,6 +173,8 @@ def make_search(
     """
     x0 = _vector(x0, "x0")
     n = x0.size
+    if not hasattr(max_evaluations, "__index__"):
+        raise TypeError(f"max_evaluations: expected an integer, got {max_evaluations!r:.60}")
     lower, upper = _limits(bounds, n)
     scales = numpy.ones(n) if scales is None else _vector(scales, "scales")
     names = [f"x{i}" for i in range(n)] if names is None else list(names)

@@ -1,0 +1,495 @@
+"""Searches: results, callbacks, exceptions, workers, records."""
+
+import concurrent.futures
+import gc
+import math
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import threading
+import traceback
+import weakref
+
+import numpy
+import pytest
+import scipy.optimize
+
+import zeibreku as z
+from functions import bad, rosenbrock, rosenbrock_many
+
+START = [-1.2, 1.0]
+OPTIMIZERS = [
+    z.NelderMead(default_simplex_edge_length=0.5),
+    z.HookeJeeves(default_edge_length=0.5, directions_mode="random"),
+    z.MultidirectionalSearch(default_simplex_edge_length=0.5),
+    z.ImplicitFiltering(default_simplex_edge_length=0.5),
+    z.Sequence(
+        optimizer_sequence=[z.HookeJeeves(max_function_evaluations=40), z.NelderMead()],
+    ),
+]
+
+
+@pytest.fixture(params=OPTIMIZERS, ids=lambda optimizer: type(optimizer).__name__)
+def optimizer(request):
+    return request.param
+
+
+def bits(report):
+    """A report without what is the run's alone."""
+    names = ["reason", "best_point", "best_value", "answer_point", "answer", "evaluations"]
+    values = [numpy.asarray(getattr(report, name)) for name in names]
+    return [value.tobytes() if value.dtype.kind == "f" else str(value) for value in values]
+
+
+def test_the_program_finds_the_same_bits(optimizer, tmp_path):
+    search = z.make_search(START, optimizer=optimizer, bounds=[(-2, 2), (None, 3)], max_evaluations=60)
+    search.write(tmp_path / "search.xml")
+    functions = pathlib.Path(__file__).with_name("functions.py")
+    subprocess.run(
+        [os.environ["ZEIBREKU_PROGRAM"], "search", "search.xml", "--report", "report.xml"]
+        + ["--record", "record", "--quiet", "--", sys.executable, "-S", "-E", str(functions)],
+        cwd=tmp_path,
+        check=True,
+        stdout=subprocess.DEVNULL,
+    )
+    assert bits(z.read(tmp_path / "search.xml").run(rosenbrock)) == bits(
+        z.SearchReport.read(tmp_path / "report.xml")
+    )
+    assert z.Record(tmp_path / "record").load().verify() == "same"
+
+
+def test_every_way_to_evaluate_has_the_same_bits(optimizer, tmp_path):
+    search = z.make_search(START, optimizer=optimizer, max_evaluations=150)
+    plain = bits(search.run(rosenbrock))
+    assert bits(search.run(rosenbrock_many, vectorized=True)) == plain
+    assert bits(search.run(lambda x, a, b: rosenbrock(x), (1, 2))) == plain
+    assert bits(search.run(rosenbrock, record=tmp_path / "record")) == plain
+    with concurrent.futures.ThreadPoolExecutor(4) as executor:
+        assert bits(search.run(rosenbrock, workers=executor)) == plain
+    search.remember = False
+    assert bits(search.run(rosenbrock)) == plain
+    asking = z.AskTell(search)
+    while not asking.finished:
+        for point in asking.next(3):
+            asking.tell(point, rosenbrock(point))
+    assert bits(asking.report) == plain
+
+
+def test_spawned_processes_find_the_same_bits():
+    found = z.minimize(rosenbrock, START, workers=2, max_evaluations=30)
+    assert bits(found.report) == bits(z.minimize(rosenbrock, START, max_evaluations=30).report)
+    with pytest.raises(LookupError, match="no value") as caught:
+        z.minimize(bad, START, workers=2)
+    assert caught.value.args[1] != os.getpid()
+
+
+@pytest.mark.parametrize(
+    "keywords, reason, success",
+    [
+        ({}, "finished", True),
+        ({"target": 0.5}, "target", True),
+        ({"stall_evaluations": 5, "stall_improvement": 1e9}, "stalled", True),
+        ({"max_evaluations": 3}, "evaluations", False),
+        ({"max_seconds": 0}, "time", False),
+        ({"callback": lambda progress: progress.evaluation == 2}, "cancelled", False),
+    ],
+)
+def test_reasons(keywords, reason, success):
+    found = z.minimize(rosenbrock, START, **keywords)
+    assert (found.reason, found.success, found["reason"]) == (reason, success, reason)
+    reasons = ["finished", "target", "stalled", "evaluations", "time", "cancelled", "failed"]
+    assert found.status == reasons.index(reason) and found.message
+    assert found.x.shape == (2,) and (found.nfev == 0 or found.fun == rosenbrock(found.x))
+
+
+def test_failures_are_passed_over_and_end_a_search_without_a_value():
+    def failing(x):
+        if x[0] > 0.5:
+            raise z.EvaluationFailure("beyond the half")
+        return rosenbrock(x)
+
+    found = z.minimize(failing, START)
+    assert found.success and found.x[0] <= 0.5 and found.report.failures > 0
+
+    def never(x):
+        raise z.EvaluationFailure("never")
+
+    found = z.minimize(never, START)
+    assert (found.reason, found.status, found.success, found.nfev) == ("failed", 6, False, 5)
+    assert math.isnan(found.fun) and list(found.x) == START
+
+
+@pytest.mark.parametrize("keywords", [{}, {"remember": False}, {"record": None, "callback": print}])
+@pytest.mark.parametrize("n", [2, 40])
+def test_an_exception_arrives_as_the_same_object(keywords, n, capsys):
+    class Own(Exception):
+        pass
+
+    raised = Own("hello")
+
+    def inner(x):
+        raise raised
+
+    def fun(x):
+        return 0.0 if x[0] == 1.0 else inner(x)
+
+    with pytest.raises(Own) as caught:
+        z.minimize(fun, numpy.ones(n), **keywords)
+    assert caught.value is raised
+    names = [frame.name for frame in traceback.extract_tb(raised.__traceback__)]
+    assert names[0].startswith("test_an") and names[-2:] == ["fun", "inner"]
+    with pytest.raises(Own):
+        z.minimize(rosenbrock, START, callback=inner)
+
+
+def test_interrupts_end_within_one_evaluation():
+    count = 0
+
+    def fun(x):
+        nonlocal count
+        count += 1
+        if count == 5:
+            signal.raise_signal(signal.SIGINT)
+        return rosenbrock(x)
+
+    with pytest.raises(KeyboardInterrupt):
+        z.minimize(fun, START)
+    assert count == 5
+
+
+def test_an_array_that_is_kept_is_not_used_again():
+    points, views, copies = [], [], []
+
+    def fun(x):
+        copies.append(x.copy())
+        points.append(x) if len(copies) % 2 else views.append(x[:1])
+        return rosenbrock(x)
+
+    z.minimize(fun, START)
+    assert all((a == b).all() for a, b in zip(points, copies[::2]))
+    assert all(a[0] == b[0] for a, b in zip(views, copies[1::2]))
+
+    seen = set()
+
+    def spoiled(x):
+        seen.add(id(x))
+        value = rosenbrock(x)
+        x[:] = numpy.nan
+        if len(seen) == 1:
+            x.shape = (2, 1)
+        elif len(seen) == 2:
+            x.setflags(write=False)
+        return value
+
+    assert bits(z.minimize(spoiled, START).report) == bits(z.minimize(rosenbrock, START).report)
+    batches = []
+    z.minimize(lambda x: batches.append((x, x.copy())) or rosenbrock_many(x), START, vectorized=True)
+    assert all((a == b).all() for a, b in batches)
+
+
+@pytest.mark.parametrize(
+    "keywords, exception, text",
+    [
+        ({"fun": 1}, TypeError, "fun: expected a function"),
+        ({"fun": lambda x: None}, TypeError, "fun: expected a number as result, got None"),
+        ({"fun": lambda x: [1, 2]}, TypeError, r"fun: expected a number as result, got \[1, 2\]"),
+        ({"fun": lambda x: 1, "vectorized": True}, ValueError, r"fun: .*shape \(3,\).*got shape \(\)"),
+        ({"fun": lambda x: ["a"] * 3, "vectorized": True}, TypeError, "fun: expected an array of num"),
+        ({"x0": []}, ValueError, "x0: "),
+        ({"x0": [[1.0]]}, ValueError, r"x0: .*\(1, 1\)"),
+        ({"x0": ["a"]}, TypeError, "x0: expected numbers"),
+        ({"x0": [math.nan]}, ValueError, 'variable "x0": start: expected a finite number'),
+        ({"optimizer": "nm"}, TypeError, "optimizer: "),
+        ({"bounds": [(0, 1)]}, ValueError, "bounds: expected 2 pairs, got 1"),
+        ({"bounds": [(0, 1), (2, 1)]}, ValueError, r"bounds\[1\]: .*\(2.0, 1.0\)"),
+        ({"bounds": [(0, 1), (0, "a")]}, TypeError, r"bounds\[1\]: "),
+        ({"bounds": scipy.optimize.Bounds([0] * 3, 1)}, ValueError, "bounds.lb: expected 2"),
+        ({"constraints": {"type": "ineq"}}, TypeError, "constraints: expected a zeibreku.Linear"),
+        ({"constraints": [1]}, TypeError, r"constraints\[0\]: "),
+        ({"max_evaluations": 0.5}, TypeError, "max_evaluations: expected an integer"),
+        ({"max_seconds": -1}, ValueError, "maxSeconds: expected a number from 0 on"),
+        ({"target": "a"}, TypeError, "target: "),
+        ({"seed": -1}, ValueError, "seed: "),
+        ({"callback": 1}, TypeError, "callback: "),
+        ({"workers": 0}, ValueError, "workers: "),
+        ({"workers": "2"}, TypeError, "workers: "),
+        ({"workers": 2, "fun": lambda x: 1.0}, TypeError, "fun: .*pickle"),
+        ({"names": ["a", "a"]}, ValueError, "a name of its own"),
+        ({"names": ["a"]}, ValueError, "names: expected 2"),
+        ({"scales": [1, 0]}, ValueError, "scale: expected a number"),
+        ({"record": 1.5}, TypeError, "float"),
+    ],
+)
+def test_what_is_refused_is_named(keywords, exception, text, caplog):
+    with pytest.raises(exception, match=text):
+        z.minimize(**{"fun": rosenbrock, "x0": START, **keywords})
+    assert not caplog.records
+
+
+def test_bounds_and_constraints_in_every_form():
+    forms = [
+        [(-1.5, None), (None, 0.5)],
+        numpy.array([[-1.5, numpy.inf], [-numpy.inf, 0.5]]),
+        scipy.optimize.Bounds([-1.5, -math.inf], [math.inf, 0.5]),
+    ]
+    first, *others = [bits(z.minimize(rosenbrock, START, bounds=b).report) for b in forms]
+    assert all(other == first for other in others)
+    seen = []
+    found = z.minimize(lambda x: seen.append(x[1]) or rosenbrock(x), START, bounds=forms[0])
+    assert max(seen) == 0.5 and abs(found.x[1] - 0.5) < 1e-6
+
+    own = z.LinearConstraint(
+        offset=-0.5, first_order_indices=[0, 1], first_order_coefficients=[1.0, 1.0]
+    )
+    theirs = scipy.optimize.LinearConstraint([[1.0, 1.0]], -math.inf, 0.5)
+    results = [z.minimize(rosenbrock, START, constraints=c) for c in (own, [own], theirs)]
+    assert len({tuple(bits(r.report)) for r in results}) == 1
+    assert results[0].x.sum() <= 0.5 + 1e-12
+
+
+def test_a_callback_sees_every_evaluation(capsys):
+    seen = []
+    found = z.minimize(rosenbrock, START, callback=seen.append, max_evaluations=20)
+    assert [p.evaluation for p in seen] == list(range(20))
+    assert all(p.fun == rosenbrock(p.x) and not p.failed for p in seen if not p.is_from_record)
+    assert seen[-1].best_fun == found.fun == min(p.fun for p in seen)
+    assert (seen[-1].best_x == found.x).all()
+
+    def stop(progress):
+        raise StopIteration
+
+    assert z.minimize(rosenbrock, START, callback=stop).reason == "cancelled"
+
+
+def test_as_a_method_of_scipy(optimizer):
+    own = z.minimize(rosenbrock, START, optimizer=optimizer, bounds=[(0, 2), (None, 3)])
+    best = []
+    theirs = scipy.optimize.minimize(
+        lambda x, a: rosenbrock(x) * a,
+        START,
+        args=(1.0,),
+        method=optimizer,
+        bounds=[(0, 2), (None, 3)],
+        callback=lambda x: best.append(rosenbrock(x)),
+    )
+    assert isinstance(theirs, scipy.optimize.OptimizeResult)
+    assert bits(theirs.report) == bits(own.report) and theirs.fun == own.fun
+    assert best == sorted(best, reverse=True) and best[-1] == own.fun
+    for keywords, name in [
+        ({"jac": lambda x: x}, "jac"),
+        ({"hess": lambda x: x}, "hess"),
+        ({"hessp": lambda x, p: x}, "hessp"),
+        ({"tol": 1e-3}, "tol"),
+        ({"options": {"maxiter": 3}}, "maxiter"),
+        ({"constraints": {"type": "eq", "fun": sum}}, "constraints"),
+    ]:
+        with pytest.raises(TypeError, match=f"^{name}: "):
+            scipy.optimize.minimize(rosenbrock, START, method=optimizer, **keywords)
+    found = scipy.optimize.minimize(rosenbrock, START, method=optimizer, options={"maxfev": 9})
+    assert found.report.evaluations == 9 and found.status == 3
+
+
+def test_scipys_tutorial():
+    """The Nelder-Mead example of SciPy's tutorial on optimization."""
+    x0 = numpy.array([1.3, 0.7, 0.8, 1.9, 1.2])
+    optimizer = z.default_optimizer(x0)
+    optimizer.stopping_threshold = 1e-16
+    ours = scipy.optimize.minimize(scipy.optimize.rosen, x0, method=optimizer)
+    theirs = scipy.optimize.minimize(
+        scipy.optimize.rosen, x0, method="nelder-mead", options={"xatol": 1e-8}
+    )
+    assert ours.success and theirs.success
+    assert abs(ours.x - 1.0).max() < 1e-7 and abs(theirs.x - 1.0).max() < 1e-7
+
+
+def test_nlopts_tutorial():
+    """The example of NLopt's tutorial, whose constraints are not linear: as penalties of its own."""
+
+    def fun(x):
+        if x[1] < 0:
+            raise z.EvaluationFailure("outside")
+        return math.sqrt(x[1])
+
+    def weighted(x):
+        violations = ((a * x[0] + b) ** 3 - x[1] for a, b in ((2, 0), (-1, 1)))
+        return fun(x) + 10.0 * sum(max(0.0, violation) for violation in violations)
+
+    chain = z.Sequence(
+        number_passes=5,
+        optimizer_sequence=[
+            z.default_optimizer([1.234, 5.678], 300).set_params(stopping_threshold=1e-14),
+        ],
+    )
+    found = z.minimize(weighted, [1.234, 5.678], optimizer=chain, bounds=[(None, None), (0, None)])
+    assert abs(found.fun - 0.5443310476) < 1e-4
+    assert abs(found.x - [1 / 3, 8 / 27]).max() < 1e-3
+
+
+def test_a_record_is_resumed(tmp_path):
+    path = tmp_path / "record"
+    whole = z.minimize(rosenbrock, START)
+
+    def dying(x):
+        dying.left -= 1
+        if dying.left < 0:
+            raise KeyError
+        return rosenbrock(x)
+
+    dying.left = 30
+    with pytest.raises(KeyError):
+        z.minimize(dying, START, record=path)
+    resumed = z.minimize(rosenbrock, START, record=path)
+    assert bits(resumed.report) == bits(whole.report)
+    assert (resumed.report.evaluations_from_record, resumed.nfev) == (30, whole.nfev - 30)
+    record = z.Record(path).load()
+    assert record.verify() == "same" and len(record.runs) == 2
+    assert record.search == z.make_search(START)
+    assert record.points.shape == (whole.nfev, 2) and record.values.min() == whole.fun
+    assert list(record.asked) == list(range(whole.nfev)) and record.entries[0]["failed"] is False
+    with pytest.raises(ValueError, match="seed"):
+        z.minimize(rosenbrock, START, record=path, seed=2)
+    path.write_text("zeibreku-record 1\nx\n")
+    for use in (lambda: z.minimize(rosenbrock, START, record=path), z.Record(path).load):
+        with pytest.raises(z.ReadError, match=f"{path}:2"):
+            use()
+    with pytest.raises(ValueError, match="record: empty"):
+        z.Record().verify()
+
+
+def test_a_record_in_use_is_refused():
+    record = z.Record()
+
+    def fun(x):
+        with pytest.raises(RuntimeError, match="record: in use"):
+            record.points
+        with pytest.raises(RuntimeError, match="record: in use"):
+            z.minimize(rosenbrock, START, record=record)
+        return rosenbrock(x)
+
+    assert z.minimize(fun, START, record=record, max_evaluations=3).nfev == 3
+    assert record.values.shape == (3,)
+
+
+def test_ask_and_tell():
+    asking = z.AskTell(z.make_search(START, max_evaluations=10), z.Record())
+    (first,) = asking.next()
+    assert list(first) == START and (asking.next()[0] == first).all()
+    asking.tell_failure(first, "lost")
+    with pytest.raises(ValueError, match="point: expected 2 coordinates, got 1"):
+        asking.tell([1.0], 0.0)
+    assert not asking.finished and asking.report.reason == "cancelled"
+    while not asking.finished:
+        point = asking.next()[0]
+        asking.tell(point, rosenbrock(point))
+    assert asking.next(3) == [] and asking.report.reason == "evaluations"
+    assert asking.report.failures == 1
+
+
+def test_searches_nest_and_warnings_are_logged(caplog):
+    def outer(x):
+        return z.minimize(lambda y: (y[0] - x[0]) ** 2, [0.0]).fun + x[0] ** 2
+
+    assert z.minimize(outer, [1.0]).fun < 1e-6
+    assert not caplog.records
+    z.minimize(rosenbrock, START, bounds=[(0, 1), (0, 1)])
+    assert ["moved" in record.getMessage() for record in caplog.records] == [True]
+
+
+def test_other_threads_run_between_evaluations():
+    count = 0
+    ready, done = threading.Event(), threading.Event()
+
+    def counting():
+        nonlocal count
+        ready.set()
+        while not done.is_set():
+            count += 1
+
+    thread = threading.Thread(target=counting)
+    thread.start()
+    ready.wait()
+    before = count
+    # A function in C never lets others run by itself.
+    z.minimize(math.fsum, numpy.ones(100), max_evaluations=20000, stall_evaluations=20000)
+    after = count
+    done.set()
+    thread.join()
+    assert after > before
+
+
+def test_nothing_is_kept_after_a_search():
+    class Function:
+        def __call__(self, x):
+            return rosenbrock(x)
+
+    class Failing(Function):
+        def __call__(self, x):
+            raise KeyError(self)
+
+    for kind in (Function, Failing):
+        for keywords in ({}, {"callback": lambda p: None}, {"record": z.Record()}):
+            fun = kind()
+            alive = weakref.ref(fun)
+            try:
+                z.minimize(fun, START, **keywords)
+            except KeyError:
+                pass
+            del fun
+            gc.collect()
+            assert alive() is None
+
+
+MEMORY = """
+import gc, resource, zeibreku
+def fun(x): return x[0] * x[0]
+def bad(x): raise ValueError
+def use(calls, exceptions):
+    optimizer = zeibreku.NelderMead(stopping_threshold=-1, max_total_steps=10**9,
+                                    max_function_evaluations=calls)
+    search = zeibreku.make_search([1.0, 2.0], optimizer=optimizer, remember=False)
+    search.run(fun)
+    for i in range(exceptions):
+        try: search.run(bad)
+        except ValueError: pass
+    gc.collect()
+def size():
+    return int(open("/proc/self/statm").read().split()[1]) * resource.getpagesize()
+use(1000, 1000)
+before = size()
+use(1000000, 100000)
+print(size() - before)
+"""
+
+DAEMON = """
+import threading, zeibreku
+started = threading.Event()
+def fun(x):
+    started.set()
+    return x[0] * x[0]
+def search():
+    while True:
+        zeibreku.minimize(fun, [1.0] * {n}, remember=False, vectorized={v})
+threading.Thread(target=search, daemon=True).start()
+started.wait()
+print("end")
+"""
+
+
+def output(program):
+    return subprocess.run(
+        [sys.executable, "-c", program], check=True, capture_output=True, text=True, timeout=120
+    )
+
+
+@pytest.mark.skipif(not os.path.exists("/proc/self/statm"), reason="needs /proc")
+def test_calls_and_exceptions_leave_no_memory():
+    assert int(output(MEMORY).stdout) < 2e6
+
+
+@pytest.mark.parametrize("n, v", [(1, False), (50, False)])
+def test_a_daemon_thread_does_not_outlive_the_interpreter(n, v):
+    for _ in range(5):
+        ended = output(DAEMON.format(n=n, v=v))
+        assert ended.stdout == "end\n" and ended.stderr == ""
