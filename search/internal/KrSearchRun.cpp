@@ -425,21 +425,26 @@ double KrSearchRun::step(KrRealVector const& x) {
         // Nothing can happen between two evaluations, and nobody else sees them.
         double value = nan;
         bool const isGood = call(x, value);
-        ++asked_;
-        if (isGood) [[likely]] {
-            if (isBetter(value, bestValue_)) {
-                compare(x, value);
-            }
-            noteWorst(value);
-            return value;
-        }
-        return optimizersValue({value, true});
+        return takePlain(x, value, isGood);
     }
     mayGoOn();
     if (pool_) {
         pool_->ask(x);
     }
     return take(x, obtain(x));
+}
+
+// A value of a plain run.
+inline double KrSearchRun::takePlain(KrRealVector const& x, double value, bool isGood) {
+    ++asked_;
+    if (isGood) [[likely]] {
+        if (isBetter(value, bestValue_)) {
+            compare(x, value);
+        }
+        noteWorst(value);
+        return value;
+    }
+    return optimizersValue({value, true});
 }
 
 // Calls the function. False if the point has no value.
@@ -584,6 +589,12 @@ void KrSearchRun::stepMany(std::vector<KrRealVector> const& points, KrRealVector
                                [this](KrRealVector const& x) { return step(x); });
         return;
     }
+    if (isPlain_ && failures_ != asked_ && !exception_ && callMany(points, values)) {
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            values[i] = takePlain(points[i], values[i], !isFailure(values[i]));
+        }
+        return;
+    }
     mayGoOn();
     std::size_t count = points.size();
     if (maxEvaluations_ != 0) {
@@ -626,25 +637,33 @@ auto KrSearchRun::evaluatedMany(std::vector<KrRealVector> const& points) -> std:
                           : evaluatedBatch(points);
 }
 
+// Calls the function with a batch. False if a point in it fails by an exception.
+bool KrSearchRun::callMany(std::vector<KrRealVector> const& points, KrRealVector& values) {
+    try {
+        direct_->evaluateMultiple(points, values);
+    } catch (KrEvaluationFailure const&) {
+        return false;
+    } catch (...) {
+        exception_ = std::current_exception();
+        throw;
+    }
+    values.resize(points.size(), nan);
+    made_ += static_cast<KrU32>(points.size());
+    return true;
+}
+
 auto KrSearchRun::evaluatedBatch(std::vector<KrRealVector> const& points) -> std::vector<Made> {
     std::vector<Made> all(points.size());
     KrRealVector values;
     auto const start = std::chrono::steady_clock::now();
-    try {
-        direct_->evaluateMultiple(points, values);
-        values.resize(points.size(), nan);
-    } catch (KrEvaluationFailure const&) {
+    if (!callMany(points, values)) {
         // It names no point. Alone, each has the outcome that it has in any other batch, such as
         // the shorter one of a resumed search.
         for (std::size_t i = 0; i < points.size(); ++i) {
             all[i].known = evaluatedAlone(points[i], false);
         }
         return all;
-    } catch (...) {
-        exception_ = std::current_exception();
-        throw;
     }
-    made_ += static_cast<KrU32>(points.size());
     KrEvaluation evaluation;
     evaluation.seconds = secondsSince(start) / static_cast<double>(points.size());
     for (std::size_t i = 0; i < points.size(); ++i) {

@@ -77,7 +77,9 @@ private:
     void finish();
 
     double step(KrRealVector const& x);
+    double takePlain(KrRealVector const& x, double value, bool isGood);
     bool call(KrRealVector const& x, double& value);
+    bool callMany(std::vector<KrRealVector> const& points, KrRealVector& values);
     void stepMany(std::vector<KrRealVector> const& points, KrRealVector& values);
     void mayGoOn();
     [[noreturn]] void stop(KrSearchReason reason);
