@@ -3,8 +3,15 @@
 import math
 
 from zeibreku import _core, _documents
+from zeibreku._descriptions import DESCRIPTIONS
 
 Element = _core.Element
+
+for _name, (_summary, _texts) in DESCRIPTIONS.items():
+    _class = getattr(_core, _name)
+    _class.__doc__ = _summary
+    for _component, _text in _texts.items():
+        vars(_class)[_component].__doc__ = _text
 
 
 def names():
