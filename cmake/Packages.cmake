@@ -17,6 +17,7 @@ set(program_package ${PROJECT_NAME})
 set(mpi_package libzeibreku-mpi${PROJECT_VERSION_MAJOR})
 set(mpi_development_package libzeibreku-mpi-dev)
 set(mpi_program_package ${PROJECT_NAME}-mpi)
+set(python_package python3-${PROJECT_NAME})
 set(components runtime development documentation)
 if(ZEIBREKU_BUILD_PROGRAM)
     list(APPEND components program)
@@ -26,6 +27,9 @@ if(TARGET krmpi)
     if(ZEIBREKU_BUILD_PROGRAM)
         list(APPEND components mpi_program)
     endif()
+endif()
+if(TARGET zeibreku_python)
+    list(APPEND components python)
 endif()
 
 file(STRINGS ${debian_dir}/changelog newest LIMIT_COUNT 1)
@@ -141,5 +145,19 @@ set(CPACK_DEBIAN_MPI_PROGRAM_PACKAGE_SUGGESTS ${documentation_package})
 set(CPACK_DEBIAN_MPI_PROGRAM_DESCRIPTION "${about}
 This package holds the program zeibreku-mpi: searches whose function is a
 program that runs on the ranks of MPI.")
+
+# An extension is for one version of Python.
+math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
+string(CONCAT CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION}), "
+    "python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}~), "
+    "python3 (<< ${Python_VERSION_MAJOR}.${next_minor}), python3-numpy")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME ${python_package})
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS
+    "python3-scipy, python3-matplotlib, ${documentation_package}")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "${about}
+This package holds the Python module: the objects with their documents, and
+searches with the arguments and results of SciPy.")
 
 include(CPack)

@@ -201,7 +201,8 @@ check_packages() {
     # The separate root lacks the packages' dependencies, which the system provides.
     PATH=$PATH:/usr/sbin:/sbin fakeroot dpkg --root="$root" -i \
         --ignore-depends=libc6,libexpat1,libgcc-s1,libstdc++6 \
-        --ignore-depends=libopenmpi3,libopenmpi-dev,libmpich12,libmpich-dev "$build"/*.deb
+        --ignore-depends=libopenmpi3,libopenmpi-dev,libmpich12,libmpich-dev \
+        --ignore-depends=python3,python3-numpy "$build"/*.deb
 
     local libraries flags
     libraries=$(dirname "$(dirname "$(find "$root" -name zeibreku.pc)")")

@@ -112,6 +112,12 @@ def test_failures_are_passed_over_and_end_a_search_without_a_value():
 
     found = z.minimize(failing, START)
     assert found.success and found.x[0] <= 0.5 and found.report.failures > 0
+    with concurrent.futures.ThreadPoolExecutor(2) as executor:
+        record = z.Record()
+        parallel = z.minimize(failing, START, workers=executor, record=record)
+    assert bits(parallel.report) == bits(found.report)
+    texts = {entry["text"] for entry in record.entries.values() if entry["failed"]}
+    assert texts == {"beyond the half"}
 
     def never(x):
         raise z.EvaluationFailure("never")
