@@ -124,7 +124,9 @@ def test_repr_names_long_lists_only():
     assert repr(z.NelderMead(alpha=2)) == "NelderMead(alpha=2.0)"
     lengths = numpy.arange(20.0)
     assert eval(repr(z.NelderMead(simplex_edge_lengths=lengths)), vars(z)).simplex_edge_lengths[19] == 19
-    assert "<21 numbers>" in repr(z.NelderMead(simplex_edge_lengths=numpy.arange(21.0)))
+    long = z.NelderMead(simplex_edge_lengths=numpy.arange(21.0))
+    assert "<21 numbers>" in repr(long)
+    assert long != z.NelderMead(simplex_edge_lengths=numpy.arange(1.0, 22.0))
 
 
 BAD = """<sequenceOptimizer xmlns="urn:zeibreku:function#">

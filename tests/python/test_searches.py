@@ -3,6 +3,7 @@
 import concurrent.futures
 import gc
 import math
+import multiprocessing
 import os
 import pathlib
 import signal
@@ -80,6 +81,7 @@ def test_every_way_to_evaluate_has_the_same_bits(optimizer, tmp_path):
 def test_spawned_processes_find_the_same_bits():
     found = z.minimize(rosenbrock, START, workers=2, max_evaluations=30)
     assert bits(found.report) == bits(z.minimize(rosenbrock, START, max_evaluations=30).report)
+    assert multiprocessing.active_children() == []
     with pytest.raises(LookupError, match="no value") as caught:
         z.minimize(bad, START, workers=2)
     assert caught.value.args[1] != os.getpid()
@@ -102,6 +104,12 @@ def test_reasons(keywords, reason, success):
     reasons = ["finished", "target", "stalled", "evaluations", "time", "cancelled", "failed"]
     assert found.status == reasons.index(reason) and found.message
     assert found.x.shape == (2,) and (found.nfev == 0 or found.fun == rosenbrock(found.x))
+
+
+@pytest.mark.parametrize("n", [1, 2, 4])
+def test_the_default_optimizer_finds_a_symmetric_minimum(n):
+    found = z.minimize(lambda x: ((x - 1.0) ** 2).sum(), numpy.zeros(n))
+    assert found.success and abs(found.x - 1.0).max() < 1e-3
 
 
 def test_failures_are_passed_over_and_end_a_search_without_a_value():
@@ -201,7 +209,7 @@ def test_an_array_that_is_kept_is_not_used_again():
         ({"fun": 1}, TypeError, "fun: expected a function"),
         ({"fun": lambda x: None}, TypeError, "fun: expected a number as result, got None"),
         ({"fun": lambda x: [1, 2]}, TypeError, r"fun: expected a number as result, got \[1, 2\]"),
-        ({"fun": lambda x: 1, "vectorized": True}, ValueError, r"fun: .*shape \(3,\).*got shape \(\)"),
+        ({"fun": lambda x: 1, "vectorized": True}, ValueError, r"fun: .*shape \(1,\).*got shape \(\)"),
         ({"fun": lambda x: ["a"] * 3, "vectorized": True}, TypeError, "fun: expected an array of num"),
         ({"x0": []}, ValueError, "x0: "),
         ({"x0": [[1.0]]}, ValueError, r"x0: .*\(1, 1\)"),
@@ -253,6 +261,8 @@ def test_bounds_and_constraints_in_every_form():
     results = [z.minimize(rosenbrock, START, constraints=c) for c in (own, [own], theirs)]
     assert len({tuple(bits(r.report)) for r in results}) == 1
     assert results[0].x.sum() <= 0.5 + 1e-12
+    above = scipy.optimize.LinearConstraint([[1.0, 1.0]], 3.0, math.inf)
+    assert abs(z.minimize(rosenbrock, START, constraints=above).x.sum() - 3.0) < 1e-3
 
 
 def test_a_callback_sees_every_evaluation(capsys):
@@ -282,7 +292,7 @@ def test_as_a_method_of_scipy(optimizer):
     )
     assert isinstance(theirs, scipy.optimize.OptimizeResult)
     assert bits(theirs.report) == bits(own.report) and theirs.fun == own.fun
-    assert best == sorted(best, reverse=True) and best[-1] == own.fun
+    assert best == sorted(set(best), reverse=True) and best[-1] == own.fun
     for keywords, name in [
         ({"jac": lambda x: x}, "jac"),
         ({"hess": lambda x: x}, "hess"),
@@ -300,8 +310,13 @@ def test_as_a_method_of_scipy(optimizer):
 def test_scipys_tutorial():
     """The Nelder-Mead example of SciPy's tutorial on optimization."""
     x0 = numpy.array([1.3, 0.7, 0.8, 1.9, 1.2])
-    optimizer = z.default_optimizer(x0)
-    optimizer.stopping_threshold = 1e-16
+    optimizer = z.NelderMead(
+        default_simplex_edge_length=0.1,
+        stopping_threshold=1e-16,
+        max_function_evaluations=2000,
+        max_total_steps=2000,
+        restart_check_period=200,
+    )
     ours = scipy.optimize.minimize(scipy.optimize.rosen, x0, method=optimizer)
     theirs = scipy.optimize.minimize(
         scipy.optimize.rosen, x0, method="nelder-mead", options={"xatol": 1e-8}
@@ -322,12 +337,7 @@ def test_nlopts_tutorial():
         violations = ((a * x[0] + b) ** 3 - x[1] for a, b in ((2, 0), (-1, 1)))
         return fun(x) + 10.0 * sum(max(0.0, violation) for violation in violations)
 
-    chain = z.Sequence(
-        number_passes=5,
-        optimizer_sequence=[
-            z.default_optimizer([1.234, 5.678], 300).set_params(stopping_threshold=1e-14),
-        ],
-    )
+    chain = z.default_optimizer([1.234, 5.678], 400).set_params(number_passes=5)
     found = z.minimize(weighted, [1.234, 5.678], optimizer=chain, bounds=[(None, None), (0, None)])
     assert abs(found.fun - 0.5443310476) < 1e-4
     assert abs(found.x - [1 / 3, 8 / 27]).max() < 1e-3
@@ -348,12 +358,14 @@ def test_a_record_is_resumed(tmp_path):
         z.minimize(dying, START, record=path)
     resumed = z.minimize(rosenbrock, START, record=path)
     assert bits(resumed.report) == bits(whole.report)
-    assert (resumed.report.evaluations_from_record, resumed.nfev) == (30, whole.nfev - 30)
+    assert resumed.nfev == whole.nfev - 30
     record = z.Record(path).load()
     assert record.verify() == "same" and len(record.runs) == 2
     assert record.search == z.make_search(START)
-    assert record.points.shape == (whole.nfev, 2) and record.values.min() == whole.fun
-    assert list(record.asked) == list(range(whole.nfev)) and record.entries[0]["failed"] is False
+    assert record.points.shape == (whole.report.evaluations, 2)
+    assert list(map(rosenbrock, record.points)) == list(record.values)
+    assert len(record.entries) == whole.nfev and max(record.asked) == whole.nfev - 1
+    assert list(record.entries[0]["point"]) == START and record.entries[0]["failed"] is False
     with pytest.raises(ValueError, match="seed"):
         z.minimize(rosenbrock, START, record=path, seed=2)
     path.write_text("zeibreku-record 1\nx\n")
@@ -374,7 +386,7 @@ def test_a_record_in_use_is_refused():
             z.minimize(rosenbrock, START, record=record)
         return rosenbrock(x)
 
-    assert z.minimize(fun, START, record=record, max_evaluations=3).nfev == 3
+    assert z.minimize(fun, START, record=record, max_evaluations=3).nfev == 2
     assert record.values.shape == (3,)
 
 
