@@ -1,9 +1,13 @@
 """Searches: results, callbacks, exceptions, workers, records."""
 
 import concurrent.futures
+import ctypes
+import functools
 import gc
+import itertools
 import math
 import multiprocessing
+import operator
 import os
 import pathlib
 import signal
@@ -35,6 +39,11 @@ OPTIMIZERS = [
 @pytest.fixture(params=OPTIMIZERS, ids=lambda optimizer: type(optimizer).__name__)
 def optimizer(request):
     return request.param
+
+
+def in_c(values):
+    """A function in C, which returns the next of the values and never lets other threads run."""
+    return functools.partial(next, values)
 
 
 def bits(report):
@@ -171,6 +180,14 @@ def test_interrupts_end_within_one_evaluation():
     with pytest.raises(KeyboardInterrupt):
         z.minimize(fun, START)
     assert count == 5
+
+    # Functions in C do not look for signals.
+    interrupt = getattr(ctypes.CDLL(None), "raise")
+    signals = zip(itertools.repeat(1.0), map(interrupt, itertools.repeat(int(signal.SIGINT))))
+    record = z.Record()
+    with pytest.raises(KeyboardInterrupt):
+        z.minimize(in_c(map(operator.itemgetter(0), signals)), START, record=record)
+    assert len(record.entries) == 0
 
 
 def test_an_array_that_is_kept_is_not_used_again():
@@ -416,25 +433,26 @@ def test_searches_nest_and_warnings_are_logged(caplog):
 
 
 def test_other_threads_run_between_evaluations():
-    count = 0
+    count = [0.0]
     ready, done = threading.Event(), threading.Event()
 
     def counting():
-        nonlocal count
         ready.set()
         while not done.is_set():
-            count += 1
+            count[0] += 1.0
 
     thread = threading.Thread(target=counting)
     thread.start()
     ready.wait()
-    before = count
-    # A function in C never lets others run by itself.
-    z.minimize(math.fsum, numpy.ones(100), max_evaluations=20000, stall_evaluations=20000)
-    after = count
+    record = z.Record()
+    function = in_c(map(count.__getitem__, itertools.repeat(0)))
+    endless = z.NelderMead(
+        stopping_threshold=-1.0, max_function_evaluations=40000, max_total_steps=40000
+    )
+    z.minimize(function, numpy.ones(100), optimizer=endless, remember=False, record=record)
     done.set()
     thread.join()
-    assert after > before
+    assert len(set(record.values)) > 3
 
 
 def test_nothing_is_kept_after_a_search():
