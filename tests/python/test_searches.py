@@ -53,6 +53,7 @@ def bits(report):
     return [value.tobytes() if value.dtype.kind == "f" else str(value) for value in values]
 
 
+@pytest.mark.skipif("ZEIBREKU_PROGRAM" not in os.environ, reason="built without the program")
 def test_the_program_finds_the_same_bits(optimizer, tmp_path):
     search = z.make_search(START, optimizer=optimizer, bounds=[(-2, 2), (None, 3)], max_evaluations=60)
     search.write(tmp_path / "search.xml")
