@@ -3,6 +3,7 @@
 #include "foundation/core/KrPrint.h"
 #include "function/tools/KrCsvReader.h"
 #include "function/tools/KrTableImport.h"
+#include "support/Pieces.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,24 +20,6 @@ void require(bool holds, char const* what) {
         std::abort();
     }
 }
-
-// A stream that delivers a few bytes at a time.
-class Pieces : public std::streambuf {
-public:
-    Pieces(std::string const& text, std::size_t size) : text_(text), size_(size) {}
-
-private:
-    int_type underflow() override {
-        std::size_t const count = std::min(size_, text_.size() - at_);
-        setg(text_.data() + at_, text_.data() + at_, text_.data() + at_ + count);
-        at_ += count;
-        return count == 0 ? traits_type::eof() : traits_type::to_int_type(*gptr());
-    }
-
-    std::string text_;
-    std::size_t size_;
-    std::size_t at_ = 0;
-};
 
 std::string rowsOf(std::string const& text, std::size_t piece, bool hasDecimalComma) {
     Pieces pieces(text, piece);

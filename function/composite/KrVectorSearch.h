@@ -49,9 +49,10 @@ class KR_EXPORT KrInterpolator;
 /// Cost: one division, no allocation. linear adds one step for each segment that x has moved,
 /// bisection at most log2 of the table's size, equal_spaced another division. From 16 breakpoints
 /// on, `init` divides the range into even cells, in 8 bytes for each breakpoint. If the breakpoints
-/// are about evenly spaced, a bisection begins in the cell of x and takes one or two steps. A const look-up still
-/// writes its result into the object: use one object per thread. Copies share the breakpoints,
-/// which never change, and nothing else.
+/// are about evenly spaced, a bisection begins in the cell of x and takes one or two steps.
+///
+/// A const look-up still writes its result into the object: use one object per thread. Copies share
+/// the breakpoints, which never change, and nothing else.
 ///
 /// Instantiated for `double`.
 template <class Value>

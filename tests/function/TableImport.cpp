@@ -2,6 +2,7 @@
 
 #include "function/tools/KrCsvReader.h"
 #include "function/tools/KrTableImport.h"
+#include "support/Pieces.h"
 #include "tests/support/Bits.h"
 #include "tests/support/CapturedMessages.h"
 #include "tests/support/Files.h"
@@ -17,24 +18,6 @@
 namespace {
 
 using Enums = KrVectorSearchEnums;
-
-// A stream that delivers `size` bytes at a time, as a pipe may.
-class Pieces : public std::streambuf {
-public:
-    Pieces(std::string const& text, std::size_t size) : text_(text), size_(size) {}
-
-private:
-    int_type underflow() override {
-        std::size_t const count = std::min(size_, text_.size() - at_);
-        setg(text_.data() + at_, text_.data() + at_, text_.data() + at_ + count);
-        at_ += count;
-        return count == 0 ? traits_type::eof() : traits_type::to_int_type(*gptr());
-    }
-
-    std::string text_;
-    std::size_t size_;
-    std::size_t at_ = 0;
-};
 
 // The rows as "LINE[field|field]".
 std::string rowsOf(std::string const& text, std::size_t piece, bool hasDecimalComma = false) {
