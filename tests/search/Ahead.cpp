@@ -209,7 +209,6 @@ TEST(Ahead, AnExceptionPassesWhenTheSearchAsksForItsPoint) {
     }
 }
 
-// On a quadratic function predictions are right, so that eight workers are worth more than five.
 // A point that only workers have asked for may not be possible to evaluate.
 TEST(Ahead, WhatOnlyWorkersAskedForMayBreak) {
     struct Breaking : Shuffled {
@@ -259,6 +258,56 @@ TEST(Ahead, WhatOnlyWorkersAskedForMayBreak) {
     EXPECT_GT(broken, 0);
 }
 
+// Ends at a point that it did not ask for, but might have. If a value is a prediction, its next
+// point has another length.
+KrToken const wanderingToken("urn:zeibreku:tests#wandering");
+class Wandering : public KrElement<Wandering, KrScalarMultivariableOptimizer, wanderingToken> {
+public:
+    double findMinimum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
+                       KrRealVector& result) const override {
+        KrRealVector x = start;
+        double value = f.evaluate(x);
+        for (double step = 1.0; step <= start[1]; ++step) {
+            result = {x[0] - step, step};
+            x = {x[0] + 2.0 * step, step};
+            if (value < 0.0) {
+                std::swap(x, result);
+            }
+            if (std::abs(value) < 1.0) {
+                x.push_back(step);
+            }
+            value = f.evaluate(x);
+        }
+        return value;
+    }
+    double findMaximum(KrScalarMultivariableFunction const& f, KrRealVector const& start,
+                       KrRealVector& result) const override {
+        return findMinimum(f, start, result);
+    }
+};
+
+TEST(Ahead, WhatOnlyWorkersAskedForIsNoAnswer) {
+    KrCallableFunction const f(2, [](KrRealVector const& x) {
+        EXPECT_EQ(x.size(), 2U);
+        double const value = 1.0 + std::abs(x[0]) / 1024.0;
+        return std::sin(x[0] * 17.0) < 0.0 ? -value : value;
+    });
+    std::size_t speculated = 0;
+    for (bool const remembers : {false, true}) {
+        for (double steps = 1.0; steps < 40.0; ++steps) {
+            KrSearch search = searchOf(everyOptimizer(1)[0], {0.5, steps});
+            search.setOptimizer(Wandering());
+            search.setRemember(remembers);
+            Shuffled workers(f, 6);
+            KrSearchReport const report = search.run(workers);
+            EXPECT_EQ(report.answer(), search.run(f).answer());
+            speculated += report.evaluationsSpeculated();
+        }
+    }
+    EXPECT_GT(speculated, 100U);
+}
+
+// On a quadratic function predictions are right, so that eight workers are worth more than five.
 TEST(Ahead, RightPredictionsSaveRounds) {
     struct Rounds : KrCallingThread {
         using KrCallingThread::KrCallingThread;
