@@ -119,10 +119,9 @@ void Batch::multiply(KrReArray const& factor) {
 // first-level cache.
 class ReadOut {
 public:
-    ReadOut(KrReArray& array, std::size_t side, double weight)
-        : array_(array),
-          columns_(array.numColumns()),
-          rows_(array.numRows()),
+    ReadOut(std::vector<double*> const& rows, std::size_t columns, std::size_t side, double weight)
+        : rows_(rows),
+          columns_(columns),
           lastIndex_(static_cast<double>(side - 1)),
           centre_(0.5 * static_cast<double>(side)),
           weight_(weight) {}
@@ -140,7 +139,7 @@ private:
     KR_FOUR void addByFour(Batch const& batch, bool withinGrid) { addBy(batch, withinGrid); }
 
     [[gnu::always_inline]] void addBy(Batch const& batch, bool withinGrid) {
-        for (std::size_t top = 0; top < rows_; top += tileRows) {
+        for (std::size_t top = 0; top < rows_.size(); top += tileRows) {
             for (std::size_t left = 0; left < columns_; left += tileColumns) {
                 for (std::size_t sample = 0; sample < batch.size; ++sample) {
                     withinGrid ? addToTile<false>(batch, sample, top, left)
@@ -165,16 +164,15 @@ private:
         }
         std::int32_t a[tileColumns];
         std::int32_t b[tileColumns];
-        for (std::size_t r = top; r < std::min(top + tileRows, rows_); ++r) {
-            double const y = static_cast<double>(r) - 0.5 * static_cast<double>(rows_);
+        for (std::size_t r = top; r < std::min(top + tileRows, rows_.size()); ++r) {
+            double const y = static_cast<double>(r) - 0.5 * static_cast<double>(rows_.size());
             double const ySine = y * sine;
             double const yCosine = y * cosine;
             for (std::size_t c = 0; c < width; ++c) {
                 a[c] = index<clamp>(xCosine[c] - ySine + centre_);
                 b[c] = index<clamp>(xSine[c] + yCosine + centre_);
             }
-            addProducts(weight_, batch.u1(sample), b, batch.u2(sample), a, width,
-                        array_[static_cast<KrU32>(r)].data() + left);
+            addProducts(weight_, batch.u1(sample), b, batch.u2(sample), a, width, rows_[r] + left);
         }
     }
 
@@ -197,13 +195,33 @@ private:
         }
     }
 
-    KrReArray& array_;
+    std::vector<double*> const& rows_;
     std::size_t columns_;
-    std::size_t rows_;
     double lastIndex_;
     double centre_;
     double weight_;
 };
+
+// Adds samples to cells that have the mean. `rows` has the first cell of each row.
+void addSamples(KrU32 samples, std::vector<double*> const& rows, KrU32 numColumns,
+                KrBaseScalarFunction const& correlation, double spacing) {
+    if (samples == 0) {
+        return;
+    }
+    KrU32 const numRows = static_cast<KrU32>(rows.size());
+    KrU32 const squares = numRows * numRows + numColumns * numColumns;
+    bool const withinGrid =
+        squares == std::uint64_t{numRows} * numRows + std::uint64_t{numColumns} * numColumns;
+    KrU32 const side = static_cast<KrU32>(std::ceil(KrMath::sqrt(squares))) + 1;
+    KrReArray const factor = correlationFactor(side, correlation, spacing);
+    ReadOut readOut(rows, numColumns, side, 1.0 / KrMath::sqrt(samples));
+    Batch batch(side);
+    for (KrU32 left = samples; left > 0; left -= static_cast<KrU32>(batch.size)) {
+        batch.draw(std::min<std::size_t>(left, batchSize));
+        batch.multiply(factor);
+        readOut.add(batch, withinGrid);
+    }
+}
 
 }  // namespace
 
@@ -215,19 +233,20 @@ void KrRandomTensorTool::getGaussianRandomArray(KrReArray& array, KrU32 numColum
                                                 KrBaseScalarFunction& correlation, double spacing,
                                                 double mean) const {
     array.resizeArrayAndFill(numRows, numColumns, mean);
-    if (numRandomSamples_ == 0) {
-        return;
+    std::vector<double*> rows(numRows);
+    for (KrU32 r = 0; r < numRows; ++r) {
+        rows[r] = array[r].data();
     }
-    KrU32 const squares = numRows * numRows + numColumns * numColumns;
-    bool const withinGrid =
-        squares == std::uint64_t{numRows} * numRows + std::uint64_t{numColumns} * numColumns;
-    KrU32 const side = static_cast<KrU32>(std::ceil(KrMath::sqrt(squares))) + 1;
-    KrReArray const factor = correlationFactor(side, correlation, spacing);
-    ReadOut readOut(array, side, 1.0 / KrMath::sqrt(numRandomSamples_));
-    Batch batch(side);
-    for (KrU32 left = numRandomSamples_; left > 0; left -= static_cast<KrU32>(batch.size)) {
-        batch.draw(std::min<std::size_t>(left, batchSize));
-        batch.multiply(factor);
-        readOut.add(batch, withinGrid);
+    addSamples(numRandomSamples_, rows, numColumns, correlation, spacing);
+}
+
+void KrRandomTensorTool::fillGaussianRandomArray(std::span<double> cells, KrU32 numColumns,
+                                                 KrU32 numRows, KrBaseScalarFunction& correlation,
+                                                 double spacing, double mean) const {
+    std::ranges::fill(cells, mean);
+    std::vector<double*> rows(numRows);
+    for (std::size_t r = 0; r < numRows; ++r) {
+        rows[r] = cells.data() + r * numColumns;
     }
+    addSamples(numRandomSamples_, rows, numColumns, correlation, spacing);
 }

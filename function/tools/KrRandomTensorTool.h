@@ -5,6 +5,8 @@
 #include "foundation/math/KrReArray.h"
 #include "function/scalar/KrBaseScalarFunction.h"
 
+#include <span>
+
 /// Generates random fields: two-dimensional arrays of Gaussian values around a mean, whose
 /// correlation between two cells is a given function of their distance.
 ///
@@ -72,6 +74,12 @@ public:
     virtual void getGaussianRandomArray(KrReArray& array, KrU32 numColumns, KrU32 numRows,
                                         KrBaseScalarFunction& correlation, double spacing,
                                         double mean) const;
+
+    /// Writes the same field to `cells`, row after row, with the same bits and draws. `cells` must
+    /// have `numRows` times `numColumns` numbers, which is not checked.
+    void fillGaussianRandomArray(std::span<double> cells, KrU32 numColumns, KrU32 numRows,
+                                 KrBaseScalarFunction& correlation, double spacing,
+                                 double mean) const;
 
     bool operator==(KrRandomTensorTool const& other) const = default;
 

@@ -61,6 +61,18 @@ TEST(RandomField, HasTheBitsAndTheDrawsOfItsPlainForm) {
         SCOPED_TRACE(testing::Message() << "case " << &c - cases);
         KrReArray const array = fieldOf(c.columns, c.rows, c.f, c.spacing, c.mean, c.samples);
         double const nextDraw = KrMath::unifRand();
+        KrRealVector cells(std::size_t{c.columns} * c.rows, nan);
+        KrRandomTensorTool tool;
+        tool.setNumRandomSamples(c.samples);
+        tool.setRandomSeed(11);
+        Correlation correlation(c.f);
+        tool.fillGaussianRandomArray(cells, c.columns, c.rows, correlation, c.spacing, c.mean);
+        EXPECT_EQ(KrMath::unifRand(), nextDraw);
+        auto cell = cells.begin();
+        for (KrRealVector const& row : array.rows()) {
+            ASSERT_TRUE(std::equal(row.begin(), row.end(), cell));
+            cell += static_cast<std::ptrdiff_t>(row.size());
+        }
         KrRandom::seed(11);
         EXPECT_EQ(array.rows(), PlainRandomField::field(c.columns, c.rows, Correlation(c.f),
                                                         c.spacing, c.mean, c.samples));
