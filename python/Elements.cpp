@@ -24,6 +24,7 @@
 #include "function/scalar/KrPowerUnitaryMap.h"
 #include "function/scalar/KrSCurveUnitaryMap.h"
 #include "function/tools/KrGaussQuadrature.h"
+#include "python/Arrays.h"
 #include "search/KrSearch.h"
 #include "search/KrSearchCreators.h"
 
@@ -137,24 +138,10 @@ template <class T>
 py::array_t<T, py::array::c_style | py::array::forcecast> arrayFrom(py::handle value,
                                                                     py::ssize_t dimension,
                                                                     std::string const& name) {
-    char const* const expected = std::is_same_v<T, double> ? "numbers" : "integers";
-    auto const array = py::array::ensure(value);
-    if (!array || PyUnicode_Check(value.ptr())) {
-        PyErr_Clear();
-        throwType(name, std::string("an array of ") + expected, value);
-    }
-    char const kind = array.dtype().kind();
-    bool const isReal = std::is_same_v<T, double> && (kind == 'f' || kind == 'b');
-    if (array.size() > 0 && !isReal && kind != 'i' && kind != 'u') {
-        throwType(name,
-                  std::string("an array of ") + expected + ", not of dtype " +
-                      std::string(py::str(array.dtype())),
-                  value);
-    }
+    auto const array = numberArray(value, name, std::is_same_v<T, double>);
     if (array.ndim() != dimension && !(array.ndim() == 1 && array.size() == 0)) {
         throwValue(name, "expected an array of " + std::to_string(dimension) +
-                             " dimension(s), got one of shape " +
-                             std::string(py::str(array.attr("shape"))));
+                             " dimension(s), got one of shape " + shapeText(array));
     }
     if constexpr (std::is_same_v<T, KrU32>) {
         if (array.size() > 0 &&
@@ -164,13 +151,6 @@ py::array_t<T, py::array::c_style | py::array::forcecast> arrayFrom(py::handle v
         }
     }
     return py::array_t<T, py::array::c_style | py::array::forcecast>::ensure(array);
-}
-
-// Read-only, since it is a copy: a change of it would not reach the element.
-template <class T>
-py::array readOnly(py::array_t<T> array) {
-    array.attr("setflags")(py::arg("write") = false);
-    return array;
 }
 
 template <class T>
@@ -438,8 +418,8 @@ void componentFromPython(KrXmlObject& component, py::handle value, std::string c
     } else if (auto* const pairs = dynamic_cast<IndexPairs*>(&component)) {
         auto const array = arrayFrom<KrU32>(value, 2, name);
         if (array.size() > 0 && array.shape(1) != 2) {
-            throwValue(name, "expected an array of shape (m, 2), got one of shape " +
-                                 std::string(py::str(array.attr("shape"))));
+            throwValue(name,
+                       "expected an array of shape (m, 2), got one of shape " + shapeText(array));
         }
         IndexPairs values;
         for (py::ssize_t i = 0; i + 1 < array.size(); i += 2) {
