@@ -54,6 +54,8 @@ public:
 
     /// The number of points.
     std::size_t count() const { return count_; }
+    /// Whether there is one point, and not a block of one.
+    bool isSingle() const { return shape_.empty(); }
     /// The coordinates, point by point. They are valid as long as this object.
     std::span<double const> coordinates() const { return {data_, count_ * n_}; }
     /// The coordinates of one point.

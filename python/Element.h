@@ -52,11 +52,22 @@ void checkChangeable(KrXmlObject const& element);
 /// Raises ValueError with "NAME: TEXT".
 [[noreturn]] void throwValue(std::string const& name, std::string const& text);
 
+/// A copy of a part of another element, which is marked as a part of `name`.
+pybind11::object partOf(KrXmlObject const& element, std::string const& name);
+
+/// What Python keeps with an element until it changes or is deleted: null at first.
+std::shared_ptr<void const>& derivedOf(KrXmlObject const& element);
+
 /// The Python name of a component: snake case of the local name of its tag.
 std::string snakeCase(std::string_view name);
 
 /// Adds the properties of the components of `prototype` to the Python class `type`.
 void addComponents(pybind11::handle type, KrXmlObject& prototype, ElementChanged changed);
+/// Adds a component that the class of `prototype` does not register for its documents. `set` gets
+/// a value that the property or a keyword has got; `ElementChanged` is called after it.
+void addComponent(pybind11::handle type, KrXmlObject const& prototype, std::string const& name,
+                  pybind11::object (*get)(KrXmlObject const& element),
+                  void (*set)(KrXmlObject& element, pybind11::handle value), char const* doc);
 /// Sets components by keyword.
 void setComponents(KrXmlObject& element, pybind11::kwargs const& values);
 
@@ -79,6 +90,12 @@ ElementClass<T, Base> bindElement(pybind11::module_& module, char const* name,
 
 /// Adds `Element`, its bases, and all elements of documents.
 void bindElements(pybind11::module_& module);
+
+/// Adds the calls of scalar functions and of unitary maps.
+void bindFunctions(pybind11::module_& module);
+
+/// Adds the calls of tables and of composite functions, and what they are frozen to.
+void bindTables(pybind11::module_& module);
 
 /// Adds what runs searches: records, ask and tell, and the run itself.
 void bindSearches(pybind11::module_& module);

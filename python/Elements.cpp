@@ -54,10 +54,46 @@ std::unordered_map<std::string_view, ElementChanged>& changes() {
     return *all;
 }
 
+// By the element.
+std::unordered_map<KrXmlObject const*, std::shared_ptr<void const>>& derived() {
+    static auto* const all =
+        new std::unordered_map<KrXmlObject const*, std::shared_ptr<void const>>;
+    return *all;
+}
+
+// The components that a class does not register.
+struct OtherComponent {
+    std::string_view type;  // its name in the C++ runtime
+    std::string name;
+    void (*set)(KrXmlObject& element, py::handle value);
+};
+
+std::vector<OtherComponent>& otherComponents() {
+    static auto* const all = new std::vector<OtherComponent>;
+    return *all;
+}
+
+OtherComponent const* findOther(KrXmlObject const& element, std::string_view name) {
+    auto const found = std::ranges::find_if(otherComponents(), [&](OtherComponent const& other) {
+        return other.type == typeid(element).name() && other.name == name;
+    });
+    return found == otherComponents().end() ? nullptr : &*found;
+}
+
 void noteChange(KrXmlObject& element) {
+    derived().erase(&element);
     auto const found = changes().find(typeid(element).name());
     if (found != changes().end()) {
         found->second(element);
+    }
+}
+
+// Computes the boxes of a composite function. `==` compares them, and a tree has them only after
+// its container has computed them.
+void prepareBoxes(KrXmlObject& element) {
+    if (auto* const function = dynamic_cast<KrCompositeFunctionElement*>(&element)) {
+        function->initBounds();
+        function->initLimitOrExtrapolate();
     }
 }
 
@@ -169,12 +205,6 @@ void setArray(KrXmlVectorType<KrXmlBasicType<T>>& list, py::handle value, std::s
         values.pushBack(KrXmlBasicType<T>(number));
     }
     list = std::move(values);
-}
-
-py::object partOf(KrXmlObject const& element, std::string const& name) {
-    py::object part = elementToPython(std::unique_ptr<KrXmlObject>(element.clone()));
-    parts().emplace(part.cast<KrXmlObject*>(), name);
-    return part;
 }
 
 template <class T>
@@ -296,7 +326,16 @@ using Families =
 
 void ElementDeleter::operator()(KrXmlObject* element) const {
     parts().erase(element);
+    derived().erase(element);
     delete element;
+}
+
+std::shared_ptr<void const>& derivedOf(KrXmlObject const& element) { return derived()[&element]; }
+
+py::object partOf(KrXmlObject const& element, std::string const& name) {
+    py::object part = elementToPython(std::unique_ptr<KrXmlObject>(element.clone()));
+    parts().emplace(part.cast<KrXmlObject*>(), name);
+    return part;
 }
 
 void throwType(std::string const& name, std::string const& expected, py::handle value) {
@@ -332,6 +371,7 @@ std::string snakeCase(std::string_view name) {
 }
 
 py::object elementToPython(std::unique_ptr<KrXmlObject> element) {
+    prepareBoxes(*element);
     return py::cast(element.release(), py::return_value_policy::take_ownership);
 }
 
@@ -529,9 +569,41 @@ void addComponents(py::handle type, KrXmlObject& prototype, ElementChanged chang
     py::setattr(type, "_components", py::tuple(names));
 }
 
+namespace {
+
+// All or nothing: a value that is refused leaves the element as it is.
+void changeComponents(KrXmlObject& element, py::kwargs const& values) {
+    checkChangeable(element);
+    std::unique_ptr<KrXmlObject> const trial(element.clone());
+    setComponents(*trial, values);
+    setComponents(element, values);
+}
+
+}  // namespace
+
+void addComponent(py::handle type, KrXmlObject const& prototype, std::string const& name,
+                  py::object (*get)(KrXmlObject const& element),
+                  void (*set)(KrXmlObject& element, py::handle value), char const* doc) {
+    otherComponents().push_back({typeid(prototype).name(), name, set});
+    py::cpp_function const getValue(get, py::name(name.c_str()), py::is_method(type));
+    py::cpp_function const setValue(
+        [name](KrXmlObject& self, py::object const& value) {
+            changeComponents(self, py::kwargs(py::dict(py::arg(name.c_str()) = value)));
+        },
+        py::name(name.c_str()), py::is_method(type), py::call_guard<MessageDelivery>());
+    py::object const property =
+        py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(&PyProperty_Type));
+    py::setattr(type, name.c_str(), property(getValue, setValue, py::none(), doc));
+    py::setattr(type, "_components", py::object(type.attr("_components")) + py::make_tuple(name));
+}
+
 void setComponents(KrXmlObject& element, py::kwargs const& values) {
     for (auto const& [key, value] : values) {
         std::string const name = py::str(key);
+        if (OtherComponent const* const other = findOther(element, name)) {
+            other->set(element, value);
+            continue;
+        }
         auto* const parent = dynamic_cast<KrXmlCompoundType*>(&element);
         // A container, or a vector, is its only component.
         bool const isOwn = !parent && (name == "element" || name == "elements");
@@ -550,13 +622,40 @@ void setComponents(KrXmlObject& element, py::kwargs const& values) {
 
 namespace {
 
+// --- What a class derives from its components.
+
+void derive(KrXmlObject& element) {
+    // A setter derives what depends on the components.
+    if (auto* const map = dynamic_cast<KrSCurveUnitaryMap*>(&element)) {
+        map->setCenter(map->center());
+    } else if (auto* const axis = dynamic_cast<KrTableFunctionVectorSearch*>(&element)) {
+        axis->init();
+    } else if (auto* const table = dynamic_cast<KrTableFunctionInterpolator*>(&element)) {
+        table->init();
+        prepareBoxes(*table);
+    } else if (auto* const branch = dynamic_cast<KrCompositeFunctionBranch*>(&element)) {
+        // A lone child has no box, so that no point would reach it.
+        if (!branch->left() != !branch->right()) {
+            throwValue(branch->left() ? "right" : "left",
+                       "missing; a branch has two children or none, which set_params sets at once");
+        }
+        prepareBoxes(*branch);
+    } else if (auto* const composite = dynamic_cast<KrCompositeFunctionContainer*>(&element)) {
+        if (!composite->topElement()) {
+            *composite = KrCompositeFunctionContainer();  // without the boxes of an earlier element
+        }
+    } else if (auto* const rule = dynamic_cast<KrGaussQuadrature*>(&element)) {
+        rule->setOrder(rule->order());
+    }
+}
+
 // --- Containers and vectors, which documents have as roots.
 
 template <class T, class Family>
 void bindContainer(py::module_& module, char const* name) {
     ElementClass<T, KrXmlObject> type(module, name);
     T prototype;
-    addComponents(type, prototype, nullptr);
+    addComponents(type, prototype, derive);
     type.def(py::init([](py::object const& element) {
                  ElementHolder<T> container(new T);
                  componentFromPython(*container, element, "element");
@@ -568,6 +667,7 @@ void bindContainer(py::module_& module, char const* name) {
         [](T& self, py::handle value) {
             checkChangeable(self);
             componentFromPython(self, value, "element");
+            noteChange(self);
         });
     type.attr("_components") = py::make_tuple("element");
 }
@@ -597,6 +697,21 @@ void bindVector(py::module_& module, char const* name) {
 }
 
 // --- Documents.
+
+// A branch creates its children by its container. As the root of a document it has none, so it gets
+// one for all, which is never destroyed.
+KrXmlObject* createBranch() {
+    static auto const* const home = new KrCompositeFunctionContainer;
+    auto* const branch = new KrCompositeFunctionBranch;
+    branch->setContainer(home);
+    return branch;
+}
+
+KrXmlFactory factory() {
+    KrXmlFactory all = KrSearchCreators::factory();
+    all.registerCreator(KrFunction::KrCompositeFunctionBranchToken, createBranch);
+    return all;
+}
 
 // Reads a document by `read`: the element and what was printed meanwhile. None if the document was
 // refused; the warnings of one that was not go to the logger.
@@ -639,19 +754,6 @@ void bindFamily(py::module_& module, char const* name) {
     ElementClass<T, Base> const type(module, name);
 }
 
-void derive(KrXmlObject& element) {
-    // A setter derives what depends on the components.
-    if (auto* const map = dynamic_cast<KrSCurveUnitaryMap*>(&element)) {
-        map->setCenter(map->center());
-    } else if (auto* const axis = dynamic_cast<KrTableFunctionVectorSearch*>(&element)) {
-        axis->init();
-    } else if (auto* const table = dynamic_cast<KrTableFunctionInterpolator*>(&element)) {
-        table->init();
-    } else if (auto* const rule = dynamic_cast<KrGaussQuadrature*>(&element)) {
-        rule->setOrder(rule->order());
-    }
-}
-
 }  // namespace
 
 void bindElements(py::module_& module) {
@@ -668,13 +770,7 @@ void bindElements(py::module_& module) {
         .def("_check_changeable", [](KrXmlObject const& self) { checkChangeable(self); })
         .def(
             "_set",
-            [](KrXmlObject& self, py::kwargs const& values) {
-                checkChangeable(self);
-                // All or nothing: a value that is refused leaves the element as it is.
-                std::unique_ptr<KrXmlObject> const trial(self.clone());
-                setComponents(*trial, values);
-                setComponents(self, values);
-            },
+            [](KrXmlObject& self, py::kwargs const& values) { changeComponents(self, values); },
             py::call_guard<MessageDelivery>())
         .def_property_readonly(
             "_tag", [](KrXmlObject const& self) { return std::string(self.token().localName()); })
@@ -719,7 +815,8 @@ void bindElements(py::module_& module) {
 
     bindElement<KrTableFunctionVectorSearch, KrXmlObject>(module, "TableAxis", derive);
     bindElement<KrTableFunctionInterpolator, KrCompositeFunctionElement>(module, "Table", derive);
-    bindElement<KrCompositeFunctionBranch, KrCompositeFunctionElement>(module, "CompositeBranch");
+    bindElement<KrCompositeFunctionBranch, KrCompositeFunctionElement>(module, "CompositeBranch",
+                                                                       derive);
     bindElement<KrGaussQuadrature, KrXmlObject>(module, "GaussQuadrature", derive);
 
     bindElement<KrSearchVariable, KrXmlObject>(module, "Variable");
@@ -740,14 +837,13 @@ void bindElements(py::module_& module) {
     module.def(
         "_read_text",
         [](std::string const& text) {
-            return readDocument(
-                [&] { return KrXml::fromString(text, KrSearchCreators::factory()); });
+            return readDocument([&] { return KrXml::fromString(text, factory()); });
         },
         py::call_guard<MessageDelivery>());
     module.def(
         "_read_file",
         [](std::string const& path) {
-            return readDocument([&] { return KrXml::readFile(path, KrSearchCreators::factory()); });
+            return readDocument([&] { return KrXml::readFile(path, factory()); });
         },
         py::call_guard<MessageDelivery>());
     module.def("_schema", [] {

@@ -6,5 +6,7 @@ PYBIND11_MODULE(_core, module) {
     module.attr("__version__") = KR_VERSION;
     bindMessages(module);
     bindElements(module);
+    bindFunctions(module);
+    bindTables(module);
     bindSearches(module);
 }

@@ -27,7 +27,12 @@ PARTS = {
     "optimizer_sequence": "Optimizer",
     "variables": "Variable",
     "constraints": "Constraint",
+    "left": "CompositeFunctionElement",
+    "right": "CompositeFunctionElement",
+    "optimizer": "Optimizer",
 }
+# Keywords of constructors that are no components.
+KEYWORDS = {"Table": {"axes": "Optional[Iterable[Any]]", "values": "Optional[ArrayLike]"}}
 
 
 def annotation(node):
@@ -91,7 +96,7 @@ def types(name, value):
         part = PARTS.get(name, "Any")
         return f"tuple[{part}, ...]", f"Iterable[{part}]"
     if value is None:
-        part = "Optimizer" if name == "optimizer" else "Any"
+        part = PARTS.get(name, "Any")
         return f"Optional[{part}]", f"Optional[{part}]"
     plain = type(value).__name__
     return plain, "SupportsFloat" if plain == "float" else plain
@@ -105,7 +110,8 @@ def components(cls):
     if set(cls._components) <= {"element", "elements"}:
         lines += [f"        {name}: {kinds[1]} = ...," for name, kinds in found.items()]
     elif found:
-        lines += ["        *,"]
+        keywords = KEYWORDS.get(cls.__name__, {})
+        lines += ["        *,", *(f"        {name}: {kind} = ...," for name, kind in keywords.items())]
         lines += [f"        {name}: {kinds[1]} = ...," for name, kinds in found.items()]
     lines += ["    ) -> None: ..."]
     for name, (got, given) in found.items():

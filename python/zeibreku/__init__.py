@@ -13,7 +13,7 @@ from zeibreku import _core
 from zeibreku._core import *  # noqa: F403: the elements
 from zeibreku._core import __version__
 from zeibreku._documents import Message, ReadError, from_xml, read, schema
-from zeibreku import _elements
+from zeibreku import _elements, _tables
 from zeibreku._searches import OptimizeResult, default_optimizer, make_search, minimize
 
 __all__ = _elements.names() + [

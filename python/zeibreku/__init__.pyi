@@ -7,6 +7,8 @@ from zeibreku._core import ConstraintContainer as ConstraintContainer
 from zeibreku._core import Constraints as Constraints
 from zeibreku._core import Element as Element
 from zeibreku._core import EvaluationFailure as EvaluationFailure
+from zeibreku._core import FrozenComposite as FrozenComposite
+from zeibreku._core import FrozenTable as FrozenTable
 from zeibreku._core import GaussQuadrature as GaussQuadrature
 from zeibreku._core import HookeJeeves as HookeJeeves
 from zeibreku._core import ImplicitFiltering as ImplicitFiltering
@@ -78,6 +80,8 @@ __all__ = [
     "Optimizers",
     "Constraints",
     "Variables",
+    "FrozenTable",
+    "FrozenComposite",
     "EvaluationFailure",
     "Progress",
     "Record",

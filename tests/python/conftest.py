@@ -30,7 +30,12 @@ EXAMPLES = [
         independent_data=[z.TableAxis(independent_vector=[0.0, 1.0])],
         dependent_data=[[1.0, 2.0], [3.0, 4.0]],
     ),
-    z.CompositeBranch(),
+    z.CompositeBranch(
+        left=z.Table(axes=([0.0, 1.0],), values=[1.0, 2.0]),
+        right=z.CompositeBranch(
+            left=z.Table(axes=([2.0, 3.0],), values=[1.0, 2.0]), right=z.Table(axes=([5],), values=[7])
+        ),
+    ),
     z.GaussQuadrature(order=7),
     z.Variable(name="mass", start=3.0, lower=0.0, scale=2.0),
     z.Search(
