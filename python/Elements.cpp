@@ -1,8 +1,10 @@
 #include "python/Element.h"
 
 #include "foundation/xml/KrXml.h"
+#include "foundation/xml/KrXmlChildren.h"
 #include "foundation/xml/KrXmlEnumType.h"
 #include "foundation/xml/KrXmlPairType.h"
+#include "foundation/xml/KrXmlWriter.h"
 #include "function/composite/KrCompositeFunctionBranch.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrTableFunctionInterpolator.h"
@@ -31,8 +33,11 @@
 #include <pybind11/numpy.h>
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
+#include <ostream>
 #include <span>
+#include <streambuf>
 #include <unordered_map>
 
 namespace py = pybind11;
@@ -734,16 +739,73 @@ py::tuple readDocument(Read const& read) {
     return py::make_tuple(element ? elementToPython(std::move(element)) : py::none(), texts);
 }
 
-std::string documentOf(KrXmlObject const& element, bool isSchema) {
-    MessageCollector messages;
-    // With the GIL, since another thread could change the element meanwhile.
-    std::string const text = isSchema ? KrXml::schemaToString(element) : KrXml::toString(element);
-    if (text.empty()) {
-        std::string all;
-        for (py::handle const line : messages.texts()) {
-            all += (all.empty() ? "" : "\n") + std::string(py::str(line));
+// A stream into a bytes object, which grows in place: a large block of memory is moved to where it
+// has room, not copied. If there is no room, the stream fails and MemoryError is set.
+class BytesBuffer : public std::streambuf {
+public:
+    BytesBuffer() = default;
+    ~BytesBuffer() override { Py_XDECREF(bytes_); }
+    BytesBuffer(BytesBuffer const&) = delete;
+    BytesBuffer& operator=(BytesBuffer const&) = delete;
+
+    /// The bytes so far, for once. Throws the exception that is set.
+    py::bytes take() {
+        if (!bytes_ || _PyBytes_Resize(&bytes_, size_) != 0) {
+            throw py::error_already_set();
         }
-        throw py::value_error(all);
+        return py::reinterpret_steal<py::bytes>(std::exchange(bytes_, nullptr));
+    }
+
+protected:
+    std::streamsize xsputn(char const* text, std::streamsize size) override {
+        if (bytes_ && PyBytes_GET_SIZE(bytes_) - size_ < size) {
+            _PyBytes_Resize(&bytes_, 2 * (size_ + size));
+        }
+        if (!bytes_) {
+            return 0;
+        }
+        std::memcpy(PyBytes_AS_STRING(bytes_) + size_, text, static_cast<std::size_t>(size));
+        size_ += size;
+        return size;
+    }
+
+private:
+    PyObject* bytes_ = PyBytes_FromStringAndSize(nullptr, 1 << 10);
+    py::ssize_t size_ = 0;
+};
+
+[[noreturn]] void throwMessages(MessageCollector const& messages) {
+    std::string all;
+    for (py::handle const line : messages.texts()) {
+        all += (all.empty() ? "" : "\n") + std::string(py::str(line));
+    }
+    throw py::value_error(all);
+}
+
+// With the GIL, since another thread could change the element meanwhile.
+py::bytes documentOf(KrXmlObject const& element) {
+    MessageCollector messages;
+    BytesBuffer buffer;
+    bool good = false;
+    {
+        std::ostream stream(&buffer);
+        KrXmlWriter writer("", stream);
+        krXmlWriteElement(writer, element.token(), element);
+        good = writer.flush();
+    }
+    if (!good && !PyErr_Occurred()) {
+        throwMessages(messages);
+    }
+    py::bytes document = buffer.take();
+    messages.pass();
+    return document;
+}
+
+std::string schemaOf(KrXmlObject const& element) {
+    MessageCollector messages;
+    std::string text = KrXml::schemaToString(element);
+    if (text.empty()) {
+        throwMessages(messages);
     }
     messages.pass();
     return text;
@@ -775,15 +837,11 @@ void bindElements(py::module_& module) {
         .def_property_readonly(
             "_tag", [](KrXmlObject const& self) { return std::string(self.token().localName()); })
         .def(
-            "to_xml", [](KrXmlObject const& self) { return documentOf(self, false); },
+            "to_xml", [](KrXmlObject const& self) { return py::str(documentOf(self)); },
             py::call_guard<MessageDelivery>(),
             "Return the XML document of the element, from which `from_xml` makes an equal one.")
-        .def(
-            "_to_bytes", [](KrXmlObject const& self) { return py::bytes(documentOf(self, false)); },
-            py::call_guard<MessageDelivery>())
-        .def(
-            "_schema", [](KrXmlObject const& self) { return documentOf(self, true); },
-            py::call_guard<MessageDelivery>())
+        .def("_to_bytes", &documentOf, py::call_guard<MessageDelivery>())
+        .def("_schema", &schemaOf, py::call_guard<MessageDelivery>())
         .def("_write", [](KrXmlObject const& self, std::string const& path) {
             MessageCollector const messages;
             bool const good = KrXml::writeFile(path, self);
