@@ -99,3 +99,15 @@ void bindTables(pybind11::module_& module);
 
 /// Adds what runs searches: records, ask and tell, and the run itself.
 void bindSearches(pybind11::module_& module);
+
+/// Adds what constraints can do besides their components.
+void bindConstraints(pybind11::module_& module);
+
+/// Adds what `GaussQuadrature` can do besides its component.
+void bindQuadrature(pybind11::module_& module);
+
+/// Adds what `RandomField` calls.
+void bindFields(pybind11::module_& module);
+
+/// Adds what `lint` calls.
+void bindLint(pybind11::module_& module);

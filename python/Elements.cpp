@@ -27,6 +27,7 @@
 #include "function/scalar/KrSCurveUnitaryMap.h"
 #include "function/tools/KrGaussQuadrature.h"
 #include "python/Arrays.h"
+#include "python/Tools.h"
 #include "search/KrSearch.h"
 #include "search/KrSearchCreators.h"
 
@@ -650,7 +651,7 @@ void derive(KrXmlObject& element) {
             *composite = KrCompositeFunctionContainer();  // without the boxes of an earlier element
         }
     } else if (auto* const rule = dynamic_cast<KrGaussQuadrature*>(&element)) {
-        rule->setOrder(rule->order());
+        checkQuadrature(*rule);
     }
 }
 

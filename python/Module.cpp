@@ -9,4 +9,8 @@ PYBIND11_MODULE(_core, module) {
     bindFunctions(module);
     bindTables(module);
     bindSearches(module);
+    bindConstraints(module);
+    bindQuadrature(module);
+    bindFields(module);
+    bindLint(module);
 }

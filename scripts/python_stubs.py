@@ -33,6 +33,8 @@ PARTS = {
 }
 # Keywords of constructors that are no components.
 KEYWORDS = {"Table": {"axes": "Optional[Iterable[Any]]", "values": "Optional[ArrayLike]"}}
+# Classes with these components only take them without a name too.
+POSITIONAL = {"element", "elements", "order"}
 
 
 def annotation(node):
@@ -107,7 +109,7 @@ def components(cls):
     default = cls()
     found = {name: types(name, getattr(default, name)) for name in cls._components}
     lines = ["    def __init__("] + ["        self,"]
-    if set(cls._components) <= {"element", "elements"}:
+    if set(cls._components) <= POSITIONAL:
         lines += [f"        {name}: {kinds[1]} = ...," for name, kinds in found.items()]
     elif found:
         keywords = KEYWORDS.get(cls.__name__, {})

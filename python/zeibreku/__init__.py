@@ -13,16 +13,23 @@ from zeibreku import _core
 from zeibreku._core import *  # noqa: F403: the elements
 from zeibreku._core import __version__
 from zeibreku._documents import Message, ReadError, from_xml, read, schema
-from zeibreku import _elements, _tables
+from zeibreku import _constraints, _elements, _quadrature, _tables  # noqa: F401: they add methods
+from zeibreku._fields import RandomField
+from zeibreku._lint import Finding, LintRule, lint, lint_rules
 from zeibreku._searches import OptimizeResult, default_optimizer, make_search, minimize
 
 __all__ = _elements.names() + [
+    "Finding",
+    "LintRule",
     "Message",
     "OptimizeResult",
+    "RandomField",
     "ReadError",
     "__version__",
     "default_optimizer",
     "from_xml",
+    "lint",
+    "lint_rules",
     "make_search",
     "minimize",
     "read",

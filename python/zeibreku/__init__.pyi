@@ -42,6 +42,11 @@ from zeibreku._documents import ReadError as ReadError
 from zeibreku._documents import from_xml as from_xml
 from zeibreku._documents import read as read
 from zeibreku._documents import schema as schema
+from zeibreku._fields import RandomField as RandomField
+from zeibreku._lint import Finding as Finding
+from zeibreku._lint import LintRule as LintRule
+from zeibreku._lint import lint as lint
+from zeibreku._lint import lint_rules as lint_rules
 from zeibreku._searches import OptimizeResult as OptimizeResult
 from zeibreku._searches import default_optimizer as default_optimizer
 from zeibreku._searches import make_search as make_search
@@ -86,12 +91,17 @@ __all__ = [
     "Progress",
     "Record",
     "AskTell",
+    "Finding",
+    "LintRule",
     "Message",
     "OptimizeResult",
+    "RandomField",
     "ReadError",
     "__version__",
     "default_optimizer",
     "from_xml",
+    "lint",
+    "lint_rules",
     "make_search",
     "minimize",
     "read",

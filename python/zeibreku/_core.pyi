@@ -6,6 +6,7 @@ import numpy
 from numpy.typing import ArrayLike, NDArray
 
 _Self = TypeVar("_Self", bound="Element")
+_Points = Union[ArrayLike, tuple[ArrayLike, ...]]
 _Path = Union[str, "os.PathLike[str]"]
 
 __version__: str
@@ -56,7 +57,9 @@ class UnitaryMap(Element):
     @overload
     def __call__(self, x: ArrayLike) -> Any: ...
 
-class Constraint(Element): ...
+class Constraint(Element):
+    def __call__(self, x: _Points) -> Any: ...
+    def gradient(self, x: _Points) -> NDArray[numpy.float64]: ...
 class CompositeFunctionElement(Element): ...
 
 class FrozenTable:
@@ -752,7 +755,6 @@ class CompositeBranch(CompositeFunctionElement):
 class GaussQuadrature(Element):
     def __init__(
         self,
-        *,
         order: int = ...,
     ) -> None: ...
     @property
@@ -760,6 +762,14 @@ class GaussQuadrature(Element):
     @order.setter
     def order(self, value: int) -> None: ...
     # other members
+    def integrate(
+        self,
+        f: Callable[[Any], Any],
+        a: SupportsFloat,
+        b: SupportsFloat,
+        vectorized: bool = ...,
+    ) -> float: ...
+    def abscissas_and_weights(self) -> tuple[NDArray[numpy.float64], NDArray[numpy.float64]]: ...
 
 class Variable(Element):
     def __init__(
@@ -844,6 +854,8 @@ class ConstraintContainer(Element):
     @element.setter
     def element(self, value: Optional[Any]) -> None: ...
     # other members
+    def __call__(self, x: _Points) -> Any: ...
+    def gradient(self, x: _Points) -> NDArray[numpy.float64]: ...
 
 class CompositeFunction(Element):
     def __init__(

@@ -1,0 +1,29 @@
+#include "python/Tools.h"
+
+#include "python/Calls.h"
+#include "python/Element.h"
+
+namespace py = pybind11;
+
+py::object resultOf(py::handle function, py::handle argument) {
+    auto result = py::reinterpret_steal<py::object>(
+        callPython([&] { return PyObject_CallOneArg(function.ptr(), argument.ptr()); }));
+    // A function that is not written in Python does not look for Ctrl-C.
+    if (!result || PyErr_CheckSignals() != 0) {
+        throw py::error_already_set();
+    }
+    return result;
+}
+
+double valueOf(py::handle function, double argument, std::string const& name) {
+    py::object const result = resultOf(function, py::float_(argument));
+    double const value = PyFloat_AsDouble(result.ptr());
+    if (value == -1.0 && PyErr_Occurred()) {
+        if (!PyErr_ExceptionMatches(PyExc_TypeError)) {
+            throw py::error_already_set();
+        }
+        PyErr_Clear();
+        throwType(name, "a number as result", result);
+    }
+    return value;
+}
