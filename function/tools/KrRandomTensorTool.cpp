@@ -1,5 +1,6 @@
 #include "function/tools/KrRandomTensorTool.h"
 
+#include "foundation/core/KrPrint.h"
 #include "foundation/math/KrMath.h"
 #include "foundation/math/KrRandom.h"
 #include "foundation/math/internal/KrElementary.h"
@@ -240,13 +241,22 @@ void KrRandomTensorTool::getGaussianRandomArray(KrReArray& array, KrU32 numColum
     addSamples(numRandomSamples_, rows, numColumns, correlation, spacing);
 }
 
-void KrRandomTensorTool::fillGaussianRandomArray(std::span<double> cells, KrU32 numColumns,
-                                                 KrU32 numRows, KrBaseScalarFunction& correlation,
-                                                 double spacing, double mean) const {
+KrBoolean KrRandomTensorTool::fillGaussianRandomArray(std::span<double> cells, KrU32 numColumns,
+                                                      KrU32 numRows,
+                                                      KrBaseScalarFunction& correlation,
+                                                      double spacing, double mean) const {
+    std::uint64_t const size = std::uint64_t{numRows} * numColumns;
+    if (cells.size() != size) {
+        Kr::Print::instance().write(Kr::PrintType::Error,
+                                    "random field: expected %s cells, found %s\n",
+                                    std::to_string(size), std::to_string(cells.size()));
+        return false;
+    }
     std::ranges::fill(cells, mean);
     std::vector<double*> rows(numRows);
     for (std::size_t r = 0; r < numRows; ++r) {
         rows[r] = cells.data() + r * numColumns;
     }
     addSamples(numRandomSamples_, rows, numColumns, correlation, spacing);
+    return true;
 }

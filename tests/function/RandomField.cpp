@@ -4,6 +4,7 @@
 #include "function/scalar/KrLinearScalarFunction.h"
 #include "function/tools/KrRandomTensorTool.h"
 #include "support/PlainRandomField.h"
+#include "tests/support/CapturedMessages.h"
 
 #include <gtest/gtest.h>
 
@@ -66,7 +67,8 @@ TEST(RandomField, HasTheBitsAndTheDrawsOfItsPlainForm) {
         tool.setNumRandomSamples(c.samples);
         tool.setRandomSeed(11);
         Correlation correlation(c.f);
-        tool.fillGaussianRandomArray(cells, c.columns, c.rows, correlation, c.spacing, c.mean);
+        EXPECT_TRUE(
+            tool.fillGaussianRandomArray(cells, c.columns, c.rows, correlation, c.spacing, c.mean));
         EXPECT_EQ(KrMath::unifRand(), nextDraw);
         auto cell = cells.begin();
         for (KrRealVector const& row : array.rows()) {
@@ -116,6 +118,14 @@ TEST(RandomField, OddArgumentsGiveFiniteFields) {
         }
         EXPECT_EQ(differs, c.result);
     }
+    CapturedMessages const captured;
+    KrRealVector cells(11, 5.0);
+    Correlation correlation(exponential);
+    KrRandomTensorTool const tool;
+    EXPECT_FALSE(tool.fillGaussianRandomArray(cells, 4, 3, correlation, 1.0, 0.0));
+    EXPECT_EQ(cells, KrRealVector(11, 5.0));
+    ASSERT_EQ(captured.messages.size(), 1U);
+    EXPECT_EQ(captured.messages[0].text, "random field: expected 12 cells, found 11\n");
     EXPECT_TRUE(std::isnan(fieldOf(1, 1, exponential, 1.0, nan, 3)[0][0]));
     EXPECT_EQ(fieldOf(1, 1, exponential, 1.0, inf, 3)[0][0], inf);
 }
