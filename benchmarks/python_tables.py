@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
 """Measures tables in Python, against the C++ blocks and SciPy.
 
-    PYTHONPATH=build/release/python benchmarks/python_tables.py build/release/benchmarks/frozen [SECONDS]
+    PYTHONPATH=build/release/python benchmarks/python_tables.py FROZEN [SECONDS]
 
-A table of n axes is that of benchmarks/frozen.cpp: random values, and 20,000 random points that are
-new in each round. "C++" is `KrFrozenTable::evaluateMany` there: the program runs between the rounds,
-and the median of its medians counts. SciPy's rows are its fastest settings without checks of bounds:
-RegularGridInterpolator, interpn, and map_coordinates, which gets indices instead of coordinates and
-prefilters nothing. "pickle" and "write" have a table of ten million values each, in a process of
-their own: the least time of three, and the memory besides the table. The rows take turns for SECONDS
-(20 by default).
+FROZEN is the program of benchmarks/frozen.cpp, build/release/benchmarks/frozen. A table of n axes
+is that of this program: random values, and 20,000 random points that are new in each round. "C++"
+is its `evaluateMany`: it runs between the rounds, and the median of its medians counts. SciPy's
+rows are its fastest settings, without checks of bounds: RegularGridInterpolator, interpn, and
+map_coordinates, which gets indices instead of coordinates and prefilters nothing. The rows take
+turns for SECONDS (20 by default). "write", "dumps" and "dump" have a table of ten million values
+each, in a process of its own: the least time of three, and the memory besides the table.
 """
 
 import json
@@ -138,11 +138,13 @@ def documents():
     found = {task: [] for task in ("write", "dumps", "dump")}
     for _ in range(3):
         for task, results in found.items():
-            text = subprocess.check_output([sys.executable, __file__, "--document", task], text=True)
+            command = [sys.executable, __file__, "--document", task]
+            text = subprocess.check_output(command, text=True)
             results.append([float(word) for word in text.split()])
     for task, results in found.items():
         seconds, memory = min(results)
-        print(f"{task:6} {seconds:6.2f} s, {memory:6.0f} MB, / write: {seconds / min(found['write'])[0]:.2f}")
+        ratio = seconds / min(found["write"])[0]
+        print(f"{task:6} {seconds:6.2f} s, {memory:6.0f} MB, / write: {ratio:.2f}")
 
 
 def main():

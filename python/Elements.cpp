@@ -621,9 +621,7 @@ void setComponents(KrXmlObject& element, py::kwargs const& values) {
         }
         componentFromPython(*component, value, name);
     }
-    if (!values.empty()) {
-        noteChange(element);
-    }
+    noteChange(element);
 }
 
 namespace {

@@ -83,7 +83,8 @@ def _flat_tables(shape, value):
     elif values.shape[:-1] != shape or values.ndim == 0:
         sizes = "".join(f"{size}, " for size in shape)
         expected = f"({sizes.rstrip(' ') if len(shape) == 1 else sizes[:-2]}) or ({sizes}k)"
-        raise ValueError(f"values: expected an array of shape {expected}, got one of {values.shape}")
+        text = f"values: expected an array of shape {expected}, got one of {values.shape}"
+        raise ValueError(text)
     return [values[..., table].ravel(order="F") for table in range(values.shape[-1])]
 
 
