@@ -11,6 +11,46 @@ TableAxis = _core.TableAxis
 
 _init = Table.__init__
 
+_core.CompositeBranch.__doc__ += """
+
+A point goes to the child whose box contains it, else to one that may extrapolate to it, the left
+child first. Where there is none, the values are NaN. The parts of a branch are copies.
+
+Parameters
+----------
+left, right : Table or CompositeBranch
+    Both, or neither.
+
+Notes
+-----
+Programs in C++ read branches inside a CompositeFunction only.
+
+Examples
+--------
+>>> from zeibreku import CompositeBranch, Table
+>>> low = Table(axes=([0.1, 0.4],), values=[0.12, 0.3])
+>>> high = Table(axes=([0.6, 1.0],), values=[0.36, 0.34])
+>>> CompositeBranch(left=low, right=high)([0.25, 0.5, 0.8]).round(3)
+array([0.21,  nan, 0.35])
+"""
+
+_core.CompositeFunction.__doc__ += """
+
+Parameters
+----------
+element : Table or CompositeBranch, optional
+    A copy of it is kept.
+
+Examples
+--------
+>>> from zeibreku import CompositeFunction, Table
+>>> function = CompositeFunction(Table(axes=([0.1, 0.4],), values=[0.12, 0.3]))
+>>> function.bounds
+array([[0.1, 0.4]])
+>>> round(function(0.25), 3)
+0.21
+"""
+
 Table.__doc__ += """
 
 Parameters
