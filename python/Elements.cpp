@@ -535,7 +535,7 @@ KrXmlObject& existingComponent(KrXmlObject& element, std::string const& name) {
                        ": unexpected keyword argument '" + name + "'";
     py::list const close =
         py::module_::import("difflib").attr("get_close_matches")(name, type.attr("_components"), 1);
-    if (close.size() > 0) {
+    if (!close.empty()) {
         text += "; did you mean '" + std::string(py::str(close[0])) + "'?";
     }
     throw py::type_error(text);

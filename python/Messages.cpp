@@ -70,24 +70,26 @@ void deliverMessages() noexcept {
     if (kept().isEmpty) {
         return;
     }
-    std::vector<Kr::Message> messages;
-    {
-        std::lock_guard const lock(kept().mutex);
-        messages.swap(kept().messages);
-        kept().isEmpty = true;
-    }
-    py::error_scope const scope;  // an exception may be under way
-    for (Kr::Message const& message : messages) {
-        try {
-            constexpr int warning = 30;
-            constexpr int error = 40;
-            int const level = message.type == Kr::PrintType::Warning ? warning : error;
-            py::handle(kept().logger).attr("log")(level, "%s", textOf(message));
-        } catch (py::error_already_set& exception) {
-            exception.discard_as_unraisable("zeibreku: a message to logging");
-        } catch (...) {
-            // Memory that cannot be had.
+    try {
+        std::vector<Kr::Message> messages;
+        {
+            std::lock_guard const lock(kept().mutex);
+            messages.swap(kept().messages);
+            kept().isEmpty = true;
         }
+        py::error_scope const scope;  // an exception may be under way
+        for (Kr::Message const& message : messages) {
+            try {
+                constexpr int warning = 30;
+                constexpr int error = 40;
+                int const level = message.type == Kr::PrintType::Warning ? warning : error;
+                py::handle(kept().logger).attr("log")(level, "%s", textOf(message));
+            } catch (py::error_already_set& exception) {
+                exception.discard_as_unraisable("zeibreku: a message to logging");
+            }
+        }
+    } catch (...) {
+        // Memory that cannot be had.
     }
 }
 

@@ -172,7 +172,7 @@ public:
         for (py::handle const entry : ended) {
             all.push_back(evaluation(entry.cast<py::tuple>()));
         }
-        return ended.size() > 0;
+        return !ended.empty();
     }
 
     void cancel() override {
@@ -226,7 +226,7 @@ py::tuple run(KrSearch const& settings, py::object const& function, py::tuple co
         use.emplace(record->isUsed, "record");
     }
     // The function may change the element, or run it again.
-    KrSearch const search(settings);
+    KrSearch const search(settings);  // NOLINT(performance-unnecessary-copy-initialization)
     KrU32 const dimension = search.variables().size();
     std::optional<MessageCollector> refusal(std::in_place);
     // What is printed later is no refusal.

@@ -76,7 +76,7 @@ check_cppcheck() {
         --suppress=unknownMacro --suppress=internalAstError \
         --suppress=operatorEqVarError \
         -D__attribute__\(x\)= \
-        foundation function search mpi program examples
+        foundation function search mpi program python examples
 }
 
 check_static() { build_and_test static; }
@@ -86,7 +86,7 @@ check_clang() { build_and_test clang; }
 check_tidy() {
     cmake --preset clang
     # One file for each process keeps all cores busy. The count of suppressed warnings is dropped.
-    find foundation function search mpi program -name '*.cpp' -print0 | sort -z |
+    find foundation function search mpi program python -name '*.cpp' -print0 | sort -z |
         xargs -0 -r -n 1 -P "$jobs" "$(first_of clang-tidy-14 clang-tidy)" \
             -p build/clang --quiet 2>&1 |
         sed '/warnings\{0,1\} generated\.$/d'
