@@ -18,9 +18,10 @@
 
 /// Calls Python from a thread that may be a daemon. Such a thread is ended when it next takes the GIL
 /// after the interpreter has ended, by an unwinding that would release references. It waits for the
-/// end of the process here instead, as later versions of Python do.
+/// end of the process here instead, as later versions of Python do. The unwinding has no exception
+/// object, so the reference that catches it is null.
 template <class Call>
-auto callPython(Call const& call) {
+__attribute__((no_sanitize("null"))) auto callPython(Call const& call) {
     try {
         return call();
     } catch (abi::__forced_unwind const&) {

@@ -94,6 +94,8 @@ check_tidy() {
 
 check_asan() { build_and_test asan; }
 
+# Without the Python module: Python's own atomic operations, which the thread sanitizer cannot see,
+# order what its threads do.
 check_tsan() {
     # The thread sanitizer needs fixed addresses for its shadow memory. It fails if the kernel
     # randomises mappings widely.
