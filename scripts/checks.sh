@@ -17,6 +17,13 @@ build_and_test() {
     "$@" ctest --preset "$preset"
 }
 
+# python_of PRESET: the Python that its module is built for; nothing if it is built without.
+python_of() {
+    if [[ -d build/$1/python/CMakeFiles/zeibreku_python.dir ]]; then
+        sed -n 's/^ZEIBREKU_PYTHON:FILEPATH=//p' "build/$1/CMakeCache.txt"
+    fi
+}
+
 check_format() { scripts/format.sh --check; }
 
 # Generated files are up to date.
@@ -114,7 +121,7 @@ check_coverage() {
     ctest --preset coverage
     local gcovr=(gcovr --root . --object-directory build/coverage --exclude-unreachable-branches)
     "${gcovr[@]}" --filter foundation/ --filter function/ --filter search/ --filter mpi/ \
-        --filter program/ --fail-under-line 95 build/coverage
+        --filter program/ --filter python/ --fail-under-line 95 build/coverage
     "${gcovr[@]}" --filter foundation/xml/KrXmlReader.cpp --fail-under-line 100 build/coverage
 }
 
@@ -144,7 +151,13 @@ check_hardening() {
         libraries+=(build/release/mpi/libkrmpi.so build/release/program/zeibreku-mpi)
         targets+=(zeibreku_mpi_program)
     fi
+    if [[ -n $(python_of release) ]]; then
+        targets+=(zeibreku_python)
+    fi
     cmake --build --preset release --target "${targets[@]}"
+    if [[ -n $(python_of release) ]]; then
+        libraries+=(build/release/python/zeibreku/_core*.so)
+    fi
     local library missing=0
     # has NAME PATTERN COMMAND...: the output of the command for the library matches the pattern.
     has() {
@@ -185,6 +198,46 @@ check_benchmarks() {
     for name in bounded constrained; do
         benchmarks/scipy_peer.py "build/release/benchmarks/$name"
     done
+    local python
+    python=$(python_of release)
+    if [[ -n $python ]] && "$python" -c 'import nlopt, scipy'; then
+        cmake --build --preset release --target zeibreku_python
+        for source in benchmarks/python_*.py; do
+            PYTHONPATH=build/release/python "$python" "$source" 1
+        done
+    fi
+}
+
+# check_python_package ROOT: the package of the module has all its files and dependencies, and the
+# installed module, with the installed libraries, searches and prints its documentation.
+check_python_package() {
+    local package python files depends name
+    package=$(echo build/package/python3-zeibreku_*.deb)
+    python=$(python_of package)
+    files=$(dpkg-deb --fsys-tarfile "$package" | tar -tf - | sed -n 's|.*/dist-packages/\(.*[^/]\)$|\1|p')
+    diff <(sort <<<"$files") <(
+        cd build/package/python && find zeibreku -type f -not -name '*.pyc' | sort
+    )
+    depends=$(dpkg-deb --field "$package" Depends)
+    for name in 'libzeibreku[0-9]+ \(= ' 'python3 \(>= ' 'python3 \(<< ' python3-numpy libc6 libstdc; do
+        if ! grep -qE "(^|, )$name" <<<"$depends"; then
+            echo "$package does not depend on $name: $depends" >&2
+            return 1
+        fi
+    done
+    (
+        export PYTHONPATH=$1/usr/lib/python3/dist-packages PYTHONDONTWRITEBYTECODE=1
+        cd /
+        "$python" -c '
+import os, pydoc, sys, zeibreku
+assert zeibreku.__file__.startswith(sys.argv[1])
+found = zeibreku.minimize(lambda x: (x[0] - 1) ** 2, [3.0])
+assert found.success and abs(found.x[0] - 1) < 1e-3
+libraries = {line.split()[-1] for line in open("/proc/self/maps") if "/libzeibreku" in line}
+assert len(libraries) == 1 and libraries.pop().startswith(os.path.realpath(sys.argv[1]))
+assert "minimize(fun, x0" in pydoc.render_doc(zeibreku, renderer=pydoc.plaintext)
+' "$1"
+    )
 }
 
 # The Debian packages build, pass lintian, and work after dpkg installs them into a separate root.
@@ -225,6 +278,9 @@ check_packages() {
     cmake -D compiler="${CXX:-c++}" -D pkg_config=pkg-config -D libdir="$libraries" \
         -D source=tests/consumer/main.cpp -D program="$build/consumer/by_pkg_config" \
         -P tests/consumer/pkg_config.cmake
+    if [[ -n $(python_of package) ]]; then
+        check_python_package "$root"
+    fi
     test -e "$root/usr/share/zeibreku/zeibreku.xsd"
     "$root/usr/bin/zeibreku" check examples/09_fit/search.xml
 
