@@ -2,8 +2,9 @@
 # Installs the Debian packages that building needs, if they are missing.
 #
 #   scripts/setup.sh demo         compiler, CMake, make, pkg-config, expat, Eigen, CLI11
-#   scripts/setup.sh test         demo, and Ninja, GoogleTest, xmllint, Python with what its module and
-#                                 its tests need, locales, libpng for an example, and MPI
+#   scripts/setup.sh python       demo, and what the Python module is built with, by pip too
+#   scripts/setup.sh test         python, and Ninja, GoogleTest, xmllint, SciPy, pytest, matplotlib,
+#                                 mypy, locales, libpng for an example, and MPI
 #   scripts/setup.sh checks       test, and the second compiler and the analysers
 #   scripts/setup.sh benchmarks   demo, and Google Benchmark with the peers
 #   scripts/setup.sh bits         demo, and compilers and emulators of other processors
@@ -66,15 +67,24 @@ need_demo() {
     need libeigen3-dev library eigen3
 }
 
-need_test() {
+need_python() {
     need_demo
+    need python3 program python3
+    need python3-dev debian_python \
+        'import os, sysconfig; os.stat(sysconfig.get_paths()["include"] + "/Python.h")'
+    need pybind11-dev test -d /usr/include/pybind11
+    need python3-numpy debian_python 'import numpy'
+    need python3-pip debian_python 'import pip'
+    need python3-setuptools debian_python 'import setuptools'
+    need python3-venv debian_python 'import ensurepip'
+    need python3-wheel debian_python 'import wheel'
+}
+
+need_test() {
+    need_python
     need ninja-build program ninja
     need libgtest-dev library gtest
     need libxml2-utils program xmllint
-    need python3 program python3
-    need python3-dev debian_python 'import sysconfig, os; os.stat(sysconfig.get_paths()["include"])'
-    need pybind11-dev test -d /usr/include/pybind11
-    need python3-numpy debian_python 'import numpy'
     need python3-scipy debian_python 'import scipy'
     need python3-pytest debian_python 'import pytest'
     need python3-matplotlib debian_python 'import matplotlib'
@@ -109,8 +119,7 @@ need_benchmarks() {
     want libalglib-dev test -e /usr/include/libalglib/interpolation.h
     want libnlopt-cxx-dev test -e /usr/include/nlopt.hpp
     want libopenturns-dev test -d /usr/include/openturns
-    need python3-numpy debian_python 'import numpy'
-    need pybind11-dev test -d /usr/include/pybind11
+    need_python
     want python3-scipy debian_python 'import scipy'
     want python3-nlopt debian_python 'import nlopt'
 }
@@ -140,9 +149,10 @@ if (($# == 0)); then
 fi
 for group in "$@"; do
     case $group in
-        demo | test | checks | benchmarks | bits | pictures) "need_$group" ;;
+        demo | python | test | checks | benchmarks | bits | pictures) "need_$group" ;;
         *)
-            echo "usage: scripts/setup.sh [--list] [demo|test|checks|benchmarks|bits|pictures]..." >&2
+            echo "usage: scripts/setup.sh [--list]" \
+                "[demo|python|test|checks|benchmarks|bits|pictures]..." >&2
             exit 2
             ;;
     esac

@@ -5,6 +5,6 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 set_up test
 
-cmake --preset development
+cmake --preset development -D ZEIBREKU_WITH_PYTHON=ON
 cmake --build --preset development
 ctest --preset development --output-on-failure "$@"
