@@ -27,6 +27,7 @@
 #include "function/scalar/KrSCurveUnitaryMap.h"
 #include "function/tools/KrGaussQuadrature.h"
 #include "python/Arrays.h"
+#include "python/Calls.h"
 #include "python/Tools.h"
 #include "search/KrSearch.h"
 #include "search/KrSearchCreators.h"
@@ -726,7 +727,7 @@ py::tuple readDocument(Read const& read) {
     {
         MessageCollector messages;
         {
-            py::gil_scoped_release const released;
+            GilRelease const release;
             element = read();
         }
         if (element) {
@@ -739,7 +740,8 @@ py::tuple readDocument(Read const& read) {
 }
 
 // A stream into a bytes object, which grows in place: a large block of memory is moved to where it
-// has room, not copied. If there is no room, the stream fails and MemoryError is set.
+// has room, not copied. If there is no room, the stream fails and MemoryError is set. Text is
+// written without the GIL, which is taken to grow.
 class BytesBuffer : public std::streambuf {
 public:
     BytesBuffer() = default;
@@ -747,7 +749,7 @@ public:
     BytesBuffer(BytesBuffer const&) = delete;
     BytesBuffer& operator=(BytesBuffer const&) = delete;
 
-    /// The bytes so far, for once. Throws the exception that is set.
+    /// The bytes so far, for once. Needs the GIL. Throws the exception that is set.
     py::bytes take() {
         if (!bytes_ || _PyBytes_Resize(&bytes_, size_) != 0) {
             throw py::error_already_set();
@@ -758,7 +760,10 @@ public:
 protected:
     std::streamsize xsputn(char const* text, std::streamsize size) override {
         if (bytes_ && PyBytes_GET_SIZE(bytes_) - size_ < size) {
-            _PyBytes_Resize(&bytes_, 2 * (size_ + size));
+            callPython([&] {
+                py::gil_scoped_acquire const gil;
+                _PyBytes_Resize(&bytes_, 2 * (size_ + size));
+            });
         }
         if (!bytes_) {
             return 0;
@@ -781,15 +786,17 @@ private:
     throw py::value_error(all);
 }
 
-// With the GIL, since another thread could change the element meanwhile.
+// Of a copy: without the GIL another thread may change the element.
 py::bytes documentOf(KrXmlObject const& element) {
+    std::unique_ptr<KrXmlObject> const copy(element.clone());
     MessageCollector messages;
     BytesBuffer buffer;
     bool good = false;
     {
+        GilRelease const release;
         std::ostream stream(&buffer);
         KrXmlWriter writer("", stream);
-        krXmlWriteElement(writer, element.token(), element);
+        krXmlWriteElement(writer, copy->token(), *copy);
         good = writer.flush();
     }
     if (!good && !PyErr_Occurred()) {
@@ -842,8 +849,13 @@ void bindElements(py::module_& module) {
         .def("_to_bytes", &documentOf, py::call_guard<MessageDelivery>())
         .def("_schema", &schemaOf, py::call_guard<MessageDelivery>())
         .def("_write", [](KrXmlObject const& self, std::string const& path) {
+            std::unique_ptr<KrXmlObject> const copy(self.clone());
             MessageCollector const messages;
-            bool const good = KrXml::writeFile(path, self);
+            bool good = false;
+            {
+                GilRelease const release;
+                good = KrXml::writeFile(path, *copy);
+            }
             return py::make_tuple(good, messages.texts());
         });
 
@@ -904,7 +916,7 @@ void bindElements(py::module_& module) {
         },
         py::call_guard<MessageDelivery>());
     module.def("_schema", [] {
-        py::gil_scoped_release const released;
+        GilRelease const release;
         return KrXml::schemaToString(KrSearchCreators::factory());
     });
 }

@@ -1,6 +1,7 @@
 #include "foundation/xml/KrXmlBasicType.h"
 #include "foundation/xml/KrXmlReader.h"
 #include "function/tools/KrLint.h"
+#include "python/Calls.h"
 #include "python/Element.h"
 #include "search/KrSearchCreators.h"
 
@@ -57,7 +58,7 @@ py::tuple findingsOf(Read const& read) {
     {
         MessageCollector messages;
         {
-            py::gil_scoped_release const released;
+            GilRelease const release;
             isRead = read(findings) != nullptr;
         }
         if (isRead) {

@@ -3,6 +3,7 @@
 import copy
 import logging
 import pickle
+import threading
 
 import numpy
 import pytest
@@ -157,3 +158,29 @@ def test_warnings_go_to_logging(caplog):
     with caplog.at_level(logging.WARNING, "zeibreku"):
         z.from_xml(text)
     assert [(r.name, r.levelname) for r in caplog.records] == [("zeibreku", "WARNING")]
+
+
+def test_documents_are_written_without_the_gil(tmp_path):
+    """While one thread writes documents, another one changes the element."""
+    table = z.Table(axes=(numpy.arange(2000.0),), values=numpy.zeros(2000))
+    other = z.Table(axes=(numpy.arange(3.0),), values=[1, 2, 3])
+    small = other.independent_data, other.dependent_data
+    large = table.independent_data, table.dependent_data
+    done = threading.Event()
+    texts = set()
+
+    def write():
+        for _ in range(50):
+            texts.add(table.to_xml())
+            table.write(tmp_path / "table.xml")
+        done.set()
+
+    thread = threading.Thread(target=write)
+    thread.start()
+    while not done.is_set():
+        for axes, values in (small, large):
+            table.independent_data = axes
+            table.dependent_data = values
+    thread.join()
+    assert len(texts) > 1
+    z.read(tmp_path / "table.xml")
