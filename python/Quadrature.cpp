@@ -61,7 +61,8 @@ RealArray valuesOf(py::handle f, KrRealVector const& nodes) {
 
 double integrate(KrGaussQuadrature const& self, py::object const& f, py::object const& a,
                  py::object const& b, bool isVectorized) {
-    KrGaussQuadrature const rule(self);  // a copy, since `f` may change the element
+    // A copy, since `f` may change the element.
+    KrGaussQuadrature const rule(self);  // NOLINT(performance-unnecessary-copy-initialization)
     tablesOf(rule.order());
     double const from = limitFrom(a, "a");
     double const to = limitFrom(b, "b");
