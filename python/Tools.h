@@ -6,9 +6,9 @@
 
 class KrGaussQuadrature;
 
-/// The value of a Python function at a number. `name` is that of the argument that has the function.
-/// Needs the GIL. Its exceptions pass through as `pybind11::error_already_set`, those of Ctrl-C
-/// too.
+/// The value of a Python function at a number. `name` is that of the argument that has the
+/// function. Needs the GIL. Exceptions, also that of Ctrl-C, pass through as
+/// `pybind11::error_already_set`.
 double valueOf(pybind11::handle function, double argument, std::string const& name);
 
 /// What a Python function returns for one argument; see `valueOf`.

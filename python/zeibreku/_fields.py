@@ -121,10 +121,9 @@ class RandomField:
 def _shape(shape):
     """The shape as a tuple of integers that are not negative."""
     try:
-        sides = tuple(map(operator.index, shape)) if numpy.iterable(shape) else operator.index(shape)
+        sides = tuple(map(operator.index, shape if numpy.iterable(shape) else (shape,)))
     except TypeError:
         raise TypeError(f"shape: expected integers, got {shape!r}") from None
-    sides = sides if isinstance(sides, tuple) else (sides,)
     if any(side < 0 for side in sides):
         raise ValueError(f"shape: expected no negative side, got {shape!r}")
     return sides

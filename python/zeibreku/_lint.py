@@ -19,7 +19,7 @@ class LintRule(NamedTuple):
 
 
 class Finding(NamedTuple):
-    """What a rule has found at one element of a document. `str` is its line in a compiler's form."""
+    """What a rule has found at one element. `str` gives it as a line of a compiler's form."""
 
     rule: str
     """The name of the rule."""
@@ -94,7 +94,7 @@ def lint(source, *, disable=(), correlation=None):
             path = os.fsencode(source)
         except TypeError:
             raise TypeError(f"source: expected a path or an element, got {source!r}") from None
-        with open(path, "rb"):  # for Python's own exception
+        with open(source, "rb"):  # for Python's own exception
             pass
         findings, texts = _core._lint_file(path, names, grid)
     if findings is None:

@@ -202,7 +202,7 @@ def test_a_function_may_change_its_rule_or_raise():
         (lambda: z.GaussQuadrature().integrate(abs, 0, math.inf), ValueError, "b: .*finite"),
         (lambda: z.GaussQuadrature().integrate(lambda x: 1.0, 0, 1), ValueError, r"f: .*\(\)"),
         (lambda: z.GaussQuadrature().integrate(lambda x: x[1:], 0, 1), ValueError, r"f: .*\(9,\)"),
-        (lambda: z.GaussQuadrature().integrate(lambda x: x * 1j, 0, 1), TypeError, r"f\(x\): .*comp"),
+        (lambda: z.GaussQuadrature().integrate(lambda x: x * 1j, 0, 1), TypeError, r"f\(x\): "),
         (lambda: z.GaussQuadrature().integrate(str, 0, 1, False), TypeError, "f: .*number"),
     ],
 )
@@ -509,7 +509,8 @@ def test_a_correlation_is_linted_on_its_grid():
 
 def test_rules_are_those_of_the_page():
     rules = z.lint_rules()
-    assert [rule.name for rule in rules] == re.findall(r"^\| `([a-z-]+)` \|", PAGE.read_text(), re.M)
+    names = re.findall(r"^\| `([a-z-]+)` \|", PAGE.read_text(), re.M)
+    assert [rule.name for rule in rules] == names
     assert {rule.severity for rule in rules} == {"error", "warning"}
     assert all(rule.description.endswith(".") for rule in rules)
 
@@ -542,5 +543,7 @@ def test_a_refused_document_raises(tmp_path, caplog):
         z.lint(path)
     assert [(m.file, m.line) for m in caught.value.messages] == [(str(path), line)]
     assert not caplog.records
-    with pytest.raises(FileNotFoundError):
-        z.lint(tmp_path / "none.xml")
+    none = tmp_path / "none.xml"
+    for missing, error in ((none, FileNotFoundError), (tmp_path, IsADirectoryError)):
+        with pytest.raises(error, match=re.escape(repr(str(missing)))):
+            z.lint(missing)
