@@ -77,6 +77,7 @@ def test_blocks_have_the_bits_of_single_points(function):
         assert bits(function(point)) == bits(value) == bits(function(tuple(point)))
         assert bits(function.gradient(point)) == bits(slope)
         single = function.value_and_gradient(point)
+        assert type(single[0]) is type(function(point)) and type(single[1]) is numpy.ndarray
         assert bits(single[0]) == bits(value) and bits(single[1]) == bits(slope)
     for shape in ((60,), (3, 4, 5), (0,), (2, 0), (1, 1)):
         block = numpy.ascontiguousarray(points[: math.prod(shape)]).reshape(*shape, n)
@@ -156,6 +157,7 @@ def test_axes_and_values():
             assert table.values.shape == values.shape and not table.values.flags.writeable
             at = numpy.array(list(itertools.product(*axes))).reshape(*shape, len(shape))
             assert bits(table(at)) == bits(values)
+    assert z.Table(axes=(z.TableAxis(),), values=[]).values.shape == (0,)
     flat = z.Table(axes=(X, Y), values=numpy.arange(6.0).reshape(3, 2)).dependent_data
     assert flat[0].tolist() == [0, 2, 4, 1, 3, 5]
     assert z.Table(axes=(X,), values=random.random((3, 1)).astype("f4")).values.shape == (3,)
