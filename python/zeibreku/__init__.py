@@ -17,6 +17,7 @@ from zeibreku import _constraints, _elements, _quadrature, _tables  # noqa: F401
 from zeibreku._fields import RandomField
 from zeibreku._lint import Finding, LintRule, lint, lint_rules
 from zeibreku._searches import OptimizeResult, default_optimizer, make_search, minimize
+from zeibreku import _plots  # noqa: F401: to the classes above
 
 __all__ = _elements.names() + [
     "Finding",

@@ -50,12 +50,18 @@ class ScalarFunction(Element):
     def __call__(self, x: SupportsFloat) -> float: ...
     @overload
     def __call__(self, x: ArrayLike) -> Any: ...
+    def plot(
+        self, ax: Any = ..., *, interval: Optional[Iterable[SupportsFloat]] = ..., **keywords: Any
+    ) -> Any: ...
 
 class UnitaryMap(Element):
     @overload
     def __call__(self, x: SupportsFloat) -> float: ...
     @overload
     def __call__(self, x: ArrayLike) -> Any: ...
+    def plot(
+        self, ax: Any = ..., *, interval: Optional[Iterable[SupportsFloat]] = ..., **keywords: Any
+    ) -> Any: ...
 
 class Constraint(Element):
     def __call__(self, x: _Points) -> Any: ...
@@ -73,6 +79,14 @@ class FrozenTable:
     def dimension(self) -> int: ...
     @property
     def bounds(self) -> NDArray[numpy.float64]: ...
+    def plot(
+        self,
+        ax: Any = ...,
+        *,
+        value: Optional[int] = ...,
+        at: Optional[ArrayLike] = ...,
+        **keywords: Any,
+    ) -> Any: ...
 
 class FrozenComposite:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...
@@ -85,6 +99,14 @@ class FrozenComposite:
     def dimension(self) -> int: ...
     @property
     def bounds(self) -> NDArray[numpy.float64]: ...
+    def plot(
+        self,
+        ax: Any = ...,
+        *,
+        value: Optional[int] = ...,
+        at: Optional[ArrayLike] = ...,
+        **keywords: Any,
+    ) -> Any: ...
 
 class Progress:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...
@@ -726,6 +748,14 @@ class Table(CompositeFunctionElement):
     @property
     def bounds(self) -> NDArray[numpy.float64]: ...
     def freeze(self) -> FrozenTable: ...
+    def plot(
+        self,
+        ax: Any = ...,
+        *,
+        value: Optional[int] = ...,
+        at: Optional[ArrayLike] = ...,
+        **keywords: Any,
+    ) -> Any: ...
 
 class CompositeBranch(CompositeFunctionElement):
     def __init__(
@@ -751,6 +781,14 @@ class CompositeBranch(CompositeFunctionElement):
     @property
     def bounds(self) -> NDArray[numpy.float64]: ...
     def freeze(self) -> FrozenComposite: ...
+    def plot(
+        self,
+        ax: Any = ...,
+        *,
+        value: Optional[int] = ...,
+        at: Optional[ArrayLike] = ...,
+        **keywords: Any,
+    ) -> Any: ...
 
 class GaussQuadrature(Element):
     def __init__(
@@ -828,6 +866,9 @@ class ScalarFunctionContainer(Element):
     def __call__(self, x: SupportsFloat) -> float: ...
     @overload
     def __call__(self, x: ArrayLike) -> Any: ...
+    def plot(
+        self, ax: Any = ..., *, interval: Optional[Iterable[SupportsFloat]] = ..., **keywords: Any
+    ) -> Any: ...
 
 class UnitaryMapContainer(Element):
     def __init__(
@@ -843,6 +884,9 @@ class UnitaryMapContainer(Element):
     def __call__(self, x: SupportsFloat) -> float: ...
     @overload
     def __call__(self, x: ArrayLike) -> Any: ...
+    def plot(
+        self, ax: Any = ..., *, interval: Optional[Iterable[SupportsFloat]] = ..., **keywords: Any
+    ) -> Any: ...
 
 class ConstraintContainer(Element):
     def __init__(
@@ -875,3 +919,11 @@ class CompositeFunction(Element):
     @property
     def bounds(self) -> NDArray[numpy.float64]: ...
     def freeze(self) -> FrozenComposite: ...
+    def plot(
+        self,
+        ax: Any = ...,
+        *,
+        value: Optional[int] = ...,
+        at: Optional[ArrayLike] = ...,
+        **keywords: Any,
+    ) -> Any: ...

@@ -1,6 +1,6 @@
 from collections.abc import Callable
 from dataclasses import dataclass
-from typing import Optional, SupportsFloat, SupportsIndex, Union
+from typing import Any, Optional, SupportsFloat, SupportsIndex, Union
 
 import numpy
 from numpy.typing import NDArray
@@ -22,3 +22,11 @@ class RandomField:
         *,
         seed: Optional[int] = ...,
     ) -> NDArray[numpy.float64]: ...
+    def plot(
+        self,
+        ax: Any = ...,
+        *,
+        shape: tuple[SupportsIndex, SupportsIndex] = ...,
+        seed: int = ...,
+        **keywords: Any,
+    ) -> Any: ...
