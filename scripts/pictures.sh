@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Makes the pictures of the documentation, docs/pictures, from the outputs of the examples, the
-# program and the data profiles. Without arguments all of them, otherwise those in the arguments:
+# program and the data profiles, and by the examples in Python. Without arguments it makes all of
+# them, otherwise those in the arguments:
 #
 #   scripts/pictures.sh convergence paths
 # shellcheck disable=SC2086  # a table's numbers are words of one text
@@ -9,7 +10,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 export LC_ALL=C.UTF-8
 
 all=(unitary-maps table linear-search leaves constraint convergence paths optimizer-settings
-    data-profiles quadrature random-fields resumed box speed-up time-line)
+    data-profiles quadrature random-fields resumed box speed-up time-line python-climb python-fit
+    python-table python-field)
 
 examples=build/release/examples
 work=build/pictures
@@ -762,6 +764,31 @@ plot "$work/time-line.txt" using 2:1:2:3:(\$1 - 0.4):(\$1 + 0.4):(\$4 == 1 ? 0x0
 END
 }
 
+# draw SCRIPT PICTURE: runs a script that saves a picture. Two runs give the same file.
+draw() {
+    cat >"$work/matplotlibrc" <<END
+backend: agg
+svg.fonttype: none
+svg.hashsalt: zeibreku
+axes.prop_cycle: cycler('color', ['0072B2', 'D55E00', '009E73', 'CC79A7', 'E69F00'])
+END
+    SOURCE_DATE_EPOCH=0 MATPLOTLIBRC=$work/matplotlibrc PYTHONPATH=build/release/python \
+        "$(sed -n 's/^ZEIBREKU_PYTHON:.*=//p' build/release/CMakeCache.txt)" "$1" "$2"
+}
+
+# The quick start, the first program of its page, saves climb.svg in the working folder.
+picture_python-climb() {
+    awk '/^```/ { if (p) exit; p = /python$/; next } p' docs/guide/python.md |
+        sed "s|climb.svg|$pictures/python-climb.svg|" >"$work/climb.py"
+    draw "$work/climb.py" ""
+}
+
+picture_python-fit() { draw examples/python/fit.py "$pictures/python-fit.svg"; }
+
+picture_python-table() { draw examples/python/table.py "$pictures/python-table.png"; }
+
+picture_python-field() { draw examples/python/field.py "$pictures/python-field.png"; }
+
 for name in "$@"; do
     if ! declare -F "picture_$name" >/dev/null; then
         echo "There is no picture '$name'; there are: ${all[*]}" >&2
@@ -772,7 +799,7 @@ done
 set_up test benchmarks pictures
 cmake --preset release
 cmake --build --preset release --target 01_minimise 02_functions 04_tables 05_random_field 06_quadrature \
-    09_fit zeibreku_program data_profiles workers
+    09_fit zeibreku_program data_profiles workers zeibreku_python
 mkdir -p "$work" "$pictures"
 if (($# == 0)); then
     set -- "${all[@]}"

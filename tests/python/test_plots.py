@@ -1,8 +1,10 @@
-"""Pictures of tables, functions, maps and fields."""
+"""Pictures of tables, functions, maps and fields, and the scripts that save some."""
 
 import base64
 import html
 import io
+import os
+import pathlib
 import re
 import subprocess
 import sys
@@ -15,6 +17,7 @@ import pytest
 import zeibreku as z
 
 matplotlib.use("Agg")
+SCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "examples" / "python"
 CURVE = z.MultipointScalarFunction(domain_values=[0, 1, 3], range_values=[2, 0, 1])
 TENS = z.Table(
     axes=([0, 1, 2], [0, 5]),
@@ -152,3 +155,24 @@ def test_what_cannot_be_drawn_is_named(shown):
 def test_matplotlib_is_imported_late():
     code = "import sys, zeibreku; sys.exit('matplotlib' in sys.modules)"
     assert subprocess.run([sys.executable, "-c", code]).returncode == 0
+
+
+@pytest.mark.parametrize(
+    "name, printed",
+    [
+        ("fit", r"b5 +2\.21226\d+e-02 +2\.2122699662e-02\nsum of squares +5\.46489\d+e-05 "),
+        ("table", r"drag 26\.14 at angle 2\.00, Mach 0\.600\n.* 0\.1624 per (.|\n)* 71\.45% "),
+        ("field", r"deviation 5\.95 %\n.* expected 0\.282, measured 0\.265\nclouds cover 56%"),
+    ],
+)
+def test_scripts(name, printed, tmp_path):
+    run = subprocess.run(
+        [sys.executable, str(SCRIPTS / f"{name}.py"), f"{name}.png"],
+        env={**os.environ, "MPLBACKEND": "Agg"},
+        cwd=tmp_path,
+        capture_output=True,
+        text=True,
+    )
+    assert run.returncode == 0, run.stderr
+    assert re.search(printed, run.stdout), run.stdout
+    image(tmp_path / f"{name}.png")
