@@ -15,7 +15,7 @@ import zeibreku as z
 from conftest import EXAMPLES, name_of
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-PAGES = [ROOT / "README.md", ROOT / "docs" / "guide" / "python.md"]
+PAGES = [ROOT / "README.md", *sorted((ROOT / "docs" / "guide").glob("python*.md"))]
 MODULES = [module.name for module in pkgutil.iter_modules(z.__path__)]
 
 
