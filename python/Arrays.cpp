@@ -55,17 +55,22 @@ PointBlock::PointBlock(py::handle points, std::size_t n, std::string const& name
     }
 }
 
-// Takes `points` if they are n floats, those of numpy included.
+// Takes `points` if they are n floats or integers, floats of numpy included.
 bool PointBlock::setNumbers(py::handle points) {
     PyObject* const* const items = PySequence_Fast_ITEMS(points.ptr());
     auto const size = static_cast<std::size_t>(PySequence_Fast_GET_SIZE(points.ptr()));
-    if (size != n_ || !std::all_of(items, items + size,
-                                   [](PyObject* item) { return PyFloat_Check(item) != 0; })) {
+    auto const isNumber = [](PyObject* item) {
+        return PyFloat_Check(item) != 0 || PyLong_CheckExact(item) != 0;
+    };
+    if (size != n_ || !std::all_of(items, items + size, isNumber)) {
         return false;
     }
     own_.resize(n_);
-    std::transform(items, items + size, own_.begin(),
-                   [](PyObject* item) { return PyFloat_AS_DOUBLE(item); });
+    std::transform(items, items + size, own_.begin(), PyFloat_AsDouble);
+    if (PyErr_Occurred()) {  // an integer that is too large
+        PyErr_Clear();
+        return false;
+    }
     data_ = own_.data();
     return true;
 }

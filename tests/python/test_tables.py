@@ -118,6 +118,7 @@ def test_tuples_have_the_coordinates_apart():
         (["1", "2"], TypeError, "dtype <U1"),
         ([1j, 2.0], TypeError, "complex128"),
         ([[1], [2, 3]], TypeError, "an array of numbers"),
+        ([10**400, 2], TypeError, "dtype object"),
         (None, TypeError, "dtype object"),
     ],
 )
