@@ -1,8 +1,9 @@
 """Evaluations of a search by an executor of `concurrent.futures`."""
 
+import concurrent.futures
+import multiprocessing
 import os
 import pickle
-import queue
 import signal
 import threading
 import time
@@ -14,13 +15,26 @@ _task = None  # in a process of our own: the function and its arguments
 
 def _begin(task):
     global _task
-    # Ctrl-C goes to the whole group of processes. The search ends this one.
+    # Ctrl-C goes to the whole group of processes. The search ends this one, or its process does.
     signal.signal(signal.SIGINT, signal.SIG_IGN)
+    threading.Thread(target=_end_with_parent, daemon=True).start()
     _task = pickle.loads(task)
 
 
+def _end_with_parent():
+    multiprocessing.parent_process().join()
+    os._exit(1)
+
+
 def _evaluate_task(point):
-    return _evaluate(*_task, point)
+    try:
+        return _evaluate(*_task, point)
+    except Exception as error:
+        try:
+            pickle.loads(pickle.dumps(error))
+        except Exception:  # it would end the whole pool
+            raise RuntimeError(f"{type(error).__name__}: {error}") from error
+        raise
 
 
 def _evaluate(fun, args, point):
@@ -42,46 +56,50 @@ def _evaluate(fun, args, point):
 
 
 class Pool:
-    """What the search calls: `start`, `finish` and `cancel`, all on its own thread."""
+    """What the search calls: `start`, `finish` and `cancel`, all on its own thread.
 
-    def __init__(self, executor, task, count):
+    `end` ends what an executor already evaluates.
+    """
+
+    def __init__(self, executor, task, count, end=lambda: None):
         self.count = count
         self._executor = executor
         self._task = task
+        self._end = end
+        self._is_cancelled = False
         self._futures = {}
-        self._ended = queue.SimpleQueue()
+        self._ended = threading.Event()
         self._workers = {}
 
     def start(self, ticket, point):
         future = self._executor.submit(*self._task, point)
         self._futures[ticket] = future
-        future.add_done_callback(lambda _: self._ended.put(ticket))
+        future.add_done_callback(lambda _: self._ended.set())
 
     def finish(self, seconds):
         """Return what has ended, after waiting for one; nothing after so many seconds."""
-        if not self._futures:
-            return []
-        tickets = []
-        try:
-            if seconds == 0.0:
-                tickets.append(self._ended.get_nowait())
-            else:
-                tickets.append(self._ended.get(timeout=seconds))
-            while True:
-                tickets.append(self._ended.get_nowait())
-        except queue.Empty:
-            pass
-        return [self._entry(ticket) for ticket in tickets]
+        # Ctrl-C can interrupt this anywhere. The futures are looked at, so that none is lost.
+        while True:
+            self._ended.clear()
+            ended = [ticket for ticket, future in self._futures.items() if future.done()]
+            if ended or not self._futures or seconds == 0.0:
+                return [self._entry(ticket) for ticket in ended]
+            if not self._ended.wait(seconds):
+                return []
 
     def cancel(self):
-        for future in self._futures.values():
-            future.cancel()
+        self._is_cancelled = True
+        # A process may already have taken a future that runs next.
+        if not all([future.cancel() or future.done() for future in self._futures.values()]):
+            self._end()
 
     def _entry(self, ticket):
         future = self._futures.pop(ticket)
         if future.cancelled():
             return ticket, "cancelled", None, 0.0, 0
         exception = future.exception()
+        if self._is_cancelled and isinstance(exception, concurrent.futures.BrokenExecutor):
+            return ticket, "cancelled", None, 0.0, 0
         if exception is not None:
             return ticket, "exception", exception, 0.0, 0
         outcome, result, seconds, who = future.result()
@@ -118,19 +136,20 @@ class _Processes:
             ) from error
 
     def __enter__(self):
-        import concurrent.futures
-        import multiprocessing
-
         self._executor = concurrent.futures.ProcessPoolExecutor(
             self._count,
             mp_context=multiprocessing.get_context("spawn"),
             initializer=_begin,
             initargs=(self._task,),
         )
-        return Pool(self._executor, (_evaluate_task,), self._count)
+        return Pool(self._executor, (_evaluate_task,), self._count, self._end)
 
     def __exit__(self, *exception):
         self._executor.shutdown(wait=True, cancel_futures=True)
+
+    def _end(self):
+        for process in list((self._executor._processes or {}).values()):
+            process.terminate()
 
 
 class _Nobody:

@@ -96,7 +96,7 @@ def _limits(bounds, n):
 def _constraint_list(constraints):
     if constraints is None:
         return []
-    single = isinstance(constraints, (_core.Constraint, dict)) or hasattr(constraints, "lb")
+    single = isinstance(constraints, (_core.Constraint, dict)) or not numpy.iterable(constraints)
     found = []
     for i, constraint in enumerate([constraints] if single else constraints):
         name = "constraints" if single else f"constraints[{i}]"
@@ -114,11 +114,17 @@ def _constraint_list(constraints):
 
 def _linear(constraint, name):
     """SciPy's lb <= A x <= ub as constraints c(x) <= 0."""
-    matrix = numpy.atleast_2d(numpy.asarray(constraint.A, dtype=float))
-    sides = numpy.broadcast_to(constraint.lb, len(matrix)), numpy.broadcast_to(
-        constraint.ub, len(matrix)
-    )
-    for row, lower, upper in zip(matrix, *sides):
+    matrix = constraint.A.toarray() if hasattr(constraint.A, "toarray") else constraint.A
+    try:
+        matrix = numpy.atleast_2d(numpy.asarray(matrix, dtype=float))
+        lowers, uppers = (
+            numpy.broadcast_to(numpy.asarray(side, dtype=float), len(matrix))
+            for side in (constraint.lb, constraint.ub)
+        )
+    except (TypeError, ValueError) as error:
+        kind = TypeError if isinstance(error, TypeError) else ValueError
+        raise kind(f"{name}: {error}") from None
+    for row, lower, upper in zip(matrix, lowers, uppers):
         for sign, side in ((-1.0, lower), (1.0, upper)):
             if math.isnan(side):
                 raise ValueError(f"{name}: expected numbers as bounds, got nan")
@@ -185,8 +191,13 @@ def make_search(
     n = x0.size
     if not hasattr(max_evaluations, "__index__"):
         raise TypeError(f"max_evaluations: expected an integer, got {max_evaluations!r:.60}")
+    if not 0 <= max_evaluations < 2**32:
+        text = f"max_evaluations: expected an integer from 0 to {2**32 - 1}, got {max_evaluations}"
+        raise ValueError(text)
     lower, upper = _limits(bounds, n)
     scales = numpy.ones(n) if scales is None else _vector(scales, "scales")
+    if not (names is None or numpy.iterable(names)):
+        raise TypeError(f"names: expected a list of strings, got {names!r:.60}")
     names = [f"x{i}" for i in range(n)] if names is None else list(names)
     for name, values in (("scales", scales), ("names", names)):
         if len(values) != n:

@@ -15,12 +15,15 @@ import subprocess
 import sys
 import threading
 import traceback
+import types
 import weakref
 
 import numpy
 import pytest
 import scipy.optimize
+import scipy.sparse
 
+import failures
 import zeibreku as z
 from functions import bad, rosenbrock, rosenbrock_many
 
@@ -95,6 +98,61 @@ def test_spawned_processes_find_the_same_bits():
     with pytest.raises(LookupError, match="no value") as caught:
         z.minimize(bad, START, workers=2)
     assert caught.value.args[1] != os.getpid()
+
+
+def test_processes_that_fail():
+    found = z.minimize(failures.failing, START, workers=2, max_evaluations=30)
+    assert bits(found.report) == bits(
+        z.minimize(failures.failing, START, max_evaluations=30).report
+    )
+    assert found.report.failures > 0
+    with pytest.raises(concurrent.futures.process.BrokenProcessPool):
+        z.minimize(failures.dying, START, workers=2)
+    with pytest.raises(RuntimeError, match="Unpicklable: one"):
+        z.minimize(failures.unpicklable, START, workers=2)
+    assert multiprocessing.active_children() == []
+
+
+class Overloaded(concurrent.futures.Executor):
+    """Evaluates the first point, never comes to the second, and refuses the third."""
+
+    def __init__(self):
+        self.futures = []
+
+    def submit(self, fun, *args):
+        if len(self.futures) == 2:
+            raise BufferError("full")
+        self.futures.append(concurrent.futures.Future())
+        if len(self.futures) == 1:
+            self.futures[0].set_result(fun(*args))
+        return self.futures[-1]
+
+
+def test_executors_of_the_user():
+    raised = KeyError("one")
+
+    def fun(x):
+        raise raised
+
+    with concurrent.futures.ThreadPoolExecutor(2) as executor:
+        with pytest.raises(KeyError) as caught:
+            z.minimize(fun, START, workers=executor)
+        assert caught.value is raised
+        with pytest.raises(TypeError, match="fun: expected a number as result, got 1j"):
+            z.minimize(lambda x: 1j, START, workers=executor)
+    with pytest.raises(RuntimeError, match="after shutdown"):
+        z.minimize(rosenbrock, START, workers=executor)
+    overloaded = Overloaded()
+    with pytest.raises(BufferError):
+        z.minimize(rosenbrock, START, optimizer=OPTIMIZERS[2], workers=overloaded)
+    assert [future.cancelled() for future in overloaded.futures] == [False, True]
+
+
+def test_searches_of_several_threads_at_once():
+    plain = bits(z.minimize(rosenbrock, START).report)
+    with concurrent.futures.ThreadPoolExecutor(8) as executor:
+        searches = [executor.submit(z.minimize, rosenbrock, START) for _ in range(16)]
+    assert all(bits(search.result().report) == plain for search in searches)
 
 
 @pytest.mark.parametrize(
@@ -240,7 +298,19 @@ def test_an_array_that_is_kept_is_not_used_again():
         ({"bounds": scipy.optimize.Bounds([0] * 3, 1)}, ValueError, "bounds.lb: expected 2"),
         ({"constraints": {"type": "ineq"}}, TypeError, "constraints: expected a zeibreku.Linear"),
         ({"constraints": [1]}, TypeError, r"constraints\[0\]: "),
+        ({"constraints": 1}, TypeError, "constraints: "),
+        (
+            {"constraints": scipy.optimize.NonlinearConstraint(rosenbrock, 0, 1)},
+            TypeError,
+            "constraints: .*NonlinearConstraint",
+        ),
+        (
+            {"constraints": [types.SimpleNamespace(A=[["a"]], lb=0.0, ub=1.0)]},
+            ValueError,
+            r"constraints\[0\]: ",
+        ),
         ({"max_evaluations": 0.5}, TypeError, "max_evaluations: expected an integer"),
+        ({"max_evaluations": -1}, ValueError, "max_evaluations: expected an integer from 0"),
         ({"max_seconds": -1}, ValueError, "maxSeconds: expected a number from 0 on"),
         ({"target": "a"}, TypeError, "target: "),
         ({"seed": -1}, ValueError, "seed: "),
@@ -250,6 +320,7 @@ def test_an_array_that_is_kept_is_not_used_again():
         ({"workers": 2, "fun": lambda x: 1.0}, TypeError, "fun: .*pickle"),
         ({"names": ["a", "a"]}, ValueError, "a name of its own"),
         ({"names": ["a"]}, ValueError, "names: expected 2"),
+        ({"names": 1}, TypeError, "names: expected a list"),
         ({"scales": [1, 0]}, ValueError, "scale: expected a number"),
         ({"record": 1.5}, TypeError, "float"),
     ],
@@ -265,6 +336,7 @@ def test_bounds_and_constraints_in_every_form():
         [(-1.5, None), (None, 0.5)],
         numpy.array([[-1.5, numpy.inf], [-numpy.inf, 0.5]]),
         scipy.optimize.Bounds([-1.5, -math.inf], [math.inf, 0.5]),
+        (pair for pair in [(-1.5, math.inf), (None, 0.5)]),
     ]
     first, *others = [bits(z.minimize(rosenbrock, START, bounds=b).report) for b in forms]
     assert all(other == first for other in others)
@@ -276,7 +348,9 @@ def test_bounds_and_constraints_in_every_form():
         offset=-0.5, first_order_indices=[0, 1], first_order_coefficients=[1.0, 1.0]
     )
     theirs = scipy.optimize.LinearConstraint([[1.0, 1.0]], -math.inf, 0.5)
-    results = [z.minimize(rosenbrock, START, constraints=c) for c in (own, [own], theirs)]
+    sparse = scipy.optimize.LinearConstraint(scipy.sparse.csr_matrix([[1.0, 1.0]]), -math.inf, 0.5)
+    forms = (own, [own], theirs, sparse, (c for c in [own]))
+    results = [z.minimize(rosenbrock, START, constraints=c) for c in forms]
     assert len({tuple(bits(r.report)) for r in results}) == 1
     assert results[0].x.sum() <= 0.5 + 1e-12
     above = scipy.optimize.LinearConstraint([[1.0, 1.0]], 3.0, math.inf)
@@ -377,6 +451,12 @@ def test_a_record_is_resumed(tmp_path):
     resumed = z.minimize(rosenbrock, START, record=path)
     assert bits(resumed.report) == bits(whole.report)
     assert resumed.nfev == whole.nfev - 30
+    dying.left, parallel = 30, tmp_path / "parallel"
+    with concurrent.futures.ThreadPoolExecutor(3) as executor:
+        with pytest.raises(KeyError):
+            z.minimize(dying, START, record=parallel, workers=executor)
+        resumed = z.minimize(rosenbrock, START, record=parallel, workers=executor)
+    assert bits(resumed.report) == bits(whole.report)
     record = z.Record(path).load()
     assert record.verify() == "same" and len(record.runs) == 2
     assert record.search == z.make_search(START)
@@ -428,9 +508,19 @@ def test_searches_nest_and_warnings_are_logged(caplog):
         return z.minimize(lambda y: (y[0] - x[0]) ** 2, [0.0]).fun + x[0] ** 2
 
     assert z.minimize(outer, [1.0]).fun < 1e-6
+    inner = []
+    z.minimize(rosenbrock, START, callback=lambda progress: inner.append(outer(progress.x)))
+    assert len(set(inner)) > 1
     assert not caplog.records
-    z.minimize(rosenbrock, START, bounds=[(0, 1), (0, 1)])
-    assert ["moved" in record.getMessage() for record in caplog.records] == [True]
+
+    def messages(x):
+        assert ["moved" in record.getMessage() for record in caplog.records] == [True]
+        return rosenbrock(x)
+
+    z.minimize(messages, START, bounds=[(0, 1), (0, 1)])
+    messages([1.0, 1.0])
+    z.minimize(rosenbrock, START, bounds=[(0, 1), (0, 1)], max_seconds=0)  # none is evaluated
+    assert len(caplog.records) == 2
 
 
 def test_other_threads_run_between_evaluations():
@@ -499,6 +589,16 @@ use(1000000, 100000)
 print(size() - before)
 """
 
+WORKERS = """
+import multiprocessing, signal, sys
+sys.path.insert(0, {folder!r})
+import failures, zeibreku
+try:
+    zeibreku.minimize(failures.hanging, {start}, ({start}, {number}), workers=2)
+except KeyboardInterrupt:
+    print(multiprocessing.active_children())
+"""
+
 DAEMON = """
 import threading, zeibreku
 started = threading.Event()
@@ -524,6 +624,18 @@ def output(program):
 @pytest.mark.skipif("ZEIBREKU_SANITIZED" in os.environ, reason="a sanitizer keeps memory")
 def test_calls_and_exceptions_leave_no_memory():
     assert int(output(MEMORY).stdout) < 2e6
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGKILL])
+def test_workers_end_with_the_search(number):
+    # Workers have the same pipe as standard output: it ends after the last one.
+    folder = str(pathlib.Path(__file__).parent)
+    program = WORKERS.format(folder=folder, start=START, number=int(number))
+    run = subprocess.run(
+        [sys.executable, "-c", program], stdout=subprocess.PIPE, text=True, timeout=60
+    )
+    expected = (0, "[]\n") if number == signal.SIGINT else (-signal.SIGKILL, "")
+    assert (run.returncode, run.stdout) == expected
 
 
 @pytest.mark.parametrize("n, v", [(1, False), (50, False)])
