@@ -21,7 +21,7 @@
 /// end of the process here instead, as later versions of Python do. The unwinding has no exception
 /// object, so the reference that catches it is null.
 template <class Call>
-__attribute__((no_sanitize("null"))) auto callPython(Call const& call) {
+__attribute__((no_sanitize("null", "alignment"))) auto callPython(Call const& call) {
     try {
         return call();
     } catch (abi::__forced_unwind const&) {
