@@ -8,9 +8,6 @@ each library: no memory of points, no tolerance that ends the search, a budget o
 ends after some 200 evaluations in any case, and searches again. The row "call" is a loop that calls
 the function with one array.
 
-"held" has 32 unknowns and "released" 33, from which on a search releases the GIL between two
-evaluations: the difference is what that costs.
-
 The last rows are batches: multidirectional search on Rosenbrock's function of 100 variables, and the
 same calls of the function alone. The rows take turns for SECONDS (10 by default), and the median of
 the rounds counts.
@@ -45,7 +42,7 @@ def call():
     return CALLS
 
 
-def search(start=START):
+def search():
     optimizer = zeibreku.NelderMead(
         stopping_threshold=-1.0,
         max_total_steps=10**9,
@@ -54,19 +51,11 @@ def search(start=START):
         restart_check_period=2**32 - 1,
         default_simplex_edge_length=0.1,
     )
-    return zeibreku.make_search(start, optimizer=optimizer, remember=False)
+    return zeibreku.make_search(START, optimizer=optimizer, remember=False)
 
 
 def by_zeibreku():
     return search().run(fun).evaluations_made
-
-
-def held():
-    return search(numpy.full(32, -1.2)).run(fun).evaluations_made
-
-
-def released():
-    return search(numpy.full(33, -1.2)).run(fun).evaluations_made
 
 
 def by_nlopt():
@@ -119,7 +108,7 @@ def batches():
     return BATCHES.run(many, vectorized=True).evaluations_made
 
 
-ROWS = [call, by_zeibreku, by_nlopt, by_scipy, held, released, batches_alone, batches]
+ROWS = [call, by_zeibreku, by_nlopt, by_scipy, batches_alone, batches]
 
 
 def main():

@@ -77,12 +77,11 @@ struct Progress {
     double seconds;
 };
 
-// Calls the callback, and looks for Ctrl-C and lets other threads run where a search takes many
-// values from its memory in a row.
+// Calls the callback, and looks for Ctrl-C where a search takes many values from its memory in a row.
 class Observer : public KrSearchObserver {
 public:
-    Observer(py::object callback, GilRelease& release, bool isHolding)
-        : callback_(std::move(callback)), release_(release), isHolding_(isHolding) {}
+    Observer(py::object callback, GilRelease& release)
+        : callback_(std::move(callback)), release_(release) {}
 
     void evaluated(KrSearchProgress const& progress) override {
         bool const isPause = progress.isFromRecord && progress.seconds > lastPause_ + pauseAfter;
@@ -92,9 +91,6 @@ public:
         GilRelease::Pause const pause(release_);
         if (isPause) {
             lastPause_ = progress.seconds;
-            if (isHolding_) {
-                GilRelease const others;
-            }
             if (PyErr_CheckSignals() != 0) {
                 throw py::error_already_set();
             }
@@ -128,7 +124,6 @@ private:
 
     py::object const callback_;
     GilRelease& release_;
-    bool const isHolding_;
     double lastPause_ = 0.0;
     std::stop_source stop_;
 };
@@ -213,10 +208,6 @@ private:
 
 // --- A run.
 
-// Beyond this number of unknowns a step between two evaluations may take longer than to release the
-// GIL and take it back.
-constexpr KrU32 fewUnknowns = 32;
-
 // The report, and why the search was refused; None if it was not.
 py::tuple run(KrSearch const& settings, py::object const& function, py::tuple const& arguments,
               bool isVectorized, py::object const& pool, py::object const& callback,
@@ -235,10 +226,9 @@ py::tuple run(KrSearch const& settings, py::object const& function, py::tuple co
         refusal.reset();
         deliverMessages();
     };
-    bool const releases = !pool.is_none() || dimension > fewUnknowns;
     KrSearchReport report;
     {
-        GilRelease release(releases);
+        GilRelease release;
         std::unique_ptr<KrEvaluationWorkers> workers;
         std::unique_ptr<PythonFunction> called;
         std::optional<Observer> observer;
@@ -257,7 +247,7 @@ py::tuple run(KrSearch const& settings, py::object const& function, py::tuple co
         } const cleaner{release, workers, called, observer};
         {
             GilRelease::Pause const pause(release);
-            observer.emplace(callback, release, !releases);
+            observer.emplace(callback, release);
             if (!pool.is_none()) {
                 workers = std::make_unique<PoolWorkers>(pool, release, begin);
             } else {
