@@ -5,9 +5,9 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
-#include <cxxabi.h>
 #include <unistd.h>
 #include <functional>
+#include <type_traits>
 #include <vector>
 
 // How C++ code of long duration and Python functions call each other.
@@ -17,16 +17,27 @@
 
 /// Calls Python from a thread that may be a daemon. Such a thread is ended when it next takes the GIL
 /// after the interpreter has ended, by an unwinding that would release references. It waits for the
-/// end of the process here instead, as later versions of Python do. The unwinding has no exception
-/// object, so the reference that catches it is null.
+/// end of the process here instead, as later versions of Python do. A destructor waits, since a
+/// handler for this unwinding ends the process if another exception is handled meanwhile. So `call`
+/// must not throw, and must not have objects whose destructors release references: use the C
+/// functions of Python.
 template <class Call>
-__attribute__((no_sanitize("null", "alignment"))) auto callPython(Call const& call) {
-    try {
-        return call();
-    } catch (abi::__forced_unwind const&) {
-        for (;;) {
-            pause();
+auto callPython(Call const& call) {
+    struct Stay {
+        bool isBack = false;
+        ~Stay() {
+            while (!isBack) {
+                pause();
+            }
         }
+    } stay;
+    if constexpr (std::is_void_v<decltype(call())>) {
+        call();
+        stay.isBack = true;
+    } else {
+        auto const result = call();
+        stay.isBack = true;
+        return result;
     }
 }
 

@@ -1,5 +1,7 @@
 #include "python/Messages.h"
 
+#include "python/Calls.h"
+
 #include <atomic>
 #include <mutex>
 
@@ -83,7 +85,12 @@ void deliverMessages() noexcept {
                 constexpr int warning = 30;
                 constexpr int error = 40;
                 int const level = message.type == Kr::PrintType::Warning ? warning : error;
-                py::handle(kept().logger).attr("log")(level, "%s", textOf(message));
+                py::object const log = py::handle(kept().logger).attr("log");
+                py::tuple const arguments = py::make_tuple(level, "%s", textOf(message));
+                if (!py::reinterpret_steal<py::object>(callPython(
+                        [&] { return PyObject_CallObject(log.ptr(), arguments.ptr()); }))) {
+                    throw py::error_already_set();
+                }
             } catch (py::error_already_set& exception) {
                 exception.discard_as_unraisable("zeibreku: a message to logging");
             }

@@ -146,7 +146,7 @@ public:
             std::exchange(begin_, nullptr)();
         }
         for (KrEvaluationRequest const& request : requests) {
-            callPython([&] { pool_.attr("start")(request.ticket, arrayOf(request.point)); });
+            callPool("start", py::make_tuple(request.ticket, arrayOf(request.point)));
         }
     }
 
@@ -163,7 +163,7 @@ public:
                           .count();
             seconds = py::float_(std::max(left, 0.0));
         }
-        py::list const ended = callPython([&] { return py::list(pool_.attr("finish")(seconds)); });
+        py::list const ended = callPool("finish", py::make_tuple(seconds));
         for (py::handle const entry : ended) {
             all.push_back(evaluation(entry.cast<py::tuple>()));
         }
@@ -172,10 +172,17 @@ public:
 
     void cancel() override {
         GilRelease::Pause const pause(release_);
-        callPython([&] { pool_.attr("cancel")(); });
+        callPool("cancel", py::tuple());
     }
 
 private:
+    py::object callPool(char const* method, py::tuple const& arguments) const {
+        py::object const called = pool_.attr(method);
+        auto result = py::reinterpret_steal<py::object>(
+            callPython([&] { return PyObject_CallObject(called.ptr(), arguments.ptr()); }));
+        return result ? result : throw py::error_already_set();
+    }
+
     // From (ticket, outcome, result, seconds, worker).
     static KrEvaluation evaluation(py::tuple const& entry) {
         KrEvaluation made;
