@@ -77,7 +77,16 @@ struct Progress {
     double seconds;
 };
 
-// Calls the callback, and looks for Ctrl-C where a search takes many values from its memory in a row.
+// Whether a callback has returned True, or that of numpy. Other objects do not stop a search: a
+// callback such as `list.append` may return anything.
+bool isTrue(py::handle result) {
+    static PyObject* const numpyTrue =
+        py::object(py::module_::import("numpy").attr("True_")).release().ptr();
+    return result.ptr() == Py_True || result.ptr() == numpyTrue;
+}
+
+// Calls the callback, and looks for Ctrl-C where a search takes many values from its memory in a
+// row.
 class Observer : public KrSearchObserver {
 public:
     Observer(py::object callback, GilRelease& release)
@@ -110,7 +119,7 @@ public:
             }
             PyErr_Clear();
             stop_.request_stop();
-        } else if (result.ptr() == Py_True) {
+        } else if (isTrue(result)) {
             stop_.request_stop();
         }
     }

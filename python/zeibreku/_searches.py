@@ -272,7 +272,7 @@ def _result(report, search):
         "x": numpy.array(found),
         "fun": report.best_value if best.size else report.answer,
         "nfev": report.evaluations_made,
-        "success": reason in _SUCCESS,
+        "success": reason in _SUCCESS and best.size > 0,
         "status": _REASONS.index(reason),
         "message": _MESSAGES[reason],
         "reason": reason,
@@ -396,7 +396,7 @@ def _best_points(callback):
         nonlocal best
         if progress.best_fun == progress.best_fun and progress.best_fun != best:
             best = progress.best_fun
-            return callback(progress.best_x) is True
+            return callback(progress.best_x)
         return False
 
     return call

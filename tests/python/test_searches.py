@@ -164,6 +164,8 @@ def test_searches_of_several_threads_at_once():
         ({"max_evaluations": 3}, "evaluations", False),
         ({"max_seconds": 0}, "time", False),
         ({"callback": lambda progress: progress.evaluation == 2}, "cancelled", False),
+        ({"callback": lambda progress: numpy.True_}, "cancelled", False),
+        ({"constraints": z.LinearConstraint(offset=1.0)}, "finished", False),  # never feasible
     ],
 )
 def test_reasons(keywords, reason, success):
