@@ -113,6 +113,10 @@ double PythonFunction::evaluate(KrRealVector const& x) const {
     }
     double const value = PyFloat_AsDouble(result.ptr());
     if (value == -1.0 && PyErr_Occurred()) {
+        if (!PyErr_ExceptionMatches(PyExc_TypeError) &&
+            !PyErr_ExceptionMatches(PyExc_OverflowError)) {
+            throwPythonError();  // that of a method __float__
+        }
         PyErr_Clear();
         throwType("fun", "a number as result", result);
     }

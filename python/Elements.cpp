@@ -137,6 +137,9 @@ double realFrom(py::handle value, std::string const& name) {
     double const number = PyFloat_AsDouble(value.ptr());
     if (number == -1.0 && PyErr_Occurred()) {
         bool const isRange = PyErr_ExceptionMatches(PyExc_OverflowError);
+        if (!isRange && !PyErr_ExceptionMatches(PyExc_TypeError)) {
+            throw py::error_already_set();  // that of a method __float__
+        }
         PyErr_Clear();
         if (isRange) {
             throwValue(name, shortRepr(value) + " is too large for a double");
@@ -226,12 +229,13 @@ py::list listFrom(py::handle value, std::string const& name, std::string const& 
     if (PyUnicode_Check(value.ptr()) || py::isinstance<KrXmlObject>(value)) {
         throwType(name, expected, value);
     }
-    auto list = py::reinterpret_steal<py::list>(PySequence_List(value.ptr()));
-    if (!list) {
+    auto const items = py::reinterpret_steal<py::object>(PyObject_GetIter(value.ptr()));
+    if (!items) {
         PyErr_Clear();
         throwType(name, expected, value);
     }
-    return list;
+    auto list = py::reinterpret_steal<py::list>(PySequence_List(items.ptr()));
+    return list ? list : throw py::error_already_set();  // that of a generator
 }
 
 std::string itemName(std::string const& name, std::size_t index) {
@@ -306,9 +310,14 @@ bool familyFromPython(KrXmlObject& component, py::handle value, std::string cons
         for (std::size_t i = 0; i < list.size(); ++i) {
             elementFrom<T>(list[i], itemName(name, i));
         }
-        vector->clear();
+        // Copies first: the vector may be a part of an element that it gets.
+        std::vector<std::unique_ptr<KrXmlObject>> copies;
         for (py::handle const element : list) {
-            vector->pushBack(element.cast<T const&>());
+            copies.emplace_back(element.cast<T const&>().clone());
+        }
+        vector->clear();
+        for (auto const& copy : copies) {
+            vector->pushBack(dynamic_cast<T const&>(*copy));
         }
         return true;
     }

@@ -106,6 +106,24 @@ def test_a_wrong_part_is_named(change, text):
         change()
 
 
+def test_an_element_may_become_its_own_part():
+    chain = z.Sequence(optimizer_sequence=[z.NelderMead(alpha=3.0)])
+    expected = z.Sequence(optimizer_sequence=[chain])
+    chain.optimizer_sequence = [chain]
+    assert chain == expected
+
+
+def test_an_object_without_init_is_refused():
+    for made in (z.NelderMead.__new__(z.NelderMead), z.FrozenTable.__new__(z.FrozenTable)):
+        with pytest.raises(TypeError, match="__init__"):
+            repr(made)
+
+
+def test_an_exception_of_a_generator_arrives():
+    with pytest.raises(ZeroDivisionError):
+        z.Sequence(optimizer_sequence=(z.NelderMead(alpha=1 / 0) for _ in range(1)))
+
+
 def test_parts_are_read_only_copies():
     sequence = z.Sequence(optimizer_sequence=[z.NelderMead(alpha=2.0)])
     part = sequence.optimizer_sequence[0]
