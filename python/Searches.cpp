@@ -312,23 +312,26 @@ py::object entryOf(KrEvaluationRecord::Entry const& entry) {
 
 void bindRecord(py::module_& module) {
     py::class_<Record>(module, "Record")
-        .def(
-            py::init([](py::object const& path, double durableAfter, bool endsOnError) {
-                auto record =
-                    path.is_none()
-                        ? std::make_unique<Record>()
-                        : std::make_unique<Record>(
-                              py::module_::import("os").attr("fsencode")(path).cast<std::string>());
-                if (!(durableAfter >= 0.0)) {
-                    throwValue("durable_after", "expected a number of seconds from 0 on, got " +
-                                                    std::to_string(durableAfter));
-                }
-                record->setDurableAfter(durableAfter);
-                record->setEndsOnError(endsOnError);
-                return record;
-            }),
-            py::arg("path") = py::none(), py::kw_only(), py::arg("durable_after") = 1.0,
-            py::arg("ends_on_error") = false)
+        .def(py::init([](py::object const& path, double durableAfter, bool endsOnError) {
+                 std::string file;
+                 if (!path.is_none()) {
+                     file = py::module_::import("os").attr("fsencode")(path).cast<std::string>();
+                     if (file.find('\0') != std::string::npos) {
+                         throwValue("path", "embedded null byte");
+                     }
+                 }
+                 auto record =
+                     path.is_none() ? std::make_unique<Record>() : std::make_unique<Record>(file);
+                 if (!(durableAfter >= 0.0)) {
+                     throwValue("durable_after", "expected a number of seconds from 0 on, got " +
+                                                     std::to_string(durableAfter));
+                 }
+                 record->setDurableAfter(durableAfter);
+                 record->setEndsOnError(endsOnError);
+                 return record;
+             }),
+             py::arg("path") = py::none(), py::kw_only(), py::arg("durable_after") = 1.0,
+             py::arg("ends_on_error") = false)
         .def(
             "_load",
             [](Record& self) {

@@ -84,6 +84,9 @@ def schema():
 
 
 def write(element, path):
-    done, texts = element._write(os.fsencode(os.fspath(path)))
+    path = os.fsencode(path)
+    if b"\0" in path:
+        raise ValueError("path: embedded null byte")
+    done, texts = element._write(path)
     if not done:
         raise OSError("\n".join(texts))
