@@ -48,8 +48,10 @@ def _evaluate(fun, args, point):
     seconds = time.perf_counter() - start
     if outcome == "value":
         try:
+            if isinstance(result, (str, bytes, bytearray)):
+                raise TypeError
             result = float(result)
-        except (TypeError, ValueError):
+        except (TypeError, ValueError, OverflowError):
             text = f"fun: expected a number as result, got {result!r:.60}"
             raise TypeError(text) from None
     return outcome, result, seconds, who
