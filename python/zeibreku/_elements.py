@@ -63,7 +63,9 @@ def get_params(self):
 @_method
 def set_params(self, **params):
     """Set components by keyword and return the element. If one is refused, none is set."""
-    self._set(**params)
+    # Values are read twice, first into a copy of the element. An iterator ends with the first time.
+    lists = {name: list(value) for name, value in params.items() if hasattr(value, "__next__")}
+    self._set(**params | lists)
     return self
 
 

@@ -119,7 +119,9 @@ def test_an_object_without_init_is_refused():
             repr(made)
 
 
-def test_an_exception_of_a_generator_arrives():
+def test_generators():
+    chain = z.Sequence().set_params(optimizer_sequence=(z.NelderMead() for _ in range(2)))
+    assert len(chain.optimizer_sequence) == 2
     with pytest.raises(ZeroDivisionError):
         z.Sequence(optimizer_sequence=(z.NelderMead(alpha=1 / 0) for _ in range(1)))
 
