@@ -111,16 +111,12 @@ double PythonFunction::evaluate(KrRealVector const& x) const {
     if (PyFloat_Check(result.ptr())) {
         return PyFloat_AS_DOUBLE(result.ptr());
     }
-    double const value = PyFloat_AsDouble(result.ptr());
-    if (value == -1.0 && PyErr_Occurred()) {
-        if (!PyErr_ExceptionMatches(PyExc_TypeError) &&
-            !PyErr_ExceptionMatches(PyExc_OverflowError)) {
-            throwPythonError();  // that of a method __float__
-        }
-        PyErr_Clear();
-        throwType("fun", "a number as result", result);
+    try {
+        return realFrom(result, "fun", "a number as result");
+    } catch (py::error_already_set& error) {
+        error.restore();
+        throwPythonError();  // that of a method __float__
     }
-    return value;
 }
 
 // --- A batch of points.

@@ -52,6 +52,11 @@ void checkChangeable(KrXmlObject const& element);
 /// Raises ValueError with "NAME: TEXT".
 [[noreturn]] void throwValue(std::string const& name, std::string const& text);
 
+/// The number that an object stands for. Complex numbers and texts are refused, arrays of numpy
+/// included: TypeError with "NAME: expected EXPECTED, got VALUE", or ValueError if the number is too
+/// large. Other exceptions of a method `__float__` pass through.
+double realFrom(pybind11::handle value, std::string const& name, char const* expected = "a number");
+
 /// A copy of a part of another element, which is marked as a part of `name`.
 pybind11::object partOf(KrXmlObject const& element, std::string const& name);
 

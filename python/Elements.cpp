@@ -130,25 +130,6 @@ bool isOf(KrXmlObject const& object, auto const*& found) {
     return found != nullptr;
 }
 
-double realFrom(py::handle value, std::string const& name) {
-    if (PyFloat_CheckExact(value.ptr())) {
-        return PyFloat_AS_DOUBLE(value.ptr());
-    }
-    double const number = PyFloat_AsDouble(value.ptr());
-    if (number == -1.0 && PyErr_Occurred()) {
-        bool const isRange = PyErr_ExceptionMatches(PyExc_OverflowError);
-        if (!isRange && !PyErr_ExceptionMatches(PyExc_TypeError)) {
-            throw py::error_already_set();  // that of a method __float__
-        }
-        PyErr_Clear();
-        if (isRange) {
-            throwValue(name, shortRepr(value) + " is too large for a double");
-        }
-        throwType(name, "a number", value);
-    }
-    return number;
-}
-
 KrU32 countFrom(py::handle value, std::string const& name) {
     auto const index = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
     if (!index) {
@@ -360,6 +341,31 @@ void throwType(std::string const& name, std::string const& expected, py::handle 
 
 void throwValue(std::string const& name, std::string const& text) {
     throw py::value_error(name + ": " + text);
+}
+
+double realFrom(py::handle value, std::string const& name, char const* expected) {
+    if (PyFloat_Check(value.ptr())) {
+        return PyFloat_AS_DOUBLE(value.ptr());
+    }
+    // numpy converts complex numbers and texts.
+    py::object const kind =
+        py::getattr(py::getattr(value, "dtype", py::none()), "kind", py::none());
+    if (PyUnicode_Check(kind.ptr()) && !py::str("fiub").contains(kind)) {
+        throwType(name, expected, value);
+    }
+    double const number = PyFloat_AsDouble(value.ptr());
+    if (number == -1.0 && PyErr_Occurred()) {
+        bool const isRange = PyErr_ExceptionMatches(PyExc_OverflowError);
+        if (!isRange && !PyErr_ExceptionMatches(PyExc_TypeError)) {
+            throw py::error_already_set();  // that of a method __float__
+        }
+        PyErr_Clear();
+        if (isRange) {
+            throwValue(name, shortRepr(value) + " is too large for a double");
+        }
+        throwType(name, expected, value);
+    }
+    return number;
 }
 
 void checkChangeable(KrXmlObject const& element) {

@@ -16,14 +16,5 @@ py::object resultOf(py::handle function, py::handle argument) {
 }
 
 double valueOf(py::handle function, double argument, std::string const& name) {
-    py::object const result = resultOf(function, py::float_(argument));
-    double const value = PyFloat_AsDouble(result.ptr());
-    if (value == -1.0 && PyErr_Occurred()) {
-        if (!PyErr_ExceptionMatches(PyExc_TypeError)) {
-            throw py::error_already_set();
-        }
-        PyErr_Clear();
-        throwType(name, "a number as result", result);
-    }
-    return value;
+    return realFrom(resultOf(function, py::float_(argument)), name, "a number as result");
 }

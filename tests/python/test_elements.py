@@ -65,6 +65,8 @@ def test_an_unknown_keyword_suggests():
     [
         ("alpha", "1", TypeError, "expected a number, got '1'"),
         ("alpha", None, TypeError, "expected a number, got None"),
+        ("alpha", numpy.complex64(1), TypeError, r"expected a number, got \(1\+0j\)"),
+        ("alpha", numpy.array("1.5"), TypeError, "expected a number, got array"),
         ("alpha", 10**400, ValueError, "too large"),
         ("max_total_steps", 1.5, TypeError, "expected an integer, got 1.5"),
         ("max_total_steps", -1, ValueError, "from 0 to 4294967295, got -1"),
