@@ -1,5 +1,6 @@
 #include "python/Calls.h"
 
+#include "python/Arrays.h"
 #include "python/Element.h"
 #include "search/KrEvaluation.h"
 
@@ -68,6 +69,22 @@ PyObject* ArgumentArray::get(std::size_t rows, std::size_t columns) {
 
 // --- One point at a time.
 
+namespace {
+
+// What `conversion` returns for a result. Exceptions of its methods `__float__` and `__array__` are
+// those of the function.
+template <class Conversion>
+auto converted(Conversion const& conversion) {
+    try {
+        return conversion();
+    } catch (py::error_already_set& error) {
+        error.restore();
+        throwPythonError();
+    }
+}
+
+}  // namespace
+
 PythonFunction::PythonFunction(py::object function, py::tuple const& arguments,
                                std::size_t dimension, GilRelease& release,
                                std::function<void()> begin)
@@ -111,12 +128,7 @@ double PythonFunction::evaluate(KrRealVector const& x) const {
     if (PyFloat_Check(result.ptr())) {
         return PyFloat_AS_DOUBLE(result.ptr());
     }
-    try {
-        return realFrom(result, "fun", "a number as result");
-    } catch (py::error_already_set& error) {
-        error.restore();
-        throwPythonError();  // that of a method __float__
-    }
+    return converted([&] { return realFrom(result, "fun", "a number as result"); });
 }
 
 // --- A batch of points.
@@ -142,19 +154,11 @@ void VectorizedFunction::evaluateMultiple(std::vector<KrRealVector> const& point
         row += n;
     }
     auto const result = py::reinterpret_steal<py::object>(call(array));
-    auto const numbers = py::array::ensure(result);
-    char const kind = numbers ? numbers.dtype().kind() : 'O';
-    if (!numbers || (kind != 'f' && kind != 'i' && kind != 'u' && kind != 'b')) {
-        PyErr_Clear();
-        throwType("fun", "an array of numbers as result", result);
-    }
+    RealArray const numbers = converted([&] { return realArray(result, "fun"); });
     if (numbers.ndim() != 1 || numbers.shape(0) != static_cast<py::ssize_t>(points.size())) {
         throwValue("fun", "expected a result of shape (" + std::to_string(points.size()) +
                               ",) for points of shape (" + std::to_string(points.size()) + ", " +
-                              std::to_string(n) + "), got shape " +
-                              std::string(py::str(numbers.attr("shape"))));
+                              std::to_string(n) + "), got shape " + shapeText(numbers));
     }
-    auto const reals =
-        py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(numbers);
-    std::copy_n(reals.data(), points.size(), values.begin());
+    std::ranges::copy(numbersOf(numbers), values.begin());
 }

@@ -19,6 +19,17 @@ py::array arrayOf(KrRealVector const& values) {
     return py::array_t<double>(static_cast<py::ssize_t>(values.size()), values.data());
 }
 
+// Adds the function `name` of an argument and its name. It returns the argument as a component of
+// the type `T` has it, or raises as that component does.
+template <class T>
+void bindArgument(py::module_& module, char const* name) {
+    module.def(name, [](py::handle value, std::string const& argument) {
+        T component;
+        componentFromPython(component, value, argument);
+        return componentToPython(component, argument);
+    });
+}
+
 KrRealVector pointFrom(py::handle value, std::size_t dimension) {
     KrXmlRealVector numbers;
     componentFromPython(numbers, value, "point");
@@ -61,6 +72,7 @@ public:
         return *this;
     }
 
+    bool hasFile = false;
     bool isUsed = false;
 };
 
@@ -312,30 +324,21 @@ py::object entryOf(KrEvaluationRecord::Entry const& entry) {
 
 void bindRecord(py::module_& module) {
     py::class_<Record>(module, "Record")
-        .def(py::init([](py::object const& path, double durableAfter, bool endsOnError) {
-                 std::string file;
-                 if (!path.is_none()) {
-                     file = py::module_::import("os").attr("fsencode")(path).cast<std::string>();
-                     if (file.find('\0') != std::string::npos) {
-                         throwValue("path", "embedded null byte");
-                     }
-                 }
-                 auto record =
-                     path.is_none() ? std::make_unique<Record>() : std::make_unique<Record>(file);
-                 if (!(durableAfter >= 0.0)) {
-                     throwValue("durable_after", "expected a number of seconds from 0 on, got " +
-                                                     std::to_string(durableAfter));
-                 }
-                 record->setDurableAfter(durableAfter);
-                 record->setEndsOnError(endsOnError);
-                 return record;
-             }),
-             py::arg("path") = py::none(), py::kw_only(), py::arg("durable_after") = 1.0,
-             py::arg("ends_on_error") = false)
+        .def(py::init(
+            [](std::optional<std::string> const& path, double durableAfter, bool endsOnError) {
+                auto record = path ? std::make_unique<Record>(*path) : std::make_unique<Record>();
+                record->hasFile = path.has_value();
+                record->setDurableAfter(durableAfter);
+                record->setEndsOnError(endsOnError);
+                return record;
+            }))
         .def(
             "_load",
             [](Record& self) {
                 Use const use(self.isUsed, "record");
+                if (!self.hasFile) {
+                    throwValue("record", "in memory, expected one with the path of a file");
+                }
                 MessageCollector messages;
                 bool isGood = false;
                 {
@@ -357,20 +360,28 @@ void bindRecord(py::module_& module) {
              [](Record const& self) {
                  return elementToPython(std::make_unique<KrSearch>(self.idle().search()));
              })
-        .def_property_readonly("entries",
-                               [](Record const& self) {
-                                   py::dict entries;
-                                   for (auto const& [ticket, entry] : self.idle().entries()) {
-                                       entries[py::int_(ticket)] = entryOf(entry);
-                                   }
-                                   return entries;
-                               })
-        .def_property_readonly("asked",
-                               [](Record const& self) {
-                                   auto const& asked = self.idle().asked();
-                                   return py::array_t<std::uint64_t>(
-                                       static_cast<py::ssize_t>(asked.size()), asked.data());
-                               })
+        .def_property_readonly(
+            "entries",
+            [](Record const& self) {
+                py::dict entries;
+                for (auto const& [ticket, entry] : self.idle().entries()) {
+                    entries[py::int_(ticket)] = entryOf(entry);
+                }
+                return entries;
+            },
+            "Every evaluation by its ticket, in the order of the tickets: dictionaries with "
+            "`point`, "
+            "`value`, `failed`, `text`, `worker`, `start` and `seconds` in seconds of the run, and "
+            "`run`, the index in `runs`.")
+        .def_property_readonly(
+            "asked",
+            [](Record const& self) {
+                auto const& asked = self.idle().asked();
+                return py::array_t<std::uint64_t>(static_cast<py::ssize_t>(asked.size()),
+                                                  asked.data());
+            },
+            "The tickets of the evaluations that the search has asked for, in its order, an array "
+            "of shape (m,). An idle worker may have evaluated others.")
         .def_property_readonly(
             "points",
             [](Record const& self) {
@@ -383,7 +394,8 @@ void bindRecord(py::module_& module) {
                     next = std::ranges::copy(self.idle().entries().at(ticket).point, next).out;
                 }
                 return points;
-            })
+            },
+            "The points that the search has asked for, in its order, an array of shape (m, n).")
         .def_property_readonly(
             "values",
             [](Record const& self) {
@@ -393,21 +405,25 @@ void bindRecord(py::module_& module) {
                     return self.idle().entries().at(ticket).value;
                 });
                 return values;
-            })
-        .def_property_readonly("runs",
-                               [](Record const& self) {
-                                   py::list runs;
-                                   for (auto const& run : self.idle().runs()) {
-                                       py::dict dict;
-                                       dict["time"] = run.time;
-                                       dict["host"] = run.host;
-                                       dict["process"] = run.process;
-                                       dict["version"] = run.version;
-                                       dict["evaluations"] = run.evaluations;
-                                       runs.append(dict);
-                                   }
-                                   return runs;
-                               })
+            },
+            "The values at `points`, an array of shape (m,); NaN where an evaluation failed.")
+        .def_property_readonly(
+            "runs",
+            [](Record const& self) {
+                py::list runs;
+                for (auto const& run : self.idle().runs()) {
+                    py::dict dict;
+                    dict["time"] = run.time;
+                    dict["host"] = run.host;
+                    dict["process"] = run.process;
+                    dict["version"] = run.version;
+                    dict["evaluations"] = run.evaluations;
+                    runs.append(dict);
+                }
+                return runs;
+            },
+            "The runs, in their order: dictionaries with `time`, `host`, `process`, `version` of "
+            "the library, and `evaluations`, how many the search had asked for before.")
         .def(
             "_verify",
             [](Record& self) {
@@ -424,7 +440,22 @@ void bindRecord(py::module_& module) {
 class Asking {
 public:
     Asking(KrSearch const& search, Record* record)
-        : dimension_(search.variables().size()), record_(record), asking_(search, record) {}
+        : dimension_(search.variables().size()), record_(record), asking_(search, record) {
+        py::list const texts = messages_->texts();
+        // An accepted search prints at most warnings, and that its record cannot be written.
+        if (!texts.empty()) {
+            KrSearchReport const& report = asking_.report();
+            if (report.reason() == KrSearchReason::Failed && report.evaluations() == 0) {
+                refusal_ = texts;
+            } else {
+                messages_->pass();
+            }
+        }
+        messages_.reset();
+    }
+
+    // Why the search or the record was refused, None if they were not.
+    py::object refusal() const { return refusal_; }
 
     // Calls `call` without the GIL.
     template <class Call>
@@ -439,16 +470,25 @@ public:
 private:
     std::size_t const dimension_;
     Record* const record_;
+    std::optional<MessageCollector> messages_{std::in_place};  // while `asking_` is made
     KrAskTell asking_;
+    py::object refusal_ = py::none();
     bool isUsed_ = false;
 };
 
 void bindAskTell(py::module_& module) {
     py::class_<Asking>(module, "AskTell")
-        .def(py::init<KrSearch const&, Record*>(), py::arg("search"), py::arg("record") = nullptr,
+        .def(py::init([](KrSearch const& search, Record* record) {
+                 std::optional<Use> use;
+                 if (record) {
+                     use.emplace(record->isUsed, "record");
+                 }
+                 return std::make_unique<Asking>(search, record);
+             }),
              py::keep_alive<1, 3>(), py::call_guard<MessageDelivery>())
+        .def_property_readonly("_refusal", &Asking::refusal)
         .def(
-            "next",
+            "_next",
             [](Asking& self, KrU32 count) {
                 py::list list;
                 for (KrRealVector const& point :
@@ -457,27 +497,27 @@ void bindAskTell(py::module_& module) {
                 }
                 return list;
             },
-            py::arg("count") = 1, py::call_guard<MessageDelivery>())
+            py::call_guard<MessageDelivery>())
         .def(
-            "tell",
+            "_tell",
             [](Asking& self, py::handle point, double value) {
                 KrRealVector const x = self.point(point);
                 self.withoutGil([&](KrAskTell& asking) { asking.tell(x, value); });
             },
-            py::arg("point"), py::arg("value"), py::call_guard<MessageDelivery>())
+            py::call_guard<MessageDelivery>())
         .def(
-            "tell_failure",
+            "_tell_failure",
             [](Asking& self, py::handle point, std::string const& text) {
                 KrRealVector const x = self.point(point);
                 self.withoutGil([&](KrAskTell& asking) { asking.tellFailure(x, text); });
             },
-            py::arg("point"), py::arg("text") = "", py::call_guard<MessageDelivery>())
+            py::call_guard<MessageDelivery>())
         .def_property_readonly(
             "finished",
             [](Asking& self) {
                 return self.withoutGil([](KrAskTell& asking) { return asking.finished(); });
             },
-            py::call_guard<MessageDelivery>())
+            py::call_guard<MessageDelivery>(), "Whether the search has ended.")
         .def_property_readonly(
             "report",
             [](Asking& self) {
@@ -485,7 +525,8 @@ void bindAskTell(py::module_& module) {
                     return std::make_unique<KrSearchReport>(asking.report());
                 }));
             },
-            py::call_guard<MessageDelivery>());
+            py::call_guard<MessageDelivery>(),
+            "The `SearchReport`: how the search has ended, or how it stands, as \"cancelled\".");
 }
 
 }  // namespace
@@ -493,17 +534,29 @@ void bindAskTell(py::module_& module) {
 void bindSearches(py::module_& module) {
     module.attr("EvaluationFailure") = evaluationFailure();
 
-    py::class_<Progress>(module, "Progress")
-        .def_readonly("evaluation", &Progress::evaluation)
-        .def_property_readonly("x", [](Progress const& self) { return arrayOf(self.point); })
-        .def_readonly("fun", &Progress::value)
-        .def_readonly("failed", &Progress::failed)
-        .def_readonly("is_from_record", &Progress::isFromRecord)
-        .def_property_readonly("best_x",
-                               [](Progress const& self) { return arrayOf(self.bestPoint); })
-        .def_readonly("best_fun", &Progress::bestValue)
-        .def_readonly("seconds", &Progress::seconds);
+    py::class_<Progress>(module, "Progress", "What a callback of a search sees of an evaluation.")
+        .def_readonly("evaluation", &Progress::evaluation, "The evaluation's number, from 0 on.")
+        .def_property_readonly(
+            "x", [](Progress const& self) { return arrayOf(self.point); },
+            "Its point, an array of shape (n,).")
+        .def_readonly("fun", &Progress::value, "Its value; NaN if it failed.")
+        .def_readonly("failed", &Progress::failed, "Whether it raised `EvaluationFailure`.")
+        .def_readonly("is_from_record", &Progress::isFromRecord,
+                      "Whether its value is from the memory or the record, without a call.")
+        .def_property_readonly(
+            "best_x", [](Progress const& self) { return arrayOf(self.bestPoint); },
+            "The best feasible point so far, an array of shape (n,); empty before the first one.")
+        .def_readonly("best_fun", &Progress::bestValue,
+                      "The value at `best_x`; NaN before the first feasible point.")
+        .def_readonly("seconds", &Progress::seconds, "The time since the run began, in seconds.");
 
+    bindArgument<KrXmlBasicType<double>>(module, "_real");
+    bindArgument<KrXmlBasicType<KrU32>>(module, "_count");
+    bindArgument<KrXmlBasicType<bool>>(module, "_flag");
+    bindArgument<KrXmlBasicType<std::string>>(module, "_text");
+    bindArgument<KrXmlVectorType<KrXmlBasicType<std::string>>>(module, "_texts");
+    module.def("_result",
+               [](py::handle value) { return realFrom(value, "fun", "a number as result"); });
     bindRecord(module);
     bindAskTell(module);
     module.def("_run", &run, py::call_guard<MessageDelivery>());

@@ -6,6 +6,8 @@ from typing import NamedTuple, Optional
 
 from zeibreku import _core
 
+# The capitals of a component's tag.
+_TAG = re.compile(r"(?<=[a-z])[A-Z](?=[a-zA-Z]*: expected)")
 _PLACE = re.compile(r"(?P<file>.*?):(?P<line>\d+)(:(?P<column>\d+))?: (?P<rest>.*)", re.S)
 
 
@@ -46,7 +48,13 @@ def refusal(texts):
     messages = [_message(text) for text in texts]
     if any(message.line for message in messages):
         return ReadError(list(texts))
-    return ValueError("\n".join(texts))
+    return ValueError("\n".join(map(_own, texts)))
+
+
+def _own(text):
+    """The text of a message of a search, with the name of the argument at its beginning."""
+    own = text.removeprefix("search: ")
+    return text if own == text else _TAG.sub(lambda tag: "_" + tag[0].lower(), own)
 
 
 def _taken(answer):
@@ -54,6 +62,19 @@ def _taken(answer):
     if element is None:
         raise ReadError(list(texts))
     return element
+
+
+def file_name(path, name="path"):
+    """The path as the library takes it, bytes."""
+    try:
+        encoded = os.fsencode(path)
+    except TypeError:
+        raise TypeError(f"{name}: expected a path, got {path!r:.60}") from None
+    except ValueError as error:
+        raise ValueError(f"{name}: {error}") from None
+    if b"\0" in encoded:
+        raise ValueError(f"{name}: embedded null byte")
+    return encoded
 
 
 def from_xml(text):
@@ -72,10 +93,10 @@ def read(path):
     Raises ReadError, with every message and its place, if anything in it is refused, and OSError if
     the file cannot be opened.
     """
-    path = os.fspath(path)
-    with open(path, "rb"):  # for Python's own exception
+    path = file_name(path)
+    with open(os.fsdecode(path), "rb"):  # for Python's own exception
         pass
-    return _taken(_core._read_file(os.fsencode(path)))
+    return _taken(_core._read_file(path))
 
 
 def schema():
@@ -84,9 +105,6 @@ def schema():
 
 
 def write(element, path):
-    path = os.fsencode(path)
-    if b"\0" in path:
-        raise ValueError("path: embedded null byte")
-    done, texts = element._write(path)
+    done, texts = element._write(file_name(path))
     if not done:
         raise OSError("\n".join(texts))

@@ -82,11 +82,7 @@ def _limits(bounds, n):
             if len(pair) != 2:
                 raise ValueError(f"bounds[{i}]: expected a pair, got {pair!r:.60}")
             for side, value, none in zip((lower, upper), pair, (-math.inf, math.inf)):
-                try:
-                    side[i] = none if value is None else value
-                except (TypeError, ValueError):
-                    text = f"bounds[{i}]: expected numbers or None, got {pair!r:.60}"
-                    raise TypeError(text) from None
+                side[i] = none if value is None else _core._real(value, f"bounds[{i}]")
     for i in range(n):
         if not lower[i] <= upper[i]:
             raise ValueError(f"bounds[{i}]: expected lower <= upper, got {lower[i], upper[i]}")
@@ -145,7 +141,7 @@ def default_optimizer(x0, max_evaluations=0):
     """
     x0 = _vector(x0, "x0")
     edges = numpy.where(x0 == 0.0, 0.1, 0.1 * abs(x0))
-    budget = max_evaluations or 200 * x0.size
+    budget = _core._count(max_evaluations, "max_evaluations") or 200 * x0.size
     return _core.Sequence(
         optimizer_sequence=[
             _core.HookeJeeves(
@@ -189,34 +185,25 @@ def make_search(
     """
     x0 = _vector(x0, "x0")
     n = x0.size
-    if not hasattr(max_evaluations, "__index__"):
-        raise TypeError(f"max_evaluations: expected an integer, got {max_evaluations!r:.60}")
-    if not 0 <= max_evaluations < 2**32:
-        text = f"max_evaluations: expected an integer from 0 to {2**32 - 1}, got {max_evaluations}"
-        raise ValueError(text)
     lower, upper = _limits(bounds, n)
     scales = numpy.ones(n) if scales is None else _vector(scales, "scales")
-    if not (names is None or numpy.iterable(names)):
-        raise TypeError(f"names: expected a list of strings, got {names!r:.60}")
-    names = [f"x{i}" for i in range(n)] if names is None else list(names)
+    names = [f"x{i}" for i in range(n)] if names is None else _core._texts(names, "names")
     for name, values in (("scales", scales), ("names", names)):
         if len(values) != n:
             raise ValueError(f"{name}: expected {n}, as many as x0 has, got {len(values)}")
-    optimizer = default_optimizer(x0, max_evaluations) if optimizer is None else optimizer
+    if optimizer is None:
+        optimizer = default_optimizer(x0, 0 if max_evaluations is None else max_evaluations)
     if not isinstance(optimizer, _core.Optimizer):
         raise TypeError(f"optimizer: expected a zeibreku.Optimizer, got {optimizer!r:.60}")
     keywords = {
         "max_evaluations": max_evaluations,
         "max_seconds": max_seconds,
+        "target_value": None if target is None else _core._real(target, "target"),
         "stall_evaluations": stall_evaluations,
         "stall_improvement": stall_improvement,
         "seed": seed,
         "remember": remember,
     }
-    try:
-        keywords["target_value"] = float(target)
-    except (TypeError, ValueError):
-        raise TypeError(f"target: expected a number, got {target!r:.60}") from None
     return _core.Search(
         variables=[
             _core.Variable(name=name, start=start, lower=low, upper=high, scale=scale)
@@ -224,11 +211,17 @@ def make_search(
         ],
         optimizer=optimizer,
         constraints=_constraint_list(constraints),
-        **keywords,
+        **{name: value for name, value in keywords.items() if value is not None},
     )
 
 
 # --- Runs.
+
+
+def _record(record):
+    if record is None or isinstance(record, _core.Record):
+        return record
+    return _core.Record(_documents.file_name(record, "record"))
 
 
 def _run(search, fun, args, callback, vectorized, workers, record):
@@ -237,13 +230,13 @@ def _run(search, fun, args, callback, vectorized, workers, record):
     if callback is not None and not callable(callback):
         raise TypeError(f"callback: expected a function, got {callback!r:.60}")
     args = args if isinstance(args, tuple) else (args,)
-    if record is not None and not isinstance(record, _core.Record):
-        record = _core.Record(record)
+    vectorized = _core._flag(vectorized, "vectorized")
+    record = _record(record)
     pool = _pool.pool_of(workers, fun, args)
     with pool as used:
         if vectorized and used is not None:
             raise ValueError("vectorized: expected False with several workers")
-        report, texts = _core._run(search, fun, args, bool(vectorized), used, callback, record)
+        report, texts = _core._run(search, fun, args, vectorized, used, callback, record)
     if texts is not None:
         raise _documents.refusal(texts)
     return report
@@ -321,7 +314,7 @@ def minimize(
     constraints : list of Constraint, or of scipy.optimize.LinearConstraint
         A point is feasible where each is at most 0.
     max_evaluations : int
-        The largest number of evaluations; 0 is no limit.
+        The largest number of evaluations; 0 is no limit. None, here and below, is the default.
     max_seconds : float
         The limit of time in seconds.
     target : float
@@ -388,6 +381,28 @@ _OPTIONS = {
 }  # fmt: skip
 
 
+# What components of optimizers do that SciPy's options do.
+_TOLERANCES = ("stopping_threshold", "min_total_reduction", "tau")
+_SCIPYS = {
+    "tol": _TOLERANCES,
+    "ftol": _TOLERANCES,
+    "fatol": _TOLERANCES,
+    "xtol": _TOLERANCES,
+    "xatol": _TOLERANCES,
+    "maxiter": ("max_total_steps", "max_function_evaluations"),
+    "initial_simplex": ("simplex_edge_lengths", "edge_lengths"),
+}
+
+
+def _cure(optimizer, option):
+    """What to set in the place of an option of SciPy."""
+    keywords = _SCIPYS.get(option, ())
+    own = [name for name in keywords if name in optimizer._components]
+    if own:
+        return f"; set its {own[0]}, as in {type(optimizer).__name__}({own[0]}=...)"
+    return f"; set that of its optimizers, such as {keywords[0]}" if keywords else ""
+
+
 def _best_points(callback):
     """SciPy's callback(xk), called with each new best point."""
     best = None
@@ -417,7 +432,8 @@ def __call__(
 ):
     """Search as a `method` of `scipy.optimize.minimize`.
 
-    Options are the keywords of `zeibreku.minimize`, `maxfev`, and `disp`.
+    Options are the keywords of `zeibreku.minimize`, `maxfev`, and `disp`. None is an option that is
+    not given.
     """
     for name, value in (("jac", jac), ("hess", hess), ("hessp", hessp)):
         if value is not None:
@@ -426,10 +442,8 @@ def __call__(
         options.setdefault("max_evaluations", options.pop("maxfev"))
     shows = options.pop("disp", False)
     for name in options:
-        if name == "tol":
-            raise TypeError("tol: set the tolerance of the optimizer, such as stopping_threshold")
         if name not in _OPTIONS:
-            raise TypeError(f"{name}: {type(self).__name__} has no such option")
+            raise TypeError(f"{name}: no option of {type(self).__name__}{_cure(self, name)}")
     found = minimize(
         fun,
         x0,
@@ -454,7 +468,7 @@ _core.Optimizer.__call__ = __call__
 
 def text(self, names=()):
     """Return the report for a person, some lines of text. `names` are those of the variables."""
-    return _core._report_text(self, list(names))
+    return _core._report_text(self, _core._texts(names, "names"))
 
 
 _core.SearchReport.text = text
@@ -491,6 +505,111 @@ def verify(self):
     return self._verify()
 
 
+_record_init = _core.Record.__init__
+
+
+def _init_record(self, path=None, *, durable_after=1.0, ends_on_error=False):
+    path = None if path is None else _documents.file_name(path)
+    if path == b"":
+        raise ValueError("path: expected the name of a file, got ''")
+    durable_after = _core._real(durable_after, "durable_after")
+    if not durable_after >= 0.0:
+        text = f"durable_after: expected a number of seconds from 0 on, got {durable_after}"
+        raise ValueError(text)
+    _record_init(self, path, durable_after, _core._flag(ends_on_error, "ends_on_error"))
+
+
+_core.Record.__doc__ = """The evaluations of a search, in a file that grows, or in memory.
+
+A search that gets a record takes the values in it, and goes on where they end, with the same bits. A
+search opens the file, or creates it. `load` reads it for a report.
+
+Parameters
+----------
+path : path, optional
+    The file; in memory without it.
+durable_after : float
+    A search makes the file durable with the first evaluation this many seconds or more after the
+    last time, and at its end. 0 is every evaluation, infinity is never.
+ends_on_error : bool
+    Whether a search ends, as cancelled, if the file cannot be written. By default it goes on.
+
+Examples
+--------
+>>> import zeibreku
+>>> record = zeibreku.Record()
+>>> result = zeibreku.minimize(lambda x: x[0]**2, [1.0], record=record)
+>>> record.points[0], record.values[0], record.verify()
+(array([1.]), 1.0, 'same')
+"""
+_init_record.__qualname__ = "Record"  # for the texts of exceptions
+_core.Record.__init__ = _init_record
 _core.Record.load = load
 _core.Record.search = property(search)
 _core.Record.verify = verify
+
+
+# --- Ask and tell.
+
+_asking_init = _core.AskTell.__init__
+
+
+def _init_asking(self, search, record=None):
+    if not isinstance(search, _core.Search):
+        raise TypeError(f"search: expected a zeibreku.Search, got {search!r:.60}")
+    _asking_init(self, search, _record(record))
+    if self._refusal is not None:
+        raise _documents.refusal(self._refusal)
+
+
+def next(self, count=1):
+    """Return up to `count` points whose values are wanted, a list of arrays of shape (n,).
+
+    First those that the search has asked for, then those that it will probably ask for next. A point
+    is given again until `tell` brings its value. The list is empty if the search has ended.
+    """
+    return self._next(_core._count(count, "count"))
+
+
+def tell(self, point, value):
+    """Bring the value at a point, in any order of points."""
+    self._tell(point, _core._real(value, "value"))
+
+
+def tell_failure(self, point, text=""):
+    """Report that a point has no value, and why. The search goes on without it."""
+    self._tell_failure(point, _core._text(text, "text"))
+
+
+_core.AskTell.__doc__ = """A search whose evaluations you make yourself, when and where you like.
+
+It gives points, and you bring their values. The points and the answer have the bits of
+`Search.run`. A call that raises changes nothing.
+
+Parameters
+----------
+search : Search
+    Such as `make_search` returns; a copy is kept. `max_seconds` is not used.
+record : path or Record, optional
+    Keeps the values, so that another program may go on. Without it they are in memory.
+
+Raises
+------
+ValueError
+    The search or the record is refused; ReadError if the file is damaged.
+
+Examples
+--------
+>>> import zeibreku
+>>> asking = zeibreku.AskTell(zeibreku.make_search([3.0, 2.0], max_evaluations=30))
+>>> while not asking.finished:
+...     for point in asking.next(4):
+...         asking.tell(point, (point**2).sum())
+>>> asking.report.reason
+'evaluations'
+"""
+_init_asking.__qualname__ = "AskTell"
+_core.AskTell.__init__ = _init_asking
+_core.AskTell.next = next
+_core.AskTell.tell = tell
+_core.AskTell.tell_failure = tell_failure

@@ -55,6 +55,12 @@ def test_every_class_and_component_is_described(element):
             assert getattr(cls, name).__doc__.rstrip().endswith(".")
 
 
+@pytest.mark.parametrize("cls", [z.AskTell, z.Progress, z.Record], ids=lambda cls: cls.__name__)
+def test_what_searches_use_is_described(cls):
+    public = [name for name in vars(cls) if not name.startswith("_")]
+    assert cls.__doc__ and public and all(getattr(cls, name).__doc__ for name in public)
+
+
 @pytest.mark.parametrize("page", PAGES, ids=lambda page: page.name)
 def test_pages(page, tmp_path, monkeypatch):
     """Runs the examples of a page in its order: blocks of python, and of pycon with their output."""

@@ -173,6 +173,9 @@ def test_read_error_has_every_message_and_place(tmp_path, caplog):
         z.from_xml("")
     with pytest.raises(FileNotFoundError):
         z.read(tmp_path / "none.xml")
+    for use in (z.read, z.NelderMead.read, z.NelderMead().write):
+        with pytest.raises(TypeError, match="^path: expected a path, got 3"):
+            use(3)
 
 
 def test_warnings_go_to_logging(caplog):

@@ -28,6 +28,7 @@ import zeibreku as z
 from functions import bad, rosenbrock, rosenbrock_many
 
 START = [-1.2, 1.0]
+SEARCH = z.make_search(START)
 OPTIMIZERS = [
     z.NelderMead(default_simplex_edge_length=0.5),
     z.HookeJeeves(default_edge_length=0.5, directions_mode="random"),
@@ -228,6 +229,22 @@ def test_an_exception_arrives_as_the_same_object(keywords, n, capsys):
         z.minimize(rosenbrock, START, callback=inner)
 
 
+@pytest.mark.parametrize("raised", [KeyboardInterrupt, z.EvaluationFailure])
+def test_exceptions_of_a_conversion_are_those_of_the_function(raised):
+    class Result:
+        def __array__(self, *args):
+            raise raised
+
+        __float__ = __array__
+
+    for keywords in ({}, {"vectorized": True}):
+        if raised is KeyboardInterrupt:
+            with pytest.raises(raised):
+                z.minimize(lambda x: Result(), START, **keywords)
+        else:
+            assert z.minimize(lambda x: Result(), START, **keywords).reason == "failed"
+
+
 def test_interrupts_end_within_one_evaluation():
     count = 0
 
@@ -299,7 +316,8 @@ def test_an_array_that_is_kept_is_not_used_again():
         ({"optimizer": "nm"}, TypeError, "optimizer: "),
         ({"bounds": [(0, 1)]}, ValueError, "bounds: expected 2 pairs, got 1"),
         ({"bounds": [(0, 1), (2, 1)]}, ValueError, r"bounds\[1\]: .*\(2.0, 1.0\)"),
-        ({"bounds": [(0, 1), (0, "a")]}, TypeError, r"bounds\[1\]: "),
+        ({"bounds": [(0, 1), (0, "5")]}, TypeError, r"bounds\[1\]: "),
+        ({"bounds": [(0, 1), (0, 10**400)]}, ValueError, r"bounds\[1\]: .*too large"),
         ({"bounds": scipy.optimize.Bounds([0] * 3, 1)}, ValueError, "bounds.lb: expected 2"),
         ({"constraints": {"type": "ineq"}}, TypeError, "constraints: expected a zeibreku.Linear"),
         ({"constraints": [1]}, TypeError, r"constraints\[0\]: "),
@@ -316,18 +334,22 @@ def test_an_array_that_is_kept_is_not_used_again():
         ),
         ({"max_evaluations": 0.5}, TypeError, "max_evaluations: expected an integer"),
         ({"max_evaluations": -1}, ValueError, "max_evaluations: expected an integer from 0"),
-        ({"max_seconds": -1}, ValueError, "maxSeconds: expected a number from 0 on"),
-        ({"target": "a"}, TypeError, "target: "),
+        ({"max_seconds": -1}, ValueError, "^max_seconds: expected a number from 0 on"),
+        ({"target": "0.5"}, TypeError, "target: "),
+        ({"target": 10**400}, ValueError, "target: .*too large"),
         ({"seed": -1}, ValueError, "seed: "),
         ({"callback": 1}, TypeError, "callback: "),
         ({"workers": 0}, ValueError, "workers: "),
         ({"workers": "2"}, TypeError, "workers: "),
         ({"workers": 2, "fun": lambda x: 1.0}, TypeError, "fun: .*pickle"),
+        ({"vectorized": "no"}, TypeError, "vectorized: expected True or False"),
         ({"names": ["a", "a"]}, ValueError, "a name of its own"),
         ({"names": ["a"]}, ValueError, "names: expected 2"),
         ({"names": 1}, TypeError, "names: expected a list"),
+        ({"names": ["a", 2]}, TypeError, r"names\[1\]: expected a string, got 2"),
         ({"scales": [1, 0]}, ValueError, "scale: expected a number"),
-        ({"record": 1.5}, TypeError, "float"),
+        ({"record": 3}, TypeError, "record: expected a path, got 3"),
+        ({"record": "a\0b"}, ValueError, "record: embedded null byte"),
     ],
 )
 def test_what_is_refused_is_named(keywords, exception, text, caplog):
@@ -395,13 +417,16 @@ def test_as_a_method_of_scipy(optimizer):
         ({"hess": lambda x: x}, "hess"),
         ({"hessp": lambda x, p: x}, "hessp"),
         ({"tol": 1e-3}, "tol"),
-        ({"options": {"maxiter": 3}}, "maxiter"),
+        ({"options": {"maxiter": 3}}, "maxiter: .*max_(total_steps|function_evaluations)"),
         ({"constraints": {"type": "eq", "fun": sum}}, "constraints"),
     ]:
-        with pytest.raises(TypeError, match=f"^{name}: "):
+        with pytest.raises(TypeError, match=f"^{name}"):
             scipy.optimize.minimize(rosenbrock, START, method=optimizer, **keywords)
     found = scipy.optimize.minimize(rosenbrock, START, method=optimizer, options={"maxfev": 9})
     assert found.report.evaluations == 9 and found.status == 3
+    options = {"maxfev": None, "max_seconds": None, "seed": None}
+    found = scipy.optimize.minimize(rosenbrock, START, method=optimizer, options=options)
+    assert bits(found.report) == bits(z.minimize(rosenbrock, START, optimizer=optimizer).report)
 
 
 def test_scipys_tutorial():
@@ -477,6 +502,8 @@ def test_a_record_is_resumed(tmp_path):
             use()
     with pytest.raises(ValueError, match="record: empty"):
         z.Record().verify()
+    with pytest.raises(ValueError, match="^record: in memory"):
+        z.Record().load()
 
 
 def test_a_record_in_use_is_refused():
@@ -506,6 +533,30 @@ def test_ask_and_tell():
         asking.tell(point, rosenbrock(point))
     assert asking.next(3) == [] and asking.report.reason == "evaluations"
     assert asking.report.failures == 1
+
+
+@pytest.mark.parametrize(
+    "call, exception, text",
+    [
+        (lambda asking, point: z.AskTell(z.Search()), ValueError, "^variables: expected at least one"),
+        (lambda asking, point: z.AskTell(asking, None), TypeError, "^search: expected a zeibreku.S"),
+        (lambda asking, point: z.AskTell(SEARCH, __file__), z.ReadError, f"{__file__}:1"),
+        (lambda asking, point: asking.next(-1), ValueError, "^count: "),
+        (lambda asking, point: asking.next(2.0), TypeError, "^count: "),
+        (lambda asking, point: asking.tell(point, None), TypeError, "^value: "),
+        (lambda asking, point: asking.tell_failure(point, None), TypeError, "^text: "),
+        (lambda asking, point: z.Record(3), TypeError, "^path: "),
+        (lambda asking, point: z.Record(durable_after="a"), TypeError, "^durable_after: "),
+        (lambda asking, point: z.Record(durable_after=-1), ValueError, "^durable_after: "),
+        (lambda asking, point: asking.report.text([1]), TypeError, r"^names\[0\]: "),
+        (lambda asking, point: z.default_optimizer(point, "a"), TypeError, "^max_evaluations: "),
+    ],
+)
+def test_what_asking_refuses_is_named(call, exception, text, caplog):
+    asking = z.AskTell(SEARCH)
+    with pytest.raises(exception, match=text):
+        call(asking, asking.next()[0])
+    assert not caplog.records and asking.report.evaluations == 0
 
 
 def test_searches_nest_and_warnings_are_logged(caplog):
