@@ -7,10 +7,20 @@ import pickle
 import signal
 import threading
 import time
+from concurrent.futures.process import BrokenProcessPool
+from multiprocessing.reduction import ForkingPickler
 
-from zeibreku._core import EvaluationFailure
+from zeibreku._core import EvaluationFailure, _result
 
-_task = None  # in a process of our own: the function and its arguments
+_CURE = (
+    "define it at the top of a module that can be imported, or give an executor of threads as workers"
+)
+_BROKEN = (
+    "fun: a process of the workers has ended. Either the function ended it, or it could not load the "
+    f"function: {_CURE}; a script needs 'if __name__ == \"__main__\":'"
+)
+
+_task = None  # in a process of our own: the function and its arguments, or why there are none
 
 
 def _begin(task):
@@ -18,7 +28,10 @@ def _begin(task):
     # Ctrl-C goes to the whole group of processes. The search ends this one, or its process does.
     signal.signal(signal.SIGINT, signal.SIG_IGN)
     threading.Thread(target=_end_with_parent, daemon=True).start()
-    _task = pickle.loads(task)
+    try:
+        _task = pickle.loads(task)
+    except Exception as error:  # here it would end the process
+        _task = error
 
 
 def _end_with_parent():
@@ -27,6 +40,9 @@ def _end_with_parent():
 
 
 def _evaluate_task(point):
+    if isinstance(_task, Exception):
+        name = type(_task).__name__
+        raise TypeError(f"fun: the processes cannot load it: {name}: {_task}; {_CURE}")
     try:
         return _evaluate(*_task, point)
     except Exception as error:
@@ -42,19 +58,10 @@ def _evaluate(fun, args, point):
     who = os.getpid(), threading.get_ident()
     start = time.perf_counter()
     try:
-        outcome, result = "value", fun(point, *args)
+        outcome, result = "value", _result(fun(point, *args))
     except EvaluationFailure as failure:
         outcome, result = "failure", str(failure)
-    seconds = time.perf_counter() - start
-    if outcome == "value":
-        try:
-            if isinstance(result, (str, bytes, bytearray)):
-                raise TypeError
-            result = float(result)
-        except (TypeError, ValueError, OverflowError):
-            text = f"fun: expected a number as result, got {result!r:.60}"
-            raise TypeError(text) from None
-    return outcome, result, seconds, who
+    return outcome, result, time.perf_counter() - start, who
 
 
 class Pool:
@@ -74,7 +81,10 @@ class Pool:
         self._workers = {}
 
     def start(self, ticket, point):
-        future = self._executor.submit(*self._task, point)
+        try:
+            future = self._executor.submit(*self._task, point)
+        except BrokenProcessPool as error:
+            raise BrokenProcessPool(_BROKEN) from error
         self._futures[ticket] = future
         future.add_done_callback(lambda _: self._ended.set())
 
@@ -102,16 +112,29 @@ class Pool:
         exception = future.exception()
         if self._is_cancelled and isinstance(exception, concurrent.futures.BrokenExecutor):
             return ticket, "cancelled", None, 0.0, 0
+        if isinstance(exception, BrokenProcessPool):
+            broken, exception = exception, BrokenProcessPool(_BROKEN)
+            exception.__cause__ = broken
         if exception is not None:
             return ticket, "exception", exception, 0.0, 0
         outcome, result, seconds, who = future.result()
         return ticket, outcome, result, seconds, self._workers.setdefault(who, len(self._workers))
 
 
+def _pickled(fun, args):
+    try:
+        return bytes(ForkingPickler.dumps((fun, args)))
+    except Exception as error:
+        text = f"fun: processes need a function that can be pickled, got {fun!r}: {error}; {_CURE}"
+        raise TypeError(text) from error
+
+
 class _Borrowed:
     """An executor of the caller's."""
 
     def __init__(self, executor, fun, args):
+        if type(executor) is concurrent.futures.ProcessPoolExecutor:  # others pickle more
+            _pickled(fun, args)
         # Those of the standard library know how many evaluations they make at once.
         count = getattr(executor, "_max_workers", None) or os.cpu_count() or 1
         self._pool = Pool(executor, (_evaluate, fun, args), count)
@@ -128,14 +151,7 @@ class _Processes:
 
     def __init__(self, count, fun, args):
         self._count = count
-        try:
-            self._task = pickle.dumps((fun, args))
-        except Exception as error:
-            raise TypeError(
-                f"fun: workers={count} needs a function that can be pickled, "
-                f"got {fun!r}: {error}; define it at the top of a module, "
-                "or give an executor of threads as workers"
-            ) from error
+        self._task = _pickled(fun, args)
 
     def __enter__(self):
         self._executor = concurrent.futures.ProcessPoolExecutor(
@@ -164,7 +180,7 @@ class _Nobody:
 
 def pool_of(workers, fun, args):
     """Return a context with the pool, None for the calling thread."""
-    if hasattr(workers, "submit"):
+    if hasattr(workers, "submit") and not isinstance(workers, type):
         return _Borrowed(workers, fun, args)
     if isinstance(workers, bool) or not hasattr(workers, "__index__"):
         raise TypeError(f"workers: expected a number or an executor, got {workers!r}")

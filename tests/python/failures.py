@@ -27,6 +27,20 @@ def unpicklable(x):
     raise Unpicklable("one", "two")
 
 
+def load_elsewhere():
+    raise NameError("elsewhere")
+
+
+class OnlyHere:
+    """A function that can be pickled, and cannot be loaded."""
+
+    def __reduce__(self):
+        return load_elsewhere, ()
+
+    def __call__(self, x):
+        return rosenbrock(x)
+
+
 def dying(x):
     os._exit(3)
 
