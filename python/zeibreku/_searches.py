@@ -259,6 +259,9 @@ def _result(report, search):
     reason = report.reason
     best = report.best_point
     found = best if best.size else report.answer_point
+    message = _MESSAGES[reason]
+    if not best.size:
+        message += " No feasible point was found."
     if not found.size:
         found = [variable.start for variable in search.variables]
     return {
@@ -267,7 +270,7 @@ def _result(report, search):
         "nfev": report.evaluations_made,
         "success": reason in _SUCCESS and best.size > 0,
         "status": _REASONS.index(reason),
-        "message": _MESSAGES[reason],
+        "message": message,
         "reason": reason,
         "report": report,
     }

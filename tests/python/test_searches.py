@@ -178,7 +178,8 @@ def test_reasons(keywords, reason, success):
     found = z.minimize(rosenbrock, START, **keywords)
     assert (found.reason, found.success, found["reason"]) == (reason, success, reason)
     reasons = ["finished", "target", "stalled", "evaluations", "time", "cancelled", "failed"]
-    assert found.status == reasons.index(reason) and found.message
+    assert found.status == reasons.index(reason)
+    assert ("No feasible point" in found.message) == (found.report.best_point.size == 0)
     assert found.x.shape == (2,) and (found.nfev == 0 or found.fun == rosenbrock(found.x))
 
 
