@@ -89,7 +89,8 @@ class RandomField:
         -----
         `correlation` is evaluated once for each multiple of the spacing up to the diagonal: K + 2
         times. A call takes K**3 / 6 multiplications and, for each sample, K**2 and some nanoseconds
-        a cell, all without the GIL, and memory for 1.5 K**2 numbers besides the array.
+        a cell, all without the GIL, and memory for 1.5 K**2 numbers besides the array. Ctrl-C ends
+        it at a call of `correlation` or between two fields; it waits while one field is filled.
 
         Examples
         --------

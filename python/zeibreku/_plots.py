@@ -22,6 +22,8 @@ _GRID = 200  # of each side of a grid, likewise
 
 def _axes(ax):
     if ax is not None:
+        if not hasattr(ax, "set_xlabel"):
+            raise TypeError(f"ax: expected matplotlib Axes, got {ax!r:.60}")
         return ax
     import matplotlib.pyplot
 
@@ -132,6 +134,8 @@ class _Table:
             points[..., i] = mesh
         values = self(points).reshape(*points.shape[:-1], -1)
         count = values.shape[-1]
+        if count == 0:
+            raise ValueError("the table has no values")
         if value is not None and not -count <= value < count:
             raise ValueError(f"value: expected one of {count} tables, got {value}")
         ax = _axes(ax)

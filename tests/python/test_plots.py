@@ -82,6 +82,10 @@ def test_colours_have_the_place_of_their_values(table):
     assert matplotlib.pyplot.gcf().axes[1].get_ylabel() == "value[0]"
     with pytest.raises(ValueError, match="value"):
         table.plot(value=2)
+    with pytest.raises(TypeError, match="^ax: expected .*, got 3"):
+        table.plot(ax=3)
+    with pytest.raises(ValueError, match="has no values"):
+        z.Table(axes=([0, 1],), values=numpy.ones((2, 0))).plot()
 
 
 def values_x(ax):
