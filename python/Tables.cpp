@@ -281,8 +281,8 @@ void bindCalls(Type& type) {
         "The number n of coordinates of a point; of several tables, the most.");
     type.def_property_readonly("bounds", &bounds<Function>,
                                "The smallest and the largest breakpoint of each axis, an array of "
-                               "shape (n, 2); of several "
-                               "tables, those of all.");
+                               "shape (n, 2). Of several tables, those of all; if n differs, it is "
+                               "that of the leftmost table.");
 }
 
 template <class T>

@@ -1,6 +1,7 @@
 """Tables made of arrays."""
 
 import math
+import numbers
 
 import numpy
 
@@ -55,7 +56,7 @@ Table.__doc__ += """
 
 Parameters
 ----------
-axes : tuple of n arrays of shape (m,), or of TableAxis
+axes : tuple of n arrays of shape (m,), or of TableAxis; or one of them
     The breakpoints of each axis, which ascend or descend strictly. An array makes an axis that is
     searched by bisection and holds the last value beyond both ends. A TableAxis has options of its
     own.
@@ -112,6 +113,8 @@ def _axes(value):
         items = [value] if isinstance(value, TableAxis) else list(value)
     except TypeError:
         raise TypeError(f"axes: expected a tuple of arrays, got {value!r}") from None
+    if not isinstance(value, tuple) and items and isinstance(items[0], numbers.Real):
+        items = [items]  # one array
     return [_axis(f"axes[{d}]", item) for d, item in enumerate(items)]
 
 
@@ -119,8 +122,8 @@ def _flat_tables(shape, value):
     """The flat tables of an array: the first axis varies fastest."""
     values = _real("values", value)
     if values.shape == shape:
-        values = values[..., None]
-    elif values.shape[:-1] != shape or values.ndim == 0:
+        return [values.ravel(order="F")]
+    if values.shape[:-1] != shape or values.ndim == 0:
         sizes = "".join(f"{size}, " for size in shape)
         expected = f"({sizes.rstrip(' ') if len(shape) == 1 else sizes[:-2]}) or ({sizes}k)"
         text = f"values: expected an array of shape {expected}, got one of {values.shape}"
@@ -150,24 +153,38 @@ def _get_axes(self):
     return tuple(axis.independent_vector for axis in self.independent_data)
 
 
+def _shaped(values, shape):
+    try:
+        return values.reshape(shape, order="F")
+    except ValueError as error:  # more axes than numpy has
+        raise ValueError(f"values: {error}") from None
+
+
 def _get_values(self):
     """The values at the breakpoints, a read-only array of float64.
 
     Its shape is that of `values=`: one axis for each of `axes`, and one for the tables unless there
-    is one. A value that a table lacks is NaN. The array is a copy.
+    is one. A value that a table lacks is NaN. The array is a copy; assign one of the same grid, with
+    any number of tables, to change the values. Raises ValueError if numpy has fewer axes.
     """
     shape = tuple(len(axis) for axis in self.axes)
     tables = self.dependent_data
     size = math.prod(shape)
     if len(tables) == 1 and len(tables[0]) >= size:
-        return tables[0][:size].reshape(shape, order="F")
+        return _shaped(tables[0][:size], shape)
     values = numpy.full((size, len(tables)), numpy.nan, order="F")
     for column, table in enumerate(tables):
         values[: len(table), column] = table[:size]
-    values = values.reshape(shape if len(tables) == 1 else (*shape, len(tables)), order="F")
+    values = _shaped(values, shape if len(tables) == 1 else (*shape, len(tables)))
     values.flags.writeable = False
     return values
 
 
+def _set_values(self, value):
+    shape = tuple(len(axis) for axis in self.axes)
+    self.dependent_data = _flat_tables(shape, value)
+
+
 Table.axes = property(_get_axes)
-Table.values = property(_get_values)
+Table.values = property(_get_values, _set_values)
+Table._keywords = ("axes", "values")

@@ -167,6 +167,11 @@ def test_axes_and_values():
     )
     assert bits(short.values) == bits([[1, 1], [2, 2], [numpy.nan, 3]])
     assert ONE.bounds.tolist() == [[0, 2], [1, 3]] and TREE.bounds.tolist() == [[0, 6], [0, 2]]
+    assert z.Table(axes=numpy.array(X), values=[1, 2, 3]) == z.Table(axes=(X,), values=[1, 2, 3])
+    many = numpy.ones((1,) * 32)
+    assert z.Table(axes=[[0]] * 32, values=many).values.shape == many.shape
+    with pytest.raises(ValueError, match="^values: maximum supported dimension.* 32"):
+        z.Table(independent_data=[z.TableAxis(independent_vector=[0])] * 33).values
     assert ONE.freeze().bounds.tolist() == ONE.bounds.tolist() and CONSTANT.bounds.shape == (0, 2)
 
 
@@ -205,6 +210,11 @@ def test_a_change_reaches_the_next_call():
     assert table(point) == 20.0 and frozen(point) == before == LINE(point)
     table.set_params(independent_data=[z.TableAxis(independent_vector=[0, 0.25, 1])])
     assert table(point) == 30.0 and table.freeze()(point) == 30.0
+    table.values = numpy.arange(6.0).reshape(3, 2)
+    assert bits(table(point)) == bits([2.0, 3.0]) and bits(table.values[1]) == bits([2.0, 3.0])
+    table.values = [10, 30, 20]
+    with pytest.raises(ValueError, match=r"^values: .*\(3,\) or \(3, k\)"):
+        table.values = [10, 30]
     with pytest.raises(TypeError):
         table.dependent_data = [["a"]]
     assert table(point) == 30.0
