@@ -75,6 +75,10 @@ void addComponent(pybind11::handle type, KrXmlObject const& prototype, std::stri
                   void (*set)(KrXmlObject& element, pybind11::handle value), char const* doc);
 /// Sets components by keyword.
 void setComponents(KrXmlObject& element, pybind11::kwargs const& values);
+/// Sets components by the arguments of a constructor. If the class has one component only, it needs
+/// no keyword.
+void construct(KrXmlObject& element, pybind11::args const& positional,
+               pybind11::kwargs const& values);
 
 /// Adds the Python class `name` of the elements of class `T`, with a constructor by keywords and a
 /// property for each component.
@@ -84,9 +88,9 @@ ElementClass<T, Base> bindElement(pybind11::module_& module, char const* name,
     ElementClass<T, Base> type(module, name);
     T prototype;
     addComponents(type, prototype, changed);
-    type.def(pybind11::init([](pybind11::kwargs const& values) {
+    type.def(pybind11::init([](pybind11::args const& positional, pybind11::kwargs const& values) {
                  ElementHolder<T> element(new T);
-                 setComponents(*element, values);
+                 construct(*element, positional, values);
                  return element;
              }),
              pybind11::call_guard<MessageDelivery>());

@@ -157,7 +157,13 @@ std::string textFrom(py::handle value, std::string const& name) {
     if (!PyUnicode_Check(value.ptr())) {
         throwType(name, "a string", value);
     }
-    return value.cast<std::string>();
+    py::ssize_t size = 0;
+    char const* const text = PyUnicode_AsUTF8AndSize(value.ptr(), &size);
+    if (!text) {
+        PyErr_Clear();
+        throwValue(name, "expected text that has a UTF-8 form, got " + shortRepr(value));
+    }
+    return {text, static_cast<std::size_t>(size)};
 }
 
 // An array of numbers of the given dimension; `T` is double or KrU32.
@@ -201,7 +207,9 @@ void setArray(KrXmlVectorType<KrXmlBasicType<T>>& list, py::handle value, std::s
 template <class T>
 T const& elementFrom(py::handle value, std::string const& name) {
     if (!py::isinstance<T>(value)) {
-        throwType(name, "a " + std::string(py::str(py::type::of<T>().attr("__name__"))), value);
+        std::string const type = py::str(py::type::of<T>().attr("__name__"));
+        bool const isVowel = type.find_first_of("AEIO") == 0;
+        throwType(name, (isVowel ? "an " : "a ") + type, value);
     }
     return value.cast<T const&>();
 }
@@ -348,10 +356,11 @@ double realFrom(py::handle value, std::string const& name, char const* expected)
         return PyFloat_AS_DOUBLE(value.ptr());
     }
     // numpy converts complex numbers and texts.
-    py::object const kind =
-        py::getattr(py::getattr(value, "dtype", py::none()), "kind", py::none());
-    if (PyUnicode_Check(kind.ptr()) && !py::str("fiub").contains(kind)) {
-        throwType(name, expected, value);
+    if (!PyLong_Check(value.ptr()) && py::hasattr(value, "dtype")) {
+        py::object const kind = py::getattr(value.attr("dtype"), "kind", py::none());
+        if (PyUnicode_Check(kind.ptr()) && !py::str("fiub").contains(kind)) {
+            throwType(name, expected, value);
+        }
     }
     double const number = PyFloat_AsDouble(value.ptr());
     if (number == -1.0 && PyErr_Occurred()) {
@@ -545,8 +554,13 @@ KrXmlObject& existingComponent(KrXmlObject& element, std::string const& name) {
     return *findComponent(compound(element), name);
 }
 
+// The Python class of an element that may be under construction.
+py::object typeOf(KrXmlObject& element) {
+    return py::type::of(py::cast(&element, py::return_value_policy::reference));
+}
+
 [[noreturn]] void throwUnknown(KrXmlObject& element, std::string const& name) {
-    py::object const type = py::type::of(py::cast(&element, py::return_value_policy::reference));
+    py::object const type = typeOf(element);
     std::string text = std::string(py::str(type.attr("__name__"))) +
                        ": unexpected keyword argument '" + name + "'";
     py::list const close =
@@ -640,6 +654,22 @@ void setComponents(KrXmlObject& element, py::kwargs const& values) {
     noteChange(element);
 }
 
+void construct(KrXmlObject& element, py::args const& positional, py::kwargs const& values) {
+    if (positional.empty()) {
+        setComponents(element, values);
+        return;
+    }
+    py::object const type = typeOf(element);
+    py::tuple const names = type.attr("_components");
+    std::string const first = py::str(names[0]);
+    if (names.size() > 1 || positional.size() > 1 || !values.empty()) {
+        std::string const name = py::str(type.attr("__name__"));
+        throwType(name, names.size() > 1 ? "keywords, such as " + first + "=" : "one argument",
+                  positional);
+    }
+    setComponents(element, py::kwargs(py::dict(py::arg(first.c_str()) = positional[0])));
+}
+
 namespace {
 
 // --- What a class derives from its components.
@@ -671,44 +701,30 @@ void derive(KrXmlObject& element) {
 
 // --- Containers and vectors, which documents have as roots.
 
-template <class T, class Family>
+template <class T>
 void bindContainer(py::module_& module, char const* name) {
-    ElementClass<T, KrXmlObject> type(module, name);
-    T prototype;
-    addComponents(type, prototype, derive);
-    type.def(py::init([](py::object const& element) {
-                 ElementHolder<T> container(new T);
-                 componentFromPython(*container, element, "element");
-                 return container;
-             }),
-             py::arg("element") = py::none());
+    auto type = bindElement<T, KrXmlObject>(module, name, derive);
     type.def_property(
         "element", [](T const& self) { return componentToPython(self, "element"); },
         [](T& self, py::handle value) {
             checkChangeable(self);
             componentFromPython(self, value, "element");
             noteChange(self);
-        });
+        },
+        "What the container has, a copy that is read-only; None if it is empty. Default: None.");
     type.attr("_components") = py::make_tuple("element");
 }
 
 template <class T>
 void bindVector(py::module_& module, char const* name) {
-    ElementClass<T, KrXmlObject> type(module, name);
-    T prototype;
-    addComponents(type, prototype, nullptr);
-    type.def(py::init([](py::object const& elements) {
-                 ElementHolder<T> vector(new T);
-                 componentFromPython(*vector, elements, "elements");
-                 return vector;
-             }),
-             py::arg("elements") = py::tuple());
+    auto type = bindElement<T, KrXmlObject>(module, name);
     type.def_property(
         "elements", [](T const& self) { return componentToPython(self, "elements"); },
         [](T& self, py::handle value) {
             checkChangeable(self);
             componentFromPython(self, value, "elements");
-        });
+        },
+        "A tuple of the elements, copies that are read-only. Default: empty.");
     type.def("__len__", [](T const& self) { return self.size(); });
     type.def("__getitem__", [](T const& self, py::object const& index) {
         return py::object(componentToPython(self, "elements")[index]);
@@ -833,14 +849,19 @@ std::string schemaOf(KrXmlObject const& element) {
 }
 
 template <class T, class Base>
-void bindFamily(py::module_& module, char const* name) {
-    ElementClass<T, Base> const type(module, name);
+void bindFamily(py::module_& module, char const* name, char const* doc) {
+    ElementClass<T, Base> const type(module, name, doc);
 }
 
 }  // namespace
 
 void bindElements(py::module_& module) {
-    py::class_<KrXmlObject, ElementHolder<KrXmlObject>> element(module, "Element");
+    py::class_<KrXmlObject, ElementHolder<KrXmlObject>> element(
+        module, "Element",
+        "An object of the library that XML documents describe. Base class of all elements.\n\n"
+        "Components are keywords of the constructor, and properties. Elements are equal if all "
+        "components are. Copies and pickles are of the library's class, also those of a subclass "
+        "in Python.");
     element
         .def("_equals",
              [](KrXmlObject const& self, KrXmlObject const& other) {
@@ -874,11 +895,22 @@ void bindElements(py::module_& module) {
             return py::make_tuple(good, messages.texts());
         });
 
-    bindFamily<KrScalarMultivariableOptimizer, KrXmlObject>(module, "Optimizer");
-    bindFamily<KrBaseScalarFunction, KrXmlObject>(module, "ScalarFunction");
-    bindFamily<KrBaseUnitaryMap, KrXmlObject>(module, "UnitaryMap");
-    bindFamily<KrBaseMultivariableConstraint, KrXmlObject>(module, "Constraint");
-    bindFamily<KrCompositeFunctionElement, KrXmlObject>(module, "CompositeFunctionElement");
+    bindFamily<KrScalarMultivariableOptimizer, KrXmlObject>(
+        module, "Optimizer",
+        "Searches for a minimum of a function of several variables. `minimize` and `Search` take "
+        "one, and `scipy.optimize.minimize` takes it as `method`. Base class of the optimizers.");
+    bindFamily<KrBaseScalarFunction, KrXmlObject>(
+        module, "ScalarFunction", "A function of one number. Base class of the scalar functions.");
+    bindFamily<KrBaseUnitaryMap, KrXmlObject>(
+        module, "UnitaryMap",
+        "A function that maps 0 to 0 and 1 to 1. Base class of the unitary maps.");
+    bindFamily<KrBaseMultivariableConstraint, KrXmlObject>(
+        module, "Constraint",
+        "A function c of several variables: a point is feasible where c(x) <= 0. Base class of the "
+        "constraints.");
+    bindFamily<KrCompositeFunctionElement, KrXmlObject>(
+        module, "CompositeFunctionElement",
+        "A part of a composite function. Base class of tables and branches.");
 
     using Optimizer = KrScalarMultivariableOptimizer;
     bindElement<KrNelderMeadOptimizer, Optimizer>(module, "NelderMead");
@@ -907,20 +939,20 @@ void bindElements(py::module_& module) {
     bindElement<KrSearch, KrXmlObject>(module, "Search");
     bindElement<KrSearchReport, KrXmlObject>(module, "SearchReport");
 
-    bindContainer<KrScalarMultivariableOptimizerContainer, Optimizer>(module, "OptimizerContainer");
-    bindContainer<KrScalarFunctionContainer, KrBaseScalarFunction>(module,
-                                                                   "ScalarFunctionContainer");
-    bindContainer<KrUnitaryMapContainer, KrBaseUnitaryMap>(module, "UnitaryMapContainer");
-    bindContainer<KrMultivariableConstraintContainer, Constraint>(module, "ConstraintContainer");
-    bindContainer<KrCompositeFunctionContainer, KrCompositeFunctionElement>(module,
-                                                                            "CompositeFunction");
+    bindContainer<KrScalarMultivariableOptimizerContainer>(module, "OptimizerContainer");
+    bindContainer<KrScalarFunctionContainer>(module, "ScalarFunctionContainer");
+    bindContainer<KrUnitaryMapContainer>(module, "UnitaryMapContainer");
+    bindContainer<KrMultivariableConstraintContainer>(module, "ConstraintContainer");
+    bindContainer<KrCompositeFunctionContainer>(module, "CompositeFunction");
     bindVector<KrScalarMultivariableOptimizerVector>(module, "Optimizers");
     bindVector<KrMultivariableConstraintVector>(module, "Constraints");
     bindVector<KrSearchVariableVector>(module, "Variables");
 
     module.def(
         "_read_text",
-        [](std::string const& text) {
+        [](py::handle value) {
+            std::string const text =
+                PyBytes_Check(value.ptr()) ? value.cast<std::string>() : textFrom(value, "text");
             return readDocument([&] { return KrXml::fromString(text, factory()); });
         },
         py::call_guard<MessageDelivery>());

@@ -60,16 +60,18 @@ RealArray valuesOf(py::handle f, KrRealVector const& nodes) {
 }
 
 double integrate(KrGaussQuadrature const& self, py::object const& f, py::object const& a,
-                 py::object const& b, bool isVectorized) {
+                 py::object const& b, py::object const& vectorized) {
     // A copy, since `f` may change the element.
     KrGaussQuadrature const rule(self);  // NOLINT(performance-unnecessary-copy-initialization)
     tablesOf(rule.order());
     double const from = limitFrom(a, "a");
     double const to = limitFrom(b, "b");
+    KrXmlBasicType<bool> isVectorized;
+    componentFromPython(isVectorized, vectorized, "vectorized");
     if (!PyCallable_Check(f.ptr())) {
         throwType("f", "a callable", f);
     }
-    if (!isVectorized) {
+    if (!isVectorized.value()) {
         return rule.integrate([&](double x) { return valueOf(f, x, "f"); }, from, to);
     }
     // The same rule asks twice for the same nodes: first to collect them, then for their values.
@@ -96,11 +98,6 @@ void checkQuadrature(KrGaussQuadrature& rule) {
 void bindQuadrature(py::module_& module) {
     auto type = py::reinterpret_borrow<ElementClass<KrGaussQuadrature, KrXmlObject>>(
         module.attr("GaussQuadrature"));
-    type.def(py::init([](py::object const& order) {
-        ElementHolder<KrGaussQuadrature> rule(new KrGaussQuadrature);
-        rule->setOrder(orderFrom(order));
-        return rule;
-    }));
     type.def_property(
         "order", [](KrGaussQuadrature const& self) { return self.order(); },
         [](KrGaussQuadrature& self, py::handle value) {

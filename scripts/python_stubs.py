@@ -9,6 +9,7 @@ written anew: those from the constructor to the line "# other members". Everythi
 written by hand. `--check` fails if a file differs from what would be written.
 """
 
+import inspect
 import pathlib
 import re
 import sys
@@ -32,9 +33,7 @@ PARTS = {
     "optimizer": "Optimizer",
 }
 # Keywords of constructors that are no components.
-KEYWORDS = {"Table": {"axes": "Optional[Iterable[Any]]", "values": "Optional[ArrayLike]"}}
-# Classes with these components only take them without a name too.
-POSITIONAL = {"element", "elements", "order"}
+KEYWORDS = {"axes": "Optional[Iterable[Any]]", "values": "Optional[ArrayLike]"}
 
 
 def annotation(node):
@@ -109,12 +108,11 @@ def components(cls):
     default = cls()
     found = {name: types(name, getattr(default, name)) for name in cls._components}
     lines = ["    def __init__("] + ["        self,"]
-    if set(cls._components) <= POSITIONAL:
-        lines += [f"        {name}: {kinds[1]} = ...," for name, kinds in found.items()]
-    elif found:
-        keywords = KEYWORDS.get(cls.__name__, {})
-        lines += ["        *,", *(f"        {name}: {kind} = ...," for name, kind in keywords.items())]
-        lines += [f"        {name}: {kinds[1]} = ...," for name, kinds in found.items()]
+    if len(found) > 1:
+        lines += ["        *,"]
+    for name in inspect.signature(cls).parameters:
+        kind = found[name][1] if name in found else KEYWORDS[name]
+        lines += [f"        {name}: {kind} = ...,"]
     lines += ["    ) -> None: ..."]
     for name, (got, given) in found.items():
         lines += ["    @property", f"    def {name}(self) -> {got}: ...", f"    @{name}.setter"]

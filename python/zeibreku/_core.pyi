@@ -601,7 +601,6 @@ class MultipointScalarFunction(ScalarFunction):
 class PowerUnitaryMap(UnitaryMap):
     def __init__(
         self,
-        *,
         exponent: SupportsFloat = ...,
     ) -> None: ...
     @property

@@ -1,5 +1,7 @@
 """What all elements can do besides their components."""
 
+import functools
+import inspect
 import math
 
 from zeibreku import _core, _documents
@@ -27,6 +29,39 @@ def _method(function):
 def _class_method(function):
     setattr(Element, function.__name__, classmethod(function))
     return function
+
+
+def library_class(cls):
+    """The class of the library that `cls` is or derives from; None for bases without components."""
+    return next((base for base in cls.__mro__ if "_components" in vars(base)), None)
+
+
+@functools.cache
+def _defaults(library):
+    return library().get_params()
+
+
+class _Signature:
+    """The keywords of a constructor, for `inspect` and the completion of notebooks.
+
+    A subclass with a constructor of its own has that signature.
+    """
+
+    def __get__(self, element, cls):
+        library = library_class(cls)
+        if element is not None or library is None or cls.__init__ is not library.__init__:
+            raise AttributeError("__signature__")
+        defaults = _defaults(library)
+        only = inspect.Parameter.KEYWORD_ONLY
+        kind = only if len(defaults) > 1 else inspect.Parameter.POSITIONAL_OR_KEYWORD
+        return inspect.Signature(
+            [inspect.Parameter(name, only, default=None) for name in library._keywords]
+            + [inspect.Parameter(name, kind, default=value) for name, value in defaults.items()]
+        )
+
+
+Element.__signature__ = _Signature()
+Element._keywords = ()  # those of the constructor that are no components
 
 
 @_method
@@ -96,10 +131,12 @@ def read(cls, path):
 
 @_class_method
 def schema(cls):
-    """Return the XML Schema for documents with this element as root."""
-    if cls is Element:
-        return _documents.schema()
-    return cls()._schema()
+    """Return the XML Schema for documents with this element as root.
+
+    That of a base class, such as `Optimizer`, is for documents of every element.
+    """
+    library = library_class(cls)
+    return library()._schema() if library else _documents.schema()
 
 
 def _of_class(cls, element, name):
@@ -146,10 +183,10 @@ def _same(value, default):
 @_method
 def __repr__(self):
     cls = type(self)
-    default = cls()
+    defaults = _defaults(library_class(cls))
     parts = [
         f"{name}={_typed(value)}"
         for name, value in self.get_params().items()
-        if not _same(value, getattr(default, name))
+        if not _same(value, defaults[name])
     ]
     return f"{cls.__name__}({', '.join(parts)})"

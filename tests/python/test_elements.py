@@ -1,6 +1,7 @@
 """The rules that every element follows."""
 
 import copy
+import inspect
 import logging
 import pickle
 import threading
@@ -95,9 +96,14 @@ def test_a_wrong_value_is_named(name, value, exception, text):
         (lambda: z.HookeJeeves(directions_mode="up"), "directions_mode: .*'rotated'.*got 'up'"),
         (lambda: z.Sequence(optimizer_sequence=[z.TableAxis()]), r"optimizer_sequence\[0\]: .*Opt"),
         (lambda: z.Sequence(execute_in_parallel=1), "execute_in_parallel: expected True or False"),
-        (lambda: z.Search(optimizer=z.LinearConstraint()), "optimizer: expected a Optimizer"),
+        (lambda: z.Search(optimizer=z.LinearConstraint()), "optimizer: expected an Optimizer, got"),
         (lambda: z.Table(dependent_data=[["a"]]), r"dependent_data\[0\]: "),
         (lambda: z.Variable(name=1), "name: expected a string, got 1"),
+        (lambda: z.Variable(name="\ud800"), r"^name: expected text.*, got '\\ud800'"),
+        (lambda: z.from_xml("\ud800"), "^text: expected text"),
+        (lambda: z.NelderMead(0.5), r"^NelderMead: expected keywords, such as alpha=, got \(0.5,"),
+        (lambda: z.GaussQuadrature(7, order=7), r"^GaussQuadrature: expected one argument, got \(7"),
+        (lambda: z.Optimizers(1), "^elements: expected a list of elements, got 1"),
         (lambda: z.LinearConstraint(first_order_indices=[0.5]), "first_order_indices: .*float64"),
         (lambda: z.LinearConstraint(first_order_indices=[-1]), "first_order_indices: .*0 to"),
         (lambda: z.NelderMead.from_xml(z.HookeJeeves().to_xml()), "NelderMead, found HookeJeeves"),
@@ -106,6 +112,27 @@ def test_a_wrong_value_is_named(name, value, exception, text):
 def test_a_wrong_part_is_named(change, text):
     with pytest.raises((TypeError, ValueError), match=text):
         change()
+
+
+def test_signatures_are_those_of_the_constructors(element):
+    parameters = inspect.signature(type(element)).parameters
+    given = {name: p.default for name, p in parameters.items() if name not in ("axes", "values")}
+    assert list(given) == list(element._components)
+    assert type(element)(**given) == type(element)()
+
+
+class Mine(z.NelderMead):
+    def __init__(self, size):
+        super().__init__(alpha=size)
+
+
+def test_a_subclass():
+    mine = Mine(2)
+    assert repr(mine) == "Mine(alpha=2.0)" and Mine.schema() == z.NelderMead.schema()
+    assert list(inspect.signature(Mine).parameters) == ["size"]
+    for copied in (copy.copy(mine), copy.deepcopy(mine), pickle.loads(pickle.dumps(mine))):
+        assert type(copied) is z.NelderMead and copied == z.NelderMead(alpha=2)
+    assert z.Optimizer.schema() == z.schema()
 
 
 def test_an_element_may_become_its_own_part():
