@@ -2,6 +2,7 @@
 
 import os
 import re
+import stat
 from typing import NamedTuple, Optional
 
 from zeibreku import _core
@@ -77,6 +78,14 @@ def file_name(path, name="path"):
     return encoded
 
 
+def check_file(path):
+    """Raise Python's own exception if the file cannot be opened."""
+    # A pipe has no second reader: what the first has opened is lost once it is closed.
+    if not stat.S_ISFIFO(os.stat(path).st_mode):
+        with open(path, "rb"):
+            pass
+
+
 def from_xml(text):
     """Return the element of an XML document in a string. Its root selects the class.
 
@@ -94,8 +103,7 @@ def read(path):
     the file cannot be opened.
     """
     path = file_name(path)
-    with open(os.fsdecode(path), "rb"):  # for Python's own exception
-        pass
+    check_file(os.fsdecode(path))
     return _taken(_core._read_file(path))
 
 

@@ -94,8 +94,7 @@ def lint(source, *, disable=(), correlation=None):
             path = os.fsencode(source)
         except TypeError:
             raise TypeError(f"source: expected a path or an element, got {source!r}") from None
-        with open(source, "rb"):  # for Python's own exception
-            pass
+        _documents.check_file(path)
         findings, texts = _core._lint_file(path, names, grid)
     if findings is None:
         raise _documents.ReadError(list(texts))

@@ -3,6 +3,7 @@
 import copy
 import inspect
 import logging
+import os
 import pickle
 import threading
 
@@ -133,6 +134,17 @@ def test_a_subclass():
     for copied in (copy.copy(mine), copy.deepcopy(mine), pickle.loads(pickle.dumps(mine))):
         assert type(copied) is z.NelderMead and copied == z.NelderMead(alpha=2)
     assert z.Optimizer.schema() == z.schema()
+
+
+@pytest.mark.parametrize("call", [z.read, z.lint])
+def test_a_pipe_is_opened_once(call, tmp_path):
+    pipe = tmp_path / "pipe"
+    os.mkfifo(pipe)
+    text = z.LinearScalarFunction(end_value=2).to_xml()
+    writer = threading.Thread(target=pipe.write_text, args=(text,))
+    writer.start()
+    assert call(pipe) == (z.from_xml(text) if call is z.read else ())
+    writer.join()
 
 
 def test_an_element_may_become_its_own_part():
