@@ -664,6 +664,11 @@ void construct(KrXmlObject& element, py::args const& positional, py::kwargs cons
     std::string const first = py::str(names[0]);
     if (names.size() > 1 || positional.size() > 1 || !values.empty()) {
         std::string const name = py::str(type.attr("__name__"));
+        // As scipy.optimize.minimize calls a `method`.
+        if (values.contains("hessp")) {
+            throw py::type_error("method: expected an object, such as " + name +
+                                 "(), got the class");
+        }
         throwType(name, names.size() > 1 ? "keywords, such as " + first + "=" : "one argument",
                   positional);
     }

@@ -429,6 +429,8 @@ def test_as_a_method_of_scipy(optimizer):
     ]:
         with pytest.raises(TypeError, match=f"^{name}"):
             scipy.optimize.minimize(rosenbrock, START, method=optimizer, **keywords)
+    with pytest.raises(TypeError, match=r"^method: expected an object, such as \w+\(\), got the"):
+        scipy.optimize.minimize(rosenbrock, START, method=type(optimizer))
     found = scipy.optimize.minimize(rosenbrock, START, method=optimizer, options={"maxfev": 9})
     assert found.report.evaluations == 9 and found.status == 3
     options = {"maxfev": None, "max_seconds": None, "seed": None}
