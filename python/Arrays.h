@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// Arrays of numbers from and to Python. `name` is that of the argument, for the exceptions TypeError
-// and ValueError.
+// Arrays of numbers from and to Python. `name` is that of the argument, for the exceptions
+// TypeError and ValueError.
 
 /// An array of doubles that C++ may read in row-major order.
 using RealArray = pybind11::array_t<double, pybind11::array::c_style | pybind11::array::forcecast |

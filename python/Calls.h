@@ -15,12 +15,12 @@
 // A search releases the GIL between two calls of the function. To release it and take it back costs
 // 15 to 20 ns, as long as a step of two unknowns takes.
 
-/// Calls Python from a thread that may be a daemon. Such a thread is ended when it next takes the GIL
-/// after the interpreter has ended, by an unwinding that would release references. It waits for the
-/// end of the process here instead, as later versions of Python do. A destructor waits, since a
-/// handler for this unwinding ends the process if another exception is handled meanwhile. So `call`
-/// must not throw, and must not have objects whose destructors release references: use the C
-/// functions of Python.
+/// Calls Python from a thread that may be a daemon. After the interpreter has ended, Python ends
+/// such a thread when it next takes the GIL, by an unwinding that would release references. Here it
+/// waits for the end of the process instead, as in later versions of Python. A destructor waits,
+/// since a handler for this unwinding ends the process if another exception is handled meanwhile.
+/// So `call` must not throw, and must not have objects whose destructors release references: use
+/// the C functions of Python.
 template <class Call>
 auto callPython(Call const& call) {
     struct Stay {
@@ -80,8 +80,8 @@ private:
     PyThreadState* state_;
 };
 
-/// An array of doubles that is handed to Python functions one call after the other. It is used again
-/// only while nobody else has a reference to it, or to a view of it.
+/// An array of doubles that is handed to Python functions, one call after the other. It is used
+/// again only while nobody else has a reference to it, or to a view of it.
 class ArgumentArray {
 public:
     /// An array of `rows` times `columns` doubles, or of `columns` doubles if `rows` is 0. The

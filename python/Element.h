@@ -53,8 +53,8 @@ void checkChangeable(KrXmlObject const& element);
 [[noreturn]] void throwValue(std::string const& name, std::string const& text);
 
 /// The number that an object stands for. Complex numbers and texts are refused, arrays of numpy
-/// included: TypeError with "NAME: expected EXPECTED, got VALUE", or ValueError if the number is too
-/// large. Other exceptions of a method `__float__` pass through.
+/// included: TypeError with "NAME: expected EXPECTED, got VALUE", or ValueError if the number is
+/// too large. Other exceptions of a method `__float__` pass through.
 double realFrom(pybind11::handle value, std::string const& name, char const* expected = "a number");
 
 /// A copy of a part of another element, which is marked as a part of `name`.

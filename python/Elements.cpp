@@ -797,8 +797,9 @@ protected:
     std::streamsize xsputn(char const* text, std::streamsize size) override {
         if (bytes_ && PyBytes_GET_SIZE(bytes_) - size_ < size) {
             callPython([&] {
-                py::gil_scoped_acquire const gil;
+                PyGILState_STATE const state = PyGILState_Ensure();
                 _PyBytes_Resize(&bytes_, 2 * (size_ + size));
+                PyGILState_Release(state);
             });
         }
         if (!bytes_) {

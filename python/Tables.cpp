@@ -17,10 +17,10 @@ namespace {
 
 // A table or a tree as it was when this was made. It never changes, so that threads share it.
 //
-// A live element is evaluated by one too, which is made at the first call and kept until the element
-// changes. It has the bits of the C++ blocks, it is faster, and the GIL need not be held. The live
-// C++ objects would keep the last segment, and a branch the values of an earlier point: a value
-// would depend on the points before, and `==` on whether there were any.
+// A live element is evaluated by one too, which is made at the first call and kept until the
+// element changes. It has the bits of the C++ blocks, it is faster, and the GIL need not be held.
+// The live C++ objects would keep the last segment, and a branch the values of an earlier point: a
+// value would depend on the points before, and `==` on whether there were any.
 class Frozen : public KrFrozenFunction {
 public:
     explicit Frozen(KrCompositeFunctionElement const* element) : KrFrozenFunction(element) {
