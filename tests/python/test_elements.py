@@ -184,6 +184,8 @@ def test_parts_are_read_only_copies():
 
 def test_repr_names_long_lists_only():
     assert repr(z.NelderMead(alpha=2)) == "NelderMead(alpha=2.0)"
+    assert repr(z.Search(target_value=float("nan"))) == "Search()"
+    assert repr(z.LinearScalarFunction(start_value=-0.0)) == "LinearScalarFunction(start_value=-0.0)"
     lengths = numpy.arange(20.0)
     assert eval(repr(z.NelderMead(simplex_edge_lengths=lengths)), vars(z)).simplex_edge_lengths[19] == 19
     long = z.NelderMead(simplex_edge_lengths=numpy.arange(21.0))
@@ -203,8 +205,8 @@ def test_read_error_has_every_message_and_place(tmp_path, caplog):
     for read, file in ((lambda: z.from_xml(BAD), "<string>"), (lambda: z.read(path), str(path))):
         with pytest.raises(z.ReadError, match="numberPasses(.|\n)*surprise") as caught:
             read()
-        places = [(m.file, m.line) for m in caught.value.messages]
-        assert places == [(file, 2), (file, 3)]
+        places = [(m.file, m.line, m.column) for m in caught.value.messages]
+        assert places == [(file, 2, 3), (file, 3, 3)]
         again = pickle.loads(pickle.dumps(caught.value))
         assert again.messages == caught.value.messages
     assert not caplog.records

@@ -187,6 +187,8 @@ def test_reasons(keywords, reason, success):
 def test_the_default_optimizer_finds_a_symmetric_minimum(n):
     found = z.minimize(lambda x: ((x - 1.0) ** 2).sum(), numpy.zeros(n))
     assert found.success and abs(found.x - 1.0).max() < 1e-3
+    chain = z.default_optimizer(numpy.zeros(n), 101).optimizer_sequence
+    assert [part.max_function_evaluations for part in chain] == [25, 76]
 
 
 def test_failures_are_passed_over_and_end_a_search_without_a_value():
@@ -697,10 +699,16 @@ def test_workers_end_with_the_search(number):
     folder = str(pathlib.Path(__file__).parent)
     program = WORKERS.format(folder=folder, start=START, number=int(number))
     run = subprocess.run(
-        [sys.executable, "-c", program], stdout=subprocess.PIPE, text=True, timeout=60
+        [sys.executable, "-c", program],
+        stdout=subprocess.PIPE,
+        stderr=subprocess.PIPE,
+        text=True,
+        timeout=60,
+        start_new_session=True,
     )
     expected = (0, "[]\n") if number == signal.SIGINT else (-signal.SIGKILL, "")
     assert (run.returncode, run.stdout) == expected
+    assert "KeyboardInterrupt" not in run.stderr
 
 
 @pytest.mark.parametrize("n, v", [(1, False), (50, False)])
