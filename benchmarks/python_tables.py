@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
 """Measures tables in Python, against the C++ blocks and SciPy.
 
-    PYTHONPATH=build/release/python benchmarks/python_tables.py FROZEN [SECONDS]
+    PYTHONPATH=build/release/python benchmarks/python_tables.py [SECONDS [FROZEN]]
 
-FROZEN is the program of benchmarks/frozen.cpp, build/release/benchmarks/frozen. A table of n axes
-is that of this program: random values, and 20,000 random points that are new in each round. "C++"
-is its `evaluateMany`: it runs between the rounds, and the median of its medians counts. SciPy's
-rows are its fastest settings, without checks of bounds: RegularGridInterpolator, interpn, and
-map_coordinates, which gets indices instead of coordinates and prefilters nothing. The rows take
-turns for SECONDS (20 by default). "write", "dumps" and "dump" have a table of ten million values
-each, in a process of its own: the least time of three, and the memory besides the table.
+FROZEN is the program of benchmarks/frozen.cpp, build/release/benchmarks/frozen by default. A table
+of n axes is that of this program: random values, and 20,000 random points that are new in each
+round. "C++" is its `evaluateMany`: it runs between the rounds, and the median of its medians
+counts. SciPy's rows are its fastest settings, without checks of bounds: RegularGridInterpolator,
+interpn, and map_coordinates, which gets indices instead of coordinates and prefilters nothing. The
+rows take turns for SECONDS (20 by default). "write", "dumps" and "dump" have a table of ten million
+values each, in a process of its own: the least time of three, and the memory besides the table.
 """
 
 import json
@@ -148,14 +148,15 @@ def documents():
 
 
 def main():
-    if sys.argv[1] == "--document":
+    if sys.argv[1:2] == ["--document"]:
         document(sys.argv[2])
         return
-    end = time.perf_counter() + (float(sys.argv[2]) if len(sys.argv) > 2 else 20.0)
+    end = time.perf_counter() + (float(sys.argv[1]) if len(sys.argv) > 1 else 20.0)
+    frozen = sys.argv[2] if len(sys.argv) > 2 else "build/release/benchmarks/frozen"
     cases = [Case(n) for n in SIZES]
     while time.perf_counter() < end or len(cases[0].times["C++"]) < 3:
         for case in cases:
-            case.run_in_c(sys.argv[1])
+            case.run_in_c(frozen)
             for _ in range(10):
                 case.run()
     for case in cases:
