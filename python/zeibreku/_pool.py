@@ -13,11 +13,12 @@ from multiprocessing.reduction import ForkingPickler
 from zeibreku._core import EvaluationFailure, _result
 
 _CURE = (
-    "define it at the top of a module that can be imported, or give an executor of threads as workers"
+    "define it at the top of a module that can be imported, "
+    "or give an executor of threads as workers"
 )
 _BROKEN = (
-    "fun: a process of the workers has ended. Either the function ended it, or it could not load the "
-    f"function: {_CURE}; a script needs 'if __name__ == \"__main__\":'"
+    "fun: a process of the workers has ended. Either the function ended it, or it could not load "
+    f"the function: {_CURE}; a script needs 'if __name__ == \"__main__\":'"
 )
 
 _task = None  # in a process of our own: the function and its arguments, or why there are none

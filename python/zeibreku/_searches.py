@@ -18,6 +18,7 @@ _MESSAGES = {
 }
 _REASONS = list(_MESSAGES)
 _SUCCESS = {"finished", "target", "stalled"}
+_INFEASIBLE = len(_REASONS)  # the status of a search that would be a success with a feasible point
 
 
 class OptimizeResult(dict):
@@ -136,8 +137,8 @@ def default_optimizer(x0, max_evaluations=0):
     """Return the optimizer that `minimize` takes if none is given.
 
     It is the chain that the page "Choosing an optimizer" advises: Hooke and Jeeves for a quarter of
-    the budget, then Nelder and Mead. The edges are a tenth of each coordinate, 0.1 where it is 0. The
-    budget is `max_evaluations`, or 200 n if that is 0.
+    the budget, then Nelder and Mead. The edges are a tenth of each coordinate, 0.1 where it is 0.
+    The budget is `max_evaluations`, or 200 n if that is 0.
     """
     x0 = _vector(x0, "x0")
     edges = numpy.where(x0 == 0.0, 0.1, 0.1 * abs(x0))
@@ -247,7 +248,8 @@ def run(
 ):
     """Search with the function `fun(x, *args)` and return the `SearchReport`.
 
-    The arguments are those of `minimize`. Raises ValueError if the search, or the record, is refused.
+    The arguments are those of `minimize`. Raises ValueError if the search or the record is
+    refused.
     """
     return _run(self, fun, args, callback, vectorized, workers, record)
 
@@ -260,8 +262,10 @@ def _result(report, search):
     best = report.best_point
     found = best if best.size else report.answer_point
     message = _MESSAGES[reason]
+    status = _REASONS.index(reason)
     if not best.size:
         message += " No feasible point was found."
+        status = _INFEASIBLE if reason in _SUCCESS else status
     if not found.size:
         found = [variable.start for variable in search.variables]
     return {
@@ -269,7 +273,7 @@ def _result(report, search):
         "fun": report.best_value if best.size else report.answer,
         "nfev": report.evaluations_made,
         "success": reason in _SUCCESS and best.size > 0,
-        "status": _REASONS.index(reason),
+        "status": status,
         "message": message,
         "reason": reason,
         "report": report,
@@ -524,8 +528,8 @@ def _init_record(self, path=None, *, durable_after=1.0, ends_on_error=False):
 
 _core.Record.__doc__ = """The evaluations of a search, in a file that grows, or in memory.
 
-A search that gets a record takes the values in it, and goes on where they end, with the same bits. A
-search opens the file, or creates it. `load` reads it for a report.
+A search that gets a record takes the values in it, and goes on where they end, with the same bits.
+A search opens the file, or creates it. `load` reads it for a report.
 
 Parameters
 ----------
@@ -568,8 +572,8 @@ def _init_asking(self, search, record=None):
 def next(self, count=1):
     """Return up to `count` points whose values are wanted, a list of arrays of shape (n,).
 
-    First those that the search has asked for, then those that it will probably ask for next. A point
-    is given again until `tell` brings its value. The list is empty if the search has ended.
+    First those that the search has asked for, then those that it will probably ask for next. A
+    point is given again until `tell` brings its value. The list is empty if the search has ended.
     """
     return self._next(_core._count(count, "count"))
 

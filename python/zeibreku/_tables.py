@@ -164,8 +164,8 @@ def _get_values(self):
     """The values at the breakpoints, a read-only array of float64.
 
     Its shape is that of `values=`: one axis for each of `axes`, and one for the tables unless there
-    is one. A value that a table lacks is NaN. The array is a copy; assign one of the same grid, with
-    any number of tables, to change the values. Raises ValueError if numpy has fewer axes.
+    is one. A value that a table lacks is NaN. The array is a copy; assign one of the same grid,
+    with any number of tables, to change the values. Raises ValueError if numpy has fewer axes.
     """
     shape = tuple(len(axis) for axis in self.axes)
     tables = self.dependent_data

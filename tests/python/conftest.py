@@ -13,7 +13,10 @@ EXAMPLES = [
     z.ImplicitFiltering(tau=1e-3),
     z.Sequence(
         number_passes=2,
-        optimizer_sequence=[z.NelderMead(beta=0.4), z.Sequence(optimizer_sequence=[z.HookeJeeves()])],
+        optimizer_sequence=[
+            z.NelderMead(beta=0.4),
+            z.Sequence(optimizer_sequence=[z.HookeJeeves()]),
+        ],
     ),
     z.LinearScalarFunction(start_value=-1.0, end_value=float("inf")),
     z.MultipointScalarFunction(domain_values=[0.0, 1.0, 3.0], range_values=[2.0, -0.0, 1e-300]),
@@ -33,7 +36,8 @@ EXAMPLES = [
     z.CompositeBranch(
         left=z.Table(axes=([0.0, 1.0],), values=[1.0, 2.0]),
         right=z.CompositeBranch(
-            left=z.Table(axes=([2.0, 3.0],), values=[1.0, 2.0]), right=z.Table(axes=([5],), values=[7])
+            left=z.Table(axes=([2.0, 3.0],), values=[1.0, 2.0]),
+            right=z.Table(axes=([5],), values=[7]),
         ),
     ),
     z.GaussQuadrature(order=7),

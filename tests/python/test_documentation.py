@@ -62,7 +62,7 @@ def test_what_searches_use_is_described(cls):
 
 @pytest.mark.parametrize("page", PAGES, ids=lambda page: page.name)
 def test_pages(page, tmp_path, monkeypatch):
-    """Runs the examples of a page in its order: blocks of python, and of pycon with their output."""
+    """Runs the examples of a page in order: blocks of python, and of pycon with their output."""
     monkeypatch.chdir(tmp_path)
     monkeypatch.setenv("MPLBACKEND", "Agg")
     monkeypatch.syspath_prepend(str(tmp_path))
