@@ -1,6 +1,6 @@
 #include "python/Arrays.h"
 
-#include "python/Element.h"
+#include "python/Values.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "python/Calls.h"
 
 #include "python/Arrays.h"
-#include "python/Element.h"
+#include "python/Values.h"
 #include "search/KrEvaluation.h"
 
 #include <algorithm>

@@ -3,7 +3,8 @@
 #include "function/object/KrMultivariableConstraintContainer.h"
 #include "python/Arrays.h"
 #include "python/Calls.h"
-#include "python/Element.h"
+#include "python/Module.h"
+#include "python/Values.h"
 
 #include <pybind11/numpy.h>
 

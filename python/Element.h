@@ -28,6 +28,9 @@ using ElementHolder = std::unique_ptr<T, ElementDeleter>;
 template <class T, class Base>
 using ElementClass = pybind11::class_<T, Base, ElementHolder<T>>;
 
+/// The Python class `Element`.
+using ElementBase = pybind11::class_<KrXmlObject, ElementHolder<KrXmlObject>>;
+
 /// Called after a component has changed, where a class derives data from its components.
 using ElementChanged = void (*)(KrXmlObject& element);
 
@@ -45,17 +48,6 @@ pybind11::object elementToPython(std::unique_ptr<KrXmlObject> element);
 /// Raises AttributeError if `element` is a part that another one has given out. Call it before a
 /// change of an element.
 void checkChangeable(KrXmlObject const& element);
-
-/// Raises TypeError with "NAME: expected EXPECTED, got VALUE".
-[[noreturn]] void throwType(std::string const& name, std::string const& expected,
-                            pybind11::handle value);
-/// Raises ValueError with "NAME: TEXT".
-[[noreturn]] void throwValue(std::string const& name, std::string const& text);
-
-/// The number that an object stands for. Complex numbers and texts are refused, arrays of numpy
-/// included: TypeError with "NAME: expected EXPECTED, got VALUE", or ValueError if the number is
-/// too large. Other exceptions of a method `__float__` pass through.
-double realFrom(pybind11::handle value, std::string const& name, char const* expected = "a number");
 
 /// A copy of a part of another element, which is marked as a part of `name`.
 pybind11::object partOf(KrXmlObject const& element, std::string const& name);
@@ -97,26 +89,5 @@ ElementClass<T, Base> bindElement(pybind11::module_& module, char const* name,
     return type;
 }
 
-/// Adds `Element`, its bases, and all elements of documents.
-void bindElements(pybind11::module_& module);
-
-/// Adds the calls of scalar functions and of unitary maps.
-void bindFunctions(pybind11::module_& module);
-
-/// Adds the calls of tables and of composite functions, and what they are frozen to.
-void bindTables(pybind11::module_& module);
-
-/// Adds what runs searches: records, ask and tell, and the run itself.
-void bindSearches(pybind11::module_& module);
-
-/// Adds what constraints can do besides their components.
-void bindConstraints(pybind11::module_& module);
-
-/// Adds what `GaussQuadrature` can do besides its component.
-void bindQuadrature(pybind11::module_& module);
-
-/// Adds what `RandomField` calls.
-void bindFields(pybind11::module_& module);
-
-/// Adds what `lint` calls.
-void bindLint(pybind11::module_& module);
+/// Adds what reads and writes documents, and the schemas.
+void bindDocuments(pybind11::module_& module, ElementBase& element);

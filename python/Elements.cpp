@@ -1,10 +1,6 @@
 #include "python/Element.h"
 
-#include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlChildren.h"
-#include "foundation/xml/KrXmlEnumType.h"
-#include "foundation/xml/KrXmlPairType.h"
-#include "foundation/xml/KrXmlWriter.h"
 #include "function/composite/KrCompositeFunctionBranch.h"
 #include "function/composite/KrCompositeFunctionContainer.h"
 #include "function/composite/KrTableFunctionInterpolator.h"
@@ -26,20 +22,12 @@
 #include "function/scalar/KrPowerUnitaryMap.h"
 #include "function/scalar/KrSCurveUnitaryMap.h"
 #include "function/tools/KrGaussQuadrature.h"
-#include "python/Arrays.h"
-#include "python/Calls.h"
+#include "python/Module.h"
 #include "python/Tools.h"
+#include "python/Values.h"
 #include "search/KrSearch.h"
-#include "search/KrSearchCreators.h"
-
-#include <pybind11/numpy.h>
 
 #include <algorithm>
-#include <cstring>
-#include <limits>
-#include <ostream>
-#include <span>
-#include <streambuf>
 #include <unordered_map>
 
 namespace py = pybind11;
@@ -104,229 +92,6 @@ void prepareBoxes(KrXmlObject& element) {
     }
 }
 
-// --- Exceptions that name the argument.
-
-std::string shortRepr(py::handle value) {
-    std::string text = py::str(py::repr(value));
-    constexpr std::size_t most = 60;
-    if (text.size() > most) {
-        std::size_t end = most;
-        while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80U) {
-            --end;  // not inside of a character
-        }
-        text = text.substr(0, end) + "...";
-    }
-    return text;
-}
-
-std::string typeName(py::handle value) {
-    return py::str(py::type::handle_of(value).attr("__name__"));
-}
-
-// --- The kinds of components. Each `Kind` converts one C++ type of component.
-
-bool isOf(KrXmlObject const& object, auto const*& found) {
-    found = dynamic_cast<std::remove_reference_t<decltype(found)>>(&object);
-    return found != nullptr;
-}
-
-KrU32 countFrom(py::handle value, std::string const& name) {
-    auto const index = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
-    if (!index) {
-        PyErr_Clear();
-        throwType(name, "an integer", value);
-    }
-    unsigned long long const number = PyLong_AsUnsignedLongLong(index.ptr());
-    bool const isBad = PyErr_Occurred() != nullptr;
-    PyErr_Clear();
-    if (isBad || number > std::numeric_limits<KrU32>::max()) {
-        throwValue(name, "expected an integer from 0 to 4294967295, got " + shortRepr(value));
-    }
-    return static_cast<KrU32>(number);
-}
-
-bool flagFrom(py::handle value, std::string const& name) {
-    bool const isFlag = PyBool_Check(value.ptr()) || typeName(value) == "bool_";
-    if (!isFlag) {
-        throwType(name, "True or False", value);
-    }
-    return PyObject_IsTrue(value.ptr()) == 1;
-}
-
-std::string textFrom(py::handle value, std::string const& name) {
-    if (!PyUnicode_Check(value.ptr())) {
-        throwType(name, "a string", value);
-    }
-    py::ssize_t size = 0;
-    char const* const text = PyUnicode_AsUTF8AndSize(value.ptr(), &size);
-    if (!text) {
-        PyErr_Clear();
-        throwValue(name, "expected text that has a UTF-8 form, got " + shortRepr(value));
-    }
-    return {text, static_cast<std::size_t>(size)};
-}
-
-// An array of numbers of the given dimension; `T` is double or KrU32.
-template <class T>
-py::array_t<T, py::array::c_style | py::array::forcecast> arrayFrom(py::handle value,
-                                                                    py::ssize_t dimension,
-                                                                    std::string const& name) {
-    auto const array = numberArray(value, name, std::is_same_v<T, double>);
-    if (array.ndim() != dimension && !(array.ndim() == 1 && array.size() == 0)) {
-        throwValue(name, "expected an array of " + std::to_string(dimension) +
-                             " dimension(s), got one of shape " + shapeText(array));
-    }
-    if constexpr (std::is_same_v<T, KrU32>) {
-        if (array.size() > 0 &&
-            (array.attr("min")().attr("__lt__")(0).template cast<bool>() ||
-             array.attr("max")().attr("__gt__")(4294967295U).template cast<bool>())) {
-            throwValue(name, "expected integers from 0 to 4294967295, got " + shortRepr(value));
-        }
-    }
-    return py::array_t<T, py::array::c_style | py::array::forcecast>::ensure(array);
-}
-
-template <class T>
-py::array arrayOf(KrXmlVectorType<KrXmlBasicType<T>> const& list) {
-    py::array_t<T> array(static_cast<py::ssize_t>(list.size()));
-    std::ranges::copy(list, array.mutable_data());
-    return readOnly(std::move(array));
-}
-
-template <class T>
-void setArray(KrXmlVectorType<KrXmlBasicType<T>>& list, py::handle value, std::string const& name) {
-    auto const array = arrayFrom<T>(value, 1, name);
-    KrXmlVectorType<KrXmlBasicType<T>> values;
-    values.reserve(static_cast<KrU32>(array.size()));
-    for (T const number : std::span(array.data(), static_cast<std::size_t>(array.size()))) {
-        values.pushBack(KrXmlBasicType<T>(number));
-    }
-    list = std::move(values);
-}
-
-template <class T>
-T const& elementFrom(py::handle value, std::string const& name) {
-    if (!py::isinstance<T>(value)) {
-        std::string const type = py::str(py::type::of<T>().attr("__name__"));
-        bool const isVowel = type.find_first_of("AEIO") == 0;
-        throwType(name, (isVowel ? "an " : "a ") + type, value);
-    }
-    return value.cast<T const&>();
-}
-
-py::list listFrom(py::handle value, std::string const& name, std::string const& expected) {
-    if (PyUnicode_Check(value.ptr()) || py::isinstance<KrXmlObject>(value)) {
-        throwType(name, expected, value);
-    }
-    auto const items = py::reinterpret_steal<py::object>(PyObject_GetIter(value.ptr()));
-    if (!items) {
-        PyErr_Clear();
-        throwType(name, expected, value);
-    }
-    auto list = py::reinterpret_steal<py::list>(PySequence_List(items.ptr()));
-    return list ? list : throw py::error_already_set();  // that of a generator
-}
-
-std::string itemName(std::string const& name, std::size_t index) {
-    return name + '[' + std::to_string(index) + ']';
-}
-
-// The text of an enumeration without its namespace.
-std::string localText(std::string const& text) { return std::string(KrToken(text).localName()); }
-
-using Enumeration = KrXmlEnumType<unsigned short>;
-using WideEnumeration = KrXmlEnumType<KrU32>;
-using IndexPair = KrXmlPairType<KrXmlBasicType<KrU32>, KrXmlBasicType<KrU32>>;
-using IndexPairs = KrXmlVectorType<IndexPair>;
-using Texts = KrXmlVectorType<KrXmlBasicType<std::string>>;
-using Axes = KrXmlVectorType<KrTableFunctionVectorSearch>;
-using Tables = KrXmlVectorType<KrXmlRealVector>;
-
-template <class T>
-py::object enumToPython(KrXmlEnumType<T> const& component) {
-    for (auto const& [value, text] : component.enumStrings()) {
-        if (value == component.value()) {
-            return py::str(localText(text));
-        }
-    }
-    return py::int_(component.value());
-}
-
-template <class T>
-void enumFromPython(KrXmlEnumType<T>& component, py::handle value, std::string const& name) {
-    std::string const text = textFrom(value, name);
-    std::string known;
-    for (auto const& [number, ownText] : component.enumStrings()) {
-        if (text == ownText || text == localText(ownText)) {
-            component = number;
-            return;
-        }
-        known += (known.empty() ? "'" : ", '") + localText(ownText) + '\'';
-    }
-    throwValue(name, "expected one of " + known + ", got " + shortRepr(value));
-}
-
-// A container or a vector of elements with the base `T`; tried for each family of elements.
-template <class T>
-bool familyToPython(KrXmlObject const& component, std::string const& name, py::object& value) {
-    if (KrBaseExpressionTreeContainer<T> const* container; isOf(component, container)) {
-        value = container->topElement() ? partOf(*container->topElement(), name) : py::none();
-        return true;
-    }
-    if (KrXmlVariableVectorType<T> const* vector; isOf(component, vector)) {
-        py::list list;
-        for (T const* const element : vector->vectorContainer()) {
-            list.append(element ? partOf(*element, name) : py::none());
-        }
-        value = py::tuple(list);
-        return true;
-    }
-    return false;
-}
-
-template <class T>
-bool familyFromPython(KrXmlObject& component, py::handle value, std::string const& name) {
-    if (auto* const container = dynamic_cast<KrBaseExpressionTreeContainer<T>*>(&component)) {
-        if (value.is_none()) {
-            container->setAndDeleteTopElementPointer(nullptr);
-        } else {
-            container->setTopElement(elementFrom<T>(value, name));
-        }
-        return true;
-    }
-    if (auto* const vector = dynamic_cast<KrXmlVariableVectorType<T>*>(&component)) {
-        py::list const list = listFrom(value, name, "a list of elements");
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            elementFrom<T>(list[i], itemName(name, i));
-        }
-        // Copies first: the vector may be a part of an element that it gets.
-        std::vector<std::unique_ptr<KrXmlObject>> copies;
-        for (py::handle const element : list) {
-            copies.emplace_back(element.cast<T const&>().clone());
-        }
-        vector->clear();
-        for (auto const& copy : copies) {
-            vector->pushBack(dynamic_cast<T const&>(*copy));
-        }
-        return true;
-    }
-    return false;
-}
-
-template <class... Families>
-struct FamilyList {
-    static bool toPython(KrXmlObject const& component, std::string const& name, py::object& value) {
-        return (familyToPython<Families>(component, name, value) || ...);
-    }
-    static bool fromPython(KrXmlObject& component, py::handle value, std::string const& name) {
-        return (familyFromPython<Families>(component, value, name) || ...);
-    }
-};
-
-using Families =
-    FamilyList<KrScalarMultivariableOptimizer, KrBaseMultivariableConstraint, KrBaseScalarFunction,
-               KrBaseUnitaryMap, KrCompositeFunctionElement, KrSearchVariable>;
-
 }  // namespace
 
 void ElementDeleter::operator()(KrXmlObject* element) const {
@@ -341,40 +106,6 @@ py::object partOf(KrXmlObject const& element, std::string const& name) {
     py::object part = elementToPython(std::unique_ptr<KrXmlObject>(element.clone()));
     parts().emplace(part.cast<KrXmlObject*>(), name);
     return part;
-}
-
-void throwType(std::string const& name, std::string const& expected, py::handle value) {
-    throw py::type_error(name + ": expected " + expected + ", got " + shortRepr(value));
-}
-
-void throwValue(std::string const& name, std::string const& text) {
-    throw py::value_error(name + ": " + text);
-}
-
-double realFrom(py::handle value, std::string const& name, char const* expected) {
-    if (PyFloat_Check(value.ptr())) {
-        return PyFloat_AS_DOUBLE(value.ptr());
-    }
-    // numpy converts complex numbers and texts.
-    if (!PyLong_Check(value.ptr()) && py::hasattr(value, "dtype")) {
-        py::object const kind = py::getattr(value.attr("dtype"), "kind", py::none());
-        if (PyUnicode_Check(kind.ptr()) && !py::str("fiub").contains(kind)) {
-            throwType(name, expected, value);
-        }
-    }
-    double const number = PyFloat_AsDouble(value.ptr());
-    if (number == -1.0 && PyErr_Occurred()) {
-        bool const isRange = PyErr_ExceptionMatches(PyExc_OverflowError);
-        if (!isRange && !PyErr_ExceptionMatches(PyExc_TypeError)) {
-            throw py::error_already_set();  // that of a method __float__
-        }
-        PyErr_Clear();
-        if (isRange) {
-            throwValue(name, shortRepr(value) + " is too large for a double");
-        }
-        throwType(name, expected, value);
-    }
-    return number;
 }
 
 void checkChangeable(KrXmlObject const& element) {
@@ -404,128 +135,6 @@ std::string snakeCase(std::string_view name) {
 py::object elementToPython(std::unique_ptr<KrXmlObject> element) {
     prepareBoxes(*element);
     return py::cast(element.release(), py::return_value_policy::take_ownership);
-}
-
-py::object componentToPython(KrXmlObject const& component, std::string const& name) {
-    if (KrXmlBasicType<double> const* real; isOf(component, real)) {
-        return py::float_(real->value());
-    }
-    if (KrXmlBasicType<KrU32> const* count; isOf(component, count)) {
-        return py::int_(count->value());
-    }
-    if (KrXmlBasicType<bool> const* flag; isOf(component, flag)) {
-        return py::bool_(flag->value());
-    }
-    if (KrXmlBasicType<std::string> const* text; isOf(component, text)) {
-        return py::str(text->value());
-    }
-    if (Enumeration const* enumeration; isOf(component, enumeration)) {
-        return enumToPython(*enumeration);
-    }
-    if (WideEnumeration const* enumeration; isOf(component, enumeration)) {
-        return enumToPython(*enumeration);
-    }
-    if (KrXmlRealVector const* reals; isOf(component, reals)) {
-        return arrayOf(*reals);
-    }
-    if (KrXmlVectorType<KrXmlBasicType<KrU32>> const* counts; isOf(component, counts)) {
-        return arrayOf(*counts);
-    }
-    if (IndexPairs const* pairs; isOf(component, pairs)) {
-        py::array_t<KrU32> array({static_cast<py::ssize_t>(pairs->size()), py::ssize_t{2}});
-        KrU32* next = array.mutable_data();
-        for (IndexPair const& pair : *pairs) {
-            *next++ = pair.first();
-            *next++ = pair.second();
-        }
-        return readOnly(std::move(array));
-    }
-    if (Texts const* texts; isOf(component, texts)) {
-        py::list list;
-        for (auto const& text : *texts) {
-            list.append(text.value());
-        }
-        return py::tuple(list);
-    }
-    if (Tables const* tables; isOf(component, tables)) {
-        py::list list;
-        for (KrXmlRealVector const& table : *tables) {
-            list.append(arrayOf(table));
-        }
-        return py::tuple(list);
-    }
-    if (Axes const* axes; isOf(component, axes)) {
-        py::list list;
-        for (KrTableFunctionVectorSearch const& axis : *axes) {
-            list.append(partOf(axis, name));
-        }
-        return py::tuple(list);
-    }
-    py::object value;
-    if (!Families::toPython(component, name, value)) {
-        value = partOf(component, name);
-    }
-    return value;
-}
-
-void componentFromPython(KrXmlObject& component, py::handle value, std::string const& name) {
-    if (auto* const real = dynamic_cast<KrXmlBasicType<double>*>(&component)) {
-        *real = realFrom(value, name);
-    } else if (auto* const count = dynamic_cast<KrXmlBasicType<KrU32>*>(&component)) {
-        *count = countFrom(value, name);
-    } else if (auto* const flag = dynamic_cast<KrXmlBasicType<bool>*>(&component)) {
-        *flag = flagFrom(value, name);
-    } else if (auto* const text = dynamic_cast<KrXmlBasicType<std::string>*>(&component)) {
-        *text = textFrom(value, name);
-    } else if (auto* const enumeration = dynamic_cast<Enumeration*>(&component)) {
-        enumFromPython(*enumeration, value, name);
-    } else if (auto* const wide = dynamic_cast<WideEnumeration*>(&component)) {
-        enumFromPython(*wide, value, name);
-    } else if (auto* const reals = dynamic_cast<KrXmlRealVector*>(&component)) {
-        setArray(*reals, value, name);
-    } else if (auto* const counts =
-                   dynamic_cast<KrXmlVectorType<KrXmlBasicType<KrU32>>*>(&component)) {
-        setArray(*counts, value, name);
-    } else if (auto* const pairs = dynamic_cast<IndexPairs*>(&component)) {
-        auto const array = arrayFrom<KrU32>(value, 2, name);
-        if (array.size() > 0 && array.shape(1) != 2) {
-            throwValue(name,
-                       "expected an array of shape (m, 2), got one of shape " + shapeText(array));
-        }
-        IndexPairs values;
-        for (py::ssize_t i = 0; i + 1 < array.size(); i += 2) {
-            IndexPair pair;
-            pair.setFirst(KrXmlBasicType<KrU32>(array.data()[i]));
-            pair.setSecond(KrXmlBasicType<KrU32>(array.data()[i + 1]));
-            values.pushBack(pair);
-        }
-        *pairs = std::move(values);
-    } else if (auto* const texts = dynamic_cast<Texts*>(&component)) {
-        py::list const list = listFrom(value, name, "a list of strings");
-        Texts values;
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            values.pushBack(KrXmlBasicType<std::string>(textFrom(list[i], itemName(name, i))));
-        }
-        *texts = std::move(values);
-    } else if (auto* const tables = dynamic_cast<Tables*>(&component)) {
-        py::list const list = listFrom(value, name, "a list of arrays of numbers");
-        Tables values;
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            KrXmlRealVector table;
-            setArray(table, list[i], itemName(name, i));
-            values.pushBack(table);
-        }
-        *tables = std::move(values);
-    } else if (auto* const axes = dynamic_cast<Axes*>(&component)) {
-        py::list const list = listFrom(value, name, "a list of axes");
-        Axes values;
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            values.pushBack(elementFrom<KrTableFunctionVectorSearch>(list[i], itemName(name, i)));
-        }
-        *axes = std::move(values);
-    } else if (!Families::fromPython(component, value, name)) {
-        throwType(name, "a component that Python can set", value);
-    }
 }
 
 namespace {
@@ -737,123 +346,6 @@ void bindVector(py::module_& module, char const* name) {
     type.attr("_components") = py::make_tuple("elements");
 }
 
-// --- Documents.
-
-// A branch creates its children by its container. As the root of a document it has none, so it gets
-// one for all, which is never destroyed.
-KrXmlObject* createBranch() {
-    static auto const* const home = new KrCompositeFunctionContainer;
-    auto* const branch = new KrCompositeFunctionBranch;
-    branch->setContainer(home);
-    return branch;
-}
-
-KrXmlFactory factory() {
-    KrXmlFactory all = KrSearchCreators::factory();
-    all.registerCreator(KrFunction::KrCompositeFunctionBranchToken, createBranch);
-    return all;
-}
-
-// Reads a document by `read`: the element and what was printed meanwhile. None if the document was
-// refused; the warnings of one that was not go to the logger.
-template <class Read>
-py::tuple readDocument(Read const& read) {
-    std::unique_ptr<KrXmlObject> element;
-    py::list texts;
-    {
-        MessageCollector messages;
-        {
-            GilRelease const release;
-            element = read();
-        }
-        if (element) {
-            messages.pass();
-        } else {
-            texts = messages.texts();
-        }
-    }
-    return py::make_tuple(element ? elementToPython(std::move(element)) : py::none(), texts);
-}
-
-// A stream into a bytes object, which grows in place: a large block of memory is moved to where it
-// has room, not copied. If there is no room, the stream fails and MemoryError is set. Text is
-// written without the GIL, which is taken to grow.
-class BytesBuffer : public std::streambuf {
-public:
-    BytesBuffer() = default;
-    ~BytesBuffer() override { Py_XDECREF(bytes_); }
-    BytesBuffer(BytesBuffer const&) = delete;
-    BytesBuffer& operator=(BytesBuffer const&) = delete;
-
-    /// The bytes so far, for once. Needs the GIL. Throws the exception that is set.
-    py::bytes take() {
-        if (!bytes_ || _PyBytes_Resize(&bytes_, size_) != 0) {
-            throw py::error_already_set();
-        }
-        return py::reinterpret_steal<py::bytes>(std::exchange(bytes_, nullptr));
-    }
-
-protected:
-    std::streamsize xsputn(char const* text, std::streamsize size) override {
-        if (bytes_ && PyBytes_GET_SIZE(bytes_) - size_ < size) {
-            callPython([&] {
-                PyGILState_STATE const state = PyGILState_Ensure();
-                _PyBytes_Resize(&bytes_, 2 * (size_ + size));
-                PyGILState_Release(state);
-            });
-        }
-        if (!bytes_) {
-            return 0;
-        }
-        std::memcpy(PyBytes_AS_STRING(bytes_) + size_, text, static_cast<std::size_t>(size));
-        size_ += size;
-        return size;
-    }
-
-private:
-    PyObject* bytes_ = PyBytes_FromStringAndSize(nullptr, 1 << 10);
-    py::ssize_t size_ = 0;
-};
-
-[[noreturn]] void throwMessages(MessageCollector const& messages) {
-    std::string all;
-    for (py::handle const line : messages.texts()) {
-        all += (all.empty() ? "" : "\n") + std::string(py::str(line));
-    }
-    throw py::value_error(all);
-}
-
-// Of a copy: without the GIL another thread may change the element.
-py::bytes documentOf(KrXmlObject const& element) {
-    std::unique_ptr<KrXmlObject> const copy(element.clone());
-    MessageCollector messages;
-    BytesBuffer buffer;
-    bool good = false;
-    {
-        GilRelease const release;
-        std::ostream stream(&buffer);
-        KrXmlWriter writer("", stream);
-        krXmlWriteElement(writer, copy->token(), *copy);
-        good = writer.flush();
-    }
-    if (!good && !PyErr_Occurred()) {
-        throwMessages(messages);
-    }
-    py::bytes document = buffer.take();
-    messages.pass();
-    return document;
-}
-
-std::string schemaOf(KrXmlObject const& element) {
-    MessageCollector messages;
-    std::string text = KrXml::schemaToString(element);
-    if (text.empty()) {
-        throwMessages(messages);
-    }
-    messages.pass();
-    return text;
-}
-
 template <class T, class Base>
 void bindFamily(py::module_& module, char const* name, char const* doc) {
     ElementClass<T, Base> const type(module, name, doc);
@@ -862,7 +354,7 @@ void bindFamily(py::module_& module, char const* name, char const* doc) {
 }  // namespace
 
 void bindElements(py::module_& module) {
-    py::class_<KrXmlObject, ElementHolder<KrXmlObject>> element(
+    ElementBase element(
         module, "Element",
         "An object of the library that XML documents describe. Base class of all elements.\n\n"
         "Components are keywords of the constructor, and properties. Elements are equal if all "
@@ -883,23 +375,8 @@ void bindElements(py::module_& module) {
             [](KrXmlObject& self, py::kwargs const& values) { changeComponents(self, values); },
             py::call_guard<MessageDelivery>())
         .def_property_readonly(
-            "_tag", [](KrXmlObject const& self) { return std::string(self.token().localName()); })
-        .def(
-            "to_xml", [](KrXmlObject const& self) { return py::str(documentOf(self)); },
-            py::call_guard<MessageDelivery>(),
-            "Return the XML document of the element, from which `from_xml` makes an equal one.")
-        .def("_to_bytes", &documentOf, py::call_guard<MessageDelivery>())
-        .def("_schema", &schemaOf, py::call_guard<MessageDelivery>())
-        .def("_write", [](KrXmlObject const& self, std::string const& path) {
-            std::unique_ptr<KrXmlObject> const copy(self.clone());
-            MessageCollector const messages;
-            bool good = false;
-            {
-                GilRelease const release;
-                good = KrXml::writeFile(path, *copy);
-            }
-            return py::make_tuple(good, messages.texts());
-        });
+            "_tag", [](KrXmlObject const& self) { return std::string(self.token().localName()); });
+    bindDocuments(module, element);
 
     bindFamily<KrScalarMultivariableOptimizer, KrXmlObject>(
         module, "Optimizer",
@@ -953,23 +430,4 @@ void bindElements(py::module_& module) {
     bindVector<KrScalarMultivariableOptimizerVector>(module, "Optimizers");
     bindVector<KrMultivariableConstraintVector>(module, "Constraints");
     bindVector<KrSearchVariableVector>(module, "Variables");
-
-    module.def(
-        "_read_text",
-        [](py::handle value) {
-            std::string const text =
-                PyBytes_Check(value.ptr()) ? value.cast<std::string>() : textFrom(value, "text");
-            return readDocument([&] { return KrXml::fromString(text, factory()); });
-        },
-        py::call_guard<MessageDelivery>());
-    module.def(
-        "_read_file",
-        [](std::string const& path) {
-            return readDocument([&] { return KrXml::readFile(path, factory()); });
-        },
-        py::call_guard<MessageDelivery>());
-    module.def("_schema", [] {
-        GilRelease const release;
-        return KrXml::schemaToString(KrSearchCreators::factory());
-    });
 }

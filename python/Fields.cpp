@@ -4,7 +4,7 @@
 #include "function/scalar/KrCallableScalarFunction.h"
 #include "function/tools/KrRandomTensorTool.h"
 #include "python/Calls.h"
-#include "python/Element.h"
+#include "python/Module.h"
 #include "python/Tools.h"
 
 #include <pybind11/numpy.h>
@@ -30,13 +30,6 @@ public:
 private:
     KrRandomStream* const own_;
 };
-
-template <class T>
-T numberFrom(py::handle value, std::string const& name) {
-    KrXmlBasicType<T> number;
-    componentFromPython(number, value, name);
-    return number;
-}
 
 // Fills an array of shape (fields, rows, columns). Its fields are independent, as those of as many
 // calls of the tool in C++. `correlation` is an element or a Python function.
@@ -94,8 +87,6 @@ void fillFields(py::array_t<double>& array, py::object const& correlation, doubl
 }  // namespace
 
 void bindFields(py::module_& module) {
-    module.def("_real", &numberFrom<double>);
-    module.def("_count", &numberFrom<KrU32>);
     module.def("_fill_fields", &fillFields, py::arg().noconvert(), py::arg(), py::arg(), py::arg(),
                py::arg(), py::arg());
 }

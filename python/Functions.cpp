@@ -3,6 +3,7 @@
 #include "python/Arrays.h"
 #include "python/Calls.h"
 #include "python/Element.h"
+#include "python/Module.h"
 
 #include <algorithm>
 #include <memory>

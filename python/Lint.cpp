@@ -3,6 +3,8 @@
 #include "function/tools/KrLint.h"
 #include "python/Calls.h"
 #include "python/Element.h"
+#include "python/Module.h"
+#include "python/Values.h"
 #include "search/KrSearchCreators.h"
 
 #include <pybind11/stl.h>

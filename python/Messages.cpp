@@ -1,6 +1,7 @@
 #include "python/Messages.h"
 
 #include "python/Calls.h"
+#include "python/Module.h"
 
 #include <atomic>
 #include <mutex>

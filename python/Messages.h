@@ -6,12 +6,11 @@
 
 #include <vector>
 
-/// Sends the messages of the library to the logger "zeibreku" of Python's `logging`.
-///
-/// A message is printed while the library holds the lock of its log. If the sink waited for the GIL
-/// there, a thread that holds the GIL and prints would wait for that lock, and neither would go on.
-/// So the sink only keeps the message, and `deliverMessages` logs it without the lock.
-void bindMessages(pybind11::module_& module);
+// The messages of the library go to the logger "zeibreku" of Python's `logging`.
+//
+// A message is printed while the library holds the lock of its log. If the sink waited for the GIL
+// there, a thread that holds the GIL and prints would wait for that lock, and neither would go on.
+// So the sink only keeps the message, and `deliverMessages` logs it without the lock.
 
 /// Logs the messages that were kept. Needs the GIL. An exception of a handler is unraisable.
 void deliverMessages() noexcept;

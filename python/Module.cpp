@@ -1,5 +1,6 @@
-#include "python/Element.h"
-#include "python/Messages.h"
+#include "python/Module.h"
+
+#include "foundation/core/KrExport.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ PYBIND11_MODULE(_core, module) {
     module.doc() = "The compiled part of zeibreku.";
     module.attr("__version__") = KR_VERSION;
     bindMessages(module);
+    bindValues(module);
     bindElements(module);
     bindFunctions(module);
     bindTables(module);

@@ -3,7 +3,9 @@
 #include "foundation/xml/KrXmlBasicType.h"
 #include "python/Arrays.h"
 #include "python/Element.h"
+#include "python/Module.h"
 #include "python/Tools.h"
+#include "python/Values.h"
 
 #include <pybind11/numpy.h>
 

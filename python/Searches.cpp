@@ -1,5 +1,7 @@
 #include "python/Calls.h"
 #include "python/Element.h"
+#include "python/Module.h"
+#include "python/Values.h"
 #include "search/KrAskTell.h"
 #include "search/KrCallingThread.h"
 #include "search/KrEvaluationWorkers.h"
@@ -17,17 +19,6 @@ namespace {
 
 py::array arrayOf(KrRealVector const& values) {
     return py::array_t<double>(static_cast<py::ssize_t>(values.size()), values.data());
-}
-
-// Adds the function `name` of an argument and its name. It returns the argument as a component of
-// the type `T` has it, or raises as that component does.
-template <class T>
-void bindArgument(py::module_& module, char const* name) {
-    module.def(name, [](py::handle value, std::string const& argument) {
-        T component;
-        componentFromPython(component, value, argument);
-        return componentToPython(component, argument);
-    });
 }
 
 KrRealVector pointFrom(py::handle value, std::size_t dimension) {
@@ -550,11 +541,6 @@ void bindSearches(py::module_& module) {
                       "The value at `best_x`; NaN before the first feasible point.")
         .def_readonly("seconds", &Progress::seconds, "The time since the run began, in seconds.");
 
-    bindArgument<KrXmlBasicType<double>>(module, "_real");
-    bindArgument<KrXmlBasicType<KrU32>>(module, "_count");
-    bindArgument<KrXmlBasicType<bool>>(module, "_flag");
-    bindArgument<KrXmlBasicType<std::string>>(module, "_text");
-    bindArgument<KrXmlVectorType<KrXmlBasicType<std::string>>>(module, "_texts");
     module.def("_result",
                [](py::handle value) { return realFrom(value, "fun", "a number as result"); });
     bindRecord(module);

@@ -5,6 +5,8 @@
 #include "python/Arrays.h"
 #include "python/Calls.h"
 #include "python/Element.h"
+#include "python/Module.h"
+#include "python/Values.h"
 
 #include <algorithm>
 #include <memory>

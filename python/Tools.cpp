@@ -1,7 +1,7 @@
 #include "python/Tools.h"
 
 #include "python/Calls.h"
-#include "python/Element.h"
+#include "python/Values.h"
 
 namespace py = pybind11;
 
