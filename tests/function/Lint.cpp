@@ -514,6 +514,10 @@ TEST(Lint, IsHarmlessOnDamagedText) {
         deep += "<compositeFunctionBranch>" + table("0 1", "0 0");
     }
     EXPECT_NE(found(KrLint(), document("compositeFunctionContainer", deep)), "");
+    std::string const items = item("1") + item("2") + table("0 1", "0 0");
+    EXPECT_NE(found(KrLint(), document("compositeFunctionContainer",
+                                       component("compositeFunctionBranch", items))),
+              "");
     // Findings are counted, not kept.
     std::string many;
     for (int k = 0; k < 3000; ++k) {

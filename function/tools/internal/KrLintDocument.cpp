@@ -188,7 +188,7 @@ void Document::attach(Node& parent, Node& node) {
     } else if (parent.name == "variables") {
         std::ranges::move(node.names, std::back_inserter(parent.names));
     } else if (parent.name == "compositeFunctionBranch") {
-        if (parent.childCount > 2) {
+        if (parent.children.size() == 2) {
             report(Rule::ChildCount, Spot::ofChild(node),
                    "this child replaces the second one: put two of them into a branch");
             parent.children.pop_back();
