@@ -1,6 +1,5 @@
 #include "foundation/math/KrRandomScope.h"
 #include "foundation/math/KrRandomStream.h"
-#include "foundation/xml/KrXmlBasicType.h"
 #include "function/scalar/KrCallableScalarFunction.h"
 #include "function/tools/KrRandomTensorTool.h"
 #include "python/Calls.h"
