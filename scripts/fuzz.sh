@@ -4,9 +4,10 @@
 #
 #   scripts/fuzz.sh [EXECUTIONS]
 #
-# Of twenty executions, three go to the value types, one to CSV files, one to documents made of whole
-# elements, and fifteen to documents changed by the byte. Each run keeps its corpus in build/fuzz/corpus for the
-# next one. ZEIBREKU_FUZZ_SEED runs on one core and makes the run repeatable from an empty corpus.
+# Of twenty executions, three go to the value types, one to CSV files, one to the records of
+# searches, one to documents made of whole elements, and fourteen to documents changed by the byte.
+# Each run keeps its corpus in build/fuzz/corpus for the next one. ZEIBREKU_FUZZ_SEED runs on one
+# core and makes the run repeatable from an empty corpus.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -63,5 +64,6 @@ fuzz() {
 rm -f "$work"/*.log
 fuzz values $((executions * 3 / 20)) 400
 fuzz tables $((executions / 20)) 200
+fuzz records $((executions / 20)) 60
 fuzz elements $((executions / 20)) 3000 "$work/seeds"
-fuzz documents $((executions * 3 / 4)) 400 "$work/seeds"
+fuzz documents $((executions * 7 / 10)) 400 "$work/seeds"
