@@ -9,9 +9,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <string>
+#include <system_error>
 
 namespace {
 
@@ -99,6 +103,14 @@ private:
     KrXmlFactory factory_;
 };
 
+std::string refusalOfSpacing(std::string const& text) {
+    double spacing = 0.0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), spacing);
+    bool const isGood = error == std::errc() && end == text.data() + text.size() && spacing > 0.0 &&
+                        std::isfinite(spacing);
+    return isGood ? "" : "expected a positive number, found \"" + text + '"';
+}
+
 }  // namespace
 
 void addCheckArguments(CLI::App& check, CheckCall& call) {
@@ -133,7 +145,7 @@ void addCheckArguments(CLI::App& check, CheckCall& call) {
     check.add_option("--spacing", call.spacing, "That are D apart; 1 if not given")
         ->option_text("D")
         ->needs(as)
-        ->check(CLI::PositiveNumber);
+        ->check(refusalOfSpacing);
     check.footer(
         "The status is 0 when every file is good, 1 when one was refused, 2 for a wrong call, and\n"
         "3 when only --lint has found something.\n"

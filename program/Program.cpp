@@ -26,6 +26,11 @@ void openStandardFiles() {
 
 int outputError = 0;  // of the first write to standard output that failed
 
+// A shell passes an empty name if a variable is not set. It must not stand for no file.
+std::string refusalOfName(std::string const& file) {
+    return file.empty() ? "expected the name of a file, found an empty one" : "";
+}
+
 struct SearchHelp : CLI::Formatter {
     std::string make_usage(CLI::App const* app, std::string name) const override {
         std::string usage = Formatter::make_usage(app, name);
@@ -40,14 +45,16 @@ CLI::App* addSearch(CLI::App& app, SearchCall& call, bool hasWorkers) {
     search->add_option("SEARCH.xml", call.file, "The search: variables, optimizer, limits")
         ->required();
     search->add_option("--record", call.record, "Keep all values in FILE, and continue from it")
-        ->option_text("FILE");
+        ->option_text("FILE")
+        ->check(refusalOfName);
     if (hasWorkers) {
         search->add_option("--workers", call.workers, "Run N commands at once; 1 if not given")
             ->option_text("N")
             ->check(CLI::Range(1, 4096));
     }
     search->add_option("--report", call.report, "Write the report to FILE.xml too")
-        ->option_text("FILE.xml");
+        ->option_text("FILE.xml")
+        ->check(refusalOfName);
     search->add_flag("--quiet", call.isQuiet, "Show no progress");
     std::string const program = hasWorkers ? "zeibreku" : "mpirun -n 8 zeibreku-mpi";
     return search->footer(
@@ -111,7 +118,9 @@ CLI::App* addTable(CLI::App& app, TableCall& call) {
     addOptionOfAxes(*table, "--high", call.high, ends,
                     "What happens beyond the largest coordinate; limit if not given");
     addDecimal(*table, call.hasDecimalComma);
-    table->add_option("-o,--output", call.output, "Write to FILE.xml")->option_text("FILE.xml");
+    table->add_option("-o,--output", call.output, "Write to FILE.xml")
+        ->option_text("FILE.xml")
+        ->check(refusalOfName);
     return table->footer(
         "Rows may stand in any order. The separator is a comma, a semicolon or a tab. An option\n"
         "that may differ between axes has one item for all, or one for each.\n"
@@ -124,8 +133,10 @@ CLI::App* addEvaluate(CLI::App& app, EvaluateCall& call) {
         "evaluate", "Prints the values of a function, table or constraint at points, as CSV.");
     evaluate->add_option("FILE.xml", call.file, "A file of any element that has values")
         ->required();
-    evaluate->add_option("POINTS.csv", call.points,
-                         "One point in each row; standard input if not given");
+    evaluate
+        ->add_option("POINTS.csv", call.points,
+                     "One point in each row; standard input if not given")
+        ->check(refusalOfName);
     evaluate->add_flag("--gradient", call.hasGradient, "Print gradients too");
     addDecimal(*evaluate, call.hasDecimalComma);
     return evaluate->footer(

@@ -50,12 +50,13 @@ expect 3 "$program" check --lint --as correlation --grid 9 --spacing 0.5 line.xm
 has out '^line.xml:3:3: error: .* is 2 at the distance 0.5: .* \[correlation\]$'
 expect 0 "$program" check --lint --as correlation "$source/examples/05_random_field/triangular.xml"
 for call in '--disable=finite' '--lint --disable=rage' '--lint --as map' '--lint --grid 9' \
-    '--lint --as correlation --grid 1' '--lint --as correlation --spacing nan'; do
+    '--lint --as correlation --grid 1' '--lint --as correlation --spacing 0'; do
     # shellcheck disable=SC2086
     expect 2 "$program" check $call line.xml
     has err '^(zeibreku|lint): '
     test ! -s out
 done
+has err 'expected a positive number, found "0"$'
 # The help, the guide and the program have the same rules.
 "$program" check --help | sed -n '/^What each rule/,$ s/^  \([a-z-]*\) .*/\1/p' >rules
 # shellcheck disable=SC2016

@@ -29,6 +29,8 @@ for call in 'wing.csv' 'wing.csv --axes 0' 'wing.csv --axes 2 --low none' '--axe
     expect 2 "$program" table $call -o wing.xml
 done
 has err 'x not in'
+expect 2 "$program" table wing.csv --axes 2 --decimal , -o ''
+has err 'expected the name of a file, found an empty one'
 expect 2 "$program" table wing.csv --axes 1 --low limit,limit
 has err 'expected 1 item, found 2'
 cp wing.csv kept.csv
