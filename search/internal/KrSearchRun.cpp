@@ -706,6 +706,9 @@ auto KrSearchRun::accepted(KrRealVector const& x, KrEvaluation const& evaluation
     bool const failed = evaluation.outcome == KrEvaluation::Outcome::Failure;
     Known const known{failed ? nan : evaluation.value, failed || isFailure(evaluation.value),
                       isTaken, evaluation.ticket};
+    if (failed) {
+        lastFailure_ = evaluation.text;
+    }
     if (remember_) {
         std::uint64_t const hash = KrPointTable<Known>::hashOf(x);
         if (!memory_->find(x, hash)) {
@@ -763,9 +766,11 @@ double KrSearchRun::take(KrRealVector const& x, Known const& known) {
                                       bestValue_, secondsSince(begin_)});
     }
     if (failures_ == asked_ && asked_ >= 2 * dimension_ + 1) {
+        std::string const reason =
+            lastFailure_.empty() ? "" : "; the last one: " + krXmlPrintable(lastFailure_, 200);
         Kr::Print::instance().write(Kr::PrintType::Error,
-                                    "search: expected a value, found %u failures and no value\n",
-                                    failures_);
+                                    "search: expected a value, found %u failures and no value%s\n",
+                                    failures_, reason.c_str());
         stop(KrSearchReason::Failed);
     }
     double const target = search_.targetValue();

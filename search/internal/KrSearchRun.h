@@ -155,6 +155,7 @@ private:
     KrU32 speculated_ = 0;
     KrU32 replayed_ = 0;
     KrU32 failures_ = 0;
+    std::string lastFailure_;  // its reason, empty if it has none
     KrRealVector best_;
     double bestValue_ = nan;
     double worstValue_;  // of those that did not fail

@@ -86,6 +86,7 @@ has out '^value: 1\.5$'
 has err '^heard$'
 expect 1 "$program" search short.xml -- sh -c 'echo 1; exit 3'
 has out '^reason: failed$' '^value: NaN$' '^evaluations: 5 \(5 made, .* 5 failed'
+has err '^search: .* found 5 failures and no value; the last one: exit status 3$'
 
 # A search may come from a pipe.
 mkfifo pipe
@@ -140,4 +141,5 @@ wrong '^zeibreku: ' fit.xml --record new -- ''
 wrong '^zeibreku: .*workers' fit.xml --record new --workers 0 -- awk "$bowl"
 wrong '^zeibreku: .*workers' fit.xml --record new --workers two -- awk "$bowl"
 wrong '^zeibreku: ' fit.xml --record new --unknown -- awk "$bowl"
+wrong '^zeibreku: --record: expected the name of a file, found an empty' fit.xml --record '' -- true
 wrong '^zeibreku: SEARCH.xml is required' --record new -- awk "$bowl"
