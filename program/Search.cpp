@@ -8,7 +8,10 @@
 
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <optional>
+#include <string>
+#include <system_error>
 
 namespace {
 
@@ -34,9 +37,22 @@ KrSearchReport searched(KrSearch const& search, KrEvaluationWorkers& workers,
     return report;
 }
 
+// The path of a file that need not exist yet; empty if it has none, such as a pipe.
+std::filesystem::path pathOf(std::string const& file) {
+    std::error_code ignored;
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(file, ignored), ignored);
+}
+
 }  // namespace
 
 int runSearch(SearchCall const& call, Spread const& spread) {
+    for (std::string const& other : {call.file, call.record}) {
+        if (!pathOf(call.report).empty() && pathOf(call.report) == pathOf(other)) {
+            std::fprintf(stderr, "zeibreku: --report %s would replace the %s\n",
+                         call.report.c_str(), other == call.file ? "search" : "record");
+            return WrongCall;
+        }
+    }
     KrSearch search;
     if (!KrXml::readFile(call.file, search)) {
         return Refused;

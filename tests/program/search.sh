@@ -142,4 +142,6 @@ wrong '^zeibreku: .*workers' fit.xml --record new --workers 0 -- awk "$bowl"
 wrong '^zeibreku: .*workers' fit.xml --record new --workers two -- awk "$bowl"
 wrong '^zeibreku: ' fit.xml --record new --unknown -- awk "$bowl"
 wrong '^zeibreku: --record: expected the name of a file, found an empty' fit.xml --record '' -- true
+wrong 'new would replace the record$' fit.xml --record new --report ./new -- awk "$bowl"
+wrong 'fit.xml would replace the search$' fit.xml --report ./fit.xml -- awk "$bowl"
 wrong '^zeibreku: SEARCH.xml is required' --record new -- awk "$bowl"
