@@ -15,7 +15,7 @@ namespace OptimizerSettings {
 
 constexpr KrU32 unlimited = 0xffffffff;
 
-/// What a search is to keep to.
+/// The size of a problem, the budget and the first edge of a search.
 struct Terms {
     KrU32 n;
     KrU32 evaluations;
@@ -29,7 +29,7 @@ inline void configure(KrNelderMeadOptimizer& optimizer, Terms const& terms) {
     optimizer.setMaxTotalSteps(unlimited);
     optimizer.setMaxExpansionSteps(unlimited);
     optimizer.setMaxFunctionEvaluations(terms.evaluations);
-    // A restart is made at full edge length: an early one throws away what the simplex has learnt.
+    // A restart uses the full edge length, so an early one loses the shape of the simplex.
     optimizer.setRestartCheckPeriod(40 * (terms.n + 1));
 }
 

@@ -9,14 +9,14 @@
 #include <string_view>
 #include <vector>
 
-/// A problem that a benchmark offers to peers in other languages.
+/// A problem that a benchmark evaluates for peers in other languages.
 struct ServedProblem {
     std::string name;
     KrRealVector start;
     KrRealVector lower;
     KrRealVector upper;
     double minimum = 0.0;         ///< of f among the feasible points
-    std::size_t constraints = 0;  ///< how many
+    std::size_t constraints = 0;  ///< their number
     /// f(x) and the constraints c(x), at most 0 where x is feasible.
     std::function<KrRealVector(KrRealVector const& x)> evaluate;
 };
@@ -53,8 +53,8 @@ inline void serve(std::vector<ServedProblem> const& problems) {
     }
 }
 
-/// Whether the program is to serve its problems: `--serve` is its argument. What runs all benchmarks
-/// gives each the same options, which have no effect here. Ends the program at any other.
+/// Returns whether the argument is `--serve`. scripts/checks.sh gives all benchmarks the same
+/// options `--benchmark_...`, which have no effect here. Any other argument ends the program.
 inline bool isServing(int argc, char** argv) {
     if (argc == 2 && std::string_view(argv[1]) == "--serve") {
         return true;

@@ -1,5 +1,5 @@
 // How many of 27 problems in a box the optimizers solve, with the bounds of `KrSearch` and with
-// three other ways to keep a search in its box, beside NLopt.
+// three other ways to keep a search in its box, compared with NLopt.
 //
 // Each problem has the minimum 0 at a point x* of the box [0, 10]^n: every fourth coordinate of x*
 // is the upper bound, every fourth one the lower bound, the others are inside at random. With
@@ -17,12 +17,12 @@
 // A search has 200 (n + 1) evaluations. It solves a problem if a value of at most 1e-5 f(x0) is
 // among them. "After" is the median of the evaluations that solve a problem, over n + 1.
 //
-// The same problems have values of NaN in a part of the box. "Half" is beyond a random plane that
-// passes the minimum, seen from the start, at a twentieth of their distance. "Between" is a ball
-// half-way from start to minimum, with a radius of a quarter of their distance. If the direct way
-// leads along a bound, this ball makes a local minimum.
+// The same problems have values of NaN in a part of the box. In "half" this is the part behind a
+// random plane, which lies behind the minimum, seen from the start, by a twentieth of their
+// distance. "Between" is a ball half-way from start to minimum, with a radius of a quarter of their
+// distance. If the direct way leads along a bound, this ball makes a local minimum.
 //
-// With --serve, the problems are offered to another process (see Served.h).
+// With --serve, another process evaluates the problems (see Served.h).
 
 #include "benchmarks/Served.h"
 #include "function/optimizer/KrHookeJeevesOptimizer.h"

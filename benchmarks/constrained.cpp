@@ -1,17 +1,17 @@
-// How many of 25 problems with constraints a search with penalties solves, beside COBYLA of NLopt,
-// which models the constraints by linear functions.
+// How many of 25 problems with constraints a search with penalties solves, compared with COBYLA of
+// NLopt, which models the constraints by linear functions.
 //
 // The problems are those of W. Hock and K. Schittkowski, "Test examples for nonlinear programming
 // codes", Lecture Notes in Economics and Mathematical Systems 187 (1981), that have nothing but
 // bounds and linear and quadratic inequalities, with the starts and the minima of the book. 2 and
 // 44 have local minima besides; only the value of the book counts.
 //
-// A problem is solved by a point inside the bounds with c(x) <= 0 for every constraint, the value
-// of which exceeds the minimum by at most 1e-3 max(1, |minimum|). COBYLA may violate a constraint
+// A problem is solved by a point inside the bounds with c(x) <= 0 for every constraint, whose value
+// exceeds the minimum by at most 1e-3 max(1, |minimum|). COBYLA may violate a constraint
 // by rounding, so a second count of its solutions accepts c(x) <= 1e-6. Every search has
 // 1200 (n + 1) evaluations.
 //
-// With --serve, the problems are offered to another process (see Served.h).
+// With --serve, another process evaluates the problems (see Served.h).
 
 #include "benchmarks/Served.h"
 #include "function/multivariable/KrQuadraticMultivariableConstraint.h"

@@ -9,7 +9,7 @@
 //
 //   cmake --preset release -B build/release-avx2 -DCMAKE_CXX_FLAGS="-mavx2 -mfma"
 //
-// Behind these cases stand operations without a peer.
+// After these cases come operations without a peer.
 
 #include "foundation/xml/KrXml.h"
 #include "function/multivariable/KrLinearMultivariableConstraint.h"

@@ -5,9 +5,8 @@
 //     f(x0) - f(x) >= (1 - tau) (f(x0) - fL),
 //
 // fL being the best value that any of the optimizers found within 100 simplex gradients.
-// Every evaluation counts, those of the first simplex and of batches included; what a search
-// evaluates after the budget is not looked at. A last table shows the other extreme, where a batch
-// costs as much as one evaluation.
+// Every evaluation within the budget counts, those of the first simplex and of batches included. A
+// last table shows the other extreme, where a batch costs as much as one evaluation.
 //
 // With --curves, the profiles of the smooth problems are printed instead for plotting, to the
 // tolerances 1e-3 and 1e-5: for each a line of names, one of percentages for each number of
@@ -349,7 +348,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     for (int i = 1; i < argc; ++i) {
-        // What runs all benchmarks gives each the same options; there is nothing to set here.
+        // scripts/checks.sh gives all benchmarks the same options, which have no effect here.
         if (!std::string_view(argv[i]).starts_with("--benchmark_")) {
             std::fprintf(stderr, "usage: %s [--curves | --benchmark_...]\n", argv[0]);
             return 2;

@@ -1,6 +1,6 @@
-// Frozen tables beside the live object, GSL, and each other. Each case runs two programs in turn,
-// on points that are new in each round; "ratio" is the first one's median time over the other's,
-// "goal" its upper bound. All points are random, and all searches bisect.
+// Frozen tables, compared with the live object, GSL, and each other. Each case runs two sides in
+// turn, on points that are new in each round. "ratio" is the median time of the first over that of
+// the second, "goal" its upper bound. All points are random, and all searches bisect.
 
 #include "benchmarks/Measure.h"
 #include "function/composite/KrCompositeFunctionBranch.h"
@@ -250,7 +250,7 @@ void evaluateTreeBlock(TreeData& data) { data.frozen.evaluateMany(data.points, d
 template <class Input>
 using Program = void (*)(Input&);
 
-// Runs both in turn. They have to compute the same values, to the bit unless `error` is given.
+// Runs both in turn. Both must compute the same values, to the bit unless `error` is given.
 template <class Input, class... Arguments>
 void add(std::string const& name, double goal, Program<Input> ours, Program<Input> other,
          double error, Arguments... arguments) {

@@ -76,7 +76,7 @@ KrRealVector startPoint(std::size_t n) {
 
 constexpr double edge = 0.5;
 
-// Counts its evaluations, and remembers how many it took to fall below 1e-8.
+// Counts its evaluations, and how many it took to fall below 1e-8.
 struct Problem : KrScalarMultivariableFunction {
     Problem(Formula theFormula, std::size_t dimension) : formula(theFormula), n(dimension) {}
     double value(double const* x) const {

@@ -1,16 +1,18 @@
-// What an integral costs, and how far it is from the true one, compared with GSL's rule of a
-// fixed order and Boost's of an order that is known when it is compiled, and with the bare
-// virtual calls: the same function at the same points, which are known in advance, and the sum
-// of the values, by an operation that is virtual like ours. Each case runs the two in turn;
-// "ratio" is our median processor time over the other's, "goal" its upper bound, and the errors
-// are in units of the integral's last place.
+// What an integral costs, and its error, compared with
 //
-// The function is a parabola, hardly more than a call, or an exponential. Ours calls it through
-// its virtual operation, GSL through a pointer, and Boost's rule has it compiled in, which no
-// rule that is chosen at run time can have: so there is no goal. All of the orders are in GSL's
-// tables, and its table is allocated beforehand. Boost has tables of the orders 7, 10, 15 and
-// 20; a rule of another order computes its own at its first use and is slower ever after.
-// "read" is a quadrature whose order came from a document.
+// - GSL's rule of a fixed order;
+// - Boost's rule of an order that is known when it is compiled;
+// - bare virtual calls: the same function at the same known points, and the sum of the values.
+//
+// Each case runs the two in turn. "ratio" is our median processor time over the other's, "goal" its
+// upper bound. Errors are in units of the integral's last place.
+//
+// The function is a parabola, hardly more than a call, or an exponential. Ours calls it through its
+// virtual operation, GSL through a pointer. Boost's rule has it compiled in, which is impossible
+// for a rule chosen at run time, so there is no goal. All of the orders are in GSL's tables, and
+// its table is allocated beforehand. Boost has tables of the orders 7, 10, 15 and 20. It computes a
+// rule of another order at its first use, and stays slower with it. "read" is a quadrature whose
+// order came from a document.
 
 #include "foundation/xml/KrXml.h"
 #include "function/tools/KrGaussQuadrature.h"

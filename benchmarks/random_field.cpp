@@ -1,13 +1,16 @@
-// What a random field of 100 samples costs, set-up included: beside the plain form
-// of the algorithm, whose bits ours has to have, beside circulant embedding with FFTW
-// (C. R. Dietrich and G. N. Newsam, SIAM Journal on Scientific Computing 18 (1997)),
-// and beside the Gaussian process of OpenTURNS. The last two are exact where ours is a
-// sum of samples. FFTW's plans are measured ones, whose search is in no time that counts.
-// Each case runs the two in turn; "ratio" is our shortest processor time over the other's,
-// "goal" what it is to stay below.
+// What a random field of 100 samples costs, set-up included, compared with
 //
-// Run by itself with --memory, the program makes a field of 1024 x 1024 and tells
-// what that took beside the field.
+// - the plain form of the algorithm, whose bits ours must have;
+// - circulant embedding with FFTW (C. R. Dietrich and G. N. Newsam, SIAM Journal on Scientific
+//   Computing 18 (1997));
+// - the Gaussian process of OpenTURNS.
+//
+// The last two are exact, and ours is a sum of samples. FFTW's plans are measured ones; the search
+// for them is not counted. Each case runs the two in turn. "ratio" is our shortest processor time
+// over the other's, "goal" its upper bound.
+//
+// With --memory, the program makes a field of 1024 x 1024 and prints the memory that this took
+// besides the field.
 
 #include "foundation/math/KrRandom.h"
 #include "function/scalar/KrLinearScalarFunction.h"
@@ -63,8 +66,8 @@ std::vector<KrRealVector> plain(KrU32 n) {
 template <class T>
 using Buffer = std::unique_ptr<T[], void (*)(void*)>;
 
-// Marsaglia's polar method, by a generator that is made for speed: xoshiro256+ (D.
-// Blackman and S. Vigna, ACM Transactions on Mathematical Software 47 (2021)).
+// Marsaglia's polar method, with a fast generator: xoshiro256+ (D. Blackman and S. Vigna, ACM
+// Transactions on Mathematical Software 47 (2021)).
 class PolarNormals {
 public:
     double operator()() {
@@ -102,10 +105,9 @@ private:
     bool hasSpare_ = false;
 };
 
-// The correlation on a torus of twice the sides has the spectrum of variances of
-// independent waves. It is even in both directions, so that cosines of a quarter give
-// it; and the spectrum of a real field is half of one, with as many normal values as
-// the torus has cells.
+// The spectrum of the correlation on a torus of twice the sides has the variances of independent
+// waves. The correlation is even in both directions, so a cosine transform of a quarter gives the
+// spectrum. A real field needs half a spectrum, with as many normal values as the torus has cells.
 template <class Normal>
 std::vector<KrRealVector> circulant(KrU32 n, Normal normal) {
     using Complex = std::complex<double>;
@@ -177,8 +179,8 @@ std::vector<KrRealVector> circulantByOurs(KrU32 n) {
 #endif
 
 #if ZEIBREKU_HAVE_OPENTURNS
-// Factors the covariances of all cells, a matrix of n² x n², for the first field and
-// keeps the factor for the others, of which the shortest time is taken.
+// Factors the covariances of all cells, a matrix of n² x n², for the first field, and keeps the
+// factor for the others. The shortest time of these counts.
 std::vector<KrRealVector> openturns(KrU32 n) {
     static OT::GaussianProcess const process = [n] {
         OT::Interval const square(OT::Point(2, 0.0), OT::Point(2, n - 1.0));

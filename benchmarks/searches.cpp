@@ -1,4 +1,4 @@
-// What a `KrSearch` costs per evaluation beyond the optimizer that it runs.
+// What a `KrSearch` costs per evaluation besides its optimizer.
 //
 // First a table of ratios, each side the median of many runs in turn. Both sides make the same
 // evaluations: a Nelder-Mead search without restart test from the same simplex. "Bare" is

@@ -10,8 +10,8 @@
 //
 // With `--milliseconds=20`, threads evaluate functions that sleep so long, and the rounds are the
 // time over that of one evaluation. With `--spread=0.5`, each evaluation takes a time of its own,
-// from half of that to one and a half. `--every=K` takes each K-th problem, `--edge=E` another first
-// edge.
+// from half of that to one and a half. `--every=K` takes each K-th problem, `--edge=E` another
+// first edge.
 
 #include "WorkerSearches.h"
 #include "search/KrCallingThread.h"
@@ -45,7 +45,7 @@ public:
     void start(std::span<KrEvaluationRequest const> requests) override {
         waiting_.insert(waiting_.end(), requests.begin(), requests.end());
     }
-    // A round ends when the search waits for it, and not when it looks or waits for less.
+    // A round ends only if the search waits at least for its duration.
     bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token) override {
         if (waiting_.empty() || until < std::chrono::steady_clock::now() + duration) {
             return false;
@@ -62,7 +62,7 @@ public:
         }
         return true;
     }
-    // What waits is not evaluated: the search has its result.
+    // Drops what waits: the search has its result.
     void cancel() override { waiting_.clear(); }
 
     KrU32 rounds() const { return rounds_; }
@@ -179,7 +179,7 @@ void printTable(KrU32 workers) {
 int main(int argc, char** argv) {
     KrU32 only = 0;
     for (int i = 1; i < argc; ++i) {
-        // What runs all benchmarks gives each the same options, which have no effect here.
+        // scripts/checks.sh gives all benchmarks the same options, which have no effect here.
         if (std::sscanf(argv[i], "--milliseconds=%lf", &milliseconds) != 1 &&
             std::sscanf(argv[i], "--spread=%lf", &spread) != 1 &&
             std::sscanf(argv[i], "--every=%zu", &every) != 1 &&

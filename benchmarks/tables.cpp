@@ -1,13 +1,13 @@
-// What a look-up in a table costs, beside GSL's accelerated linear and bilinear
-// interpolation, ALGLIB's trilinear splines, and the plain form of our own
-// algorithm, whose bits ours has to have. Each case runs the two in turn; "ratio"
-// is our median time over the other's, "goal" what it is to stay below.
+// What a look-up in a table costs, compared with GSL's accelerated linear and bilinear
+// interpolation, ALGLIB's trilinear splines, and the plain form of our own algorithm, whose bits
+// ours must have. Each case runs the two in turn. "ratio" is our median time over the other's,
+// "goal" its upper bound.
 //
-// Slowly varying queries follow a curve through the grid, a hundredth of a cell at
-// a step. The others are random, and new in each round: a processor learns the branches of
-// a few thousand queries that repeat.
+// Slowly varying queries follow a curve through the grid, a hundredth of a cell at a step. The
+// others are random, and new in each round: a processor learns the branches of a few thousand
+// queries that repeat.
 //
-// Run by itself with --memory, the program reads a table of 10 million values.
+// With --memory, the program reads a table of 10 million values.
 
 #include "foundation/xml/KrXml.h"
 #include "function/composite/KrCompositeFunctionContainer.h"

@@ -1,10 +1,10 @@
 // Searches by workers, in time: threads, commands and the ranks of MPI evaluate a function of four
-// variables that sleeps for 20 ms. A row is one search with W workers. The number at its end is
-// made of all bits of the answer and must be the same in all rows of an optimizer; otherwise the
-// status is 1.
+// variables that sleeps for 20 ms. A row is one search with W workers. The number at its end is a
+// check sum of all bits of the answer. If it differs between rows of an optimizer, the status is 1.
 //
-// Then how busy points of 100 ms keep the workers, and how much of the cores all processes use
-// meanwhile; and what functions of 20 µs take on threads, relative to one thread.
+// Two further tables have the share of the time in which points of 100 ms keep the workers busy
+// with the cores that all processes use, and the time of functions of 20 µs on threads, relative to
+// one thread.
 //
 // The program starts itself again: with `evaluate` as the command, and with `ranks` under mpiexec.
 

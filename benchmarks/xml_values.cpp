@@ -1,6 +1,6 @@
-// Reading and writing a vector of a million and of ten million doubles, beside the least that any
-// reader and writer must do: a bare parse by expat with std::from_chars, and
-// std::to_chars into a buffer.
+// Reading and writing a vector of a million and of ten million doubles, compared with the least
+// work of any reader and writer: a bare parse by expat with std::from_chars, and std::to_chars into
+// a buffer.
 
 #include "foundation/xml/KrXml.h"
 #include "foundation/xml/KrXmlVectorType.h"
@@ -44,8 +44,8 @@ KrXmlRealVector const& values() {
     return vector;
 }
 
-// Documents in files, which end with the program. They are written value by value, so that
-// no memory is there to be used again.
+// Documents in files, which are removed at the end of the program. They are written value by value,
+// so that a read finds no free memory of its document.
 class Documents {
 public:
     ~Documents() {

@@ -1,11 +1,11 @@
-# What every target of ours is compiled with, in one interface target that nobody else gets to see:
-# it is linked privately and never exported.
+# The compile options of all targets, in one interface target. It is linked privately and never
+# exported.
 include(${CMAKE_CURRENT_LIST_DIR}/Warnings.cmake)
 include(${CMAKE_CURRENT_LIST_DIR}/Sanitizers.cmake)
 include(${CMAKE_CURRENT_LIST_DIR}/Hardening.cmake)
 
-# The library promises the same bits on every machine. A flag that lets the compiler reorder a sum
-# breaks that promise without a sound, so such a build is refused.
+# Results are bit-identical on every machine. A flag that lets the compiler reorder a sum would change
+# them silently, so such a build is refused.
 string(TOUPPER "${CMAKE_BUILD_TYPE}" zeibreku_build_type)
 if("${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${zeibreku_build_type}} "
         MATCHES "-(Ofast|ffast-math|funsafe-math-optimizations|fassociative-math) ")
@@ -15,8 +15,8 @@ endif()
 add_library(zeibreku_build_options INTERFACE)
 target_compile_features(zeibreku_build_options INTERFACE cxx_std_20)
 
-# Without this the compiler may fuse a multiplication with an addition on the machines that can,
-# and the last bit of a result would depend on the processor.
+# Without this flag the compiler may fuse a multiplication with an addition if the processor can.
+# The last bit of a result would then depend on the processor.
 target_compile_options(zeibreku_build_options INTERFACE -ffp-contract=off)
 
 zeibreku_add_warnings(zeibreku_build_options)

@@ -1,13 +1,13 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# One folder of our own below include/: clients write the same #include lines as we do, and
-# "function" or "foundation" never clash with anybody else's.
+# The headers are in include/zeibreku: clients write the same #include lines as the sources, and
+# folders such as "function" never clash with those of another library.
 set(headers_dir ${CMAKE_INSTALL_INCLUDEDIR}/zeibreku)
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zeibreku)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# The file set brings its include folder along, but only clients with CMake 3.23 see it there.
+# Only clients with CMake 3.23 take the include folder from the file set. INCLUDES is for older ones.
 install(TARGETS krfoundation zeibreku krsearch EXPORT zeibrekuTargets
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development
@@ -26,7 +26,7 @@ if(TARGET krmpi)
         COMPONENT mpi_development)
 endif()
 
-# A static library leaves it to its clients to link the XML parser and the threads.
+# Clients of a static library link the XML parser and the threads themselves.
 get_target_property(type krfoundation TYPE)
 if(type STREQUAL "STATIC_LIBRARY")
     set(zeibreku_shared FALSE)
@@ -50,8 +50,8 @@ install(FILES
     ${PROJECT_BINARY_DIR}/zeibrekuConfigVersion.cmake
     DESTINATION ${config_dir} COMPONENT development)
 
-# The .pc file says where things are relative to itself, so that an installed tree can be moved
-# and `cmake --install --prefix` is enough to choose a place.
+# The paths in the .pc file are relative to it, so that an installed tree can be moved, and
+# `cmake --install --prefix` chooses the place.
 file(RELATIVE_PATH pkgconfig_to_prefix
     ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")

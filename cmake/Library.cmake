@@ -1,6 +1,6 @@
-# zeibreku_add_library(<target>): a library of all sources and headers in the folders below the
-# current one, shared unless BUILD_SHARED_LIBS is off. New files are picked up by the next build, without a list to edit. Headers are
-# public except those in a folder called internal.
+# zeibreku_add_library(<target>): a library of all sources and headers below the current folder. It is
+# shared unless BUILD_SHARED_LIBS is off. The next build finds new files. Headers are public except
+# those in a folder called internal.
 function(zeibreku_add_library target)
     file(GLOB sources CONFIGURE_DEPENDS *.cpp */*.cpp */internal/*.cpp)
     file(GLOB headers RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS *.h */*.h)
@@ -18,11 +18,10 @@ function(zeibreku_add_library target)
         FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})
 
     target_compile_features(${target} PUBLIC cxx_std_20)
-    # Our own exported functions may be inlined into each other; nobody is meant to replace one of
-    # them from outside.
+    # Exported functions may be inlined into each other, since no program replaces one of them.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
-    # A loop's speed does not depend on the code before it: without these a change elsewhere made
-    # the Nelder-Mead method at n = 100 up to 20 % slower.
+    # Aligned loops do not slow down if code before them changes. Without these flags a change
+    # elsewhere made the Nelder-Mead method at n = 100 up to 20 % slower.
     foreach(flag IN ITEMS -falign-functions=64 -falign-loops=64:16)
         string(MAKE_C_IDENTIFIER "ZEIBREKU_HAS${flag}" has_flag)
         check_cxx_compiler_flag(${flag} ${has_flag})

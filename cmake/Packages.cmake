@@ -37,8 +37,8 @@ if(NOT newest MATCHES "^${PROJECT_NAME} \\(${PROJECT_VERSION}\\) ")
     message(FATAL_ERROR "cmake/debian/changelog begins with \"${newest}\", not ${PROJECT_VERSION}")
 endif()
 
-# Each package brings its copyright file and its changelog. None of these files, nor the
-# documentation, is part of a plain `cmake --install`.
+# Each package has its copyright file and its changelog. A plain `cmake --install` leaves out these
+# files and the documentation.
 set(changelog ${PROJECT_BINARY_DIR}/debian/changelog.gz)
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/debian)
 execute_process(
@@ -82,8 +82,9 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-# A trigger tells the linker of the libraries. CPack would write scripts that call ldconfig besides,
-# which no package should have, unless it is given some; these do not exist, and are passed over.
+# A trigger announces the libraries to the dynamic linker. Without scripts of ours CPack would write
+# some that call ldconfig, which no package should have. The files named here do not exist, and CPack
+# skips them.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
     ${debian_dir}/triggers ${debian_dir}/postinst ${debian_dir}/postrm)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${about}
@@ -115,7 +116,7 @@ set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "${about}
 This package holds the program zeibreku: searches whose function is a program,
 with a record to resume them, and checks of XML files.")
 
-# What needs MPI, in packages that nobody else installs.
+# What needs MPI has packages of its own.
 set(mpi_headers_package libopenmpi-dev)
 if("mpich" IN_LIST MPI_CXX_LIB_NAMES)
     set(mpi_headers_package libmpich-dev)

@@ -6,7 +6,7 @@ function(zeibreku_add_sanitizers target)
         return()
     endif()
     list(JOIN ZEIBREKU_SANITIZERS "," names)
-    # A report ends the program: a test that goes on after one would pass.
+    # A report ends the program, since a test that continues after one would pass.
     target_compile_options(${target} INTERFACE
         -fsanitize=${names} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} INTERFACE -fsanitize=${names})

@@ -1,4 +1,4 @@
-# Another processor's compiler of Debian and its emulator, by the processor's GNU triple:
+# Debian's compiler for another processor, and its emulator, by the processor's GNU triple:
 #   cmake --toolchain cmake/cross-toolchain.cmake -D ZEIBREKU_TRIPLE=s390x-linux-gnu
 set(CMAKE_SYSTEM_NAME Linux)
 string(REGEX REPLACE "-.*" "" CMAKE_SYSTEM_PROCESSOR "${ZEIBREKU_TRIPLE}")

@@ -99,7 +99,8 @@ plot "$work/p0.25.txt" with lines lt 1, "$work/p0.5.txt" with lines lt 2, \
 END
 }
 
-# table NAME SEARCH LOWER UPPER BREAKPOINTS VALUES: writes a table of one variable; the lists are words.
+# table NAME SEARCH LOWER UPPER BREAKPOINTS VALUES: writes a table of one variable; the lists are
+# words.
 table() {
     cat >"$work/$1.xml" <<END
 <compositeFunctionContainer xmlns="urn:zeibreku:function#"><tableFunctionInterpolator>
@@ -495,8 +496,8 @@ plot "$work/quadrature.txt" using 1:(floored(\$2)) with linespoints lt 1 pt 7 ps
 END
 }
 
-# correlation NAME FIELD_FILE: the correlation function, that of the turned samples, and the measured
-# one, each as "distance correlation"; and a field in standard deviations.
+# correlation NAME FIELD_FILE: the correlation function, that of the turned samples, and the
+# measured one, each as "distance correlation"; and a field in standard deviations.
 correlation() {
     local name=$1 file=$2 variance seed
     "$examples/02_functions" "$file" 0 24 240 | awk '!/^#/' >"$work/$name-function.txt"
