@@ -2,9 +2,9 @@
 // variables that sleeps for 20 ms. A row is one search with W workers. The number at its end is a
 // check sum of all bits of the answer. If it differs between rows of an optimizer, the status is 1.
 //
-// Two further tables have the share of the time in which points of 100 ms keep the workers busy
-// with the cores that all processes use, and the time of functions of 20 µs on threads, relative to
-// one thread.
+// Then it prints the share of the time in which points of 100 ms keep the workers busy, the cores
+// that all processes use meanwhile, and the time of functions of 20 µs on threads, relative to one
+// thread.
 //
 // The program starts itself again: with `evaluate` as the command, and with `ranks` under mpiexec.
 

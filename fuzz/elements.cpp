@@ -1,5 +1,5 @@
-// Changes documents by whole elements, for the target beside it: parts that nobody put
-// together reach the objects themselves, where damaged bytes end in the reader.
+// Changes documents by whole elements, for the target `documents`. Unusual combinations of elements
+// reach the objects themselves. Damaged bytes are refused by the reader.
 
 #include <algorithm>
 #include <cstdint>
@@ -17,8 +17,8 @@ std::string_view textOf(std::uint8_t const* data, std::size_t size) {
     return {reinterpret_cast<char const*>(data), size};
 }
 
-// The elements of a document with their tags, by the angle brackets alone: of a damaged
-// one it may miss some.
+// The elements of a document with their tags, found by the angle brackets alone. In a damaged
+// document some may be missed.
 std::vector<std::string_view> elements(std::string_view document) {
     std::vector<std::string_view> found;
     std::vector<std::size_t> open;
@@ -42,8 +42,8 @@ std::vector<std::string_view> elements(std::string_view document) {
 
 using Random = std::minstd_rand;
 
-// Puts another element in the place of one of the document, before it, or nothing there;
-// nullopt when there is no room for that.
+// Replaces an element of the document by another, inserts one before it, or removes it. Returns
+// nullopt if there is no room.
 std::optional<std::size_t> exchange(std::string_view document, std::string_view donor,
                                     std::uint8_t* result, std::size_t room, Random& random) {
     auto const pick = [&](std::vector<std::string_view> const& from) {

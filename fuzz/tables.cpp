@@ -1,4 +1,4 @@
-// Takes the bytes for a CSV file, whole and in pieces, and makes tables of it.
+// Reads the bytes as a CSV file, whole and in pieces, and makes tables of it.
 
 #include "foundation/core/KrPrint.h"
 #include "function/tools/KrCsvReader.h"

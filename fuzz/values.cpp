@@ -1,5 +1,5 @@
-// Takes the bytes for the text of each value type, and for a document that the
-// reader's operations are called on in any order.
+// Parses the bytes as the text of each value type. Reads them as a document too, by the reader's
+// operations in any order.
 
 #include "foundation/core/KrPrint.h"
 #include "foundation/xml/KrXml.h"
@@ -27,7 +27,7 @@ bool isRead(std::string_view text, T& value) {
     return KrXmlText<T>::parse(text, value) == KrXmlParse::Good;
 }
 
-// What was read is written as a text that reads to the same bits.
+// Checks that a value is written as a text that reads back to the same bits.
 template <class T>
 T checkText(std::string_view text) {
     T value{};
