@@ -30,8 +30,8 @@
 ///
 /// An exception of the function arrives as `std::runtime_error` with its text. `worker` of an
 /// evaluation is 0 for rank 1, 1 for rank 2, and so on. `cancel` takes back what no rank has begun,
-/// and passes on to the others: a command ends, a function finishes. A point whose length is not
-/// `domainDim` of the function is `Broken`.
+/// and cancels the evaluations under way on the other ranks: a command ends, a function finishes. A
+/// point whose length is not `domainDim` of the function is `Broken`.
 ///
 /// The object duplicates the communicator, and never calls `MPI_Init` or `MPI_Finalize`. The thread
 /// that owns it makes all calls of MPI: `MPI_THREAD_FUNNELED` is enough, if that is the main
@@ -39,8 +39,8 @@
 ///
 /// A rank that waits sleeps between two looks for a message: an eighth of the time waited so far,
 /// at most 1 ms. On one machine, a point at a time took 0.15 ms more than its evaluation, and
-/// 0.7 ms more from 20 ms on. With evaluations of 100 ms, the ranks were busy for 99 % of the time.
-/// A rank that waits for 1 s uses 1 % of a core.
+/// 0.7 ms more if the evaluation took 20 ms or longer. With evaluations of 100 ms, the ranks were
+/// busy for 99 % of the time. A rank that waits for seconds uses 2 % of a core.
 class KR_EXPORT KrMpiWorkers : public KrEvaluationWorkers {
 public:
     /// Evaluates `f`, which must outlive this object. Each rank gives a function of its own.
@@ -60,7 +60,7 @@ public:
     void start(std::span<KrEvaluationRequest const> requests) override;
     bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) override;
     void cancel() override;
-    /// The function if this process evaluates all points.
+    /// The function if this process evaluates all points, otherwise null.
     KrScalarMultivariableFunction const* directFunction() const override;
 
 private:

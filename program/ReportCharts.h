@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// The pictures of a report, each a `figure`, or a paragraph that says why there is none. Each takes
-/// a time linear in the evaluations. Its size has a limit: what falls into one column of the
+/// The pictures of a report, each a `figure`, or a paragraph that says why there is none. Each
+/// takes a time linear in the evaluations. Its size has a limit: what falls into one column of the
 /// picture is drawn as one stroke.
 
 /// The best feasible value over the evaluations, with the beginning of each run.

@@ -17,9 +17,10 @@
 ///         }
 ///     }
 ///
-/// The point is the identity: a point whose job was lost is given again, and values may come in any
-/// order. Between two calls the record holds everything, so that a program may end and another one
-/// go on. The answer has the bits of `KrSearch::run`, and so have the points that it asked for.
+/// Points identify evaluations: values may come in any order, and a point whose job was lost is
+/// given again. Between two calls the record holds everything, so that a program may end and
+/// another one continue. The answer has the bits of `KrSearch::run`, and so have the points that it
+/// asked for. `maxSeconds` of the search does not count.
 ///
 /// The first call of `next`, `finished` or `report` after new values replays the search. It costs
 /// some hundred nanoseconds for each evaluation so far. For several points it also predicts: less
@@ -36,13 +37,14 @@ public:
     KrAskTell(KrAskTell const&) = delete;
     KrAskTell& operator=(KrAskTell const&) = delete;
 
-    /// Up to `count` points whose values are wanted: those that the search has asked for, then those
-    /// that it will probably ask for next. None if the search has ended. A point is given again
-    /// until `tell` brings its value.
+    /// Up to `count` points whose values are wanted: those that the search has asked for, then
+    /// those that it will probably ask for next. None if the search has ended. A point is given
+    /// again until `tell` brings its value.
     std::vector<KrRealVector> next(KrU32 count = 1);
-    /// Brings the value at a point.
+    /// Brings the value at a point of `next`. NaN is a failure. A point of another length is
+    /// refused with a message.
     void tell(KrRealVector const& point, double value);
-    /// Reports that a point has no value, and why.
+    /// Notes that a point has no value, with the reason for the record.
     void tellFailure(KrRealVector const& point, std::string const& text);
 
     /// Whether the search has ended.
@@ -57,14 +59,13 @@ private:
     KrSearch search_;
     std::unique_ptr<KrEvaluationRecord> own_;
     KrEvaluationRecord* record_;
-    KrU32 count_ = 1;  // of points, that was asked for
-    std::vector<KrRealVector>
-        wanted_;  // that the search has asked for, then those it probably will
-    std::size_t asked_ = 0;
-    bool isHolding_ = false;  // the record
-    bool isTold_ = false;     // a value since the last replay
+    KrU32 count_ = 1;                   // the largest that `next` was called with
+    std::vector<KrRealVector> wanted_;  // those asked for, then those that are predicted
+    std::size_t asked_ = 0;             // how many of them were asked for
+    bool isHolding_ = false;            // the record
+    bool isTold_ = false;               // a value since the last replay
     KrSearchReport report_;
     bool isReplayed_ = false;
-    bool isRecordFull_ = false;  // and the search is to end then
+    bool isRecordFull_ = false;  // it cannot be written, and the search ends then
     bool finished_ = false;
 };

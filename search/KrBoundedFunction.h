@@ -6,7 +6,7 @@
 
 class KrSearchSpace;
 
-/// A function that is evaluated inside a box alone. Inside it is f(x). Outside it is
+/// A function that is evaluated only inside a box. Inside it is f(x). Outside it is
 /// f(p) + (|f(p)| + 1) d, where p is the nearest point of the box and d the sum over the
 /// coordinates of |x - p| over the width of the box; over the coordinate's scale where a side is
 /// open or the width is 0. In a search for a maximum the penalty is subtracted.

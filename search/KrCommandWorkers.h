@@ -20,22 +20,22 @@
 /// run has at the same time, so that each can have a folder of its own.
 ///
 /// The value is the last line of its standard output that is not empty. "1.5D+3", "inf" and "nan"
-/// are numbers too, in any locale. Only the last 64 KB are looked at. An exit status other than 0,
-/// and a last line that is no number in the range of double, are failures.
+/// are numbers too, in any locale. Only the last 64 KB of the output count. An exit status other
+/// than 0, and a last line that is not a number in the range of double, are failures.
 ///
 /// If a signal ends a run, the run is repeated once. The second time the outcome is `Broken`. If no
 /// process or descriptor is left, an evaluation waits until another one ends. If no other is under
 /// way, the outcome is `Broken`.
 ///
 /// A run leads a process group of its own, with default signal handling. It ends when its process
-/// ends. Whatever that leaves in the group is killed; a program that is to outlive the run starts
-/// with `setsid`. `cancel` sends SIGTERM to the groups, and SIGKILL follows 2 s later.
+/// ends, and what is left in the group is killed. If a program must outlive the run, start it with
+/// `setsid`. `cancel` sends SIGTERM to the groups, and SIGKILL 2 s later.
 ///
 /// On Linux a run is killed if the thread that started it ends, so that it does not outlive this
 /// process. `start` and `finish` start runs: call them on a thread that outlives the runs. Only the
 /// program itself is killed then, not what it has started.
 ///
-/// One evaluation of a trivial program took 0.63 ms, that is 0.05 ms more than `posix_spawn` and
+/// Cost: an evaluation of a trivial program took 0.63 ms, 0.05 ms more than `posix_spawn` and
 /// `waitpid` alone.
 class KR_EXPORT KrCommandWorkers : public KrEvaluationWorkers {
 public:
@@ -47,8 +47,8 @@ public:
     /// Cancels the runs that are under way, and waits for their end.
     ~KrCommandWorkers() override;
 
-    /// Why the command cannot be run, empty if it can. Ask before a search: otherwise its first
-    /// evaluation is `Broken`.
+    /// Why the command cannot be run; empty if it can. Check it before a search: otherwise the
+    /// first evaluation is `Broken`.
     std::string const& problem() const;
 
     /// Sets what gets the standard error of the runs, in whole lines. `finish` calls it, and passes

@@ -25,7 +25,7 @@ struct KrEvaluationRequest {
     KrRealVector point;        ///< where, in physical coordinates
 };
 
-/// What came of a request.
+/// The result of a request.
 struct KrEvaluation {
     /// How the evaluation ended.
     enum class Outcome {

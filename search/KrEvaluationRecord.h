@@ -15,8 +15,8 @@
 class KrSearch;
 
 /// The evaluations of a search, in memory or in a file that grows while the search runs. A search
-/// that gets a record takes the values that are in it, and continues where they end: with the same
-/// bits as a search that was never interrupted, on another machine too.
+/// with a record takes its values and continues where they end. The result has the bits of a search
+/// that was never interrupted, on another machine too.
 ///
 ///     KrEvaluationRecord record("search.record");
 ///     search.run(f, {.record = &record});
@@ -38,9 +38,9 @@ class KrSearch;
 /// bits. Each line but the first ends with the CRC-32 of what stands before it.
 ///
 /// One process at a time writes to a file. A last line that is torn, as a kill leaves it, is cut
-/// off with a message. Any other damage is refused with its line, and nothing is evaluated. Where
-/// a write fails, one message is printed, what is written stays, and the search goes on without
-/// the record, or ends, as `setEndsOnError` says.
+/// off with a message. Any other damage is refused with its line, and nothing is evaluated. If a
+/// write fails, one message is printed and what is written stays. The search continues without the
+/// record, or ends if `setEndsOnError` was called.
 ///
 /// An evaluation costs one `write`, and one `fdatasync` if each is made durable.
 ///

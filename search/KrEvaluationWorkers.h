@@ -14,7 +14,7 @@
 /// it: another, such as that of an observer, is refused.
 class KR_EXPORT KrEvaluationWorkers {
 public:
-    /// A moment of the clock that no one adjusts.
+    /// A moment of the steady clock, which changes of the system time do not affect.
     using Time = std::chrono::steady_clock::time_point;
 
     KrEvaluationWorkers() = default;
@@ -22,18 +22,19 @@ public:
     KrEvaluationWorkers& operator=(KrEvaluationWorkers const&) = delete;
     virtual ~KrEvaluationWorkers();
 
-    /// How many evaluations can be under way at once, at least 1. If there are more than 1, a search
-    /// also starts evaluations that it will probably ask for. Its answer does not depend on them.
+    /// How many evaluations can be under way at once, at least 1. If there are more than 1, a
+    /// search also starts evaluations that it will probably ask for. Its answer does not depend on
+    /// them.
     virtual KrU32 count() const = 0;
 
     /// Takes requests; `finish` gives each of them back once. More than `count` wait for their
     /// turn, in order.
     virtual void start(std::span<KrEvaluationRequest const> requests) = 0;
 
-    /// Appends to `all` every evaluation that has ended since the last call, after waiting for
-    /// at least one. False if nothing is under way, or if `until` passes or `stop` is requested
-    /// before one ends. A search also looks without waiting, with an `until` that has passed: what
-    /// has ended is appended then too, and nothing is waited for.
+    /// Waits until at least one evaluation has ended, and appends to `all` every one that has ended
+    /// since the last call. False if nothing is under way, or if `until` passes or `stop` is
+    /// requested before one ends. If `until` has passed already, it does not wait, and appends what
+    /// has ended.
     virtual bool finish(std::vector<KrEvaluation>& all, Time until, std::stop_token stop) = 0;
 
     /// Ends what is under way as soon as possible. Each ticket still comes back, as cancelled or

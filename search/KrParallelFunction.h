@@ -15,8 +15,8 @@
 /// a `KrSearch` use `KrThreadWorkers`: after a failure in a batch of this function, the search
 /// evaluates the points of that batch again, one by one.
 ///
-/// Threads are those of `KrThreadWorkers`, with what its documentation states on random numbers,
-/// short functions and threads that cannot be started.
+/// Random numbers, short functions and threads that cannot be started are treated as by
+/// `KrThreadWorkers`.
 ///
 /// One thread at a time uses an object. If a function under evaluation, or another thread, calls an
 /// object that is evaluating, the call throws `std::logic_error`.
@@ -25,8 +25,8 @@ public:
     /// The function `f` on up to `count` threads; 0 is one thread for each core. `f` must outlive
     /// this object, and several threads call it at once.
     explicit KrParallelFunction(KrScalarMultivariableFunction const& f, KrU32 count = 0);
-    /// A thread for each function; all of them have the same values. Besides its thread the calling
-    /// thread calls the first one, never both at once. The functions must outlive this object.
+    /// A thread for each function; all of them have the same values. The calling thread also calls
+    /// the first one, never at the same time as its thread. The functions must outlive this object.
     /// Throws `std::invalid_argument` if there is none, or a null.
     explicit KrParallelFunction(std::vector<KrScalarMultivariableFunction const*> functions);
     ~KrParallelFunction() override;
@@ -37,8 +37,9 @@ public:
     double evaluate(KrRealVector const& x) const override;
     /// Evaluates the points on the threads, and waits for all that have begun. If some throw, the
     /// exception of the lowest index is rethrown, points that have not begun are left out, and
-    /// `values` stays. A `KrEvaluationFailure` is a new one with the same text. A batch of one, and
-    /// one with a point whose length is not `domainDim()`, is evaluated on the calling thread.
+    /// `values` is unchanged. A `KrEvaluationFailure` is thrown as a new one with the same text.
+    /// The calling thread evaluates a batch of one point, and a batch with a point whose length is
+    /// not `domainDim()`.
     void evaluateMultiple(std::vector<KrRealVector> const& points,
                           KrRealVector& values) const override;
     KrU32 domainDim() const override;

@@ -7,8 +7,9 @@
 /// A function that is evaluated once at each point. Points are the same if their coordinates have
 /// the same bits.
 ///
-/// A batch is forwarded as one batch of the points that are new, each once. Memory is in proportion
-/// to the number of distinct points. One object is for one thread.
+/// A batch is forwarded as one batch of the points that are new, each once. A point whose length is
+/// not `domainDim` is forwarded and not remembered. Memory is in proportion to the number of
+/// distinct points. One object is for one thread.
 class KR_EXPORT KrRememberingFunction : public KrScalarMultivariableFunction {
 public:
     /// `f` must outlive this object.

@@ -30,24 +30,30 @@ class KrEvaluationWorkers;
 ///       <maxEvaluations>1000</maxEvaluations>
 ///     </search>
 ///
-/// The optimizer works on x / scale. It sees, in this order: the scales; the bounds, a point
-/// outside counting as the nearest point inside plus a penalty of (|f| + 1) times the distance over
-/// the width of the box, or over the scale where a side is open; the constraints, as a penalty of
-/// `constraintWeight` times the sum of the violations; and the failure value. The record and the
-/// report hold physical points and the function's own values.
+/// The optimizer works on x / scale. The value that it gets at a point x is
+///
+///     g + (|g| + 1) d,   g = f(p) + `constraintWeight` v
+///
+/// where p is the nearest point inside the bounds, d the sum over the coordinates of |x - p| over
+/// the width of the box, or over the scale if a side is open, and v the sum of all c(p) > 0 of the
+/// constraints. In a search for a maximum both penalties are subtracted. If f fails at p,
+/// `failureValue` stands in for f(p). The record and the report hold physical points and the
+/// function's own values.
 ///
 /// A search is a deterministic function of its settings and of the values of the function. So a
-/// killed search resumes with the same bits from its record. This rests on three things: the
-/// function is deterministic; a client's optimizer is deterministic from its clone and lets
-/// exceptions pass; it calls the function on the calling thread. With several workers, clones of
-/// the optimizer and of the constraints run ahead during the search, so they must share no state
-/// that changes. Every run uses a fresh clone of
-/// the optimizer and a random stream of its own, made from `seed`. Around the function, the
-/// observer and the workers the caller's random stream is in place.
+/// killed search resumes with the same bits from its record. This requires that
+/// - the function is deterministic;
+/// - a client's optimizer is deterministic from its clone, lets exceptions pass, and calls the
+///   function on the calling thread.
 ///
-/// With `remember` false and no limits, bounds, scales, constraints, record and workers, a run
-/// makes the same calls of a function with finite values as `findMinimum` of a fresh clone, batches
-/// included, and finds the same bits.
+/// With several workers, clones of the optimizer and of the constraints run ahead during the
+/// search, so they must share no state that changes. Every run uses a fresh clone of the optimizer
+/// and a random stream of its own, made from `seed`. Calls of the function, the observer and the
+/// workers use the caller's random stream.
+///
+/// Without limits, bounds, scales, constraints, record and workers, and with `remember` false, a
+/// run makes the same calls as `findMinimum` of a fresh clone, batches included, and finds the same
+/// bits. This requires finite values of the function.
 ///
 /// Use one object in one thread at a time: a clone for each thread. Searches of several threads may
 /// run at once if each has its own workers, record and observer.
@@ -121,16 +127,16 @@ public:
     KrU32 seed() const { return seed_; }
     void setSeed(KrU32 seed) { seed_ = seed; }
 
-    /// Searches, with the function evaluated on the calling thread. Everything that is wrong with
-    /// the search is printed as one message each, before the first evaluation; `reason` is `failed`
-    /// then. An exception of the function passes through.
+    /// Searches, with the function evaluated on the calling thread, and returns how the search
+    /// ended. If settings are wrong, each has one message, nothing is evaluated, and `reason` is
+    /// `failed`. An exception of the function passes through.
     ///
     /// Costs per evaluation, beyond the optimizer: a few nanoseconds, some tens with scales, bounds
     /// or memory.
     KrSearchReport run(KrScalarMultivariableFunction const& f,
                        KrSearchContext const& context = {}) const;
-    /// The same with the evaluations made by `workers`. If they are several, idle ones evaluate what
-    /// the search will probably ask for. The answer has the bits of one worker.
+    /// Searches likewise, with the evaluations made by `workers`. If there are several, idle ones
+    /// evaluate what the search will probably ask for. The answer has the bits of one worker.
     KrSearchReport run(KrEvaluationWorkers& workers, KrSearchContext const& context = {}) const;
 
     /// The name of the first component in which the other search differs, the limits left out;

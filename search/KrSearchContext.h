@@ -20,8 +20,8 @@ struct KrSearchProgress {
     double seconds;                 ///< since the run began
 };
 
-/// Watches a search. It sees values and never the optimizer. If searches of several threads share
-/// an observer, all of these threads call it.
+/// Watches a search. It gets points and values, and never the optimizer. If searches of several
+/// threads share an observer, all of these threads call it.
 class KR_EXPORT KrSearchObserver {
 public:
     virtual ~KrSearchObserver();
@@ -31,8 +31,8 @@ public:
     virtual void evaluated(KrSearchProgress const& progress) = 0;
 };
 
-/// What belongs to one run of a search, which alone uses the objects meanwhile. Every pointer may
-/// be null.
+/// What belongs to one run of a search. Every pointer may be null. During the run nothing else may
+/// use these objects.
 ///
 ///     search.run(f, {.record = &record, .stop = signals.token()});
 struct KrSearchContext {

@@ -6,7 +6,7 @@
 /// The classes of this library that documents hold.
 namespace KrSearchCreators {
 
-/// Returns the factory of `KrCreators` with the elements of searches besides. You may register your
+/// Returns the factory of `KrCreators`, extended by the elements of searches. You may register your
 /// own elements in it.
 KR_EXPORT KrXmlFactory factory();
 

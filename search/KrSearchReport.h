@@ -46,8 +46,8 @@ public:
     /// The point that the optimizer returned, in physical coordinates and inside the bounds;
     /// empty if it did not return. Default: empty.
     KrXmlRealVector const& answerPoint() const { return answerPoint_; }
-    /// The function's own value at `answerPoint`, without penalties. If the function fails there and
-    /// the search does not remember, it is what stood in for the value. Default: NaN.
+    /// The function's own value at `answerPoint`, without penalties. If the function fails there
+    /// and the search does not remember, it is what stood in for the value. Default: NaN.
     double answer() const { return answer_; }
 
     /// How many evaluations the search asked for, wherever their values came from. Default: 0.
@@ -56,8 +56,8 @@ public:
     KrU32 evaluationsMade() const { return evaluationsMade_; }
     /// How many evaluations took their value from the record. Default: 0.
     KrU32 evaluationsFromRecord() const { return evaluationsFromRecord_; }
-    /// How many evaluations ended before the search asked for their points, those that it never asked
-    /// for included. Default: 0.
+    /// How many evaluations ended before the search asked for their points, those that it never
+    /// asked for included. Default: 0.
     KrU32 evaluationsSpeculated() const { return evaluationsSpeculated_; }
     /// How many of the evaluations failed. Default: 0.
     KrU32 failures() const { return failures_; }

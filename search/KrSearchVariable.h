@@ -45,8 +45,8 @@ public:
     double upper() const { return upper_; }
     void setUpper(double upper) { upper_ = upper; }
 
-    /// The size s of a typical change of x, from 3e-151 to 3e150. The optimizer works on x / s, with
-    /// s rounded to the nearest power of two, so that one edge length fits all variables and
+    /// The size s of a typical change of x, from 3e-151 to 3e150. The optimizer works on x / s,
+    /// with s rounded to the nearest power of two, so that one edge length fits all variables and
     /// nothing is rounded. Change it if the variables differ by orders of magnitude. Default: 1.
     double scale() const { return scale_; }
     void setScale(double scale) { scale_ = scale; }

@@ -5,9 +5,9 @@
 #include <memory>
 #include <stop_token>
 
-/// Turns SIGINT and SIGTERM into a stop of a search while it lives. A second signal of the same
-/// kind ends the process, as it does without this object. One object lives at a time. Any thread
-/// may call `token`.
+/// While an object of this class exists, SIGINT and SIGTERM request a stop of the search. A second
+/// signal of the same kind ends the process, as without this object. Other signals keep their
+/// handlers. At most one object may exist at a time. Any thread may call `token`.
 ///
 ///     KrSignalStop const signals;
 ///     search.run(f, {.stop = signals.token()});
@@ -20,7 +20,7 @@ public:
     KrSignalStop(KrSignalStop const&) = delete;
     KrSignalStop& operator=(KrSignalStop const&) = delete;
 
-    /// Requests a stop when a signal arrives.
+    /// The token of the stop that a signal requests.
     std::stop_token token() const;
 
 private:

@@ -18,11 +18,11 @@
 /// An evaluation cannot be ended. `cancel` drops what has not begun, the rest finishes, and the
 /// search waits for it.
 ///
-/// One function for all is evaluated on the thread that calls `finish` where evaluations are short:
-/// if all but one of the last eight took less than 200 µs. Handing one to a thread costs about
-/// 13 µs, more on a busy machine. A Nelder-Mead search with evaluations of 20 µs then took 1.04 of
-/// its time on one thread, and 1.7 with a function each. Such a `finish` sees `until` and the stop
-/// before its evaluation, and returns after it.
+/// If all but one of the last eight evaluations took less than 200 µs, a function for all threads
+/// is evaluated on the thread that calls `finish`. Handing an evaluation to a thread costs about
+/// 13 µs, more on a busy machine. With evaluations of 20 µs, a Nelder-Mead search took 1.04 of its
+/// time on one thread, and 1.7 with a function for each thread. Such a `finish` looks at `until`
+/// and the stop before its evaluation, and returns after it.
 ///
 /// One thread at a time uses an object. If a function under evaluation, or another thread, starts
 /// requests before all earlier ones are back, those end as `Broken`; its `cancel` does nothing. A
@@ -34,8 +34,8 @@
 class KR_EXPORT KrThreadWorkers : public KrEvaluationWorkers {
 public:
     /// Evaluates `f` on up to `count` threads; 0 is one thread for each core. `f` must outlive this
-    /// object, and several threads call it at once. If it waits for something else than a core,
-    /// such as another process, use more threads than there are cores.
+    /// object, and several threads call it at once. If it waits, for example for another process,
+    /// use more threads than there are cores.
     explicit KrThreadWorkers(KrScalarMultivariableFunction const& f, KrU32 count = 0);
     /// Evaluates with a thread for each function, which no other thread calls. If no thread can be
     /// started, the calling thread calls the first one. The functions must outlive this object.

@@ -57,11 +57,11 @@ public:
     /// Add a dimension if the values depend on one more variable.
     IndependentData const& independentData() const { return independentData_; }
     void setIndependentData(IndependentData const& data) { independentData_ = data; }
-    /// One flat table for each dependent value, the first dimension varying fastest. Default: empty.
-    /// Admissible: size >= n0 n1 ... of the numbers of breakpoints, in the unit of the value, not
-    /// checked. Values beyond that are ignored; cells that lack a value give NaN. An infinite or
-    /// NaN value makes each cell at its corner infinite or NaN. Add a table for a further value
-    /// over the same grid: one look-up then serves both.
+    /// One flat table for each dependent value, the first dimension varying fastest. Default:
+    /// empty. Admissible: size >= n0 n1 ... of the numbers of breakpoints, in the unit of the
+    /// value, not checked. Values beyond that are ignored; cells that lack a value give NaN. An
+    /// infinite or NaN value makes each cell at its corner infinite or NaN. Add a table for a
+    /// further value over the same grid: one look-up then serves both.
     DependentData const& dependentData() const { return dependentData_; }
     void setDependentData(DependentData const& data) { dependentData_ = data; }
 

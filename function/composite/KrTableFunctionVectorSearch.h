@@ -13,7 +13,9 @@
 ///
 ///     <tableFunctionVectorSearch searchOption="bisection"
 ///         lowerBoundaryOption="limit" upperBoundaryOption="extrapolate">
-///       <independentVector count="3"><item>0</item><item>5</item><item>20</item></independentVector>
+///       <independentVector count="3">
+///         <item>0</item><item>5</item><item>20</item>
+///       </independentVector>
 ///     </tableFunctionVectorSearch>
 ///
 /// Reading prepares `dimension` for look-ups. After a setter call `init`.

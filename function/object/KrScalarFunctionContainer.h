@@ -7,7 +7,9 @@
 
 /// A container of one function, to which it forwards evaluation. Empty, it is the identity.
 ///
-///     <scalarFunctionContainer><linearScalarFunction> ... </linearScalarFunction></scalarFunctionContainer>
+///     <scalarFunctionContainer>
+///       <linearScalarFunction> ... </linearScalarFunction>
+///     </scalarFunctionContainer>
 class KR_EXPORT KrScalarFunctionContainer
     : public KrTaggedElement<KrScalarFunctionContainer,
                              KrBaseExpressionTreeContainer<KrBaseScalarFunction>,

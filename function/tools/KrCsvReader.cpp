@@ -189,7 +189,8 @@ void KrCsvReader::endLine() {
     }
 }
 
-// The first line that is not blank, where the reader stands then. Line ends in quotes are part of it.
+// The first line that is not blank, where the reader stands then. Line ends in quotes are part of
+// it.
 std::string_view KrCsvReader::peekFirstLine() {
     for (;;) {
         endReturn();

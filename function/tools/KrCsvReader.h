@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-/// Reads rows of numbers from a text file as spreadsheets and numpy write it, row by row.
+/// Reads rows of numbers from a CSV file, as spreadsheets and numpy write it, row by row.
 ///
 ///     alpha;Mach;"lift coefficient"
 ///     deg;-;-
@@ -24,13 +24,13 @@
 ///   around other fields are dropped.
 /// - Rows without text are skipped. Empty fields at the end of a row are left out: spreadsheets
 ///   fill rows up with them.
-/// - The first row is a header if none of its fields is a number. Then the second row holds
-///   units if none of its fields is a number. A row of both texts and numbers is refused there.
-///   Text that begins with a digit or a signed digit counts as a number, and so do `NA`, `N/A`,
-///   `NULL` and faults such as `#DIV/0!`. Units such as `1/s` and `10^3 N` do not.
+/// - If none of its fields is a number, the first row is a header. If none of its fields is a
+///   number either, the row behind a header holds units. A row of both texts and numbers is refused
+///   there. Text that begins with a digit or a signed digit counts as a number, and so do `NA`,
+///   `N/A`, `NULL` and faults such as `#DIV/0!`. Units such as `1/s` and `10^3 N` do not.
 /// - A number is that of `KrXmlText<double>`, or `nan`, `inf`, `infinity` with or without a sign,
-///   in upper or lower case. A comma in it is refused unless `setDecimalComma` was called;
-///   after that a point is refused, since it may separate thousands.
+///   in upper or lower case. A comma in it is refused. After `setDecimalComma(true)` a point is
+///   refused instead, since it may separate thousands.
 ///
 /// Every refusal is counted and printed as one message "FILE:LINE: expected ..., found ...".
 /// After 100 refusals no more are printed, and reading ends. Reading also ends at a quoted field
@@ -77,13 +77,13 @@ public:
     /// The number of columns, which is the number of fields in the first row; 0 before
     /// `readHeader` and in an empty file.
     std::size_t columns() const { return columns_; }
-    /// The line of that row; 0 before `readHeader` and in an empty file.
+    /// The line of the first row; 0 before `readHeader` and in an empty file.
     std::size_t firstLine() const { return firstLine_; }
     /// The separator of fields, known after the first row: a comma, a semicolon or a tab.
     char separator() const { return separator_; }
     /// The fields of the header; empty if there is none.
     std::vector<std::string> const& names() const { return names_; }
-    /// The fields of the line of units, which may be fewer than the columns; empty if there is none.
+    /// The fields of the line of units, at most as many as columns; empty if there is none.
     std::vector<std::string> const& units() const { return units_; }
     /// The name of a column as messages show it: `column "lift"`, or `column 3` without a header.
     std::string describe(std::size_t column) const;
@@ -92,7 +92,7 @@ public:
     /// anything else is refused and skipped. False at the end of the file.
     KrBoolean nextNumbers(KrRealVector& numbers);
 
-    /// Sets `value` to the number that `text` is. False, without a message, if it is none.
+    /// Sets `value` to the number in `text`. False, without a message, if `text` is not a number.
     KrBoolean parse(std::string_view text, double& value) const;
 
     /// Prints and counts a refusal of the current row. Returns false.

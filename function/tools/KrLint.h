@@ -39,9 +39,9 @@ struct KR_EXPORT KrLintFinding {
     void print() const;
 };
 
-/// Finds what reads as good in a file and cannot be meant: breakpoints out of order, a table of
-/// another length than its grid, an index that is listed twice, a budget that ends a search at
-/// once. `KrXml` reads such a file without a message; `rules` lists what is found.
+/// Finds what reads as good in a file and cannot be meant: breakpoints out of order, a table whose
+/// length is not that of its grid, an index that is listed twice, a budget that ends a search at
+/// once. `KrXml` reads such a file without a message. `rules` lists what is found.
 ///
 ///     KrLint lint;
 ///     std::vector<KrLintFinding> findings;
@@ -52,17 +52,17 @@ struct KR_EXPORT KrLintFinding {
 ///         }
 ///     }
 ///
-/// A comment in the file silences rules for the next element and all that is in it:
+/// A comment in the file silences rules for the next element and its content:
 ///
 ///     <!-- zeibreku-lint: disable=range,budget -->
 ///     <nelderMead><beta>1.5</beta></nelderMead>
 ///
-/// The rules know the elements of this library and of `KrSearch` by their tags, wherever they
-/// stand. They pass over elements of other namespaces. What the reader refuses is reported by the
-/// reader, and is no finding.
+/// The rules know the elements of this library and of `KrSearch` by their tags, anywhere in a file.
+/// They skip elements of other namespaces. A refusal of the reader is not a finding.
 ///
-/// Cost: reading takes about half longer. Memory: 16 bytes for each number of the largest element,
-/// and 400 bytes for each constraint of a search.
+/// Cost: reading takes about 1.5 times as long. Memory: 16 bytes for each number of the largest
+/// element, and 400 bytes for each constraint of a search.
+///
 /// At most 1,000 findings of a file are kept. Several threads may use one object at once if none of
 /// them changes it.
 class KR_EXPORT KrLint {

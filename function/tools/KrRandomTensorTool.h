@@ -75,9 +75,9 @@ public:
                                         KrBaseScalarFunction& correlation, double spacing,
                                         double mean) const;
 
-    /// Writes the same field to `cells`, row after row, with the same bits and draws. If `cells` has
-    /// not `numRows` times `numColumns` numbers, an error is printed, nothing is written, and the
-    /// result is false.
+    /// Writes the same field to `cells`, row after row, with the same bits and draws. If `cells`
+    /// has not `numRows` times `numColumns` numbers, an error is printed, nothing is written, and
+    /// the result is false.
     KrBoolean fillGaussianRandomArray(std::span<double> cells, KrU32 numColumns, KrU32 numRows,
                                       KrBaseScalarFunction& correlation, double spacing,
                                       double mean) const;

@@ -29,9 +29,10 @@
 /// These are refused, each with its line:
 /// - a grid point without a row, or with two rows;
 /// - an infinite number or NaN, and all that `KrCsvReader` refuses;
-/// - two coordinates of an axis that differ by at most 8 units in the last place, theirs or, if the
-///   steps around them are a million times larger, that of the largest coordinate. If rows are
-///   missing, also two closer than a millionth of the axis of which one has rows the other lacks;
+/// - two coordinates of an axis that differ by at most 8 units in their last place. If the steps
+///   around them are a million times larger, the last place is that of the largest coordinate;
+/// - if rows are missing, two coordinates closer than a millionth of the axis, of which one has
+///   rows that the other lacks;
 /// - an axis whose steps differ, if its search is `EQUAL_SPACED`. Steps may differ by 4 units in
 ///   the last place of the largest coordinate. Since look-ups divide by the first step, its
 ///   multiples must meet every coordinate within 1/1024 of that step;
@@ -39,8 +40,8 @@
 ///
 /// Use one object in one thread at a time.
 ///
-/// Cost: about 0.5 µs for each row of five numbers, and 60 bytes. Memory is in proportion to the
-/// rows, never to the grid that they span.
+/// Cost for a row of five numbers: about 0.5 µs, and 190 bytes at the peak, the table included.
+/// Memory is in proportion to the rows, never to the grid that they span.
 class KR_EXPORT KrTableImport {
 public:
     /// The options of one axis, those of `KrTableFunctionVectorSearch`.
@@ -53,7 +54,8 @@ public:
         KrVectorSearchEnums::BOUNDARY_OPTION upperBoundaryOption = KrVectorSearchEnums::LIMIT;
     };
 
-    /// An import of grids whose first `axes` columns are coordinates. Admissible: 1 to 64.
+    /// An import of grids whose first `axes` columns are coordinates. Admissible: 1 to 64. `read`
+    /// refuses other numbers.
     explicit KrTableImport(KrU32 axes) : axes_(axes) {}
 
     /// The axes in the order of their columns; the first varies fastest in the table.

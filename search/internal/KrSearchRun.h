@@ -12,9 +12,9 @@
 /// One run of a search. A point is physical and inside the bounds here: what the optimizer calls
 /// applies scales and bounds before and the penalty after.
 ///
-/// Each evaluation goes through three steps: `mayGoOn` throws a stop through the optimizer, `obtain`
-/// gets the value from the record, the memory or the workers, and `take` counts it, compares it and
-/// turns it into what the optimizer sees.
+/// Each evaluation goes through three steps: `mayGoOn` throws a stop through the optimizer,
+/// `obtain` gets the value from the record, the memory or the workers, and `take` counts it,
+/// compares it and turns it into what the optimizer sees.
 class KrSearchRun {
 public:
     KrSearchRun(KrSearch const& search, KrEvaluationWorkers& workers,
