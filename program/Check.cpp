@@ -124,7 +124,7 @@ void addCheckArguments(CLI::App& check, CheckCall& call) {
     }
     check.add_option("FILE", call.files, "A file of any element of the library")->required();
     CLI::Option* const lint =
-        check.add_flag("--lint", call.lints, "Find what is read but cannot be meant too");
+        check.add_flag("--lint", call.lints, "Also find what is read but cannot be meant");
     check
         .add_option("--disable", call.disabled, "Leave out a rule, or several with commas between")
         ->option_text("RULE")
@@ -138,11 +138,11 @@ void addCheckArguments(CLI::App& check, CheckCall& call) {
             ->option_text("correlation")
             ->needs(lint)
             ->check(CLI::IsMember({"correlation"}));
-    check.add_option("--grid", call.grid, "On N distances; 64 if not given")
+    check.add_option("--grid", call.grid, "The number of its distances; 64 if not given")
         ->option_text("N")
         ->needs(as)
         ->check(CLI::Range(2, 2000));
-    check.add_option("--spacing", call.spacing, "That are D apart; 1 if not given")
+    check.add_option("--spacing", call.spacing, "The spacing of its distances; 1 if not given")
         ->option_text("D")
         ->needs(as)
         ->check(refusalOfSpacing);

@@ -104,9 +104,10 @@ void addDecimal(CLI::App& command, bool& hasDecimalComma) {
 CLI::App* addTable(CLI::App& app, TableCall& call) {
     CLI::App* const table =
         app.add_subcommand("table", "Prints the table file of a grid in the rows of a CSV file.");
-    table->add_option("GRID.csv", call.grid, "A header, perhaps units, then a row for each point")
+    table
+        ->add_option("GRID.csv", call.grid, "A row for each point, below a header and units if any")
         ->required();
-    table->add_option("--axes", call.axes, "The first N columns are coordinates")
+    table->add_option("--axes", call.axes, "The first N columns are coordinates; required")
         ->option_text("N")
         ->required()
         ->check(CLI::Range(1, 64));
