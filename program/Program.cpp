@@ -228,7 +228,7 @@ int run(int argc, char** argv, std::string const& name, Spread const& spread) {
 int runProgram(int argc, char** argv, std::string const& name, Spread const& spread) {
     openStandardFiles();
     std::signal(SIGPIPE, SIG_IGN);  // a write to a closed pipe fails instead
-    // The end of the terminal ends a search in order, unless nohup was asked to prevent it.
+    // The end of the terminal stops a search as SIGTERM does, unless nohup ignores it.
     if (std::signal(SIGHUP, [](int) { std::raise(SIGTERM); }) == SIG_IGN) {
         std::signal(SIGHUP, SIG_IGN);
     }
@@ -242,7 +242,7 @@ int runProgram(int argc, char** argv, std::string const& name, Spread const& spr
     if (std::ferror(stdout) == 0) {
         return status;
     }
-    if (outputError != EPIPE) {  // a reader such as head has had enough
+    if (outputError != EPIPE) {  // a reader such as head may close the pipe early
         std::fprintf(stderr, "zeibreku: standard output: %s\n",
                      outputError == 0 ? "cannot be written" : std::strerror(outputError));
     }

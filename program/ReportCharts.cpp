@@ -166,7 +166,7 @@ private:
         return number_ < entry.point.size() ? entry.point[number_] : nan;
     }
 
-    // The bounds, unless the search has seen a small part of what is between them.
+    // From bound to bound, unless the search has evaluated only a small part of this range.
     Range shownRange() const {
         Range seen;
         for (Entry const* const entry : figures_.asked) {
@@ -221,7 +221,7 @@ struct Blocks {
     std::vector<Span> failed;
     double busy = 0.0;
 
-    // What is too narrow to be seen alone joins the block before it.
+    // A block that is too narrow to be visible joins the one before it.
     static std::string path(std::vector<Span> spans, double top, double height) {
         std::ranges::sort(spans);
         std::string result;

@@ -54,7 +54,7 @@ ReportFigures::ReportFigures(KrEvaluationRecord const& record)
     }
 }
 
-// As the search decides it.
+// By the rules of the search.
 auto ReportFigures::kindOf(KrSearch const& search, KrEvaluationRecord::Entry const& entry) const
     -> Kind {
     double const infinitelyGood = (maximise ? 1.0 : -1.0) * std::numeric_limits<double>::infinity();
@@ -68,7 +68,7 @@ auto ReportFigures::kindOf(KrSearch const& search, KrEvaluationRecord::Entry con
     return isFeasible ? Kind::Feasible : Kind::Infeasible;
 }
 
-// Among equal values the first stays ahead. A point that was asked for again counts once.
+// Of equal values the first is the better one. A point that was asked for again counts once.
 void ReportFigures::rank(std::size_t evaluation) {
     constexpr std::size_t most = 10;
     KrEvaluationRecord::Entry const& entry = at(evaluation);

@@ -217,7 +217,7 @@ bool KrEvaluationRecord::load() {
     return search_ || refuse(1, "expected a record with its search, found only a part of one");
 }
 
-// Takes the lines of a text up to a torn last one; `good` is how many bytes they are.
+// Parses the lines of a text up to a torn last one. Sets `good` to the number of their bytes.
 bool KrEvaluationRecord::parse(std::string_view text, std::size_t& good,
                                KrSearch const& prototype) {
     search_.reset();
@@ -478,8 +478,8 @@ bool KrEvaluationRecord::append(std::string const& lines) {
     return true;
 }
 
-// An evaluation that is complete, and whether the search takes it at once. If not, its line waits
-// for the next one, or for `flush`: most evaluations then cost one write.
+// Adds a complete evaluation. If the search does not take it at once, its line waits for the next
+// one or for `flush`, so that most evaluations cost one write.
 bool KrEvaluationRecord::add(std::uint64_t ticket, Entry entry, bool isTaken) {
     if (file_) {
         std::string text = "e " + std::to_string(ticket) + ' ' + std::to_string(entry.worker) +

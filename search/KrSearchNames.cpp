@@ -9,7 +9,8 @@ KR_SOURCE_VERSION;
 
 namespace KrSearchNames {
 
-// Its own, since the order in which files are initialised says nothing to a sanitizer.
+// A token of this file. If it were that of `KrFunction`, the address sanitizer would report an
+// access to an object of another file, whatever the order of initialisation.
 KR_EARLY static KrToken const ns(KrXml::namespaceUri);
 
 KR_EARLY KrToken const KrSearchToken = ns + "search";

@@ -100,12 +100,12 @@ void KrThreadWorkers::State::launch(Lock& lock) {
     }
 }
 
-// One long evaluation among short ones may be the system's doing.
+// The system may interrupt a short evaluation, so one long one among them does not count.
 bool KrThreadWorkers::State::isShort() const { return isShared && std::popcount(longs) <= 1; }
 
 // --- One user at a time.
 
-// By another than the caller.
+// Whether another user has requests under way.
 bool KrThreadWorkers::State::isInUse() const {
     return outstanding != 0 && (isOwnerEvaluating || owner != std::this_thread::get_id());
 }

@@ -12,14 +12,15 @@ KR_SOURCE_VERSION;
 void KrPathVote::ask(KrRealVector const& point) {
     for (Opinion& opinion : opinions_) {
         if (opinion.followed < opinion.path.size()) {
-            // Another point may have a value. If it has none, it is the last before a judgement.
+            // If the other point has a value, the search may return to the path. If it has none,
+            // the next call of `choose` judges the path.
             opinion.isLost = !krSamePoint(opinion.path[opinion.followed], point);
             opinion.followed += opinion.isLost ? 0 : 1;
         }
     }
 }
 
-// The last twenty paths or so count: which model is best changes as a search closes in.
+// Only about the last twenty paths count, since the best model changes near the minimum.
 void KrPathVote::Opinion::judge() {
     constexpr double memory = 0.95;
     if (followed != 0 || isLost) {  // the search went on

@@ -30,9 +30,9 @@ double powerOfTwo(double scale) {
     return std::ldexp(1.0, fraction > 0.70710678118654752 ? exponent : exponent - 1);
 }
 
-// Whether the function evaluates a batch in a way of its own. The virtual table says so: a pointer
-// to a virtual member function holds the offset of its slot (Itanium C++ ABI, which all compilers
-// but one family follow).
+// Whether the function overrides `evaluateMultiple`. This compares slots of virtual tables: a
+// pointer to a virtual member function holds the offset of its slot (Itanium C++ ABI, which all
+// compilers but one family follow).
 bool hasOwnBatch(KrScalarMultivariableFunction const& f) {
     struct Plain : KrScalarMultivariableFunction {
         double evaluate(KrRealVector const&) const override { return 0.0; }
@@ -94,7 +94,7 @@ private:
     mutable KrRealVector distances_;
 };
 
-// The same for a search by workers, which runs ahead on the values so far.
+// The function of a search with workers. It also keeps the values, on which clones run ahead.
 class KrSearchRun::GivingFunction : public Function {
 public:
     GivingFunction(KrSearchRun& run, Workers& workers) : Function(run), workers_(workers) {}
@@ -390,7 +390,7 @@ void KrSearchRun::setAnswer(KrRealVector const& answer, double value) {
     KrRealVector inside = answer;
     bool const isInside = !space_ || space_->enter(answer, inside) == 0.0;
     report_.answerPoint_ = KrXmlRealVector::fromValues(inside);
-    // Not a value that only workers have asked for.
+    // A value that was only speculated does not count.
     Known const* const known = remember_ ? memory_->find(inside) : nullptr;
     if (known && known->isTaken) {
         report_.answer_ = known->value;
@@ -657,8 +657,8 @@ auto KrSearchRun::evaluatedBatch(std::vector<KrRealVector> const& points) -> std
     KrRealVector values;
     auto const start = std::chrono::steady_clock::now();
     if (!callMany(points, values)) {
-        // It names no point. Alone, each has the outcome that it has in any other batch, such as
-        // the shorter one of a resumed search.
+        // The exception names no point. Alone, each point has the same outcome in every batch, also
+        // in the shorter one of a resumed search.
         for (std::size_t i = 0; i < points.size(); ++i) {
             all[i].known = evaluatedAlone(points[i], false);
         }
@@ -731,7 +731,7 @@ auto KrSearchRun::accepted(KrRealVector const& x, KrEvaluation const& evaluation
     return known;
 }
 
-// The function's value, or what stands in its place.
+// The function's value, or `standIn` if there is none.
 double KrSearchRun::optimizersValue(Known const& known) {
     if (!known.failed) {
         noteWorst(known.value);
@@ -741,7 +741,7 @@ double KrSearchRun::optimizersValue(Known const& known) {
     return standIn();
 }
 
-// For the value of a point that has none.
+// The value for a point that has none.
 double KrSearchRun::standIn() const {
     double const given = search_.failureValue();
     double const none = maximise_ ? -1e100 : 1e100;

@@ -14,11 +14,12 @@ namespace {
 
 constexpr std::size_t durationsKept = 15;
 
-// The seconds for a speculation before an evaluation has ended, which then ends it.
+// The seconds for a speculation before the first evaluation has ended. The end of one interrupts
+// it.
 constexpr double firstPatience = 1.0;
 
-// How many evaluations a search may be ahead, in questions for each worker: over points that it
-// knows it can otherwise run for ever.
+// How many evaluations a clone may run ahead, for each worker. Over points with known values it
+// could otherwise run forever.
 constexpr std::size_t questionsPerWorker = 64;
 
 // A try that takes all its time costs 0.3 % of an evaluation with this pause.
@@ -41,8 +42,8 @@ KrRealVector scalesOf(KrSearch const& search) {
 
 }  // namespace
 
-// What a clone of the optimizer calls: the values that the search got, then those of points that
-// are known, then predictions. The points of these are its path.
+// The function of a clone of the optimizer. It returns the values that the search got, then known
+// values and predictions. The points of the predictions are its path.
 class KrSearchRun::Workers::Ahead : public KrScalarMultivariableFunction {
 public:
     Ahead(Workers& workers, std::size_t opinion, std::size_t count, Time deadline)
@@ -57,7 +58,7 @@ public:
             throw Stop();
         }
         if (done_ < workers_.given_.size()) {
-            // The optimizer of a client may take its time for a step.
+            // A step of a client's optimizer may take long.
             if (done_ % 64 == 0 || std::has_single_bit(done_)) {
                 CallersStream const stream(run_);
                 mayGoOn();
@@ -79,9 +80,9 @@ public:
     }
     KrU32 domainDim() const override { return run_.dimension_; }
 
-    // The points without a value, in the order of the search, as far as the time sufficed.
+    // The points without a value, in the order of the search, until the time was over.
     std::vector<KrRealVector>& path() { return path_; }
-    // Whether it did not, or a worker is back.
+    // Whether the time was over, or a worker was back, before the path was complete.
     bool isInterrupted() const { return isInterrupted_; }
 
 private:
@@ -108,8 +109,7 @@ private:
         return run_.penalised(std::isnan(value) ? run_.standIn() : value, run_.violation(x));
     }
 
-    // Ends where there is no time left, and where a worker is back: what it brings counts more
-    // than what was predicted.
+    // Ends if no time is left, or if a worker is back: its value counts more than predictions.
     void mayGoOn() const {
         bool isBack = false;
         try {
@@ -193,7 +193,7 @@ std::vector<KrSearchRun::Made> KrSearchRun::Workers::evaluate(
     if (isWaiting()) {
         drain();
     }
-    // What was cancelled since another could not be made would end the search for a wrong reason.
+    // Evaluations that were cancelled because another one broke get its reason.
     for (Made& made : all_) {
         if (!made.known && !made.exception && made.broken.empty()) {
             made.broken = broken_;
@@ -337,8 +337,8 @@ double KrSearchRun::Workers::patience() const {
     return *middle < krShortEvaluation ? 0.0 : *middle / 10.0;
 }
 
-// Gives idle workers what the search will probably ask for. If there was no time for any point, it
-// pauses: for 1, 3, 7 and so on times. If it took longer than it may, the pause makes up for that.
+// Gives idle workers the points that the search will probably ask for. If there was no time for any
+// point, the next 1, 3, 7 and so on calls do nothing. If it took too long, the pause is longer.
 void KrSearchRun::Workers::speculate() {
     double const seconds = patience();
     if (count_ <= flights_.size() || seconds == 0.0 || !broken_.empty()) {
@@ -348,9 +348,9 @@ void KrSearchRun::Workers::speculate() {
         --left_;
         return;
     }
-    // Evaluations that take equal times end one shortly after the other. Searches with evaluations
-    // of 20 ms gained 3 % on kinked functions since those before the last question get a hundredth
-    // of an evaluation to end.
+    // Evaluations of equal length end shortly one after the other. So those before the last
+    // question get a hundredth of an evaluation to end. Searches with evaluations of 20 ms gained 3
+    // % on kinked functions by this.
     while (isWaiting() && flights_.begin()->first < newest_ &&
            collect(after(seconds / 10.0), run_.context_.stop)) {
     }

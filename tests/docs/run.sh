@@ -1,5 +1,5 @@
 # run.sh FILE NAME: runs a page's program, and compares what it prints with NAME.out when there is
-# one. Run on documents without content, it may print and return what it likes, but not crash.
+# one. With documents without content any output and status are accepted, but not a crash.
 "$1" >"$2.printed" 2>&1
 status=$?
 if [ -e "$2.out" ]; then
