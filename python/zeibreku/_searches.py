@@ -193,7 +193,9 @@ def make_search(
         if len(values) != n:
             raise ValueError(f"{name}: expected {n}, as many as x0 has, got {len(values)}")
     if optimizer is None:
-        optimizer = default_optimizer(x0, 0 if max_evaluations is None else max_evaluations)
+        with numpy.errstate(all="ignore"):  # the search refuses wrong scales
+            start = x0 / scales
+        optimizer = default_optimizer(start, 0 if max_evaluations is None else max_evaluations)
     if not isinstance(optimizer, _core.Optimizer):
         raise TypeError(f"optimizer: expected a zeibreku.Optimizer, got {optimizer!r:.60}")
     keywords = {
@@ -315,7 +317,7 @@ def minimize(
     args : tuple
         Further arguments of `fun`.
     optimizer : Optimizer
-        How to search; `default_optimizer(x0, max_evaluations)` if None.
+        How to search; `default_optimizer(x0 / scales, max_evaluations)` if None.
     bounds : n pairs (lower, upper), or scipy.optimize.Bounds
         None is no bound. No evaluation is outside.
     constraints : list of Constraint, or of scipy.optimize.LinearConstraint
@@ -340,7 +342,8 @@ def minimize(
     record : path or Record
         A file that keeps every evaluation. With one that is there the search goes on from it.
     names, scales : lists of n
-        The names of the variables, and the sizes of typical changes of them.
+        The names of the variables, and the sizes of typical changes of them. The optimizer works on
+        x / scales, so that its edge lengths are in units of the scales.
     stall_evaluations : int
     stall_improvement : float
         The search ends if so many evaluations improve the best value by no more than this part.

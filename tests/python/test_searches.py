@@ -182,10 +182,12 @@ def test_reasons(keywords, reason, status):
     assert found.x.shape == (2,) and (found.nfev == 0 or found.fun == rosenbrock(found.x))
 
 
-@pytest.mark.parametrize("n", [1, 2, 4])
-def test_the_default_optimizer_finds_a_symmetric_minimum(n):
-    found = z.minimize(lambda x: ((x - 1.0) ** 2).sum(), numpy.zeros(n))
-    assert found.success and abs(found.x - 1.0).max() < 1e-3
+@pytest.mark.parametrize("scales", [[1.0], [1.0] * 2, [1.0] * 4, [1e6, 1e-3]])
+def test_the_default_optimizer_finds_a_symmetric_minimum(scales):
+    n, sizes = len(scales), numpy.array(scales)
+    for start in (0.0 * sizes, sizes):
+        found = z.minimize(lambda x: ((x / sizes - 2.0) ** 2).sum(), start, scales=scales)
+        assert found.success and abs(found.x / sizes - 2.0).max() < 1e-3
     chain = z.default_optimizer(numpy.zeros(n), 101).optimizer_sequence
     assert [part.max_function_evaluations for part in chain] == [25, 76]
 
