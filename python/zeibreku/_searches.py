@@ -90,7 +90,7 @@ def _limits(bounds, n):
     return lower, upper
 
 
-def _constraint_list(constraints):
+def _constraint_list(constraints, n):
     if constraints is None:
         return []
     single = isinstance(constraints, (_core.Constraint, dict)) or not numpy.iterable(constraints)
@@ -100,7 +100,7 @@ def _constraint_list(constraints):
         if isinstance(constraint, _core.Constraint):
             found.append(constraint)
         elif all(hasattr(constraint, part) for part in ("A", "lb", "ub")):
-            found += _linear(constraint, name)
+            found += _linear(constraint, name, n)
         else:
             raise TypeError(
                 f"{name}: expected a zeibreku.LinearConstraint or QuadraticConstraint, or SciPy's "
@@ -109,7 +109,7 @@ def _constraint_list(constraints):
     return found
 
 
-def _linear(constraint, name):
+def _linear(constraint, name, n):
     """SciPy's lb <= A x <= ub as constraints c(x) <= 0."""
     matrix = constraint.A.toarray() if hasattr(constraint.A, "toarray") else constraint.A
     try:
@@ -121,10 +121,13 @@ def _linear(constraint, name):
     except (TypeError, ValueError) as error:
         kind = TypeError if isinstance(error, TypeError) else ValueError
         raise kind(f"{name}: {error}") from None
+    if matrix.shape[1:] != (n,) or not numpy.isfinite(matrix).all():
+        text = f"{name}: expected finite numbers of shape (m, {n}) as A, got {constraint.A!r:.60}"
+        raise ValueError(text)
     for row, lower, upper in zip(matrix, lowers, uppers):
         for sign, side in ((-1.0, lower), (1.0, upper)):
-            if math.isnan(side):
-                raise ValueError(f"{name}: expected numbers as bounds, got nan")
+            if math.isnan(side) or side == -sign * math.inf:
+                raise ValueError(f"{name}: expected lb < inf and ub > -inf, got {side}")
             if math.isfinite(side):
                 yield _core.LinearConstraint(
                     offset=-sign * side,
@@ -213,7 +216,7 @@ def make_search(
             for name, start, low, high, scale in zip(names, x0, lower, upper, scales)
         ],
         optimizer=optimizer,
-        constraints=_constraint_list(constraints),
+        constraints=_constraint_list(constraints, n),
         **{name: value for name, value in keywords.items() if value is not None},
     )
 

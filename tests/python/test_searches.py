@@ -341,6 +341,14 @@ def test_an_array_that_is_kept_is_not_used_again():
             ValueError,
             r"constraints\[0\]: ",
         ),
+        *(
+            ({"constraints": scipy.optimize.LinearConstraint(*parts)}, ValueError, text)
+            for parts, text in [
+                (([[1, math.nan]], 0, 1), r"^constraints: .*numbers of shape \(m, 2\) as A, got"),
+                (([[1]], 0, 1), "^constraints: .*as A, got array"),
+                (([[1, 1]], math.inf, math.inf), "^constraints: expected lb < inf and ub > -inf"),
+            ]
+        ),
         ({"max_evaluations": 0.5}, TypeError, "max_evaluations: expected an integer"),
         ({"max_evaluations": -1}, ValueError, "max_evaluations: expected an integer from 0"),
         ({"max_seconds": -1}, ValueError, "^max_seconds: expected a number from 0 on"),
@@ -351,7 +359,7 @@ def test_an_array_that_is_kept_is_not_used_again():
         ({"workers": 0}, ValueError, "workers: "),
         ({"workers": "2"}, TypeError, "workers: "),
         ({"workers": concurrent.futures.ThreadPoolExecutor}, TypeError, "workers: .*ThreadPool"),
-        ({"workers": 2, "fun": lambda x: 1.0}, TypeError, "fun: .*pickle"),
+        ({"workers": 2, "fun": lambda x: 1.0}, TypeError, "^fun: .*pickle"),
         ({"vectorized": "no"}, TypeError, "vectorized: expected True or False"),
         ({"names": ["a", "a"]}, ValueError, "a name of its own"),
         ({"names": ["a"]}, ValueError, "names: expected 2"),
