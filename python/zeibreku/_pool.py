@@ -126,7 +126,12 @@ def _pickled(fun, args):
     try:
         return bytes(ForkingPickler.dumps((fun, args)))
     except Exception as error:
-        text = f"fun: processes need a function that can be pickled, got {fun!r}: {error}; {_CURE}"
+        try:
+            ForkingPickler.dumps(fun)
+            name, part, cure = "args", args, ""
+        except Exception:
+            name, part, cure = "fun", fun, f"; {_CURE}"
+        text = f"{name}: processes need what can be pickled, got {part!r:.60}: {error}{cure}"
         raise TypeError(text) from error
 
 

@@ -360,6 +360,7 @@ def test_an_array_that_is_kept_is_not_used_again():
         ({"workers": "2"}, TypeError, "workers: "),
         ({"workers": concurrent.futures.ThreadPoolExecutor}, TypeError, "workers: .*ThreadPool"),
         ({"workers": 2, "fun": lambda x: 1.0}, TypeError, "^fun: .*pickle"),
+        ({"workers": 2, "args": lambda x: 1.0}, TypeError, "^args: .*pickle"),
         ({"vectorized": "no"}, TypeError, "vectorized: expected True or False"),
         ({"names": ["a", "a"]}, ValueError, "a name of its own"),
         ({"names": ["a"]}, ValueError, "names: expected 2"),
