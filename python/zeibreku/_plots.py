@@ -6,12 +6,13 @@ matplotlib is imported when the first picture is made: it takes 0.3 s, all else 
 import base64
 import html
 import io
+import operator
 import textwrap
 import warnings
 
 import numpy
 
-from zeibreku import _core, _fields
+from zeibreku import _core, _fields, _tables
 
 _MOST_MARKERS = 50
 _MOST_BREAKS = 100_000  # of a line; a grid gets its breakpoints if they are fewer than its steps
@@ -28,6 +29,13 @@ def _axes(ax):
     import matplotlib.pyplot
 
     return matplotlib.pyplot.subplots(layout="constrained")[1]
+
+
+def _index(value, name):
+    try:
+        return operator.index(value)
+    except TypeError:
+        raise TypeError(f"{name}: expected an integer, got {value!r:.60}") from None
 
 
 def _line(ax, x, y, marked, keywords):
@@ -71,7 +79,7 @@ class _Function:
         marked = points[: len(getattr(function, "range_values", ()))]
         if interval is None:
             interval = (marked.min(), marked.max()) if len(set(marked)) > 1 else (0.0, 1.0)
-        ends = numpy.asarray(interval, float)
+        ends = numpy.sort(_tables._real("interval", interval), axis=None)
         if ends.shape != (2,) or not numpy.isfinite(ends).all():
             raise ValueError(f"interval: expected two finite numbers, got {interval!r}")
         x = _steps(*ends, marked, _LINE, _MOST_BREAKS)
@@ -92,7 +100,7 @@ def _box(bounds, at):
     shown = numpy.flatnonzero(lower < upper)[:2]
     if at is None:
         at = lower + 0.5 * (upper - lower)
-    at = numpy.array(at, float)
+    at = _tables._real("at", at)
     if at.shape != lower.shape:
         raise ValueError(f"at: expected {lower.size} coordinates, got shape {at.shape}")
     return lower, upper, shown if shown.size else numpy.array([0]), at
@@ -136,7 +144,7 @@ class _Table:
         count = values.shape[-1]
         if count == 0:
             raise ValueError("the table has no values")
-        if value is not None and not -count <= value < count:
+        if value is not None and not -count <= _index(value, "value") < count:
             raise ValueError(f"value: expected one of {count} tables, got {value}")
         ax = _axes(ax)
         names = ["x"] if len(at) == 1 else [f"x[{i}]" for i in range(len(at))]

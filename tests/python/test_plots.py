@@ -66,8 +66,10 @@ def test_intervals():
     assert z.PowerUnitaryMap(exponent=2).plot().lines[0].get_xdata()[[0, -1]].tolist() == [0, 1]
     x, y = CURVE.plot(interval=(-1, 2)).lines[0].get_data()
     assert (x[0], y[0], x[-1], y[-1]) == (-1, 4, 2, 0.5)
-    with pytest.raises(ValueError, match="interval"):
-        CURVE.plot(interval=(0, numpy.inf))
+    assert CURVE.plot(interval=(2, -1)).lines[0].get_ydata().tolist() == y.tolist()
+    for wrong, exception in (((0, numpy.inf), ValueError), ([1], ValueError), ("ab", TypeError)):
+        with pytest.raises(exception, match="^interval: "):
+            CURVE.plot(interval=wrong)
 
 
 @pytest.mark.parametrize("table", [TENS, TENS.freeze()], ids=["live", "frozen"])
@@ -80,8 +82,9 @@ def test_colours_have_the_place_of_their_values(table):
     assert figure.axes[1].get_ylabel() == "tens"
     table.plot()
     assert matplotlib.pyplot.gcf().axes[1].get_ylabel() == "value[0]"
-    with pytest.raises(ValueError, match="value"):
-        table.plot(value=2)
+    for wrong, exception in ((2, ValueError), (0.5, TypeError), ("1", TypeError)):
+        with pytest.raises(exception, match="^value: "):
+            table.plot(value=wrong)
     with pytest.raises(TypeError, match="^ax: expected .*, got 3"):
         table.plot(ax=3)
     with pytest.raises(ValueError, match="has no values"):
@@ -100,8 +103,9 @@ def test_a_section_goes_through_the_middle():
     assert (ax.get_xlabel(), ax.get_ylabel()) == ("x[0]", "x[2]")
     assert ax.collections[0].get_array().ravel()[[0, -1]].tolist() == [0.5, 6.5]
     assert DEEP.plot(at=[0, 2, 0, 8]).collections[0].get_array().ravel()[0] == 1
-    with pytest.raises(ValueError, match="at: expected 4"):
-        DEEP.plot(at=[0])
+    for wrong, exception in (([0], ValueError), (["a"] * 4, TypeError)):
+        with pytest.raises(exception, match="^at: expected"):
+            DEEP.plot(at=wrong)
 
 
 def test_a_field_has_the_unit_of_its_spacing():
