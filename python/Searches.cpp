@@ -63,7 +63,7 @@ public:
         return *this;
     }
 
-    bool hasFile = false;
+    std::optional<std::string> path;  // none in memory
     bool isUsed = false;
 };
 
@@ -318,7 +318,7 @@ void bindRecord(py::module_& module) {
         .def(py::init(
             [](std::optional<std::string> const& path, double durableAfter, bool endsOnError) {
                 auto record = path ? std::make_unique<Record>(*path) : std::make_unique<Record>();
-                record->hasFile = path.has_value();
+                record->path = path;
                 record->setDurableAfter(durableAfter);
                 record->setEndsOnError(endsOnError);
                 return record;
@@ -327,7 +327,7 @@ void bindRecord(py::module_& module) {
             "_load",
             [](Record& self) {
                 Use const use(self.isUsed, "record");
-                if (!self.hasFile) {
+                if (!self.path) {
                     throwValue("record", "in memory, expected one with the path of a file");
                 }
                 MessageCollector messages;
@@ -345,6 +345,11 @@ void bindRecord(py::module_& module) {
                 return py::make_tuple(isGood, texts);
             },
             py::call_guard<MessageDelivery>())
+        .def_property_readonly("_path",
+                               [](Record const& self) -> py::object {
+                                   return self.path ? py::object(py::bytes(*self.path))
+                                                    : py::none();
+                               })
         .def_property_readonly("_is_empty",
                                [](Record const& self) { return self.idle().runs().empty(); })
         .def("_search",

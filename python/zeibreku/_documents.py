@@ -65,12 +65,12 @@ def _taken(answer):
     return element
 
 
-def file_name(path, name="path"):
+def file_name(path, name="path", expected="a path"):
     """The path as the library takes it, bytes."""
     try:
         encoded = os.fsencode(path)
     except TypeError:
-        raise TypeError(f"{name}: expected a path, got {path!r:.60}") from None
+        raise TypeError(f"{name}: expected {expected}, got {path!r:.60}") from None
     except ValueError as error:
         raise ValueError(f"{name}: {error}") from None
     if b"\0" in encoded:
@@ -79,7 +79,8 @@ def file_name(path, name="path"):
 
 
 def check_file(path):
-    """Raise Python's own exception if the file cannot be opened."""
+    """Raise Python's own exception if the file cannot be opened; `path` is from `file_name`."""
+    path = os.fsdecode(path)  # for the text of the exception
     # A pipe has no second reader: what the first has opened is lost once it is closed.
     if not stat.S_ISFIFO(os.stat(path).st_mode):
         with open(path, "rb"):
@@ -103,7 +104,7 @@ def read(path):
     the file cannot be opened.
     """
     path = file_name(path)
-    check_file(os.fsdecode(path))
+    check_file(path)
     return _taken(_core._read_file(path))
 
 

@@ -90,10 +90,7 @@ def lint(source, *, disable=(), correlation=None):
     if isinstance(source, _core.Element):
         findings, texts = _core._lint_text(source.to_xml(), names, grid)
     else:
-        try:
-            path = os.fsencode(source)
-        except TypeError:
-            raise TypeError(f"source: expected a path or an element, got {source!r}") from None
+        path = _documents.file_name(source, "source", "a path or an element")
         _documents.check_file(path)
         findings, texts = _core._lint_file(path, names, grid)
     if findings is None:

@@ -490,8 +490,11 @@ _core.SearchReport.text = text
 def load(self):
     """Read the file without locking or changing it, also while a search writes to it.
 
-    Returns the record. Raises ReadError if the file is no record.
+    Returns the record. Raises ReadError if the file is no record, and OSError if it cannot be
+    opened.
     """
+    if self._path is not None:
+        _documents.check_file(self._path)
     good, texts = self._load()
     if not good:
         raise _documents.ReadError(list(texts))

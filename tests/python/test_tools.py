@@ -521,6 +521,7 @@ def test_rules_are_those_of_the_page():
     "arguments, exception, text",
     [
         ({"source": 3}, TypeError, "source: .*got 3"),
+        ({"source": "a\0b"}, ValueError, "source: embedded null byte"),
         ({"disable": "finite"}, TypeError, "disable: .*'finite'"),
         ({"disable": 3}, TypeError, "disable: "),
         ({"disable": ["budgets"]}, ValueError, "disable: .*'budgets'; did you mean 'budget'"),
@@ -547,5 +548,6 @@ def test_a_refused_document_raises(tmp_path, caplog):
     assert not caplog.records
     none = tmp_path / "none.xml"
     for missing, error in ((none, FileNotFoundError), (tmp_path, IsADirectoryError)):
-        with pytest.raises(error, match=re.escape(repr(str(missing)))):
-            z.lint(missing)
+        for use in (z.lint, z.read, lambda path: z.Record(path).load()):
+            with pytest.raises(error, match=re.escape(f" {str(missing)!r}")):
+                use(missing)
