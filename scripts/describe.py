@@ -86,7 +86,8 @@ def read_elements():
         )
         if heading:
             comment = "\n".join(line[3:].removeprefix(" ") for line in heading[1].splitlines())
-            summary = first_sentence(" ".join(comment.split("\n\n")[0].split())).removesuffix(":")
+            summary = first_sentence(" ".join(comment.split("\n\n")[0].split()))
+            summary = re.sub("[:.]?$", ".", summary, count=1)
             elements[tags[heading[2]]] = Element(summary, comment, text[heading.end() :])
     return elements
 

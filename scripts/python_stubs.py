@@ -73,6 +73,7 @@ def described():
     words = re.compile(r"\b(" + "|".join(sorted(names)) + r")\b")
 
     def pythonic(text):
+        text = re.sub(r"\bKr(?=[A-Z])", "", text)
         return words.sub(lambda word: snake(word[0]), text)
 
     lines = ['"""Docstrings, written by scripts/python_stubs.py."""', "", "DESCRIPTIONS = {"]

@@ -8,11 +8,9 @@
 
 class KrCoefficientIndex;
 
-/// The affine constraint
+/// The affine constraint c(x) = offset + sum of a(i) x(i).
 ///
-///     c(x) = offset + sum of a(i) x(i)
-///
-/// over the components of the point. Coefficients a(i) that are not listed are 0:
+/// The sum is over the components of the point. Coefficients a(i) that are not listed are 0:
 ///
 ///     <linearMultivariableConstraint>
 ///       <offset>1</offset>

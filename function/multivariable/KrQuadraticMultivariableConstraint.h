@@ -9,12 +9,10 @@
 
 class KrCoefficientIndex;
 
-/// The quadratic constraint
+/// The quadratic constraint c(x) = offset + sum of a(i) x(i) + sum of q(i, j) x(i) x(j), i <= j.
 ///
-///     c(x) = offset + sum of a(i) x(i) + sum of q(i, j) x(i) x(j) over i <= j
-///
-/// over the components of the point. Coefficients a(i) and q(i, j) that are not listed
-/// are 0:
+/// The sums are over the components of the point. Coefficients a(i) and q(i, j) that are not
+/// listed are 0:
 ///
 ///     <quadraticMultivariableConstraint>
 ///       <offset>0</offset>

@@ -10,11 +10,11 @@
 
 #include <type_traits>
 
-/// Gauss-Legendre quadrature: the integral of a function over [a, b] as
+/// Gauss-Legendre quadrature: the integral of a function over [a, b] as a weighted sum.
 ///
 ///     h sum of w(i) f(c + h x(i)),  h = (b - a) / 2,  c = (a + b) / 2
 ///
-/// where x(i) are the roots of the Legendre polynomial of order n and w(i) their weights.
+/// The x(i) are the roots of the Legendre polynomial of order n, the w(i) their weights.
 /// Exact up to rounding for polynomials of degree 2 n - 1 or less.
 ///
 ///     <gaussQuadrature><order>10</order></gaussQuadrature>

@@ -64,14 +64,14 @@ DESCRIPTIONS = {
         },
     ),
     'LinearScalarFunction': (
-        'The straight line through (0, start_value) and (1, end_value)',
+        'The straight line through (0, start_value) and (1, end_value).',
         {
             'start_value': 'The value f(0), in the unit of the function. Default: 0. Admissible: -INF < start_value < INF. An infinite value makes f infinite, and NaN at x = 1; a NaN makes f NaN everywhere. Change it to shift the left end of the line.',
             'end_value': 'The value f(1), in the unit of the function. Default: 1. Admissible: -INF < end_value < INF. An infinite value makes f infinite, and NaN at x = 0; a NaN makes f NaN everywhere. Change it to set the slope, end_value - start_value.',
         },
     ),
     'MultipointScalarFunction': (
-        'The piecewise linear function through the points (x(k), y(k)), which extrapolates its first and its last segment',
+        'The piecewise linear function through the points (x(k), y(k)), which extrapolates its first and its last segment.',
         {
             'range_values': 'The values y(k), one for each abscissa, in the unit of the function. Default: empty. Admissible: -INF < y(k) < INF. An infinite or NaN value makes f infinite or NaN on both neighbouring segments. Change them to change f without moving its bends.',
             'domain_values': 'The abscissae x(k), ascending, in the unit of x. Default: empty. Admissible: -INF < x(0) < x(1) < ... < INF, not checked. Out of order, f uses the first segment whose end is not below x. A segment with an infinite or NaN end gives NaN, and so does every x beyond a NaN abscissa. Add points where f bends.',
@@ -84,7 +84,7 @@ DESCRIPTIONS = {
         },
     ),
     'SCurveUnitaryMap': (
-        'An S-shaped map through (0, 0), (center, 0.5) and (1, 1) with given slopes at the three points, made of two rational pieces',
+        'An S-shaped map through (0, 0), (center, 0.5) and (1, 1) with given slopes at the three points, made of two rational pieces.',
         {
             'center': 'The x at which f is 0.5, inside (0, 1). Default: 0.5. Admissible: 0 < center < 1. Outside, and for NaN, f is the identity, with a message. Within 1e-9 of 0 or 1, rounding can make f NaN on the shorter side. Move it to shift the steep part.',
             'initial_slope': 'The slope of f at x = 0, a pure number. Default: 0. Admissible: 0 <= initial_slope < 0.5 / center. A greater slope is clamped to 0.5 / center - 1e-7. With a negative slope f falls below 0 first. NaN makes f NaN below the centre; -INF makes it NaN everywhere. Raise it for a response that starts at once.',
@@ -93,7 +93,7 @@ DESCRIPTIONS = {
         },
     ),
     'LinearConstraint': (
-        'The affine constraint',
+        'The affine constraint c(x) = offset + sum of a(i) x(i).',
         {
             'offset': 'The value at the origin, c(0). It has the unit of c and is 0 by default. Range: -inf < offset < inf, unchecked. If it is NaN or infinite, no value is finite, and the gradient is unaffected. Change it to move the contour c = 0: the limit a(0) x(0) <= b has the offset -b. Default: 0.',
             'first_order_indices': 'The indices i that have an a(i), counted from 0, in any order. Range: 0 <= i < n for a point of n components. An index beyond the point is left out of the sum. If an index is listed repeatedly, the first listing counts. List each component on which c depends linearly. Default: empty.',
@@ -101,7 +101,7 @@ DESCRIPTIONS = {
         },
     ),
     'QuadraticConstraint': (
-        'The quadratic constraint',
+        'The quadratic constraint c(x) = offset + sum of a(i) x(i) + sum of q(i, j) x(i) x(j), i <= j.',
         {
             'offset': 'The value at the origin, c(0). It has the unit of c and is 0 by default. Range: -inf < offset < inf, unchecked. If it is NaN or infinite, no value is finite, and the gradient is unaffected. Change it to move the contour c = 0: the limit a(0) x(0) <= b has the offset -b. Default: 0.',
             'first_order_indices': 'The indices i that have an a(i), counted from 0, in any order. Range: 0 <= i < n for a point of n components. An index beyond the point is left out of the sum. If an index is listed repeatedly, the first listing counts. List each component on which c depends linearly. Default: empty.',
@@ -120,7 +120,7 @@ DESCRIPTIONS = {
         },
     ),
     'Table': (
-        'Tables over a grid as a composite function: multilinear interpolation (KrInterpolator) of one value for each table.',
+        'Tables over a grid as a composite function: multilinear interpolation (Interpolator) of one value for each table.',
         {
             'independent_data': 'The dimensions of the grid: breakpoints and options of each. Default: empty. Admissible: 0 <= dimensions <= 64. With none the function is constant; with more than 64 reading and writing are refused. A dimension without breakpoints makes all values NaN. Add a dimension if the values depend on one more variable.',
             'dependent_data': 'One flat table for each dependent value, the first dimension varying fastest. Default: empty. Admissible: size >= n0 n1 ... of the numbers of breakpoints, in the unit of the value, not checked. Values beyond that are ignored; cells that lack a value give NaN. An infinite or NaN value makes each cell at its corner infinite or NaN. Add a table for a further value over the same grid: one look-up then serves both.',
@@ -132,9 +132,9 @@ DESCRIPTIONS = {
         },
     ),
     'GaussQuadrature': (
-        'Gauss-Legendre quadrature: the integral of a function over [a, b] as',
+        'Gauss-Legendre quadrature: the integral of a function over [a, b] as a weighted sum.',
         {
-            'order': 'The number n of nodes: 2 to 20, 32, 64, 96, 100 or 128. Default: 10. A document may hold any other order, which order returns; integrate then keeps the last supported order that was set, or 10 if none was. KrXml::readFile and fromString replace the object, so that it is 10. Raise it if the error is too large; of a smooth f a dozen nodes usually reach rounding.',
+            'order': 'The number n of nodes: 2 to 20, 32, 64, 96, 100 or 128. Default: 10. A document may hold any other order, which order returns; integrate then keeps the last supported order that was set, or 10 if none was. Xml::readFile and fromString replace the object, so that it is 10. Raise it if the error is too large; of a smooth f a dozen nodes usually reach rounding.',
         },
     ),
     'Variable': (
@@ -159,7 +159,7 @@ DESCRIPTIONS = {
             'target_value': 'The value at which a feasible point is good enough: the search ends as soon as one is at most this, or at least this if maximise is true. NaN is no target. Default: NaN.',
             'stall_evaluations': 'The search ends if the best value improves by no more than stall_improvement of its magnitude in this many evaluations; 0 is no such limit. Default: 0.',
             'stall_improvement': 'The improvement that counts as none, relative to the best value; at least 0. Default: 0.',
-            'failure_value': 'The value that the optimizer gets where the function fails: where it is NaN or infinitely good, or throws KrEvaluationFailure. NaN is the worst finite value so far, and 1e100 before there is one (-1e100 if maximise is true). If the first 2n + 1 evaluations fail, the search ends as failed. Default: NaN.',
+            'failure_value': 'The value that the optimizer gets where the function fails: where it is NaN or infinitely good, or throws EvaluationFailure. NaN is the worst finite value so far, and 1e100 before there is one (-1e100 if maximise is true). If the first 2n + 1 evaluations fail, the search ends as failed. Default: NaN.',
             'constraint_weight': 'The penalty of a violation of 1 of one constraint, in units of the function; at least 0 and finite. Increase it if the answer violates a constraint. Default: 1000.',
             'remember': 'Whether a point that was evaluated before gets its value without a call. Default: true.',
             'seed': 'The seed of the random stream that the optimizer draws from. Default: 1.',
