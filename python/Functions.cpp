@@ -13,7 +13,8 @@ namespace py = pybind11;
 namespace {
 
 // From this number of values on, a copy of the function is evaluated without the GIL, since another
-// thread may change the function meanwhile. The copy costs less than a few values.
+// thread may change the function meanwhile. Of a multipoint function with 10 to 20,000 points the
+// copy takes as long as 25 to 170 values.
 constexpr std::size_t releasingSize = 1000;
 
 template <class Function>
