@@ -70,9 +70,8 @@ KrU32 countFrom(py::handle value, std::string const& name) {
 }
 
 bool flagFrom(py::handle value, std::string const& name) {
-    py::object const type = py::type::handle_of(value).attr("__name__");
-    bool const isFlag = PyBool_Check(value.ptr()) || py::str(type).equal(py::str("bool_"));
-    if (!isFlag) {
+    py::object const numpyBool = py::module_::import("numpy").attr("bool_");
+    if (!PyBool_Check(value.ptr()) && !py::isinstance(value, numpyBool)) {
         throwType(name, "True or False", value);
     }
     return PyObject_IsTrue(value.ptr()) == 1;

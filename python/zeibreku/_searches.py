@@ -464,7 +464,7 @@ def __call__(
         optimizer=self,
         bounds=bounds,
         constraints=constraints,
-        callback=None if callback is None else _best_points(callback),
+        callback=_best_points(callback) if callable(callback) else callback,
         **options,
     )
     if shows:

@@ -97,6 +97,7 @@ def test_a_wrong_value_is_named(name, value, exception, text):
         (lambda: z.HookeJeeves(directions_mode="up"), "directions_mode: .*'rotated'.*got 'up'"),
         (lambda: z.Sequence(optimizer_sequence=[z.TableAxis()]), r"optimizer_sequence\[0\]: .*Opt"),
         (lambda: z.Sequence(execute_in_parallel=1), "execute_in_parallel: expected True or False"),
+        (lambda: z.Sequence(execute_in_parallel=type("bool_", (), {})()), "parallel: expected"),
         (lambda: z.Search(optimizer=z.LinearConstraint()), "optimizer: expected an Optimizer, got"),
         (lambda: z.Table(dependent_data=[["a"]]), r"dependent_data\[0\]: "),
         (lambda: z.Variable(name=1), "name: expected a string, got 1"),

@@ -434,6 +434,7 @@ def test_as_a_method_of_scipy(optimizer):
     for keywords, name in [
         ({"jac": lambda x: x}, "jac"),
         ({"hess": lambda x: x}, "hess"),
+        ({"callback": 3}, "callback: expected a function, got 3"),
         ({"hessp": lambda x, p: x}, "hessp"),
         ({"tol": 1e-3}, "tol"),
         ({"options": {"maxiter": 3}}, "maxiter: .*max_(total_steps|function_evaluations)"),
