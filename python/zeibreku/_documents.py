@@ -9,6 +9,7 @@ from zeibreku import _core
 
 # The capitals of a component's tag.
 _TAG = re.compile(r"(?<=[a-z])[A-Z](?=[a-zA-Z]*: expected)")
+_ENCODING = re.compile(r"\ufeff?<\?xml[^>]*?(encoding\s*=\s*(?!.utf-?8\b)[^\s?>]+)", re.I)
 _PLACE = re.compile(r"(?P<file>.*?):(?P<line>\d+)(:(?P<column>\d+))?: (?P<rest>.*)", re.S)
 
 
@@ -90,10 +91,15 @@ def check_file(path):
 def from_xml(text):
     """Return the element of an XML document in a string. Its root selects the class.
 
-    Raises ReadError, with every message and its place, if anything in it is refused.
+    Bytes are decoded as they declare; in a string the declared encoding has no meaning. Raises
+    ReadError, with every message and its place, if anything in it is refused.
     """
     if not isinstance(text, (str, bytes)):
         raise TypeError(f"text: expected a string, got {text!r}")
+    declared = isinstance(text, str) and _ENCODING.match(text)
+    if declared:  # it is that of a file; blanks keep the columns of messages
+        start, end = declared.span(1)
+        text = text[:start] + " " * (end - start) + text[end:]
     return _taken(_core._read_text(text))
 
 

@@ -50,6 +50,12 @@ def test_files_and_schema(element, tmp_path):
         element.write(tmp_path / "nowhere" / "x.xml")
 
 
+@pytest.mark.parametrize("encoding", ["ISO-8859-1", "UTF-8", "utf-16"])
+def test_the_encoding_of_a_file_is_none_of_a_text(encoding):
+    text = z.Variable(name="ä").to_xml().replace("UTF-8", encoding)
+    assert z.from_xml(text) == z.from_xml(text.encode(encoding)) == z.Variable(name="ä")
+
+
 def test_a_wrong_name_is_named(element):
     with pytest.raises(TypeError, match="alfa"):
         type(element)(alfa=1.0)
