@@ -41,7 +41,7 @@ auto callPython(Call const& call) {
     }
 }
 
-/// Releases the GIL while it lives, if it is told to.
+/// Releases the GIL while it lives, if `releases` is true.
 class GilRelease {
 public:
     explicit GilRelease(bool releases = true) : state_(releases ? PyEval_SaveThread() : nullptr) {}

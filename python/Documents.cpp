@@ -61,7 +61,7 @@ public:
     BytesBuffer(BytesBuffer const&) = delete;
     BytesBuffer& operator=(BytesBuffer const&) = delete;
 
-    /// The bytes so far, for once. Needs the GIL. Throws the exception that is set.
+    /// The bytes so far. Call it once, with the GIL. Throws the exception that is set.
     py::bytes take() {
         if (!bytes_ || _PyBytes_Resize(&bytes_, size_) != 0) {
             throw py::error_already_set();

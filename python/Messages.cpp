@@ -97,7 +97,7 @@ void deliverMessages() noexcept {
             }
         }
     } catch (...) {
-        // Memory that cannot be had.
+        // Without memory the messages are lost.
     }
 }
 

@@ -38,7 +38,7 @@ public:
     std::vector<Kr::Message> const& messages() const { return messages_; }
     /// The texts as one line each.
     pybind11::list texts() const;
-    /// Hands the messages to the logger after all.
+    /// Passes the messages on to the logger.
     void pass();
 
     /// The innermost collector of this thread, null if there is none.

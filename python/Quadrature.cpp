@@ -76,7 +76,7 @@ double integrate(KrGaussQuadrature const& self, py::object const& f, py::object 
     if (!isVectorized.value()) {
         return rule.integrate([&](double x) { return valueOf(f, x, "f"); }, from, to);
     }
-    // The same rule asks twice for the same nodes: first to collect them, then for their values.
+    // Both calls of the rule visit the same nodes: the first collects them, the second sums.
     KrRealVector nodes;
     rule.integrate([&](double x) { return nodes.push_back(x), 0.0; }, from, to);
     RealArray const values = valuesOf(f, nodes);

@@ -354,11 +354,13 @@ void bindTables(py::module_& module) {
     options.disable_function_signatures();
     py::handle const branch = module.attr("CompositeBranch");
     addComponent(branch, Branch(), "left", child<true>, setChild<true>,
-                 "The first child, a copy that is read-only; None if there is none. It has the "
-                 "points in its box, and those that it may extrapolate to if right has them not. "
+                 "The first child, a copy that is read-only; None if there is none. It gets the "
+                 "points in its box, and those outside both boxes to which it may extrapolate. "
                  "Default: None.");
     addComponent(branch, Branch(), "right", child<false>, setChild<false>,
-                 "The second child, likewise. A branch has both children or none. Default: None.");
+                 "The second child, a copy that is read-only; None if there is none. Of the points "
+                 "that left does not get, it gets those in its box or to which it may extrapolate. "
+                 "A branch has both children or none. Default: None.");
 
     bindFrozen<FrozenTable>(
         module, "FrozenTable",

@@ -1,4 +1,4 @@
-"""What documents cannot mean, though they can be read."""
+"""The lint: faults of documents that reading does not refuse."""
 
 import difflib
 import os
