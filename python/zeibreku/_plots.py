@@ -94,7 +94,7 @@ def _box(bounds, at):
     """The box of a table, the first two variables with any width, and where to cut the others."""
     lower, upper = numpy.asarray(bounds, float).reshape(-1, 2).T
     if not lower.size:
-        raise ValueError("the table is empty")
+        raise ValueError("the table has no axes")
     if not numpy.isfinite(bounds).all():
         raise ValueError("the table has no finite bounds")
     shown = numpy.flatnonzero(lower < upper)[:2]
@@ -200,7 +200,7 @@ class _Field:
         1.0
         """
         values = self(shape, seed=seed)
-        if values.ndim != 2:
+        if values.ndim != 2 or values.size == 0:
             raise ValueError(f"shape: expected (rows, columns), got {shape!r}")
         ax = _axes(ax)
         y, x = (self.spacing * numpy.arange(side) for side in values.shape)

@@ -113,8 +113,9 @@ def test_a_field_has_the_unit_of_its_spacing():
     shown = ax.collections[0].get_array().reshape(4, 6)
     assert (shown == ROUGH((4, 6), seed=7)).all() and ax.get_aspect() == 1
     assert (ax.get_xlim(), ax.get_ylim()) == ((-0.25, 2.75), (-0.25, 1.75))
-    with pytest.raises(ValueError, match="shape"):
-        ROUGH.plot(shape=5)
+    for wrong in (5, (0, 5)):
+        with pytest.raises(ValueError, match="^shape: expected"):
+            ROUGH.plot(shape=wrong)
 
 
 def test_nothing_is_drawn_where_no_table_gives_a_value():
