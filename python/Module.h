@@ -2,14 +2,14 @@
 
 #include <pybind11/pybind11.h>
 
-// The parts of the extension `zeibreku._core`, in the order in which they are added: a class follows
-// its bases.
+// The parts of the extension `zeibreku._core`, in the order in which they are added: a class
+// follows its bases.
 
 /// Sends the messages of the library to the logger "zeibreku" of Python's `logging`.
 void bindMessages(pybind11::module_& module);
 
-/// Adds the functions that the Python files check arguments by: `_real`, `_count`, `_flag`, `_text`
-/// and `_texts`.
+/// Adds the functions that the Python files check arguments by: `_real`, `_numbers`, `_count`, `_flag`,
+/// `_text` and `_texts`.
 void bindValues(pybind11::module_& module);
 
 /// Adds `Element`, its bases, and all elements of documents.

@@ -1,6 +1,7 @@
 #include "python/Values.h"
 
 #include "foundation/xml/KrXmlObject.h"
+#include "python/Arrays.h"
 #include "python/Module.h"
 
 #include <limits>
@@ -119,6 +120,9 @@ std::string itemName(std::string const& name, std::size_t index) {
 void bindValues(py::module_& module) {
     module.def("_real",
                [](py::handle value, std::string const& name) { return realFrom(value, name); });
+    module.def("_numbers", [](py::handle value, std::string const& name) {
+        return numberArray(value, name, true);
+    });
     module.def("_count", &countFrom);
     module.def("_flag", &flagFrom);
     module.def("_text", &textFrom);

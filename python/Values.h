@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// Numbers, flags and texts from Python. `name` is that of the argument, for the exceptions TypeError
-// and ValueError.
+// Numbers, flags and texts from Python. `name` is that of the argument, for the exceptions
+// TypeError and ValueError.
 
 /// Raises TypeError with "NAME: expected EXPECTED, got VALUE".
 [[noreturn]] void throwType(std::string const& name, std::string const& expected,

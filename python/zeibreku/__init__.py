@@ -19,6 +19,9 @@ from zeibreku._lint import Finding, LintRule, lint, lint_rules
 from zeibreku._searches import OptimizeResult, default_optimizer, make_search, minimize
 from zeibreku import _plots  # noqa: F401: to the classes above
 
+for _name in _elements.names():
+    getattr(_core, _name).__module__ = __name__
+
 __all__ = _elements.names() + [
     "Finding",
     "LintRule",

@@ -79,7 +79,7 @@ class _Function:
         marked = points[: len(getattr(function, "range_values", ()))]
         if interval is None:
             interval = (marked.min(), marked.max()) if len(set(marked)) > 1 else (0.0, 1.0)
-        ends = numpy.sort(_tables._real("interval", interval), axis=None)
+        ends = numpy.sort(_tables._numbers(interval, "interval"), axis=None)
         if ends.shape != (2,) or not numpy.isfinite(ends).all():
             raise ValueError(f"interval: expected two finite numbers, got {interval!r}")
         x = _steps(*ends, marked, _LINE, _MOST_BREAKS)
@@ -100,7 +100,7 @@ def _box(bounds, at):
     shown = numpy.flatnonzero(lower < upper)[:2]
     if at is None:
         at = lower + 0.5 * (upper - lower)
-    at = _tables._real("at", at)
+    at = _tables._numbers(at, "at")
     if at.shape != lower.shape:
         raise ValueError(f"at: expected {lower.size} coordinates, got shape {at.shape}")
     return lower, upper, shown if shown.size else numpy.array([0]), at

@@ -1,6 +1,7 @@
 """Searches: `minimize`, and what the classes of searches can do besides their components."""
 
 import math
+import os
 import sys
 
 import numpy
@@ -45,15 +46,7 @@ class OptimizeResult(dict):
 
 
 def _vector(values, name):
-    try:
-        vector = numpy.asarray(values)
-    except ValueError as error:
-        raise ValueError(f"{name}: {error}") from None
-    if vector.dtype.kind not in "fiub":
-        raise TypeError(f"{name}: expected numbers, got {values!r:.60}")
-    vector = vector.astype(float)
-    if vector.ndim == 0:
-        vector = vector[None]
+    vector = numpy.atleast_1d(_core._numbers(values, name).astype(float))
     if vector.ndim != 1 or vector.size == 0:
         raise ValueError(f"{name}: expected a list of numbers, got shape {vector.shape}")
     return vector
@@ -476,15 +469,31 @@ def __call__(
 _core.Optimizer.__call__ = __call__
 
 
-# --- Reports and records.
+# --- Progress, reports and records.
+
+
+def _repr_progress(self):
+    names = ("evaluation", "x", "fun", "failed", "is_from_record", "best_x", "best_fun", "seconds")
+    return f"Progress({', '.join(f'{name}={getattr(self, name)!r}' for name in names)})"
+
+
+_core.Progress.__repr__ = _repr_progress
 
 
 def text(self, names=()):
-    """Return the report for a person, some lines of text. `names` are those of the variables."""
-    return _core._report_text(self, _core._texts(names, "names"))
+    """Return the report for a person, some lines of text. `names` are those of all variables."""
+    names = _core._texts(names, "names")
+    n = max(self.answer_point.size, self.best_point.size)
+    if names and n and len(names) != n:
+        raise ValueError(f"names: expected {n} names, got {len(names)}")
+    return _core._report_text(self, names)
 
 
 _core.SearchReport.text = text
+
+
+def _repr_record(self):
+    return f"Record({'' if self._path is None else repr(os.fsdecode(self._path))})"
 
 
 def load(self):
@@ -560,6 +569,7 @@ Examples
 """
 _init_record.__qualname__ = "Record"  # for the texts of exceptions
 _core.Record.__init__ = _init_record
+_core.Record.__repr__ = _repr_record
 _core.Record.load = load
 _core.Record.search = property(search)
 _core.Record.verify = verify

@@ -85,21 +85,15 @@ def _method(function):
     return function
 
 
-def _real(name, value):
+def _numbers(value, name):
     """The argument as an array of float64."""
-    try:
-        array = numpy.asarray(value)
-    except ValueError:
-        array = numpy.empty(0, dtype=object)
-    if array.dtype.kind not in "fiub":
-        raise TypeError(f"{name}: expected an array of numbers, not of dtype {array.dtype}")
-    return array.astype(float, copy=False)
+    return _core._numbers(value, name).astype(float, copy=False)
 
 
 def _axis(name, value):
     if isinstance(value, TableAxis):
         return value
-    points = _real(name, value)
+    points = _numbers(value, name)
     if points.ndim != 1 or points.size == 0:
         raise ValueError(f"{name}: expected an array of shape (m,), got one of {points.shape}")
     steps = numpy.diff(points)
@@ -120,7 +114,7 @@ def _axes(value):
 
 def _flat_tables(shape, value):
     """The flat tables of an array: the first axis varies fastest."""
-    values = _real("values", value)
+    values = _numbers(value, "values")
     if values.shape == shape:
         return [values.ravel(order="F")]
     if values.shape[:-1] != shape or values.ndim == 0:

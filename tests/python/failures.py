@@ -46,8 +46,8 @@ def dying(x):
 
 
 def hanging(x, start, number):
-    """Never returns. The evaluation of `start` sends a signal: Ctrl-C to all processes, as a terminal
-    does, others to that of the search."""
+    """Never returns. The evaluation of `start` sends a signal: Ctrl-C to all processes, as a
+    terminal does, others to that of the search."""
     if list(x) == start:
         os.kill(0 if number == signal.SIGINT else os.getppid(), number)
     while True:

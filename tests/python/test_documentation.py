@@ -49,6 +49,7 @@ def test_docstrings(name):
 @pytest.mark.parametrize("element", EXAMPLES, ids=name_of)
 def test_every_class_and_component_is_described(element):
     cls = type(element)
+    assert cls.__module__ == "zeibreku"
     assert all(base.__doc__ for base in cls.__mro__ if base.__module__ == cls.__module__)
     for name in cls._components:
         assert getattr(cls, name).__doc__.rstrip().endswith(".")
