@@ -94,10 +94,11 @@ def read_elements():
 
 def with_default(text, default):
     """The text with the default, which has to agree where the text states it."""
+    default = default.rpartition("#")[2]
     stated = re.search(r"Default: (\S+?)[.,;]?(\s|$)", text)
     if not stated:
         return f"{text} Default: {default}."
-    if stated[1].strip("`") not in (default, default.rpartition("#")[2]):
+    if stated[1].strip("`") != default:
         sys.exit(f"The default is {default}, not as in: {text}")
     return text
 

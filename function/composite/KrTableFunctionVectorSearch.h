@@ -33,11 +33,12 @@ public:
 
     /// Sets the breakpoints.
     virtual void independentVector(KrRealVector const& vector);
-    /// Sets the behaviour at and before the first breakpoint.
+    /// Sets the behaviour at and before the first breakpoint. Numbers that are no option extrapolate.
     virtual void lowerBoundaryOption(BOUNDARY_OPTION const& option);
-    /// Sets the behaviour at and beyond the last breakpoint.
+    /// Sets the behaviour at and beyond the last breakpoint. Numbers that are no option extrapolate.
     virtual void upperBoundaryOption(BOUNDARY_OPTION const& option);
-    /// Sets how the segment is found.
+    /// Sets how the segment is found. With a number that is no option, each look-up prints a message
+    /// and uses the segment found last.
     virtual void searchOption(SEARCH_OPTION const& option);
 
     /// The search that the last `init` built.
@@ -50,14 +51,14 @@ public:
     KrXmlRealVector const& independentVector() const { return independentVector_; }
     /// The behaviour before the first breakpoint: `limit` holds its value, `extrapolate`
     /// extends the first segment. Default: limit.
-    /// A document with another text is refused; another number set by a program extrapolates.
+    /// Another text is refused.
     /// "First" is as stored: of a descending table it is the largest breakpoint.
     BOUNDARY_OPTION lowerBoundaryOption() const {
         return static_cast<BOUNDARY_OPTION>(lowerBoundaryOption_.value());
     }
     /// The behaviour beyond the last breakpoint: `limit` holds its value, `extrapolate`
     /// extends the last segment. Default: limit.
-    /// A document with another text is refused; another number set by a program extrapolates.
+    /// Another text is refused.
     /// "Last" is as stored: of a descending table it is the smallest breakpoint.
     BOUNDARY_OPTION upperBoundaryOption() const {
         return static_cast<BOUNDARY_OPTION>(upperBoundaryOption_.value());
@@ -65,9 +66,8 @@ public:
     /// How the segment is found: `linear` walks from the one found last, `bisection`
     /// halves the table, `equal_spaced` computes it. Default: linear.
     /// `linear` assumes breakpoints 1 apart. Choose `bisection` for any other table, and
-    /// `equal_spaced` only if every step v(k+1) - v(k) equals the first, which is not checked. A
-    /// document with another text is refused. With another number set by a program, each look-up
-    /// prints a message and uses the segment found last.
+    /// `equal_spaced` only if every step v(k+1) - v(k) equals the first, which is not checked.
+    /// Another text is refused.
     SEARCH_OPTION searchOption() const { return static_cast<SEARCH_OPTION>(searchOption_.value()); }
 
     KrBoolean read(KrXmlReader& reader) override;

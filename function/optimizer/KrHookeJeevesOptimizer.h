@@ -90,13 +90,14 @@ public:
     /// in `edgeLengths`. Change it if the coordinates are of one size other than about 0.1.
     virtual double defaultEdgeLength() const { return defaultEdgeLength_; }
     virtual void setDefaultEdgeLength(double length) { defaultEdgeLength_ = length; }
-    /// The set of directions, a `DIRECTIONS_MODE`: `none` the coordinate axes, `axisAligned` the
+    /// The set of directions: `none` the coordinate axes, `axisAligned` the
     /// axes as a matrix, `random` orthonormal and redrawn at each contraction, `rotated` turned
     /// pairwise.
-    /// Range: 0 to 3; `none` by default. Other numbers are reported, and the directions stay as
-    /// they are, zeros at first. Choose `rotated` or `random` if the function has a valley across
-    /// the axes and `none` stalls.
+    /// Range: these four; `none` by default. Choose `rotated` or `random` if the function has a
+    /// valley across the axes and `none` stalls.
     virtual KrU32 directionsMode() const { return directionsMode_; }
+    /// Sets a `DIRECTIONS_MODE`. Other numbers are reported, and the directions stay as they are,
+    /// zeros at first.
     virtual void setDirectionsMode(KrU32 mode) { directionsMode_ = mode; }
 
     // The steps of a search, on the working state. They evaluate the function of `initialize`.
