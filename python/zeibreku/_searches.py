@@ -639,3 +639,12 @@ _core.AskTell.__init__ = _init_asking
 _core.AskTell.next = next
 _core.AskTell.tell = tell
 _core.AskTell.tell_failure = tell_failure
+
+
+# Without it, the oldest protocol of pickle would make an object without C++, which ends the process.
+def _refuse_pickle(self):
+    raise TypeError(f"cannot pickle {type(self).__name__!r} object")
+
+
+for _class in (_core.AskTell, _core.Progress, _core.Record):
+    _class.__reduce__ = _refuse_pickle

@@ -10,6 +10,7 @@ import multiprocessing
 import operator
 import os
 import pathlib
+import pickle
 import signal
 import subprocess
 import sys
@@ -583,6 +584,7 @@ def test_ask_and_tell():
         (lambda asking, point: asking.report.text([1]), TypeError, r"^names\[0\]: "),
         (lambda asking, point: FOUND.report.text("abc"), TypeError, "^names: expected a list"),
         (lambda asking, point: FOUND.report.text(["a"]), ValueError, "^names: expected 2 names"),
+        (lambda asking, point: pickle.dumps(asking, 0), TypeError, "^cannot pickle 'AskTell'"),
         (lambda asking, point: z.default_optimizer(point, "a"), TypeError, "^max_evaluations: "),
     ],
 )
