@@ -133,8 +133,8 @@ def default_optimizer(x0, max_evaluations=0):
     """Return the optimizer that `minimize` takes if none is given.
 
     It is the chain that the page "Choosing an optimizer" advises: Hooke and Jeeves for a quarter of
-    the budget, then Nelder and Mead. The edges are a tenth of each coordinate, 0.1 where it is 0.
-    The budget is `max_evaluations`, or 200 n if that is 0.
+    the budget, then Nelder and Mead until they converge or the search ends. The edges are a tenth
+    of each coordinate, 0.1 where it is 0. The budget is `max_evaluations`, or 200 n if that is 0.
     """
     x0 = _vector(x0, "x0")
     edges = numpy.where(x0 == 0.0, 0.1, 0.1 * abs(x0))
@@ -150,7 +150,7 @@ def default_optimizer(x0, max_evaluations=0):
             _core.NelderMead(
                 simplex_edge_lengths=edges,
                 stopping_threshold=1e-10,
-                max_function_evaluations=budget - budget // 4,
+                max_function_evaluations=budget,
                 max_total_steps=budget,
                 max_expansion_steps=budget,
                 restart_check_period=40 * (x0.size + 1),
@@ -191,7 +191,10 @@ def make_search(
     if optimizer is None:
         with numpy.errstate(all="ignore"):  # the search refuses wrong scales
             start = x0 / scales
-        optimizer = default_optimizer(start, 0 if max_evaluations is None else max_evaluations)
+        # Its end by this limit is no success, while that by an optimizer's own budget would be.
+        limit = 0 if max_evaluations is None else max_evaluations
+        max_evaluations = _core._count(limit, "max_evaluations") or 200 * n
+        optimizer = default_optimizer(start, max_evaluations)
     if not isinstance(optimizer, _core.Optimizer):
         raise TypeError(f"optimizer: expected a zeibreku.Optimizer, got {optimizer!r:.60}")
     keywords = {
@@ -319,7 +322,8 @@ def minimize(
     constraints : list of Constraint, or of scipy.optimize.LinearConstraint
         A point is feasible where each is at most 0.
     max_evaluations : int
-        The largest number of evaluations; 0 is no limit. None, here and below, is the default.
+        The largest number of evaluations; 0 is no limit, or 200 n if `optimizer` is None. None,
+        here and below, is the default.
     max_seconds : float
         The limit of time in seconds.
     target : float
