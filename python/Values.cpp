@@ -71,8 +71,8 @@ KrU32 countFrom(py::handle value, std::string const& name) {
 }
 
 bool flagFrom(py::handle value, std::string const& name) {
-    py::object const numpyBool = py::module_::import("numpy").attr("bool_");
-    if (!PyBool_Check(value.ptr()) && !py::isinstance(value, numpyBool)) {
+    if (!PyBool_Check(value.ptr()) &&
+        !py::isinstance(value, py::module_::import("numpy").attr("bool_"))) {
         throwType(name, "True or False", value);
     }
     return PyObject_IsTrue(value.ptr()) == 1;

@@ -6,8 +6,8 @@
 #include "function/composite/KrInterpolator.h"
 #include "function/composite/KrTableFunctionVectorSearch.h"
 
-/// Tables over a grid as a composite function: multilinear interpolation
-/// (`KrInterpolator`) of one value for each table.
+/// Tables over a grid as a composite function: multilinear interpolation of one value for each
+/// table. The look-ups are those of `KrInterpolator`.
 ///
 ///     <tableFunctionInterpolator>
 ///       <independentData count="1">

@@ -120,7 +120,7 @@ DESCRIPTIONS = {
         },
     ),
     'Table': (
-        'Tables over a grid as a composite function: multilinear interpolation (Interpolator) of one value for each table.',
+        'Tables over a grid as a composite function: multilinear interpolation of one value for each table.',
         {
             'independent_data': 'The dimensions of the grid: breakpoints and options of each. Default: empty. Admissible: 0 <= dimensions <= 64. With none the function is constant; with more than 64 reading and writing are refused. A dimension without breakpoints makes all values NaN. Add a dimension if the values depend on one more variable.',
             'dependent_data': 'One flat table for each dependent value, the first dimension varying fastest. Default: empty. Admissible: size >= n0 n1 ... of the numbers of breakpoints, in the unit of the value, not checked. Values beyond that are ignored; cells that lack a value give NaN. An infinite or NaN value makes each cell at its corner infinite or NaN. Add a table for a further value over the same grid: one look-up then serves both.',
