@@ -16,7 +16,8 @@ std::string shortRepr(py::handle value) {
         while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80U) {
             --end;  // not inside of a character
         }
-        text = text.substr(0, end) + "...";
+        text.resize(end);
+        text += "...";
     }
     return text;
 }
