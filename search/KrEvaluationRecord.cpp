@@ -524,9 +524,10 @@ std::string KrEvaluationRecord::verify() const {
     copy.entries_ = entries_;
     copy.asked_ = asked_;
     copy.runs_ = runs_;
-    // Every run had limits of its own; what the search asks for does not depend on them.
+    // Every run had limits of its own; what the search asks for does not depend on them. Over
+    // remembered points, the optimizer could run on beyond the record, perhaps forever.
     KrSearch search(*search_);
-    search.setMaxEvaluations(0);
+    search.setMaxEvaluations(static_cast<KrU32>(std::max<std::size_t>(asked_.size(), 1)));
     search.setMaxSeconds(std::numeric_limits<double>::infinity());
     search.setTargetValue(std::numeric_limits<double>::quiet_NaN());
     search.setStallEvaluations(0);

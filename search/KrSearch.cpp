@@ -1,10 +1,21 @@
 #include "search/KrSearch.h"
 
+#include "foundation/xml/KrXml.h"
 #include "search/KrCallingThread.h"
 #include "search/internal/KrSame.h"
 #include "search/internal/KrSearchRun.h"
 
 KR_SOURCE_VERSION;
+
+namespace {
+
+// Settings with a NaN differ from themselves: their texts count.
+template <class Settings>
+bool isSame(Settings const& a, Settings const& b) {
+    return a == b || (!(a == a) && KrXml::toString(a) == KrXml::toString(b));
+}
+
+}  // namespace
 
 void KrSearch::addVariable(std::string const& name, double start, double lower, double upper,
                            double scale) {
@@ -27,9 +38,9 @@ KrSearchReport KrSearch::run(KrEvaluationWorkers& workers, KrSearchContext const
 
 std::string KrSearch::firstDifference(KrSearch const& other) const {
     std::pair<KrToken const&, bool> const components[] = {
-        {KrSearchNames::KrVariablesToken, variables_ == other.variables_},
-        {KrSearchNames::KrOptimizerToken, optimizer_ == other.optimizer_},
-        {KrSearchNames::KrConstraintsToken, constraints_ == other.constraints_},
+        {KrSearchNames::KrVariablesToken, isSame(variables_, other.variables_)},
+        {KrSearchNames::KrOptimizerToken, isSame(optimizer_, other.optimizer_)},
+        {KrSearchNames::KrConstraintsToken, isSame(constraints_, other.constraints_)},
         {KrSearchNames::KrMaximiseToken, maximise_ == other.maximise_},
         {KrSearchNames::KrFailureValueToken, krSameNumber(failureValue_, other.failureValue_)},
         {KrSearchNames::KrConstraintWeightToken,

@@ -375,6 +375,20 @@ TEST(Record, VerifyNamesTheFirstEvaluationThatDiffers) {
         << wrong.verify();
 }
 
+// With these settings, of which one is NaN, the optimizer asks for its start forever.
+TEST(Record, AnEndlessSearchWithANaNIsResumedAndVerified) {
+    KrSearch search = recordedSearch(component(
+        "hookeJeeves", component("minTotalReduction", "NaN") + component("defaultEdgeLength", "0") +
+                           component("maxFunctionEvaluations", "4294967295")));
+    KrEvaluationRecord record;
+    for (KrU32 const evaluations : {20U, 40U}) {
+        search.setMaxEvaluations(evaluations);
+        EXPECT_EQ(search.run(Counting(), {.record = &record}).evaluations(), evaluations);
+        EXPECT_EQ(record.verify(), "same");
+    }
+    EXPECT_EQ(search, KrSearch(search));
+}
+
 // In one object, and in one that is new for every few points, as a job queue needs it.
 TEST(AskTell, GivesThePointsOfARun) {
     TemporaryFolder const folder;
