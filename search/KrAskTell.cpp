@@ -101,4 +101,8 @@ void KrAskTell::replay() {
     isTold_ = false;
     finished_ = report_.reason() != KrSearchReason::Cancelled || wanted_.empty() || isRecordFull_;
     isReplayed_ = true;
+    if (finished_) {  // perhaps inside a batch that lacks values
+        wanted_.clear();
+        asked_ = 0;
+    }
 }

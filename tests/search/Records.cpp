@@ -418,6 +418,12 @@ TEST(AskTell, GivesThePointsOfARun) {
             EXPECT_EQ(found, expected) << optimizer;
         }
     }
+    // The first value of a batch may end the search.
+    KrSearch easy = recordedSearch(everyOptimizer(60)[3]);
+    easy.setTargetValue(1.0);
+    KrAskTell batch(easy);
+    batch.tell(batch.next(1).front(), 0.0);
+    EXPECT_TRUE(batch.next(5).empty() && batch.finished());
     // A record that is held is refused to others, and the first goes on.
     KrEvaluationRecord held;
     KrSearch const search = recordedSearch(everyOptimizer(60)[0]);
