@@ -621,6 +621,16 @@ void KrSearchRun::stepMany(std::vector<KrRealVector> const& points, KrRealVector
             batch.insert(points[i], hash, 1);
         }
     }
+    if (pool_ && remember_ && !news.empty()) {  // clones that run ahead know the batch's replay
+        for (std::size_t i = asked_; record_ && i < record_->asked().size(); ++i) {
+            std::uint64_t const ticket = record_->asked()[i];
+            KrEvaluationRecord::Entry const& entry = record_->entries().at(ticket);
+            if (!memory_->find(entry.point)) {
+                bool const failed = entry.failed || isFailure(entry.value);
+                memory_->insert(entry.point, {entry.value, failed, false, ticket});
+            }
+        }
+    }
     std::vector<Made> all = evaluatedMany(news);
     for (std::size_t i = 0; i < count; ++i) {
         values[i] = take(points[i],

@@ -294,7 +294,9 @@ void KrSearchRun::Workers::keep(KrRealVector const& x, Known const& known) {
         run_.memory_.emplace(run_.dimension_);
     }
     if (Known* const old = run_.memory_->find(x)) {
+        bool const isTaken = old->isTaken && run_.remember_;
         *old = known;
+        old->isTaken = isTaken;
     } else {
         run_.memory_->insert(x, known);
     }

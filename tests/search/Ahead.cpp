@@ -147,17 +147,22 @@ TEST(Ahead, TheAnswerDoesNotDependOnTheWorkers) {
 TEST(Ahead, AStoppedSearchResumesWithTheSameBits) {
     for (KrSearch const& search : searches()) {
         Asked expected;
-        KrCallableFunction const f(2, formula);
-        search.run(f, {.observer = &expected});
+        KrSearchReport const whole =
+            search.run(KrCallableFunction(2, formula), {.observer = &expected});
         for (KrU32 last = 1; last < 40; last += 6) {
             KrEvaluationRecord record;
             std::stop_source source;
+            std::set<std::string> points;
+            KrCallableFunction const f(2, [&](KrRealVector const& x) {
+                EXPECT_TRUE(points.insert(text(x)).second || !search.remember());
+                return formula(x);
+            });
             KrU32 calls = 0;
             KrCallableFunction const stopping(2, [&](KrRealVector const& x) {
                 if (++calls == last) {
                     source.request_stop();
                 }
-                return formula(x);
+                return f.evaluate(x);
             });
             Shuffled first(stopping, 5);
             search.run(first, {.record = &record, .stop = source.get_token()});
@@ -168,6 +173,7 @@ TEST(Ahead, AStoppedSearchResumesWithTheSameBits) {
             KrSearchReport const report =
                 search.run(second, {.observer = &asked, .record = &record});
             EXPECT_EQ(asked.lines, expected.lines);
+            EXPECT_EQ(text({report.answer()}), text({whole.answer()}));
             EXPECT_EQ(record.entries().size(), calls + report.evaluationsMade());
             EXPECT_EQ(record.verify(), "same");
         }
