@@ -84,8 +84,9 @@ private:
         std::size_t place = tagOf(hash) & mask;
         while (slots_[place].number != 0 &&
                (slots_[place].tag != tagOf(hash) ||
-                std::memcmp(point.data(), pointOf(slots_[place].number - 1),
-                            dimension_ * sizeof(double)) != 0)) {
+                (dimension_ > 0 &&  // a point without coordinates may have no address
+                 std::memcmp(point.data(), pointOf(slots_[place].number - 1),
+                             dimension_ * sizeof(double)) != 0))) {
             place = (place + 1) & mask;
         }
         return slots_[place];

@@ -95,6 +95,9 @@ TEST(Functions, ARememberingOneIsEvaluatedOnceAtAPoint) {
     EXPECT_TRUE(std::isnan(remembering.evaluate({nan, 1.0})));
     remembering.evaluate({nan, 1.0});
     EXPECT_EQ(f.points.size(), 252U);
+    KrCallableFunction const constant(0, [](KrRealVector const&) { return 4.0; });
+    KrRememberingFunction const rememberingConstant(constant);
+    EXPECT_EQ(rememberingConstant.evaluate({}) + rememberingConstant.evaluate({}), 8.0);
 }
 
 // Asks for a point with a coordinate too many.
