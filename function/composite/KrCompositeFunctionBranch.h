@@ -14,7 +14,8 @@
 ///     </compositeFunctionBranch>
 ///
 /// The container creates the children, so a branch without a container cannot read any. A
-/// third child in a document replaces the second.
+/// third child in a document replaces the second. A branch with only a right child is read
+/// back with only a left one, which has the same values.
 ///
 /// If no child covers the point, `ok` is false and the values are those of an earlier
 /// evaluation. These values belong to the branch and are compared by `==`. The box encloses

@@ -92,7 +92,8 @@ public:
     /// A search without breakpoints, by value.
     static KrVectorSearch nullObject() { return KrVectorSearch(); }
 
-    /// Compares breakpoints and options, not the last look-up.
+    /// Compares breakpoints and options, not the last look-up. A table with a NaN, or with two
+    /// equal infinities at its begin, equals no table.
     bool operator==(KrVectorSearch const& other) const;
 
 private:

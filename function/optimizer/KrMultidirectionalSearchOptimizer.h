@@ -31,7 +31,9 @@
 /// The n+1 evaluations of the first simplex are not charged to `maxFunctionEvaluations`. A
 /// step of 2n that has begun is finished. A start point that is too long loses its last
 /// components; one that is too short is filled with zeros. If the lowest reflected value is
-/// NaN, the simplex contracts. The search reports nothing.
+/// NaN, the simplex contracts. If the first vertex becomes NaN, it counts as the best, and
+/// the result may be NaN. `KrSearch` passes `failureValue` instead of a NaN. The search
+/// reports nothing.
 ///
 /// Cost beyond the function: about 3n operations per evaluation. Only the first search of a
 /// dimension allocates: 4n² doubles.

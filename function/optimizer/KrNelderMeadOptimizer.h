@@ -43,8 +43,13 @@
 ///
 /// The n+1 evaluations of the first simplex are not charged to `maxFunctionEvaluations`;
 /// those of a restart are. A start point that is too long loses its last components; one
-/// that is too short is filled with zeros. A NaN is not an improvement. The search reports
-/// nothing.
+/// that is too short is filled with zeros. The search reports nothing.
+///
+/// A NaN is neither below nor above any value. If the first vertex becomes NaN, it counts as
+/// the best, and the result may be NaN. `KrSearch` passes `failureValue` instead of a NaN.
+///
+/// If the restart test is due after the first step, it uses the worst value of the object's
+/// last search, or 0 in a new object and in a clone. The steps may differ then.
 ///
 /// Cost beyond the function: about 8n operations per step, as many per restart test, and
 /// 2n² per shrink or restart. Only the first search of a dimension allocates: (n+1)²
