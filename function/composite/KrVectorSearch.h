@@ -93,7 +93,7 @@ public:
     static KrVectorSearch nullObject() { return KrVectorSearch(); }
 
     /// Compares breakpoints and options, not the last look-up. A table with a NaN, or with two
-    /// equal infinities at its begin, equals no table.
+    /// equal infinities at its beginning, equals no table.
     bool operator==(KrVectorSearch const& other) const;
 
 private:
