@@ -19,8 +19,8 @@ class KrCompositeFunctionElement;
 ///
 /// A value has the bits of a first look-up in the live object. A frozen object keeps no history, so
 /// under the search option "linear" it bisects, as a first look-up does. If all breakpoints of a
-/// dimension are exactly 1 apart, later look-ups in the live object give the same values. If not,
-/// they may extrapolate neighbouring segments (`KrVectorSearch`), and differ.
+/// dimension are exactly 1 apart and the tables are finite, later look-ups in the live object give
+/// the same values. If not, they may use neighbouring segments (`KrVectorSearch`), and differ.
 ///
 /// The gradient is that of the grid cell that the value used: at a breakpoint inside the table,
 /// that of the cell that begins there. A component is
