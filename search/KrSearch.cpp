@@ -9,10 +9,10 @@ KR_SOURCE_VERSION;
 
 namespace {
 
-// Settings with a NaN differ from themselves: their texts count.
+// Settings with a NaN differ from their copies: their texts count.
 template <class Settings>
 bool isSame(Settings const& a, Settings const& b) {
-    return a == b || (!(a == a) && KrXml::toString(a) == KrXml::toString(b));
+    return a == b || (!(Settings(a) == a) && KrXml::toString(a) == KrXml::toString(b));
 }
 
 }  // namespace
